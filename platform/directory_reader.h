@@ -1,0 +1,73 @@
+// What the scan asks of a file system: the entries of one folder, and the first bytes of its files.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vestigo {
+
+enum class EntryKind : std::uint8_t { file, folder, link, other };
+
+/// Size in bytes; times in seconds since 2001-01-01 00:00:00 UTC. What is unknown is 0.
+struct FileAttributes {
+    std::int64_t size = 0;
+    double mtime = 0;
+    double ctime = 0;  ///< Creation, not inode change.
+};
+
+/// One entry of a folder. The views live until the visitor returns.
+struct FolderEntry {
+    std::string_view name;  ///< Any bytes but '/' and NUL; followed by a NUL in memory.
+    EntryKind kind = EntryKind::other;
+    bool hidden = false;  ///< Dot names, and what else the system hides.
+    /// Present where the listing brings it along, else asked for by `Folder::attributes`.
+    std::optional<FileAttributes> attributes;
+};
+
+/// A regular file opened for reading; closed on destruction. Used by one thread.
+class HeaderFile {
+public:
+    virtual ~HeaderFile() = default;
+    /// One read from the start of the file. The number of bytes read, 0 when there are none or the
+    /// read failed.
+    [[nodiscard]] virtual std::size_t readStart(std::span<std::byte> buffer) = 0;
+    /// Absent when it is not a regular file or cannot be asked.
+    [[nodiscard]] virtual std::optional<FileAttributes> attributes() = 0;
+};
+
+/// A folder opened for reading; closed on destruction. `list` is called once, by one thread;
+/// afterwards `attributes` and `openFile` may be called by several threads at a time.
+class Folder {
+public:
+    virtual ~Folder() = default;
+    /// Calls the visitor for every entry but "." and "..", in the system's order, until it returns
+    /// false. An error ends the listing; what was listed before it counts.
+    virtual void list(const std::function<bool(const FolderEntry&)>& visitor) = 0;
+    /// The attributes of an entry, never through a link. Absent when it is no regular file.
+    [[nodiscard]] virtual std::optional<FileAttributes> attributes(const char* name) = 0;
+    /// Opens an entry without following a link and without ever blocking (a FIFO gives a file with
+    /// no bytes). Null when it cannot be opened.
+    [[nodiscard]] virtual std::unique_ptr<HeaderFile> openFile(const char* name) = 0;
+};
+
+enum class LinkRule : std::uint8_t { refuse, follow };
+
+/// Opens folders. Thread-safe.
+class DirectoryReader {
+public:
+    virtual ~DirectoryReader() = default;
+    /// Null when the path is no folder, cannot be opened, or lies on a pseudo file system of the
+    /// kernel. `links` says what to do when the path itself is a symbolic link. Paths may be longer
+    /// than the system's limit for one call.
+    [[nodiscard]] virtual std::unique_ptr<Folder> open(const std::string& path, LinkRule links) = 0;
+    /// How many folders, each with one of its files, may be held open at a time.
+    [[nodiscard]] virtual unsigned maxOpenFolders() const = 0;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,227 @@
+#include "platform/linux/linux_directory_reader.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/vfs.h>
+
+#include "platform/clock.h"
+#include "platform/linux/descriptor.h"
+
+namespace vestigo {
+namespace {
+
+// The kernel's own trees: no programs in them, endless or blocking files, size 0 for everything.
+// Magic numbers that <linux/magic.h> of older systems lacks are given by value.
+constexpr std::int64_t pseudoFileSystems[] = {
+    PROC_SUPER_MAGIC,
+    SYSFS_MAGIC,
+    CGROUP_SUPER_MAGIC,
+    CGROUP2_SUPER_MAGIC,
+    DEVPTS_SUPER_MAGIC,
+    DEBUGFS_MAGIC,
+    TRACEFS_MAGIC,
+    SECURITYFS_MAGIC,
+    SELINUX_MAGIC,
+    PSTOREFS_MAGIC,
+    EFIVARFS_MAGIC,
+    BPF_FS_MAGIC,
+    BINFMTFS_MAGIC,
+    NSFS_MAGIC,
+    BINDERFS_SUPER_MAGIC,
+    0x62656570 /*configfs*/,
+    0x65735543 /*fusectl*/,
+    0x19800202 /*mqueue*/,
+    0x67596969 /*rpc_pipefs*/,
+    0x6e667364 /*nfsd*/,
+};
+
+bool isPseudoFileSystem(int folder) {
+    struct statfs info {};
+    if (fstatfs(folder, &info) != 0) return false;
+    return std::ranges::find(pseudoFileSystems, static_cast<std::int64_t>(info.f_type)) !=
+           std::end(pseudoFileSystems);
+}
+
+// Other threads close what they hold within moments; someone else's descriptors may take longer.
+Descriptor openPatiently(int folder, const char* path, int flags) {
+    constexpr int patience = 400;
+    for (int tries = 0;; ++tries) {
+        const int number = openat(folder, path, flags | O_CLOEXEC);
+        if (number >= 0) return Descriptor(number);
+        const bool exhausted = errno == EMFILE || errno == ENFILE;
+        if (!exhausted || tries == patience) return {};
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+// One call takes at most PATH_MAX bytes: a longer path is opened in pieces, each below the last.
+Descriptor openFolder(std::string_view path, int flags) {
+    constexpr int throughFolder = O_PATH | O_DIRECTORY;
+    Descriptor at(AT_FDCWD);
+    while (path.size() >= PATH_MAX) {
+        const auto cut = path.rfind('/', PATH_MAX - 1);
+        if (cut == std::string_view::npos || cut == 0) return {};
+        at = openPatiently(at.get(), std::string(path.substr(0, cut)).c_str(), throughFolder);
+        if (!at) return {};
+        path.remove_prefix(std::min(path.find_first_not_of('/', cut), path.size()));
+    }
+    return openPatiently(at.get(), std::string(path).c_str(), flags);
+}
+
+// Images are often made without times; nothing on a real disk dates from that very second.
+double since2001(const statx_timestamp& time) {
+    if (time.tv_sec == 0 && time.tv_nsec == 0) return 0;
+    return static_cast<double>(time.tv_sec) - secondsFrom1970To2001 + time.tv_nsec * 1e-9;
+}
+
+std::optional<FileAttributes> attributesOf(int folder, const char* name, int flags) {
+    constexpr unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
+    struct statx info {};
+    const int lookUp = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+    if (statx(folder, name, flags | lookUp, wanted, &info) != 0) return std::nullopt;
+    if (!S_ISREG(info.stx_mode)) return std::nullopt;
+    const auto known = [&info](unsigned field) { return (info.stx_mask & field) != 0; };
+    FileAttributes attributes;
+    if (known(STATX_SIZE)) attributes.size = static_cast<std::int64_t>(info.stx_size);
+    if (known(STATX_MTIME)) attributes.mtime = since2001(info.stx_mtime);
+    if (known(STATX_BTIME)) attributes.ctime = since2001(info.stx_btime);
+    return attributes;
+}
+
+EntryKind kindByMode(unsigned mode) {
+    if (S_ISREG(mode)) return EntryKind::file;
+    if (S_ISDIR(mode)) return EntryKind::folder;
+    return S_ISLNK(mode) ? EntryKind::link : EntryKind::other;
+}
+
+// Some file systems do not say the kind in the listing.
+EntryKind kindByLook(int folder, const char* name) {
+    struct statx info {};
+    const int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+    if (statx(folder, name, flags, STATX_TYPE, &info) != 0) return EntryKind::other;
+    return kindByMode(info.stx_mode);
+}
+
+/// The kernel's record of one entry, as getdents64(2) describes it.
+class DirectoryRecord {
+public:
+    explicit DirectoryRecord(const char* bytes) : bytes_(bytes) {}
+
+    [[nodiscard]] std::size_t length() const {
+        std::uint16_t value = 0;
+        std::memcpy(&value, bytes_ + lengthOffset, sizeof value);
+        return value;
+    }
+    [[nodiscard]] const char* name() const { return bytes_ + nameOffset; }
+    [[nodiscard]] EntryKind kind(int folder) const {
+        const auto type = static_cast<unsigned char>(bytes_[typeOffset]);
+        return type == DT_UNKNOWN ? kindByLook(folder, name()) : kindByMode(DTTOIF(type));
+    }
+
+private:
+    static constexpr std::size_t lengthOffset = offsetof(dirent64, d_reclen);
+    static constexpr std::size_t typeOffset = offsetof(dirent64, d_type);
+    static constexpr std::size_t nameOffset = offsetof(dirent64, d_name);
+    const char* bytes_;
+};
+
+class LinuxHeaderFile : public HeaderFile {
+public:
+    explicit LinuxHeaderFile(Descriptor file) : file_(std::move(file)) {}
+
+    std::size_t readStart(std::span<std::byte> buffer) override {
+        ssize_t count = 0;
+        do {
+            count = pread(file_.get(), buffer.data(), buffer.size(), 0);
+        } while (count < 0 && errno == EINTR);
+        return count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+
+    std::optional<FileAttributes> attributes() override {
+        return attributesOf(file_.get(), "", AT_EMPTY_PATH);
+    }
+
+private:
+    Descriptor file_;
+};
+
+class LinuxFolder : public Folder {
+public:
+    explicit LinuxFolder(Descriptor folder) : folder_(std::move(folder)) {}
+
+    void list(const std::function<bool(const FolderEntry&)>& visitor) override {
+        std::array<char, 32768> records;
+        for (;;) {
+            const auto filled =
+                syscall(SYS_getdents64, folder_.get(), records.data(), records.size());
+            if (filled <= 0) return;
+            for (std::size_t at = 0; at < static_cast<std::size_t>(filled);) {
+                const DirectoryRecord record(records.data() + at);
+                if (!visit(record, visitor)) return;
+                at += record.length();
+            }
+        }
+    }
+
+    std::optional<FileAttributes> attributes(const char* name) override {
+        return attributesOf(folder_.get(), name, 0);
+    }
+
+    std::unique_ptr<HeaderFile> openFile(const char* name) override {
+        constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+        auto file = openPatiently(folder_.get(), name, flags);
+        if (!file) return nullptr;
+        return std::make_unique<LinuxHeaderFile>(std::move(file));
+    }
+
+private:
+    bool visit(const DirectoryRecord& record,
+               const std::function<bool(const FolderEntry&)>& visitor) const {
+        const std::string_view name = record.name();
+        if (name == "." || name == "..") return true;
+        const bool hidden = name.starts_with('.');
+        return visitor({.name = name,
+                        .kind = hidden ? EntryKind::other : record.kind(folder_.get()),
+                        .hidden = hidden,
+                        .attributes = {}});
+    }
+
+    Descriptor folder_;
+};
+
+std::size_t openDescriptors() {
+    std::size_t count = 0;
+    LinuxFolder own(Descriptor(::open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+    own.list([&count](const FolderEntry&) { return ++count, true; });
+    return count;
+}
+
+}  // namespace
+
+std::unique_ptr<Folder> LinuxDirectoryReader::open(const std::string& path, LinkRule links) {
+    const int linkFlag = links == LinkRule::refuse ? O_NOFOLLOW : 0;
+    auto folder = openFolder(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | linkFlag);
+    if (!folder || isPseudoFileSystem(folder.get())) return nullptr;
+    return std::make_unique<LinuxFolder>(std::move(folder));
+}
+
+unsigned LinuxDirectoryReader::maxOpenFolders() const {
+    struct rlimit limit {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
+    const auto used = std::max<std::size_t>(openDescriptors(), 3);
+    const auto available = limit.rlim_cur > used ? (limit.rlim_cur - used) / 2 : 0;
+    return static_cast<unsigned>(std::clamp<rlim_t>(available, 1, 1024));
+}
+
+}  // namespace vestigo
