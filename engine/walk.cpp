@@ -1,0 +1,170 @@
+#include "engine/walk.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <unordered_map>
+
+#include "engine/mach_o.h"
+#include "engine/scan_rules.h"
+#include "engine/walk_queue.h"
+
+namespace vestigo {
+namespace {
+
+// What keeps a cold disk busy. With a warm cache they cost nothing measurable over two: whoever
+// holds the processor works on, and the others sleep.
+constexpr unsigned maxThreads = 16;
+
+/// The scan before, by path. Of two hits with one path the first counts.
+class PreviousHits {
+public:
+    explicit PreviousHits(const HitList& hits) {
+        byPath_.reserve(hits.size());
+        for (const auto& hit : hits) byPath_.emplace(hit->path, &hit);
+    }
+    [[nodiscard]] const HitRef* find(std::string_view path) const {
+        if (byPath_.empty()) return nullptr;
+        const auto found = byPath_.find(path);
+        return found == byPath_.end() ? nullptr : found->second;
+    }
+
+private:
+    std::unordered_map<std::string_view, const HitRef*> byPath_;
+};
+
+bool hasUnknownArch(const BinaryHit& hit) {
+    return std::ranges::any_of(hit.archs,
+                               [](const std::string& arch) { return arch.starts_with("cpu("); });
+}
+
+/// The previous answer for a file, where it still holds.
+HitRef reuse(const HitRef& previous, const FileAttributes& now) {
+    if (previous->size != now.size || previous->mtime != now.mtime) return nullptr;
+    if (hasUnknownArch(*previous)) return nullptr;
+    if (now.ctime <= 0 || now.ctime == previous->ctime) return previous;
+    auto hit = std::make_shared<BinaryHit>(*previous);
+    hit->ctime = now.ctime;
+    return hit;
+}
+
+/// One thread of the walk.
+class Worker {
+public:
+    Worker(DirectoryReader& reader, const PreviousHits& previous, const CancelFlag& cancelled,
+           WalkQueue& queue)
+        : reader_(reader), previous_(previous), cancelled_(cancelled), queue_(queue) {}
+
+    void operator()() {
+        while (auto work = queue_.claim()) {
+            if (auto* const list = std::get_if<WalkQueue::ListWork>(&*work)) {
+                queue_.listed(*list, listFolder(*list));
+            } else {
+                const auto& read = std::get<WalkQueue::ReadWork>(*work);
+                queue_.examined(read, examineFiles(read));
+            }
+            if (cancelled_.cancelled()) queue_.stop();
+        }
+    }
+
+private:
+    FolderListing listFolder(const WalkQueue::ListWork& work) const {
+        FolderListing listing;
+        const FolderExclusions exclusions(work.path.ends_with('/') ? work.path : work.path + '/');
+        if (exclusions.everything()) return listing;
+        listing.folder = reader_.open(work.path, work.links);
+        if (!listing.folder) return listing;
+        listing.folder->list([&](const FolderEntry& entry) {
+            if (cancelled_.cancelled()) return false;
+            if (!entry.hidden && !exclusions.excludes(entry.name)) sort(entry, &listing);
+            return true;
+        });
+        return listing;
+    }
+
+    static void sort(const FolderEntry& entry, FolderListing* listing) {
+        if (entry.kind == EntryKind::folder) listing->subFolders.add(entry.name);
+        if (entry.kind != EntryKind::file || isDatabaseName(entry.name)) return;
+        listing->candidates.add(entry.name);
+        if (entry.attributes) listing->attributes.push_back(*entry.attributes);
+    }
+
+    ExaminedFiles examineFiles(const WalkQueue::ReadWork& work) {
+        ExaminedFiles result;
+        path_ = *work.prefix;
+        for (auto i = work.first; i < work.last && !cancelled_.cancelled(); ++i) {
+            const char* const name = work.listing->candidates[i];
+            path_.replace(work.prefix->size(), std::string::npos, name);
+            std::optional<FileAttributes> attributes;
+            if (!work.listing->attributes.empty()) attributes = work.listing->attributes[i];
+            auto hit = examine(*work.listing->folder, name, attributes);
+            if (hit) result.hits.emplace_back(result.examined, std::move(hit));
+            ++result.examined;
+        }
+        return result;
+    }
+
+    /// The file at `path_`. Null when it is no Mach-O file.
+    HitRef examine(Folder& folder, const char* name, std::optional<FileAttributes> attributes) {
+        if (const auto* const previous = previous_.find(path_)) {
+            if (!attributes) attributes = folder.attributes(name);
+            if (!attributes) return nullptr;
+            if (auto hit = reuse(*previous, *attributes)) return hit;
+        }
+        const auto file = folder.openFile(name);
+        if (!file) return nullptr;
+        auto archs = readArchs(*file);
+        if (archs && !attributes) {
+            // A file written between the reading and the asking would keep its old answer for as
+            // long as these attributes hold, so what counts is read after them.
+            attributes = file->attributes();
+            if (attributes) archs = readArchs(*file);
+        }
+        if (!archs || !attributes) return nullptr;
+        return std::make_shared<const BinaryHit>(BinaryHit{
+            path_, std::move(*archs), attributes->size, attributes->mtime, attributes->ctime});
+    }
+
+    std::optional<std::vector<std::string>> readArchs(HeaderFile& file) {
+        const auto count = file.readStart(buffer_);
+        return machOArchs(std::span(buffer_).first(count));
+    }
+
+    DirectoryReader& reader_;
+    const PreviousHits& previous_;
+    const CancelFlag& cancelled_;
+    WalkQueue& queue_;
+    std::string path_;
+    std::array<std::byte, machOHeaderBytes> buffer_{};
+};
+
+/// Starts as many of the threads as the system grants.
+std::vector<std::thread> startThreads(const Worker& worker, unsigned count) {
+    std::vector<std::thread> threads;
+    try {
+        while (threads.size() < count) threads.emplace_back(worker);
+    } catch (const std::system_error&) {
+        return threads;
+    }
+    return threads;
+}
+
+}  // namespace
+
+void walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag& cancelled,
+          WalkListener& listener) {
+    const PreviousHits previous(request.previous);
+    const auto wanted = request.threads ? request.threads : maxThreads;
+    const auto count = std::min(wanted, reader.maxOpenFolders());
+    WalkQueue queue(request.roots, count, listener);
+    if (cancelled.cancelled()) queue.stop();
+    Worker worker(reader, previous, cancelled, queue);
+    auto threads = startThreads(worker, count - 1);
+    worker();
+    for (auto& thread : threads) thread.join();
+    queue.finish();
+}
+
+}  // namespace vestigo

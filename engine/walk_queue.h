@@ -1,0 +1,111 @@
+// The order of a walk: which piece of work comes next, and which finished piece is delivered next.
+//
+// A list holds, in the order of delivery, every folder whose files are not delivered yet and every
+// run of sub-folders not entered yet. A folder, once listed, is followed by the run of its
+// sub-folders; a sub-folder entered stands right before the rest of its run. Work is always taken
+// from the front of that order, so little waits between being found and being delivered, and memory
+// does not grow with the disk.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "engine/name_list.h"
+#include "engine/walk_delivery.h"
+#include "platform/directory_reader.h"
+
+namespace vestigo {
+
+/// What a folder's listing gave.
+struct FolderListing {
+    std::unique_ptr<Folder> folder;  ///< Null when it could not be opened.
+    NameList candidates;
+    std::vector<FileAttributes> attributes;  ///< Of the candidates, or empty.
+    NameList subFolders;
+};
+
+/// Thread-safe. Work that was claimed is always handed back, also after a stop.
+class WalkQueue {
+    struct Node;
+
+public:
+    /// At most `workers` pieces of work are out at a time. `listener` is called under the queue's
+    /// lock.
+    WalkQueue(const std::vector<std::string>& roots, unsigned workers, WalkListener& listener);
+
+    /// A folder to list.
+    struct ListWork {
+        Node* files;
+        std::string path;
+        LinkRule links;
+    };
+    /// Some of a folder's candidates to read: positions [first, last).
+    struct ReadWork {
+        Node* files;
+        std::size_t batch;
+        const std::string* prefix;  ///< What stands before a name in its path.
+        const FolderListing* listing;
+        std::size_t first;
+        std::size_t last;
+    };
+    using Work = std::variant<ListWork, ReadWork>;
+
+    /// The next piece of work, waiting for one if need be; absent when there is none and will be
+    /// none.
+    [[nodiscard]] std::optional<Work> claim();
+    void listed(const ListWork& work, FolderListing listing);
+    void examined(const ReadWork& work, ExaminedFiles result);
+
+    /// Gives out no more work.
+    void stop();
+    /// Delivers what a stop has left, then ends the delivery. Called once, when no work is out.
+    void finish();
+
+private:
+    using Order = std::list<Node>;
+    using WorkList = std::list<Node*>;
+
+    /// The files of a folder, or the sub-folders of one that are not entered yet.
+    struct Node {
+        std::string prefix;
+        FolderListing listing;
+        Order::iterator place;
+        WorkList::iterator workPlace;
+        std::vector<std::optional<ExaminedFiles>> batches;
+        std::size_t nextBatch = 0;
+        std::size_t deliveredBatches = 0;
+        std::size_t nextSubFolder = 0;
+        bool isSubFolders = false;
+        bool isListed = false;
+    };
+
+    [[nodiscard]] std::optional<Work> takeFirst();
+    [[nodiscard]] Work enterNext(Node& run);
+    [[nodiscard]] Work takeBatch(Node& files);
+    [[nodiscard]] bool tooFarAhead() const;
+    void handBack();
+    void addSubFolders(const Node& after, std::string prefix, NameList names);
+    void deliverReady();
+    void deliverNextBatch(Node& files);
+    bool isDelivered(const Node& files) const;
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    WalkDelivery delivery_;
+    Order order_;
+    WorkList
+        work_;  ///< What of `order_` is not all claimed, or is being listed; in the same order.
+    const unsigned workers_;
+    unsigned busy_ = 0;
+    std::size_t ahead_ = 0;  ///< Candidates claimed and not delivered.
+    bool stopped_ = false;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,89 @@
+#include "tests/support/scan_fakes.h"
+
+#include <array>
+#include <utility>
+
+#include "engine/mach_o.h"
+#include "engine/scan_rules.h"
+
+namespace vestigo::test {
+
+void RecordingListener::progress(std::int64_t scanned, const std::string& path) {
+    reports.push_back("progress " + std::to_string(scanned) + " " + path);
+}
+
+void RecordingListener::partial(HitList added, std::int64_t scanned) {
+    hits.insert(hits.end(), added.begin(), added.end());
+    count = scanned;
+    reports.push_back("partial " + std::to_string(hits.size()) + " " + std::to_string(scanned));
+}
+
+void RecordingListener::final(HitList added, std::int64_t scanned) {
+    hits.insert(hits.end(), added.begin(), added.end());
+    count = scanned;
+    reports.push_back("final " + std::to_string(hits.size()) + " " + std::to_string(scanned));
+}
+
+std::vector<std::string> RecordingListener::paths() const {
+    std::vector<std::string> result;
+    for (const auto& hit : hits) result.push_back(hit->path);
+    return result;
+}
+
+namespace {
+
+/// One thread, one folder after the other, as plain as can be.
+class SimpleWalk {
+public:
+    explicit SimpleWalk(DirectoryReader& reader) : reader_(reader) {}
+
+    void enter(const std::string& path, LinkRule links) {
+        const auto folder = reader_.open(path, links);
+        if (!folder) return;
+        std::vector<std::string> files;
+        std::vector<std::string> subFolders;
+        folder->list([&](const FolderEntry& entry) {
+            const std::string name(entry.name);
+            if (entry.hidden || isExcludedName(name)) return true;
+            if (entry.kind == EntryKind::folder) subFolders.push_back(name);
+            if (entry.kind == EntryKind::file && !isDatabaseName(name)) files.push_back(name);
+            return true;
+        });
+        for (const auto& name : files) take(*folder, path + "/" + name, name);
+        for (const auto& name : subFolders) enter(path + "/" + name, LinkRule::refuse);
+    }
+
+    RecordingListener finish() {
+        result.final(std::exchange(pending_, {}), count_);
+        return std::move(result);
+    }
+
+private:
+    void take(Folder& folder, const std::string& path, const std::string& name) {
+        if (++count_ % 1000 == 0) result.progress(count_, path);
+        const auto file = folder.openFile(name.c_str());
+        if (!file) return;
+        std::array<std::byte, machOHeaderBytes> buffer{};
+        auto archs = machOArchs(std::span(buffer).first(file->readStart(buffer)));
+        const auto attributes = file->attributes();
+        if (!archs || !attributes) return;
+        pending_.push_back(std::make_shared<BinaryHit>(
+            BinaryHit{path, *archs, attributes->size, attributes->mtime, attributes->ctime}));
+        if (pending_.size() == 2000) result.partial(std::exchange(pending_, {}), count_);
+    }
+
+    DirectoryReader& reader_;
+    RecordingListener result;
+    std::int64_t count_ = 0;
+    HitList pending_;
+};
+
+}  // namespace
+
+RecordingListener simpleWalk(DirectoryReader& reader, const std::vector<std::string>& roots) {
+    SimpleWalk walk(reader);
+    for (const auto& root : roots) walk.enter(root, LinkRule::follow);
+    return walk.finish();
+}
+
+}  // namespace vestigo::test
