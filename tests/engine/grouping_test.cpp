@@ -1,0 +1,152 @@
+#include "engine/grouping.h"
+
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "engine/regrouping.h"
+
+namespace vestigo {
+namespace {
+
+TEST(IsLegacy, NeedsIntelOrPowerPCWithoutArm64) {
+    using Archs = std::vector<std::string>;
+    for (const auto* const arch : {"x86_64", "i386", "ppc", "ppc64"}) {
+        EXPECT_TRUE(isLegacy(Archs{arch})) << arch;
+        EXPECT_FALSE(isLegacy(Archs{arch, "arm64"})) << arch;
+    }
+    EXPECT_TRUE(isLegacy(Archs{"arm", "i386"}));
+    EXPECT_FALSE(isLegacy(Archs{"arm"}));
+    EXPECT_FALSE(isLegacy(Archs{"cpu(7)"}));
+    EXPECT_FALSE(isLegacy(Archs{}));
+}
+
+TEST(GroupRoot, IsTheOutermostBundle) {
+    const auto bundle = [](std::string root) { return GroupRoot{std::move(root), true}; };
+    const auto file = [](std::string root) { return GroupRoot{std::move(root), false}; };
+    EXPECT_EQ(groupRoot("/Applications/Foo.app/Contents/Frameworks/Bar.framework/Versions/A/Bar"),
+              bundle("/Applications/Foo.app"));
+    EXPECT_EQ(groupRoot("/a/Foo.APP/x"), bundle("/a/Foo.APP"));
+    EXPECT_EQ(groupRoot("//a//b.vst3//x"), bundle("/a/b.vst3"));
+    EXPECT_EQ(groupRoot("/a/.app/x"), bundle("/a/.app"));
+    EXPECT_EQ(groupRoot("/a/x.kext"), bundle("/a/x.kext"));
+    EXPECT_EQ(groupRoot("/usr/local/Cellar/wget/1.21/bin/wget"),
+              file("/usr/local/Cellar/wget/1.21/bin/wget"));
+    EXPECT_EQ(groupRoot("/a/app/b.apps/c"), file("/a/app/b.apps/c"));
+    EXPECT_EQ(groupRoot("//a/b"), file("//a/b"));
+}
+
+TEST(CategoryForPath, FollowsTheFirstRuleThatHolds) {
+    const std::pair<const char*, Category> cases[] = {
+        {"/Library/StagedExtensions/A.KEXT", Category::driver},
+        {"/x/Driver.dext", Category::driver},
+        {"/System/Library/Extensions/x.bundle", Category::driver},
+        {"/Library/Printers/Vendor/Filter.app", Category::driver},
+        {"/a/Share.appex", Category::helper},
+        {"/a/B.xpc/Contents/x", Category::helper},
+        {"/a/XPCServices/b", Category::helper},
+        {"/a/Contents/Library/LoginItems/B.app", Category::helper},
+        {"/a/Contents/Helpers/b.plugin", Category::helper},
+        {"/Library/Audio/Plug-Ins/VST/A.vst", Category::plugin},
+        {"/a/b.aax/Contents/MacOS/b", Category::plugin},
+        {"/a/b.Component", Category::plugin},
+        {"/usr/local/lib/libfoo.a", Category::library},
+        {"/usr/local/lib/libfoo.A", Category::other},
+        {"/opt/local/lib/libz.1.dylib", Category::library},
+        {"/usr/local/bin/x.so", Category::library},
+        {"/Library/Frameworks/A.framework", Category::library},
+        {"/Users/me/bin/tool", Category::cliTool},
+        {"/usr/libexec/x", Category::cliTool},
+        {"/a/bin/B.app", Category::cliTool},
+        {"/Applications/Foo.app", Category::application},
+        {"/bin", Category::other},
+        {"/a/Foo.apple/x", Category::other},
+        {"/a/app", Category::other},
+    };
+    for (const auto& [path, category] : cases) {
+        EXPECT_EQ(categoryForPath(path), category) << path << ": " << label(categoryForPath(path));
+    }
+}
+
+TEST(FixForPath, FollowsTheFirstRuleThatHolds) {
+    EXPECT_EQ(fixForPath("/opt/homebrew/x", true, true), Fix::apple);
+    EXPECT_EQ(fixForPath("/opt/homebrew/x", false, true), Fix::keep);
+    EXPECT_EQ(fixForPath("/opt/homebrew/lib/libx.dylib", false, false), Fix::homebrew);
+    EXPECT_EQ(fixForPath("/usr/local/Cellar/wget/1.21/bin/wget", false, false), Fix::homebrew);
+    EXPECT_EQ(fixForPath("/opt/local/lib/libz.1.dylib", false, false), Fix::macports);
+    EXPECT_EQ(fixForPath("/Volumes/x/opt/local/lib/libz", false, false), Fix::manual);
+}
+
+TEST(FormulaName, IsTheComponentAfterTheCellar) {
+    EXPECT_EQ(formulaName("/usr/local/Cellar/wget/1.21.4"), "wget");
+    EXPECT_EQ(formulaName("/usr/local/Cellar//libpng/1.6.40/lib/libpng16.dylib"), "libpng");
+    EXPECT_EQ(formulaName("/usr/local/Cellar/"), std::nullopt);
+    EXPECT_EQ(formulaName("/opt/local/bin/foo"), std::nullopt);
+}
+
+HitRef hit(std::string path, std::vector<std::string> archs) {
+    return std::make_shared<BinaryHit>(BinaryHit{std::move(path), std::move(archs), 1, 2, 3});
+}
+
+TEST(Regrouping, GroupsByRootAndOrdersByCategory) {
+    const SignatureMap signatures = {{"/usr/bin/apple", {true, "Apple"}}};
+    Regrouping regrouping(signatures);
+    const HitList hits = {
+        hit("/A.app/1", {"x86_64"}),        hit("/x/b.vst", {"i386"}),
+        hit("/usr/bin/apple", {"x86_64"}),  hit("/B.app/1", {"x86_64"}),
+        hit("/A.app/2", {"ppc"}),           hit("/A.app/3", {"arm64"}),
+        hit("/C.app/1", {"arm64", "i386"}), hit("/usr/bin/tool", {"x86_64"}),
+    };
+    regrouping.add(hits);
+    std::vector<std::string> rows;
+    for (const auto& group : regrouping.groups()) {
+        rows.push_back(group.root + " " + std::string(label(group.fix)) + " " +
+                       std::to_string(group.legacyCount()) + (group.hasArm64 ? " arm64" : ""));
+    }
+    const std::vector<std::string> expected = {
+        "/A.app Keep 2 arm64",    "/B.app Manual 1",   "/usr/bin/apple Apple 1",
+        "/usr/bin/tool Manual 1", "/x/b.vst Manual 1",
+    };
+    EXPECT_EQ(rows, expected);
+    regrouping.restart(false);
+    regrouping.add(hits);
+    EXPECT_EQ(regrouping.groups().size(), 6U);
+    EXPECT_EQ(regrouping.groups().begin()->legacyCount(), 3U);
+}
+
+HitRef randomHit(std::mt19937& random) {
+    static const std::vector<std::string> places = {
+        "/Applications/A.app",  "/Applications/A.app/Contents/B.framework",
+        "//Applications/A.app", "/usr/bin",
+        "/x/Extensions/y.kext", "/usr/local/Cellar/f/1",
+        "/opt/local/lib",       "/p/q.vst3",
+    };
+    static const std::vector<std::vector<std::string>> archs = {
+        {"x86_64"}, {"arm64"}, {"x86_64", "arm64"}, {"i386", "ppc"}, {"cpu(9)"}};
+    const auto name = "/" + std::to_string(random() % 20);
+    return hit(places[random() % places.size()] + name, archs[random() % archs.size()]);
+}
+
+TEST(Regrouping, InStepsGivesTheSameAsAllAtOnce) {
+    std::mt19937 random(7);
+    const SignatureMap signatures = {{"/usr/bin/3", {true, "Apple"}}};
+    for (int round = 0; round < 200; ++round) {
+        HitList hits(random() % 60);
+        for (auto& each : hits) each = randomHit(random);
+        const bool intelOnly = round % 2 == 0;
+        Regrouping whole(signatures);
+        whole.restart(intelOnly);
+        whole.add(hits);
+        Regrouping stepped(signatures);
+        stepped.restart(intelOnly);
+        for (std::size_t at = 0; at < hits.size();) {
+            const auto step = std::min<std::size_t>(1 + random() % 7, hits.size() - at);
+            stepped.add(std::span(hits).subspan(at, step));
+            at += step;
+        }
+        ASSERT_EQ(whole.groups(), stepped.groups());
+    }
+}
+
+}  // namespace
+}  // namespace vestigo
