@@ -1,0 +1,242 @@
+#include "engine/scanner.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/scan_rules.h"
+#include "engine/walk.h"
+
+namespace vestigo {
+
+/// How background work reaches its Scanner. Only the main thread looks inside.
+struct Scanner::Handle {
+    Scanner* scanner;
+};
+
+namespace {
+
+constexpr std::size_t rootsPerPublication = 40;
+
+}  // namespace
+
+/// Posts what a walk reports. Reports of any scan but the current one are dropped on arrival.
+class Scanner::ScanReports : public WalkListener {
+public:
+    ScanReports(std::shared_ptr<MainQueue> main, std::shared_ptr<Handle> handle,
+                std::uint64_t number)
+        : main_(std::move(main)), handle_(std::move(handle)), number_(number) {}
+
+    void progress(std::int64_t count, const std::string& path) override {
+        post([count, path](Scanner& scanner) { scanner.takeProgress(count, path); });
+    }
+    void partial(HitList added, std::int64_t count) override {
+        post([added = std::move(added), count](Scanner& scanner) {
+            scanner.takeHits(added, count);
+        });
+    }
+    void final(HitList added, std::int64_t count) override {
+        partial(std::move(added), count);
+        post([](Scanner& scanner) { scanner.takeFinish(); });
+    }
+
+private:
+    template <class Report>
+    void post(Report report) {
+        main_->post([handle = handle_, number = number_, report = std::move(report)] {
+            auto* const scanner = handle->scanner;
+            if (scanner && scanner->scanNumber_ == number) report(*scanner);
+        });
+    }
+
+    std::shared_ptr<MainQueue> main_;
+    std::shared_ptr<Handle> handle_;
+    std::uint64_t number_;
+};
+
+/// One background pass over roots without a signature. Its results join what the Scanner has by
+/// then, so passes that overlap do not undo each other.
+class Scanner::SignaturePass {
+public:
+    SignaturePass(const Scanner& scanner, std::vector<std::string> missing)
+        : main_(scanner.services_.main),
+          inspect_(scanner.services_.inspect),
+          closing_(scanner.closing_),
+          handle_(scanner.handle_),
+          missing_(std::move(missing)) {}
+
+    void operator()() {
+        SignatureMap found;
+        for (const auto& root : missing_) {
+            if (closing_.cancelled()) return;
+            found[root] = inspect_(root);
+            if (found.size() == rootsPerPublication) publish(std::exchange(found, {}));
+        }
+        publish(std::move(found));
+        main_->post([handle = handle_] {
+            if (handle->scanner) handle->scanner->takePassEnd();
+        });
+    }
+
+private:
+    void publish(SignatureMap found) {
+        main_->post([handle = handle_, found = std::move(found)]() mutable {
+            if (handle->scanner) handle->scanner->takeSignatures(std::move(found));
+        });
+    }
+
+    std::shared_ptr<MainQueue> main_;
+    std::function<SignInfo(const std::string&)> inspect_;
+    CancelFlag closing_;
+    std::shared_ptr<Handle> handle_;
+    std::vector<std::string> missing_;
+};
+
+Scanner::Scanner(ScannerServices services)
+    : services_(std::move(services)),
+      results_{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}},
+      regrouping_(*results_.signatures),
+      handle_(std::make_shared<Handle>(Handle{this})) {
+    if (services_.migrate) services_.migrate();
+    loadCache();
+}
+
+Scanner::~Scanner() {
+    handle_->scanner = nullptr;
+    closing_.cancel();
+    if (task_) task_->cancel();
+}
+
+void Scanner::startScan(std::vector<std::string> roots) {
+    if (scanning_) return;
+    scanning_ = true;
+    walking_ = true;
+    scannedCount_ = 0;
+    currentPath_.clear();
+    results_.roots = roots;
+    WalkRequest request{std::move(roots), std::exchange(results_.hits, {})};
+    task_ = CancelFlag();
+    ScanReports reports(services_.main, handle_, ++scanNumber_);
+    regrouping_.restart(intelOnly_);
+    services_.background->run(
+        services_.priority,
+        [reader = services_.reader, request = std::move(request), cancelled = *task_,
+         reports = std::move(reports)]() mutable { walk(*reader, request, cancelled, reports); });
+    for (const auto field :
+         {ScannerField::scanning, ScannerField::scannedCount, ScannerField::currentPath,
+          ScannerField::lastRoots, ScannerField::allHits, ScannerField::groups}) {
+        changed(field);
+    }
+}
+
+void Scanner::takeProgress(std::int64_t count, std::string path) {
+    currentPath_ = std::move(path);
+    scannedCount_ = count;
+    changed(ScannerField::currentPath);
+    changed(ScannerField::scannedCount);
+}
+
+void Scanner::takeHits(const HitList& added, std::int64_t count) {
+    results_.hits.insert(results_.hits.end(), added.begin(), added.end());
+    scannedCount_ = count;
+    regrouping_.add(added);
+    changed(ScannerField::allHits);
+    changed(ScannerField::scannedCount);
+    changed(ScannerField::groups);
+}
+
+void Scanner::takeFinish() {
+    scanning_ = false;
+    walking_ = false;
+    currentPath_.clear();
+    lastScanDate_ = services_.now();
+    changed(ScannerField::scanning);
+    changed(ScannerField::currentPath);
+    changed(ScannerField::lastScanDate);
+    saveCache();
+    refreshSignatures();
+}
+
+void Scanner::stop() {
+    if (task_) task_->cancel();
+    scanning_ = false;
+    changed(ScannerField::scanning);
+    saveCache();
+}
+
+void Scanner::setIntelOnly(bool value) {
+    intelOnly_ = value;
+    changed(ScannerField::intelOnly);
+    regroup();
+    refreshSignatures();
+}
+
+void Scanner::regroup() {
+    regrouping_.restart(intelOnly_);
+    regrouping_.add(results_.hits);
+    changed(ScannerField::groups);
+}
+
+void Scanner::refreshSignatures() {
+    if (!services_.inspect) return;
+    std::vector<std::string> missing;
+    for (const auto& group : groups()) {
+        if (!signatures().contains(group.root)) missing.push_back(group.root);
+    }
+    if (missing.empty()) return;
+    ++passes_;
+    services_.background->run(services_.priority, SignaturePass(*this, std::move(missing)));
+}
+
+void Scanner::takeSignatures(SignatureMap found) {
+    for (auto& [root, info] : found) {
+        results_.signatures->insert_or_assign(root, std::move(info));
+    }
+    changed(ScannerField::signatures);
+}
+
+void Scanner::takePassEnd() {
+    --passes_;
+    regroup();
+    saveCache();
+}
+
+void Scanner::saveCache() {
+    results_.date = lastScanDate_ ? *lastScanDate_ : services_.now();
+    services_.store->writeScanFile(results_);
+}
+
+void Scanner::loadCache() {
+    auto record = services_.store->readScanFile();
+    if (!record) return;
+    lastScanDate_ = record->date;
+    results_.hits = std::move(record->hits);
+    results_.roots = std::move(record->roots);
+    if (record->signatures) *results_.signatures = std::move(*record->signatures);
+    regroup();
+    refreshSignatures();
+}
+
+bool Scanner::isAppleSigned(const std::string& root) const {
+    const auto found = signatures().find(root);
+    return found != signatures().end() && found->second.isApple;
+}
+
+void Scanner::pruneHits(const std::string& path) {
+    std::erase_if(results_.hits, [&path](const HitRef& hit) { return liesUnder(hit->path, path); });
+    changed(ScannerField::allHits);
+}
+
+Scanner::Subscription Scanner::subscribe(Observer observer) {
+    auto subscription = std::make_shared<Observer>(std::move(observer));
+    observers_.push_back(subscription);
+    return subscription;
+}
+
+void Scanner::changed(ScannerField field) {
+    std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
+    for (const auto& each : std::vector(observers_)) {
+        if (const auto observer = each.lock()) (*observer)(field);
+    }
+}
+
+}  // namespace vestigo

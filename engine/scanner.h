@@ -1,0 +1,128 @@
+// The engine object: holds the results of the last scan, scans anew, follows signatures, saves.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/records.h"
+#include "engine/regrouping.h"
+#include "engine/scan_store.h"
+#include "platform/directory_reader.h"
+#include "platform/tasks.h"
+
+namespace vestigo {
+
+/// What the Scanner is given to work with.
+struct ScannerServices {
+    std::shared_ptr<MainQueue> main;
+    std::shared_ptr<BackgroundTasks> background;
+    std::shared_ptr<DirectoryReader> reader;
+    std::shared_ptr<ScanStore> store;
+    /// The signature summary of a group root; called on background threads, several at a time.
+    /// Empty: there are no signature passes.
+    std::function<SignInfo(const std::string& root)> inspect;
+    /// Runs once at construction, before the saved scan is read. May be empty.
+    std::function<void()> migrate;
+    /// Seconds since 2001-01-01 00:00:00 UTC.
+    std::function<double()> now;
+    Priority priority = Priority::utility;  ///< Of the scan and the signature passes.
+};
+
+/// The published fields, as named to observers.
+enum class ScannerField : std::uint8_t {
+    allHits,
+    groups,
+    signatures,
+    scanning,
+    scannedCount,
+    currentPath,
+    lastScanDate,
+    lastRoots,
+    intelOnly,
+};
+
+/// Main thread only. May be destroyed at any moment: what runs in the background then ends soon and
+/// its results are dropped.
+class Scanner {
+public:
+    /// Runs the migration, loads the saved scan and starts a signature pass for what it lacks.
+    explicit Scanner(ScannerServices services);
+    ~Scanner();
+    Scanner(const Scanner&) = delete;
+    Scanner& operator=(const Scanner&) = delete;
+
+    /// Every Mach-O file of the last scan, in walk order.
+    [[nodiscard]] const HitList& allHits() const { return results_.hits; }
+    /// Grows in place while a scan runs; references stay good until the groups start over.
+    [[nodiscard]] const GroupList& groups() const { return regrouping_.groups(); }
+    [[nodiscard]] const SignatureMap& signatures() const { return *results_.signatures; }
+    [[nodiscard]] bool scanning() const { return scanning_; }
+    /// Candidate files seen by the running or last scan.
+    [[nodiscard]] std::int64_t scannedCount() const { return scannedCount_; }
+    /// Empty when no scan runs.
+    [[nodiscard]] const std::string& currentPath() const { return currentPath_; }
+    /// Seconds since 2001-01-01 00:00:00 UTC.
+    [[nodiscard]] std::optional<double> lastScanDate() const { return lastScanDate_; }
+    [[nodiscard]] const std::vector<std::string>& lastRoots() const { return results_.roots; }
+    [[nodiscard]] bool intelOnly() const { return intelOnly_; }
+
+    /// Signature passes that have not ended.
+    [[nodiscard]] std::size_t signaturePasses() const { return passes_; }
+    /// The running scan has not handed over its end yet; also after `stop`.
+    [[nodiscard]] bool walking() const { return walking_; }
+
+    /// Ignored while a scan runs.
+    void startScan(std::vector<std::string> roots);
+    /// The scan ends within a moment; what it found by then is still handed over.
+    void stop();
+    void setIntelOnly(bool value);
+    /// Starts the groups over from the hits and signatures.
+    void regroup();
+    /// Inspects, in the background, the group roots without a signature.
+    void refreshSignatures();
+    void saveCache();
+    [[nodiscard]] bool isAppleSigned(const std::string& root) const;
+    /// Forgets the hit at `path` and those below it. The groups follow with the next `regroup`.
+    void pruneHits(const std::string& path);
+
+    /// Calls `observer` after each change of a field, until the subscription is destroyed. It may
+    /// be destroyed in a call, and outlive the Scanner.
+    using Observer = std::function<void(ScannerField)>;
+    using Subscription = std::shared_ptr<void>;
+    [[nodiscard]] Subscription subscribe(Observer observer);
+
+private:
+    struct Handle;
+    class ScanReports;
+    class SignaturePass;
+
+    void loadCache();
+    void takeProgress(std::int64_t count, std::string path);
+    void takeHits(const HitList& added, std::int64_t count);
+    void takeFinish();
+    void takeSignatures(SignatureMap found);
+    void takePassEnd();
+    void changed(ScannerField field);
+
+    ScannerServices services_;
+    ScanFile results_;
+    Regrouping regrouping_;
+    bool scanning_ = false;
+    bool walking_ = false;
+    std::int64_t scannedCount_ = 0;
+    std::string currentPath_;
+    std::optional<double> lastScanDate_;
+    bool intelOnly_ = true;
+    std::optional<CancelFlag> task_;  ///< Of the running or last scan.
+    std::uint64_t scanNumber_ = 0;
+    std::size_t passes_ = 0;
+    CancelFlag closing_;
+    std::shared_ptr<Handle> handle_;
+    std::vector<std::weak_ptr<Observer>> observers_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,226 @@
+#include "engine/scanner.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/linux_directory_reader.h"
+#include "platform/linux/linux_tasks.h"
+#include "platform/run_loop.h"
+#include "tests/support/mach_o_maker.h"
+#include "tests/support/scan_fakes.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+using Paths = std::vector<std::string>;
+
+/// A gate that background work waits at until the test opens it.
+class Gate {
+public:
+    void open() {
+        const std::lock_guard lock(mutex_);
+        isOpen_ = true;
+        opened_.notify_all();
+    }
+    void pass() {
+        std::unique_lock lock(mutex_);
+        opened_.wait(lock, [this] { return isOpen_; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable opened_;
+    bool isOpen_ = false;
+};
+
+class ScannerTest : public testing::Test {
+protected:
+    void SetUp() override { make(); }
+
+    void make() {
+        scanner.reset();
+        scanner = std::make_unique<Scanner>(ScannerServices{
+            .main = loop,
+            .background = tasks,
+            .reader = std::make_shared<LinuxDirectoryReader>(),
+            .store = store,
+            .inspect = [this](const std::string& root) { return inspect(root); },
+            .migrate = {},
+            .now = [] { return 99.5; },
+        });
+    }
+
+    SignInfo inspect(const std::string& root) {
+        gate.pass();
+        const std::lock_guard lock(mutex);
+        inspected.push_back(root);
+        return {root.ends_with("apple"), "Vendor"};
+    }
+
+    void settle() {
+        gate.open();
+        loop->runUntil([this] { return !scanner->walking() && scanner->signaturePasses() == 0; });
+    }
+    void scan() {
+        scanner->startScan({tree.path()});
+        settle();
+    }
+    [[nodiscard]] Paths roots() const {
+        Paths result;
+        for (const auto& group : scanner->groups()) result.push_back(group.root);
+        return result;
+    }
+
+    test::TemporaryTree tree;
+    std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
+    std::shared_ptr<LinuxTasks> tasks = std::make_shared<LinuxTasks>();
+    std::shared_ptr<test::MemoryStore> store = std::make_shared<test::MemoryStore>();
+    Gate gate;
+    std::mutex mutex;
+    Paths inspected;
+    std::unique_ptr<Scanner> scanner;
+    const std::string intel = test::thinMachO(test::cpuX86_64);
+};
+
+TEST_F(ScannerTest, ScansPublishesInspectsAndSaves) {
+    const auto tool = tree.file("bin/tool", intel);
+    const auto apple = tree.file("bin/apple", intel);
+    tree.file("bin/arm", test::thinMachO(test::cpuArm64));
+    std::set<ScannerField> seen;
+    const auto watching = scanner->subscribe([&](ScannerField field) { seen.insert(field); });
+    scanner->startScan({tree.path()});
+    EXPECT_TRUE(scanner->scanning());
+    scanner->startScan({"/elsewhere"});
+    EXPECT_EQ(scanner->lastRoots(), Paths{tree.path()});
+    settle();
+
+    EXPECT_FALSE(scanner->scanning());
+    EXPECT_EQ(scanner->scannedCount(), 3);
+    EXPECT_EQ(scanner->allHits().size(), 3U);
+    EXPECT_EQ(scanner->groups().size(), 2U);
+    EXPECT_EQ(scanner->lastScanDate(), 99.5);
+    EXPECT_TRUE(scanner->isAppleSigned(apple));
+    EXPECT_FALSE(scanner->isAppleSigned(tool));
+    for (const auto& group : scanner->groups()) {
+        EXPECT_EQ(group.fix, group.root == apple ? Fix::apple : Fix::manual);
+    }
+    ASSERT_TRUE(store->record);
+    EXPECT_EQ(store->record->version, 3);
+    EXPECT_EQ(store->record->date, 99.5);
+    EXPECT_EQ(store->record->hits.size(), 3U);
+    EXPECT_EQ(store->record->signatures->size(), 2U);
+    EXPECT_EQ(seen.size(), 8U);  // all but intelOnly
+}
+
+TEST_F(ScannerTest, ShowsTheSavedScanAgainAndInspectsWhatItLacks) {
+    const auto a = tree.file("a", intel);
+    const auto b = tree.file("b", intel);
+    scan();
+    store->record->signatures->erase(b);
+    inspected.clear();
+    make();
+    EXPECT_EQ(scanner->allHits().size(), 2U);
+    EXPECT_EQ(scanner->lastRoots(), Paths{tree.path()});
+    EXPECT_EQ(scanner->lastScanDate(), 99.5);
+    EXPECT_TRUE(scanner->intelOnly());
+    settle();
+    EXPECT_EQ(inspected, Paths{b});
+    const auto c = tree.file("c", intel);
+    scan();
+    EXPECT_EQ(inspected, (Paths{b, c}));
+    EXPECT_EQ(roots().size(), 3U);
+}
+
+TEST_F(ScannerTest, StopsAtOnceAndStillTakesWhatWasFound) {
+    for (int i = 0; i < 3000; ++i) tree.file("f" + std::to_string(i), intel);
+    scanner->startScan({tree.path()});
+    scanner->stop();
+    EXPECT_FALSE(scanner->scanning());
+    EXPECT_EQ(store->writes, 1);
+    EXPECT_TRUE(scanner->walking());
+    settle();
+    EXPECT_EQ(scanner->lastScanDate(), 99.5);
+    EXPECT_LE(scanner->allHits().size(), 3000U);
+    EXPECT_GE(store->writes, 2);
+}
+
+TEST_F(ScannerTest, DropsTheHandOversOfAnEarlierScan) {
+    tree.file("old/a", intel);
+    const auto fresh = tree.file("new/b", intel);
+    scanner->startScan({tree.at("old")});
+    scanner->stop();
+    scanner->startScan({tree.at("new")});
+    settle();
+    EXPECT_EQ(roots(), Paths{fresh});
+    EXPECT_EQ(scanner->scannedCount(), 1);
+}
+
+TEST_F(ScannerTest, PublishesSignaturesEvery40Roots) {
+    for (int i = 0; i < 100; ++i) tree.file("f" + std::to_string(i), intel);
+    std::vector<std::size_t> published;
+    const auto watching = scanner->subscribe([&](ScannerField field) {
+        if (field == ScannerField::signatures) published.push_back(scanner->signatures().size());
+    });
+    scan();
+    EXPECT_EQ(published, (std::vector<std::size_t>{40, 80, 100}));
+}
+
+TEST_F(ScannerTest, MergesOverlappingSignaturePasses) {
+    tree.file("a", intel);
+    tree.file("b", test::thinMachO(test::cpuArm64));
+    scanner->startScan({tree.path()});
+    loop->runUntil([this] { return !scanner->walking(); });
+    scanner->setIntelOnly(false);
+    EXPECT_EQ(scanner->signaturePasses(), 2U);
+    settle();
+    EXPECT_EQ(scanner->signatures().size(), 2U);
+    EXPECT_EQ(inspected.size(), 3U);
+    scanner->setIntelOnly(true);
+    EXPECT_EQ(scanner->signaturePasses(), 0U);
+    EXPECT_EQ(roots(), Paths{tree.at("a")});
+}
+
+TEST_F(ScannerTest, PrunesAPathAndWhatLiesBelowIt) {
+    tree.file("Foo.app/Contents/MacOS/Foo", intel);
+    const auto other = tree.file("Foo.app2/x", intel);
+    scan();
+    scanner->pruneHits(tree.at("Foo.app"));
+    scanner->regroup();
+    EXPECT_EQ(roots(), Paths{other});
+}
+
+TEST_F(ScannerTest, KeepsPrunedHitsAwayWhileTheScanGoesOn) {
+    for (int i = 0; i < 5000; ++i) tree.file("A.app/f" + std::to_string(i), intel);
+    scanner->startScan({tree.path()});
+    loop->runUntil([this] { return scanner->allHits().size() >= 2000; });
+    const auto gone = scanner->allHits().front()->path;
+    scanner->pruneHits(gone);
+    scanner->regroup();
+    settle();
+    EXPECT_EQ(scanner->allHits().size(), 4999U);
+    EXPECT_EQ(scanner->groups().begin()->legacyCount(), 4999U);
+}
+
+TEST_F(ScannerTest, MayBeDestroyedAtAnyMoment) {
+    for (int i = 0; i < 2500; ++i)
+        tree.file("d" + std::to_string(i % 50) + "/f" + std::to_string(i), intel);
+    for (int round = 0; round < 8; ++round) {
+        make();
+        scanner->startScan({tree.path()});
+        if (round % 2 == 1) loop->runUntil([this] { return scanner->scannedCount() > 0; });
+        if (round >= 4) loop->runUntil([this] { return !scanner->walking(); });
+        scanner.reset();
+        gate.open();
+        loop->runPosted();
+    }
+    tasks.reset();
+    loop->runPosted();
+}
+
+}  // namespace
+}  // namespace vestigo
