@@ -103,8 +103,16 @@ struct SignInfo {
     bool operator==(const SignInfo&) const = default;
 };
 
+/// Lets a map of strings be asked with a view.
+struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const noexcept {
+        return std::hash<std::string_view>{}(text);
+    }
+};
+
 /// Group root → summary.
-using SignatureMap = std::unordered_map<std::string, SignInfo>;
+using SignatureMap = std::unordered_map<std::string, SignInfo, TextHash, std::equal_to<>>;
 
 /// A support file or folder of a bundle that is about to be removed.
 struct Leftover {

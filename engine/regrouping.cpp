@@ -1,7 +1,8 @@
 #include "engine/regrouping.h"
 
-#include <utility>
+#include <memory>
 
+#include "engine/grouping.h"
 #include "engine/scan_rules.h"
 
 namespace vestigo {
@@ -9,12 +10,15 @@ namespace vestigo {
 void Regrouping::restart(bool intelOnly) {
     intelOnly_ = intelOnly;
     groups_ = {};
-    roots_.clear();
-    rootTexts_.clear();
     latest_ = nullptr;
+    std::destroy_at(&roots_);
+    memory_->release();
+    std::construct_at(&roots_, memory_.get());
+    ownTexts_.clear();
 }
 
 void Regrouping::add(std::span<const HitRef> hits) {
+    if (roots_.empty()) roots_.reserve(hits.size());
     for (const auto& hit : hits) {
         auto& root = rootOf(*hit);
         if (!root.hasArm64 && holdsArm64(hit->archs)) noteArm64(root);
@@ -25,30 +29,25 @@ void Regrouping::add(std::span<const HitRef> hits) {
 Regrouping::Root& Regrouping::rootOf(const BinaryHit& hit) {
     if (latest_ && latest_->isBundle && liesUnder(hit.path, latest_->text)) return *latest_;
     const auto length = bundleLength(hit.path);
-    const auto text = std::string_view(hit.path).substr(0, length.value_or(hit.path.size()));
-    const auto known = roots_.find(text);
-    latest_ = known != roots_.end() ? &known->second : &newRoot(groupRoot(hit.path));
+    auto text = std::string_view(hit.path).substr(0, length.value_or(hit.path.size()));
+    // A root is joined from its components, so one with empty components differs from the path.
+    if (length && text.find("//") != std::string_view::npos) {
+        text = ownTexts_.emplace_back(groupRoot(hit.path).root);
+    }
+    const auto [place, isNew] = roots_.try_emplace(text);
+    latest_ = &place->second;
+    if (isNew) {
+        latest_->text = text;
+        latest_->isBundle = length.has_value();
+    }
     return *latest_;
-}
-
-// The text of a path with empty components differs from its root's, and is looked up again.
-Regrouping::Root& Regrouping::newRoot(GroupRoot found) {
-    const auto known = roots_.find(found.root);
-    if (known != roots_.end()) return known->second;
-    const std::string_view text = rootTexts_.emplace_back(std::move(found.root));
-    const auto signature = signatures_->find(rootTexts_.back());
-    auto& root = roots_[text];
-    root.text = text;
-    root.isBundle = found.isBundle;
-    root.isApple = signature != signatures_->end() && signature->second.isApple;
-    return root;
 }
 
 void Regrouping::noteArm64(Root& root) {
     root.hasArm64 = true;
     if (!root.group) return;
     root.group->hasArm64 = true;
-    root.group->fix = fixForPath(root.text, root.isApple, true);
+    root.group->fix = fixForPath(root.text, isApple(root.text), true);
 }
 
 void Regrouping::list(Root& root, const HitRef& hit) {
@@ -57,10 +56,15 @@ void Regrouping::list(Root& root, const HitRef& hit) {
                                    .isBundle = root.isBundle,
                                    .category = categoryForPath(root.text),
                                    .hits = {},
-                                   .fix = fixForPath(root.text, root.isApple, root.hasArm64),
+                                   .fix = fixForPath(root.text, isApple(root.text), root.hasArm64),
                                    .hasArm64 = root.hasArm64});
     }
     root.group->hits.push_back(hit);
+}
+
+bool Regrouping::isApple(std::string_view root) const {
+    const auto signature = signatures_->find(root);
+    return signature != signatures_->end() && signature->second.isApple;
 }
 
 }  // namespace vestigo

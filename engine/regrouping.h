@@ -2,13 +2,14 @@
 #pragma once
 
 #include <deque>
+#include <memory>
+#include <memory_resource>
 #include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 #include "engine/group_list.h"
-#include "engine/grouping.h"
 #include "engine/records.h"
 
 namespace vestigo {
@@ -22,7 +23,8 @@ public:
 
     /// Starts over with no groups. `intelOnly`: list only the legacy files.
     void restart(bool intelOnly);
-    /// The next hits, in the order of the engine's hit list.
+    /// The next hits, in the order of the engine's hit list. Whoever adds them keeps them alive
+    /// until the next `restart` or the end of this object.
     void add(std::span<const HitRef> hits);
 
     [[nodiscard]] const GroupList& groups() const { return groups_; }
@@ -34,19 +36,22 @@ private:
         BundleGroup* group = nullptr;  ///< Null while no file of it is listed.
         bool isBundle = false;
         bool hasArm64 = false;
-        bool isApple = false;
     };
+    using Roots = std::pmr::unordered_map<std::string_view, Root>;
 
     Root& rootOf(const BinaryHit& hit);
-    Root& newRoot(GroupRoot found);
     void noteArm64(Root& root);
     void list(Root& root, const HitRef& hit);
+    [[nodiscard]] bool isApple(std::string_view root) const;
 
     const SignatureMap* signatures_;
     bool intelOnly_ = true;
     GroupList groups_;
-    std::deque<std::string> rootTexts_;  ///< Owns what the keys and roots point into.
-    std::unordered_map<std::string_view, Root> roots_;
+    /// The map's nodes come and go all together.
+    std::unique_ptr<std::pmr::monotonic_buffer_resource> memory_ =
+        std::make_unique<std::pmr::monotonic_buffer_resource>();
+    std::deque<std::string> ownTexts_;  ///< Of the few roots that are not part of a hit's path.
+    Roots roots_{memory_.get()};        ///< Texts are views into `ownTexts_` or the hits' paths.
     Root* latest_ = nullptr;  ///< The root of the hit before: files of a bundle come in a row.
 };
 
