@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "engine/text.h"
+
 namespace vestigo {
 namespace {
 
@@ -34,10 +36,6 @@ constexpr std::string_view commandDirectories[] = {
     "/opt/local/bin/",
     "/opt/local/sbin/",
 };
-
-char lowerCase(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 bool contains(std::string_view text, std::string_view piece) {
     return text.find(piece) != std::string_view::npos;

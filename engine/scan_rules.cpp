@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "engine/text.h"
+
 namespace vestigo {
 namespace {
 
@@ -25,10 +27,6 @@ constexpr std::string_view skippedSuffixes[] = {
     ".db",     ".db-wal",  ".db-shm",     ".wal",        ".shm",
     ".sqlite", ".sqlite3", ".sqlite-wal", ".sqlite-shm",
 };
-
-char lowerCase(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 bool endsWithIgnoringCase(std::string_view text, std::string_view lowerSuffix) {
     if (text.size() < lowerSuffix.size()) return false;
