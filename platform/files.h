@@ -1,0 +1,27 @@
+// Whole-file operations. Paths are byte strings. Thread-safe; blocking.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vestigo {
+
+class Files {
+public:
+    virtual ~Files() = default;
+    /// The whole content. Absent when it cannot be read or is no regular file.
+    [[nodiscard]] virtual std::optional<std::string> read(const std::string& path) = 0;
+    /// Replaces the file whole: a private temporary file (readable and writable by its owner only)
+    /// in the same folder, flushed to disk, renamed over the old one. Whenever it is interrupted,
+    /// the old or the new file is there whole. False when anything failed; the old file then stays
+    /// and nothing is left behind.
+    [[nodiscard]] virtual bool replace(const std::string& path, std::string_view content) = 0;
+    [[nodiscard]] virtual bool exists(const std::string& path) = 0;
+    /// With missing parents. True when the folder is there afterwards.
+    virtual bool createFolders(const std::string& path) = 0;
+    /// Never overwrites; a half-made copy does not stay. False when anything failed.
+    [[nodiscard]] virtual bool copy(const std::string& from, const std::string& to) = 0;
+};
+
+}  // namespace vestigo

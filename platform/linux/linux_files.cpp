@@ -1,0 +1,190 @@
+#include "platform/linux/linux_files.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/descriptor.h"
+
+namespace vestigo {
+namespace {
+
+/// Repeats a call that a signal interrupted.
+template <class Call>
+auto retrying(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) result = call();
+    return result;
+}
+
+constexpr std::size_t largestFile = std::size_t{1} << 31U;
+
+/// The size of an open regular file that is not too large to be read.
+std::optional<std::size_t> readableSize(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    return size <= largestFile ? std::optional(size) : std::nullopt;
+}
+
+/// Much memory is filled several times faster when it comes in large pages.
+void preferLargePages(std::string& buffer) {
+    constexpr std::size_t much = std::size_t{4} << 20U;
+    if (buffer.capacity() < much) return;
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto begin = (reinterpret_cast<std::uintptr_t>(buffer.data()) + page - 1) / page * page;
+    const auto end = reinterpret_cast<std::uintptr_t>(buffer.data()) + buffer.capacity();
+    ::madvise(reinterpret_cast<void*>(begin), (end - begin) / page * page, MADV_HUGEPAGE);
+}
+
+std::optional<std::string> readAll(int file) {
+    const auto size = readableSize(file);
+    if (!size) return std::nullopt;
+    std::string content;
+    // One byte more than expected shows the end without another round.
+    content.reserve(*size + 1);
+    preferLargePages(content);
+    content.resize(*size + 1);
+    std::size_t used = 0;
+    for (;;) {
+        const auto count =
+            retrying([&] { return ::read(file, content.data() + used, content.size() - used); });
+        if (count < 0) return std::nullopt;
+        used += static_cast<std::size_t>(count);
+        if (count == 0) break;
+        if (used < content.size()) continue;
+        if (used > largestFile) return std::nullopt;
+        content.resize(used * 2);
+    }
+    content.resize(used);
+    return content;
+}
+
+bool writeAll(int file, std::string_view content) {
+    while (!content.empty()) {
+        const auto count = retrying([&] { return ::write(file, content.data(), content.size()); });
+        if (count < 0) return false;
+        content.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+/// Folder and name of a path; the folder of a bare name is the current one.
+std::pair<std::string, std::string> split(const std::string& path) {
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos) return {".", path};
+    return {path.substr(0, slash + 1), path.substr(slash + 1)};
+}
+
+/// A name that nobody can foresee. Empty when the system gives no random bytes.
+std::string unguessableName() {
+    unsigned char bytes[16];
+    if (::getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) return {};
+    std::string name = ".vestigo-";
+    for (const auto byte : bytes) {
+        constexpr std::string_view digits = "0123456789abcdef";
+        name += digits[byte >> 4U];
+        name += digits[byte & 0xFU];
+    }
+    return name;
+}
+
+/// A new file beside `path` that takes its place once it is whole. Gone when it never does.
+class Successor {
+public:
+    explicit Successor(const std::string& path) : Successor(split(path)) {}
+    ~Successor() {
+        if (!placed_ && file_) ::unlinkat(folder_.get(), temporary_.c_str(), 0);
+    }
+    Successor(const Successor&) = delete;
+    Successor& operator=(const Successor&) = delete;
+
+    /// Writes the content and waits until it is on the disk.
+    [[nodiscard]] bool write(std::string_view content) {
+        return file_ && writeAll(file_.get(), content) &&
+               retrying([&] { return ::fsync(file_.get()); }) == 0;
+    }
+
+    [[nodiscard]] bool replace() { return place(0); }
+
+    [[nodiscard]] bool placeIfFree() {
+        if (place(RENAME_NOREPLACE)) return true;
+        if (errno != EINVAL && errno != ENOSYS) return false;
+        // File systems without such a rename have links, which never overwrite either.
+        const int folder = folder_.get();
+        return ::linkat(folder, temporary_.c_str(), folder, name_.c_str(), 0) == 0;
+    }
+
+private:
+    explicit Successor(std::pair<std::string, std::string> place)
+        : name_(std::move(place.second)),
+          temporary_(unguessableName()),
+          folder_(retrying(
+              [&] { return ::open(place.first.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); })),
+          file_(create()) {}
+
+    [[nodiscard]] int create() const {
+        if (!folder_ || name_.empty() || temporary_.empty()) return -1;
+        return retrying([&] {
+            return ::openat(folder_.get(), temporary_.c_str(),
+                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        });
+    }
+
+    bool place(unsigned flags) {
+        const int folder = folder_.get();
+        placed_ = ::renameat2(folder, temporary_.c_str(), folder, name_.c_str(), flags) == 0;
+        // The file is whole under either name, so a folder that cannot be flushed is no failure.
+        if (placed_) ::fsync(folder);
+        return placed_;
+    }
+
+    std::string name_;
+    std::string temporary_;
+    Descriptor folder_;
+    Descriptor file_;
+    bool placed_ = false;
+};
+
+}  // namespace
+
+std::optional<std::string> LinuxFiles::read(const std::string& path) {
+    // Not blocking: a FIFO would wait for a writer.
+    const Descriptor file(retrying(
+        [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
+    return file ? readAll(file.get()) : std::nullopt;
+}
+
+bool LinuxFiles::replace(const std::string& path, std::string_view content) {
+    Successor successor(path);
+    return successor.write(content) && successor.replace();
+}
+
+bool LinuxFiles::exists(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+bool LinuxFiles::createFolders(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    return std::filesystem::is_directory(path, error);
+}
+
+bool LinuxFiles::copy(const std::string& from, const std::string& to) {
+    const auto content = read(from);
+    if (!content) return false;
+    Successor successor(to);
+    return successor.write(*content) && successor.placeIfFree();
+}
+
+}  // namespace vestigo

@@ -1,0 +1,20 @@
+// Whole files on Linux.
+#pragma once
+
+#include "platform/files.h"
+
+namespace vestigo {
+
+/// Links are followed when reading. `replace` and `copy` make files that only their owner may read
+/// and write; where a link stands, `replace` puts the file in its place. `read` refuses what is
+/// larger than 2 GiB.
+class LinuxFiles : public Files {
+public:
+    [[nodiscard]] std::optional<std::string> read(const std::string& path) override;
+    [[nodiscard]] bool replace(const std::string& path, std::string_view content) override;
+    [[nodiscard]] bool exists(const std::string& path) override;
+    bool createFolders(const std::string& path) override;
+    [[nodiscard]] bool copy(const std::string& from, const std::string& to) override;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,106 @@
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/linux/linux_files.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FilesTest : testing::Test {
+    test::TemporaryTree tree;
+    LinuxFiles files;
+
+    [[nodiscard]] auto entries() const {
+        return std::distance(fs::directory_iterator(tree.path()), fs::directory_iterator());
+    }
+};
+
+TEST_F(FilesTest, ReplacesByAPrivateFileAndLeavesNothingBeside) {
+    const auto target = tree.file("target", "untouched");
+    const auto path = tree.at("na\xffme");
+    fs::create_symlink(target, path);
+    const std::string content("new\0\n", 5);
+    EXPECT_TRUE(files.replace(path, content));
+    EXPECT_EQ(files.read(path), content);
+    EXPECT_EQ(fs::symlink_status(path).permissions(), fs::perms{0600});
+    EXPECT_EQ(files.read(target), "untouched");
+    EXPECT_TRUE(files.replace(path, ""));
+    EXPECT_EQ(files.read(path), "");
+    EXPECT_EQ(entries(), 2);
+}
+
+TEST_F(FilesTest, AFailedReplacementChangesNothing) {
+    const auto file = tree.file("file", "old");
+    const auto folder = tree.folder("folder");
+    for (const auto& path : {folder, folder + "/", tree.at("none/file"), file + "/below",
+                             tree.at(std::string(300, 'n'))}) {
+        EXPECT_FALSE(files.replace(path, "new")) << path;
+    }
+    EXPECT_EQ(files.read(file), "old");
+    EXPECT_EQ(entries(), 2);
+    EXPECT_TRUE(fs::is_empty(folder));
+}
+
+TEST_F(FilesTest, AKilledWriterLeavesTheOldOrTheNewFileWhole) {
+    const auto path = tree.at("file");
+    const std::string contents[] = {std::string(300000, 'a'), std::string(500000, 'b')};
+    ASSERT_TRUE(files.replace(path, contents[0]));
+    for (int round = 0; round < 40; ++round) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (unsigned i = 0;; ++i) static_cast<void>(files.replace(path, contents[i % 2]));
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(2000 + round * 317));
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+        const auto found = files.read(path);
+        ASSERT_TRUE(found == contents[0] || found == contents[1]) << "round " << round;
+    }
+}
+
+TEST_F(FilesTest, ReadsOnlyRegularFilesOfReasonableSize) {
+    const auto fifo = tree.at("fifo");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const auto huge = tree.file("huge");
+    fs::resize_file(huge, std::uintmax_t{1} << 42U);
+    for (const auto& path : {fifo, huge, tree.path(), tree.at("none")}) {
+        EXPECT_FALSE(files.read(path)) << path;
+    }
+    // Its size is said to be 0.
+    EXPECT_NE(files.read("/proc/self/status").value_or(""), "");
+}
+
+TEST_F(FilesTest, CopiesWithoutOverwriting) {
+    const auto from = tree.file("from", "content");
+    const auto to = tree.at("to");
+    EXPECT_TRUE(files.copy(from, to));
+    EXPECT_EQ(files.read(to), "content");
+    EXPECT_FALSE(files.copy(tree.file("other", "other"), to));
+    EXPECT_FALSE(files.copy(tree.at("none"), tree.at("new")));
+    EXPECT_EQ(files.read(to), "content");
+    EXPECT_EQ(entries(), 3);
+}
+
+TEST_F(FilesTest, CreatesFoldersWithTheirParents) {
+    for (int time = 0; time < 2; ++time) EXPECT_TRUE(files.createFolders(tree.at("a/b/c")));
+    EXPECT_TRUE(files.exists(tree.at("a/b/c")));
+    const auto file = tree.file("file");
+    EXPECT_FALSE(files.createFolders(file));
+    EXPECT_FALSE(files.createFolders(file + "/below"));
+    EXPECT_FALSE(files.exists(file + "/below"));
+}
+
+}  // namespace
+}  // namespace vestigo
