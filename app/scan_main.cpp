@@ -1,0 +1,143 @@
+// vestigo-scan: the engine without a window.
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "app/progress_line.h"
+#include "app/scan_options.h"
+#include "app/scan_session.h"
+#include "engine/scan_rules.h"
+#include "persist/scan_file_reader.h"
+#include "persist/signature_inspector.h"
+#include "platform/interrupt.h"
+#include "platform/linux/linux_code_signing.h"
+#include "platform/linux/linux_directory_reader.h"
+#include "platform/linux/linux_files.h"
+#include "platform/linux/linux_standard_folders.h"
+#include "platform/linux/linux_tasks.h"
+#include "platform/terminal.h"
+
+namespace vestigo {
+namespace {
+
+enum Status : int { done = 0, notWritten = 1, wrongUsage = 2, interruptedByUser = 130 };
+
+int refuse(const std::string& message) {
+    std::fprintf(stderr, "vestigo-scan: %s\n", message.c_str());
+    return wrongUsage;
+}
+
+/// Whoever closed the pipe knows; other failures are said.
+int print(const std::string& text) {
+    const bool written =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (written) return done;
+    if (errno != EPIPE) std::perror("vestigo-scan: cannot write the output");
+    return notWritten;
+}
+
+/// The folders to walk, or why one of them cannot be.
+struct Roots {
+    std::vector<std::string> folders;
+    std::optional<std::string> problem;
+};
+
+Roots rootsOf(const ScanOptions& options) {
+    if (options.folders.empty()) {
+        return {scanRoots(std::nullopt, Scope::smart, linuxStandardFolders().home), {}};
+    }
+    std::error_code error;
+    const auto current = std::filesystem::current_path(error).string();
+    Roots roots;
+    for (const auto& folder : options.folders) {
+        auto path = absoluteLexically(folder, current);
+        if (!path.starts_with('/')) return {{}, "the current folder is gone"};
+        const auto status = std::filesystem::status(path, error);
+        if (status.type() == std::filesystem::file_type::not_found) {
+            return {{}, folder + " does not exist"};
+        }
+        if (std::filesystem::exists(status) && !std::filesystem::is_directory(status)) {
+            return {{}, folder + " is not a folder"};
+        }
+        roots.folders.push_back(std::move(path));
+    }
+    return roots;
+}
+
+ScanSessionServices servicesFor(const ScanOptions& options, std::shared_ptr<RunLoop> loop) {
+    ScanSessionServices services;
+    services.loop = std::move(loop);
+    services.background = std::make_shared<LinuxTasks>();
+    services.reader = std::make_shared<LinuxDirectoryReader>();
+    if (options.signatures) {
+        services.inspect = [signing =
+                                std::make_shared<LinuxCodeSigning>()](const std::string& root) {
+            return inspectSignature(*signing, root);
+        };
+    }
+    return services;
+}
+
+/// An unusable file gives the reason.
+std::variant<std::optional<ScanFile>, std::string> previousScan(const ScanOptions& options) {
+    if (!options.previous) return std::nullopt;
+    const auto content = LinuxFiles().read(*options.previous);
+    if (!content) return "cannot read " + *options.previous;
+    auto record = decodeScanFile(*content);
+    if (!record) return *options.previous + " is no saved scan, or one of an older version";
+    return record;
+}
+
+void showProgress(const Scanner& scanner, ScannerField field, ProgressLine& line) {
+    if (field == ScannerField::scannedCount && !scanner.currentPath().empty()) {
+        line.show(scanner.scannedCount(), scanner.currentPath());
+    }
+}
+
+int scan(const ScanOptions& options) {
+    auto roots = rootsOf(options);
+    if (roots.problem) return refuse(*roots.problem);
+    auto previous = previousScan(options);
+    if (const auto* const problem = std::get_if<std::string>(&previous)) return refuse(*problem);
+
+    const auto loop = std::make_shared<RunLoop>();
+    const auto interrupted = std::make_shared<bool>(false);
+    watchForInterrupt([loop, interrupted] { loop->post([interrupted] { *interrupted = true; }); });
+    ScanSession session(servicesFor(options, loop),
+                        std::move(std::get<std::optional<ScanFile>>(previous)));
+    {
+        std::optional<ProgressLine> line;
+        if (const auto width = errorTerminalWidth()) line.emplace(*width);
+        const auto watching = session.scanner().subscribe([&](ScannerField field) {
+            if (line) showProgress(session.scanner(), field, *line);
+        });
+        session.run(std::move(roots.folders), options.all, *interrupted);
+    }
+    const auto status = print(options.json ? session.json() : session.csv());
+    if (status != done) return status;
+    return *interrupted ? interruptedByUser : done;
+}
+
+int runProgram(const std::vector<std::string>& arguments) {
+    const auto parsed = parseScanOptions(arguments);
+    if (const auto* const text = std::get_if<PrintText>(&parsed)) return print(text->text);
+    if (const auto* const wrong = std::get_if<WrongUsage>(&parsed)) {
+        return refuse(wrong->message + " (see --help)");
+    }
+    return scan(std::get<ScanOptions>(parsed));
+}
+
+}  // namespace
+}  // namespace vestigo
+
+int main(int argc, char** argv) {
+    return vestigo::runProgram({argv + (argc > 0 ? 1 : 0), argv + argc});
+}

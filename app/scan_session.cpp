@@ -1,0 +1,67 @@
+#include "app/scan_session.h"
+
+#include <utility>
+
+#include "persist/csv.h"
+#include "persist/scan_file_writer.h"
+#include "platform/clock.h"
+
+namespace vestigo {
+
+/// Nothing is kept between launches; the record is made when it is asked for.
+class ScanSession::Store : public ScanStore {
+public:
+    explicit Store(std::optional<ScanFile> previous) : previous_(std::move(previous)) {}
+
+    std::optional<ScanFile> readScanFile() override {
+        return std::exchange(previous_, std::nullopt);
+    }
+    void writeScanFile(const ScanFile& record) override {
+        if (wanted_) text_ = encodeScanFile(record).value_or("");
+    }
+    std::string textOf(Scanner& scanner) {
+        wanted_ = true;
+        scanner.saveCache();
+        return std::move(text_);
+    }
+
+private:
+    std::optional<ScanFile> previous_;
+    bool wanted_ = false;
+    std::string text_;
+};
+
+ScanSession::ScanSession(ScanSessionServices services, std::optional<ScanFile> previous)
+    : loop_(std::move(services.loop)),
+      store_(std::make_shared<Store>(std::move(previous))),
+      scanner_(std::make_unique<Scanner>(ScannerServices{
+          .main = loop_,
+          .background = std::move(services.background),
+          .reader = std::move(services.reader),
+          .store = store_,
+          .inspect = std::move(services.inspect),
+          .migrate = {},
+          .now = secondsSince2001,
+          .priority = Priority::normal,
+      })) {}
+
+ScanSession::~ScanSession() = default;
+
+void ScanSession::run(std::vector<std::string> roots, bool all, const bool& interrupted) {
+    if (all) scanner_->setIntelOnly(false);
+    scanner_->startScan(std::move(roots));
+    loop_->runUntil([this, &interrupted] {
+        if (interrupted && scanner_->scanning()) scanner_->stop();
+        return !scanner_->walking() && (interrupted || scanner_->signaturePasses() == 0);
+    });
+}
+
+std::string ScanSession::csv() const {
+    return csvText(scanner_->groups(), scanner_->signatures());
+}
+
+std::string ScanSession::json() {
+    return store_->textOf(*scanner_);
+}
+
+}  // namespace vestigo

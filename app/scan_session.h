@@ -1,0 +1,47 @@
+// One scan from beginning to end, for programs without a window.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/scanner.h"
+#include "platform/run_loop.h"
+
+namespace vestigo {
+
+struct ScanSessionServices {
+    std::shared_ptr<RunLoop> loop;
+    std::shared_ptr<BackgroundTasks> background;
+    std::shared_ptr<DirectoryReader> reader;
+    std::function<SignInfo(const std::string& root)> inspect;  ///< Empty: leave the vendors out.
+};
+
+/// Main thread only.
+class ScanSession {
+public:
+    /// `previous`: what an earlier scan saved.
+    ScanSession(ScanSessionServices services, std::optional<ScanFile> previous);
+    ~ScanSession();
+
+    /// Blocks until the scan and its signatures are done. A job on the loop may set `interrupted`:
+    /// that ends it as the Stop button would, without the signatures not known by then.
+    void run(std::vector<std::string> roots, bool all, const bool& interrupted);
+
+    [[nodiscard]] Scanner& scanner() { return *scanner_; }
+    /// The results as CSV.
+    [[nodiscard]] std::string csv() const;
+    /// The results as the record that an application would save.
+    [[nodiscard]] std::string json();
+
+private:
+    class Store;
+
+    std::shared_ptr<RunLoop> loop_;
+    std::shared_ptr<Store> store_;
+    std::unique_ptr<Scanner> scanner_;
+};
+
+}  // namespace vestigo

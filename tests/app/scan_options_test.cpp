@@ -1,0 +1,56 @@
+#include "app/scan_options.h"
+
+#include <gtest/gtest.h>
+
+#include "app/progress_line.h"
+
+namespace vestigo {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+ScanOptions options(const Arguments& arguments) {
+    return std::get<ScanOptions>(parseScanOptions(arguments));
+}
+
+std::string problem(const Arguments& arguments) {
+    return std::get<WrongUsage>(parseScanOptions(arguments)).message;
+}
+
+TEST(ScanOptions, TakesFoldersAndOptionsInAnyOrder) {
+    const auto parsed = options(
+        {"a", "--json", "--all", "--no-signatures", "--previous", "-p", "b", "--", "--all"});
+    EXPECT_EQ(parsed.folders, (Arguments{"a", "b", "--all"}));
+    EXPECT_TRUE(parsed.json && parsed.all && !parsed.signatures);
+    EXPECT_EQ(parsed.previous, "-p");
+    EXPECT_EQ(options({"--previous=x=y"}).previous, "x=y");
+    EXPECT_TRUE(options({}).folders.empty());
+}
+
+TEST(ScanOptions, SaysWhatIsWrong) {
+    EXPECT_EQ(problem({"--previous"}), "--previous needs a file");
+    EXPECT_EQ(problem({"--fast", "--help"}), "unknown option --fast");
+    EXPECT_EQ(problem({"-a"}), "unknown option -a");
+    EXPECT_EQ(problem({""}), "a folder's name is empty");
+    EXPECT_TRUE(std::holds_alternative<PrintText>(parseScanOptions(Arguments{"x", "--help"})));
+}
+
+TEST(AbsoluteLexically, WorksOnTheTextAlone) {
+    EXPECT_EQ(absoluteLexically("x", "/a/b"), "/a/b/x");
+    EXPECT_EQ(absoluteLexically(".", "/a/b"), "/a/b");
+    EXPECT_EQ(absoluteLexically("../x/./y//", "/a/b"), "/a/x/y");
+    EXPECT_EQ(absoluteLexically("/", "/a"), "/");
+    EXPECT_EQ(absoluteLexically("//x/", "/a"), "/x");
+    EXPECT_EQ(absoluteLexically("../../..", "/a"), "/");
+    EXPECT_EQ(absoluteLexically("\xFF\n", "/a"), "/a/\xFF\n");
+}
+
+TEST(ProgressText, FitsTheLineAndHoldsNothingHarmful) {
+    EXPECT_EQ(progressText(12000, "/a/b", 40), "12000 files  /a/b");
+    EXPECT_EQ(progressText(1000, "/abcdefghij", 20), "1000 files  …efghij");
+    EXPECT_EQ(progressText(1000, "/\x1B[2J\xFF\n\xC2\x9B\xC3\xA9", 40), "1000 files  /?[2J????é");
+    EXPECT_EQ(progressText(1000, "/abc", 5), "1000");
+}
+
+}  // namespace
+}  // namespace vestigo

@@ -1,0 +1,122 @@
+// The real program, as a script would call it.
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include "persist/scan_file_reader.h"
+#include "tests/support/mach_o_maker.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+struct Outcome {
+    int status = -1;
+    std::string output;
+    std::string complaint;
+};
+
+class VestigoScanTest : public testing::Test {
+protected:
+    void SetUp() override {
+        tree.file("disk/A.app/Contents/MacOS/A", test::thinMachO(test::cpuX86_64));
+        tree.file("disk/bin/new", test::thinMachO(test::cpuArm64));
+    }
+
+    /// `command`: shell text in which $scan is the program.
+    Outcome shell(const std::string& command) {
+        const auto script = "cd '" + tree.path() + "' && HOME='" + tree.path() + "' scan='" +
+                            VESTIGO_SCAN_PROGRAM + "'; " + command;
+        const auto run = "/bin/bash -c '" + quoted("(" + script + ") >out 2>err") + "'";
+        Outcome outcome;
+        const int result = system(("cd '" + tree.path() + "' && " + run).c_str());
+        outcome.status = WEXITSTATUS(result);
+        outcome.output = content("out");
+        outcome.complaint = content("err");
+        return outcome;
+    }
+
+    std::string content(const std::string& name) {
+        std::ostringstream text;
+        text << std::ifstream(tree.at(name)).rdbuf();
+        return text.str();
+    }
+
+    static std::string quoted(const std::string& text) {
+        std::string result;
+        for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        return result;
+    }
+
+    test::TemporaryTree tree;
+};
+
+constexpr const char* header =
+    "category,bundle,vendor,fix,cpu,apple_signed,created,legacy_count,path\n";
+
+TEST_F(VestigoScanTest, PrintsTheLegacyGroupsOfTheFolders) {
+    const auto result = shell("$scan disk/../disk");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.complaint, "");
+    EXPECT_TRUE(result.output.starts_with(
+        std::string(header) + "\"App\",\"A.app\",\"unsigned\",Manual,\"x86_64\",false,"))
+        << result.output;
+    EXPECT_TRUE(result.output.ends_with(",1,\"" + tree.at("disk/A.app") + "\"\n"));
+    const auto all = shell("$scan --all --no-signatures disk").output;
+    EXPECT_NE(all.find("\"CLI tool\",\"new\",\"\",Keep,\"arm64\",false,"), std::string::npos)
+        << all;
+}
+
+TEST_F(VestigoScanTest, PrintsARecordThatTheNextScanTakesOver) {
+    const auto first = shell("$scan --json disk");
+    EXPECT_EQ(first.status, 0);
+    auto record = decodeScanFile(first.output);
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->hits.size(), 2U);
+    EXPECT_EQ(record->roots, std::vector{tree.at("disk")});
+    EXPECT_EQ(record->signatures->at(tree.at("disk/A.app")).vendor, "unsigned");
+    auto known = first.output;
+    known.replace(known.find("unsigned"), 8, "Known");
+    tree.file("previous", known);
+    const auto second = shell("$scan --previous previous disk").output;
+    EXPECT_NE(second.find("\"Known\""), std::string::npos) << second;
+}
+
+TEST_F(VestigoScanTest, RefusesWhatItCannotUseWithOneLine) {
+    tree.file("old.json", R"({"version":2,"date":0,"roots":[],"hits":[]})");
+    for (const auto* const arguments :
+         {"missing", "disk missing", "old.json", "--wrong", "--previous", "--previous missing disk",
+          "--previous old.json disk", "--previous disk disk", "''"}) {
+        const auto result = shell(std::string("$scan ") + arguments);
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_EQ(result.output, "") << arguments;
+        EXPECT_TRUE(result.complaint.starts_with("vestigo-scan: ")) << arguments;
+        EXPECT_EQ(result.complaint.find('\n'), result.complaint.size() - 1) << arguments;
+    }
+}
+
+TEST_F(VestigoScanTest, SaysWhenTheOutputCannotBeWritten) {
+    EXPECT_EQ(shell("$scan disk >/dev/full").status, 1);
+    const auto closed = shell("$scan disk | true; exit ${PIPESTATUS[0]}");
+    EXPECT_TRUE(closed.status == 1 || closed.status == 0) << closed.status;
+    EXPECT_EQ(closed.complaint, "");
+}
+
+TEST_F(VestigoScanTest, ScansTheSmartFoldersOfItsUserWhenNoneIsNamed) {
+    tree.file("Applications/Mine.app/x", test::thinMachO(test::cpuI386));
+    EXPECT_NE(shell("$scan --no-signatures").output.find(tree.at("Applications/Mine.app")),
+              std::string::npos);
+}
+
+TEST_F(VestigoScanTest, ExplainsItself) {
+    EXPECT_EQ(shell("$scan --version").output.find("vestigo-scan "), 0U);
+    const auto help = shell("$scan --help");
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.output.find("--previous FILE"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vestigo
