@@ -14,9 +14,8 @@
 namespace vestigo {
 namespace {
 
-// What keeps a cold disk busy. With a warm cache they cost nothing measurable over two: whoever
-// holds the processor works on, and the others sleep.
-constexpr unsigned maxThreads = 16;
+// What keeps a cold disk busy; the queue lets no more of them work than help.
+constexpr unsigned maxThreads = 32;
 
 /// The scan before, by path. Of two hits with one path the first counts.
 class PreviousHits {
@@ -58,18 +57,21 @@ public:
         : reader_(reader), previous_(previous), cancelled_(cancelled), queue_(queue) {}
 
     void operator()() {
-        while (auto work = queue_.claim()) {
-            if (auto* const list = std::get_if<WalkQueue::ListWork>(&*work)) {
-                queue_.listed(*list, listFolder(*list));
-            } else {
-                const auto& read = std::get<WalkQueue::ReadWork>(*work);
-                queue_.examined(read, examineFiles(read));
-            }
+        auto work = queue_.claim();
+        while (work) {
             if (cancelled_.cancelled()) queue_.stop();
+            work = std::visit([this](const auto& piece) { return done(piece); }, *work);
         }
     }
 
 private:
+    std::optional<WalkQueue::Work> done(const WalkQueue::ListWork& work) {
+        return queue_.listed(work, listFolder(work));
+    }
+    std::optional<WalkQueue::Work> done(const WalkQueue::ReadWork& work) {
+        return queue_.examined(work, examineFiles(work));
+    }
+
     FolderListing listFolder(const WalkQueue::ListWork& work) const {
         FolderListing listing;
         const FolderExclusions exclusions(work.path.ends_with('/') ? work.path : work.path + '/');
@@ -157,8 +159,9 @@ void walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag&
           WalkListener& listener) {
     const PreviousHits previous(request.previous);
     const auto wanted = request.threads ? request.threads : maxThreads;
-    const auto count = std::min(wanted, reader.maxOpenFolders());
-    WalkQueue queue(request.roots, count, listener);
+    const auto openFolders = reader.maxOpenFolders();
+    const auto count = std::min(wanted, openFolders);
+    WalkQueue queue(request.roots, {count, openFolders}, listener);
     if (cancelled.cancelled()) queue.stop();
     Worker worker(reader, previous, cancelled, queue);
     auto threads = startThreads(worker, count - 1);

@@ -30,9 +30,8 @@ std::string prefixOf(const std::string& folder) {
 
 }  // namespace
 
-WalkQueue::WalkQueue(const std::vector<std::string>& roots, unsigned workers,
-                     WalkListener& listener)
-    : delivery_(listener), workers_(workers) {
+WalkQueue::WalkQueue(const std::vector<std::string>& roots, Limits limits, WalkListener& listener)
+    : delivery_(listener), governor_(limits.workers), maxOpenFolders_(limits.openFolders) {
     auto& run = order_.emplace_back();
     run.isSubFolders = true;
     run.place = order_.begin();
@@ -44,19 +43,40 @@ WalkQueue::WalkQueue(const std::vector<std::string>& roots, unsigned workers,
     }
 }
 
+// The lock is held for moments, far shorter than it takes to sleep and be woken.
+WalkQueue::Lock WalkQueue::lockSoon() {
+    constexpr int tries = 200;
+    Lock lock(mutex_, std::defer_lock);
+    for (int i = 0; i < tries; ++i) {
+        if (lock.try_lock()) return lock;
+    }
+    lock.lock();
+    return lock;
+}
+
 std::optional<WalkQueue::Work> WalkQueue::claim() {
-    std::unique_lock lock(mutex_);
-    for (;;) {
-        if (stopped_) return std::nullopt;
-        if (busy_ < workers_ && !tooFarAhead()) {
+    auto lock = lockSoon();
+    return claimNext(lock);
+}
+
+// Whoever gets work wakes one other who waits for some: no more are woken than there is work for.
+std::optional<WalkQueue::Work> WalkQueue::claimNext(Lock& lock) {
+    governor_.tick();
+    while (!stopped_) {
+        if (busy_ < governor_.limit() && !tooFarAhead()) {
             if (auto work = takeFirst()) {
                 ++busy_;
+                if (waiting_ > 0 && busy_ < governor_.limit()) changed_.notify_one();
                 return work;
             }
-            if (busy_ == 0) return std::nullopt;
+            if (busy_ == 0) break;
         }
+        ++waiting_;
         changed_.wait(lock);
+        --waiting_;
     }
+    changed_.notify_all();
+    return std::nullopt;
 }
 
 // Whoever is alone must go on: what the front waits for is then first in the list.
@@ -65,8 +85,11 @@ bool WalkQueue::tooFarAhead() const {
 }
 
 std::optional<WalkQueue::Work> WalkQueue::takeFirst() {
+    // Folders further back that were listed meanwhile stay open until it is their turn, at every
+    // level of a deep tree anew: where they become too many, theirs it is.
+    const bool mayOpen = openFolders_ < maxOpenFolders_;
     for (auto* const node : work_) {
-        if (node->isSubFolders) return enterNext(*node);
+        if (node->isSubFolders && mayOpen) return enterNext(*node);
         if (node->isListed) return takeBatch(*node);
     }
     return std::nullopt;
@@ -86,6 +109,7 @@ WalkQueue::Work WalkQueue::enterNext(Node& run) {
         order_.erase(run.place);
     }
     work.files = &files;
+    ++openFolders_;
     return work;
 }
 
@@ -102,8 +126,11 @@ WalkQueue::Work WalkQueue::takeBatch(Node& files) {
                     batchEnd(candidates, batch)};
 }
 
-void WalkQueue::listed(const ListWork& work, FolderListing listing) {
-    const std::lock_guard lock(mutex_);
+std::optional<WalkQueue::Work> WalkQueue::listed(const ListWork& work, FolderListing listing) {
+    Order delivered;
+    std::unique_ptr<Folder> closed;
+    auto lock = lockSoon();
+    --busy_;
     auto& files = *work.files;
     files.isListed = true;
     files.batches.resize(batchCount(listing.candidates));
@@ -112,11 +139,11 @@ void WalkQueue::listed(const ListWork& work, FolderListing listing) {
     }
     files.listing = std::move(listing);
     if (files.batches.empty()) {
-        files.listing.folder.reset();
+        closed = close(files);
         work_.erase(files.workPlace);
-        deliverReady();
+        deliverReady(delivered);
     }
-    handBack();
+    return claimNext(lock);
 }
 
 void WalkQueue::addSubFolders(const Node& after, std::string prefix, NameList names) {
@@ -128,19 +155,26 @@ void WalkQueue::addSubFolders(const Node& after, std::string prefix, NameList na
     place->workPlace = work_.insert(std::next(after.workPlace), &*place);
 }
 
-void WalkQueue::examined(const ReadWork& work, ExaminedFiles result) {
-    const std::lock_guard lock(mutex_);
-    work.files->batches[work.batch] = std::move(result);
-    if (work.files->place == order_.begin()) deliverReady();
-    handBack();
-}
-
-void WalkQueue::handBack() {
+std::optional<WalkQueue::Work> WalkQueue::examined(const ReadWork& work, ExaminedFiles result) {
+    Order delivered;
+    std::unique_ptr<Folder> closed;
+    auto lock = lockSoon();
     --busy_;
-    changed_.notify_all();
+    auto& files = *work.files;
+    files.batches[work.batch] = std::move(result);
+    if (++files.examinedBatches == files.batches.size()) closed = close(files);
+    if (files.place == order_.begin()) deliverReady(delivered);
+    return claimNext(lock);
 }
 
-void WalkQueue::deliverReady() {
+/// The folder goes to the caller, to be closed outside the lock.
+std::unique_ptr<Folder> WalkQueue::close(Node& files) {
+    --openFolders_;
+    return std::move(files.listing.folder);
+}
+
+/// What is delivered goes to the caller, to be released outside the lock.
+void WalkQueue::deliverReady(Order& delivered) {
     while (!order_.empty()) {
         auto& front = order_.front();
         if (front.isSubFolders || !front.isListed) return;
@@ -148,7 +182,7 @@ void WalkQueue::deliverReady() {
             deliverNextBatch(front);
         }
         if (!isDelivered(front)) return;
-        order_.pop_front();
+        delivered.splice(delivered.end(), order_, order_.begin());
     }
 }
 

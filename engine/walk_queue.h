@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "engine/name_list.h"
+#include "engine/reader_governor.h"
 #include "engine/walk_delivery.h"
 #include "platform/directory_reader.h"
 
@@ -36,9 +37,12 @@ class WalkQueue {
     struct Node;
 
 public:
-    /// At most `workers` pieces of work are out at a time. `listener` is called under the queue's
-    /// lock.
-    WalkQueue(const std::vector<std::string>& roots, unsigned workers, WalkListener& listener);
+    struct Limits {
+        unsigned workers;      ///< Pieces of work out at a time; fewer when more would not help.
+        unsigned openFolders;  ///< At least 1.
+    };
+    /// `listener` is called under the queue's lock.
+    WalkQueue(const std::vector<std::string>& roots, Limits limits, WalkListener& listener);
 
     /// A folder to list.
     struct ListWork {
@@ -57,11 +61,12 @@ public:
     };
     using Work = std::variant<ListWork, ReadWork>;
 
-    /// The next piece of work, waiting for one if need be; absent when there is none and will be
+    /// The first piece of work, waiting for one if need be; absent when there is none and will be
     /// none.
     [[nodiscard]] std::optional<Work> claim();
-    void listed(const ListWork& work, FolderListing listing);
-    void examined(const ReadWork& work, ExaminedFiles result);
+    /// Hands a piece of work back, done, and claims the next one.
+    [[nodiscard]] std::optional<Work> listed(const ListWork& work, FolderListing listing);
+    [[nodiscard]] std::optional<Work> examined(const ReadWork& work, ExaminedFiles result);
 
     /// Gives out no more work.
     void stop();
@@ -80,19 +85,24 @@ private:
         WorkList::iterator workPlace;
         std::vector<std::optional<ExaminedFiles>> batches;
         std::size_t nextBatch = 0;
+        std::size_t examinedBatches = 0;
         std::size_t deliveredBatches = 0;
         std::size_t nextSubFolder = 0;
         bool isSubFolders = false;
         bool isListed = false;
     };
 
+    using Lock = std::unique_lock<std::mutex>;
+
+    [[nodiscard]] Lock lockSoon();
+    [[nodiscard]] std::optional<Work> claimNext(Lock& lock);
     [[nodiscard]] std::optional<Work> takeFirst();
     [[nodiscard]] Work enterNext(Node& run);
     [[nodiscard]] Work takeBatch(Node& files);
     [[nodiscard]] bool tooFarAhead() const;
-    void handBack();
+    std::unique_ptr<Folder> close(Node& files);
     void addSubFolders(const Node& after, std::string prefix, NameList names);
-    void deliverReady();
+    void deliverReady(Order& delivered);
     void deliverNextBatch(Node& files);
     bool isDelivered(const Node& files) const;
 
@@ -102,8 +112,11 @@ private:
     Order order_;
     WorkList
         work_;  ///< What of `order_` is not all claimed, or is being listed; in the same order.
-    const unsigned workers_;
+    ReaderGovernor governor_;
+    const unsigned maxOpenFolders_;
+    unsigned openFolders_ = 0;  ///< Being listed, or with candidates not examined.
     unsigned busy_ = 0;
+    unsigned waiting_ = 0;
     std::size_t ahead_ = 0;  ///< Candidates claimed and not delivered.
     bool stopped_ = false;
 };

@@ -226,18 +226,25 @@ TEST_F(WalkTest, HandsOverWhatWasFoundWhenCancelled) {
 }
 
 TEST_F(WalkTest, LosesNothingWithFewFileDescriptorsLeft) {
-    for (int i = 0; i < 400; ++i)
-        tree.file("d" + std::to_string(i % 40) + "/f" + std::to_string(i), intel);
+    std::string folder = "a";
+    for (int depth = 0; depth < 60; ++depth) {
+        for (int i = 0; i < 6; ++i) {
+            tree.file(folder + "/" + std::to_string(i) + "/file", intel);
+        }
+        folder += "/" + std::to_string(depth % 6);
+    }
     struct rlimit usual {};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
     const int next = dup(0);
     close(next);
-    auto few = usual;
-    few.rlim_cur = static_cast<rlim_t>(next) + 3;
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    const auto result = walkedTree();
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
-    EXPECT_EQ(result.hits.size(), 400U);
+    for (const rlim_t left : {5, 24}) {
+        auto few = usual;
+        few.rlim_cur = static_cast<rlim_t>(next) + left;
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+        const auto result = walkedTree();
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+        EXPECT_EQ(result.hits.size(), 360U);
+    }
 }
 
 TEST(ScanRoots, FollowTheChoice) {
