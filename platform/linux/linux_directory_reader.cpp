@@ -47,10 +47,18 @@ constexpr std::int64_t pseudoFileSystems[] = {
 };
 
 bool isPseudoFileSystem(int folder) {
+    // Asking for the type is slow where the system adds up its counters to answer, and most folders
+    // lie on the same device as the one before.
+    thread_local std::optional<dev_t> latestReal;
+    struct stat status {};
+    if (fstat(folder, &status) != 0 || status.st_dev == latestReal) return false;
     struct statfs info {};
     if (fstatfs(folder, &info) != 0) return false;
-    return std::ranges::find(pseudoFileSystems, static_cast<std::int64_t>(info.f_type)) !=
-           std::end(pseudoFileSystems);
+    const bool pseudo =
+        std::ranges::find(pseudoFileSystems, static_cast<std::int64_t>(info.f_type)) !=
+        std::end(pseudoFileSystems);
+    if (!pseudo) latestReal = status.st_dev;
+    return pseudo;
 }
 
 // Other threads close what they hold within moments; someone else's descriptors may take longer.
@@ -125,8 +133,10 @@ public:
     }
     [[nodiscard]] const char* name() const { return bytes_ + nameOffset; }
     [[nodiscard]] EntryKind kind(int folder) const {
+        // A type is the file-type bits of a mode, moved down (DTTOIF).
         const auto type = static_cast<unsigned char>(bytes_[typeOffset]);
-        return type == DT_UNKNOWN ? kindByLook(folder, name()) : kindByMode(DTTOIF(type));
+        return type == DT_UNKNOWN ? kindByLook(folder, name())
+                                  : kindByMode(static_cast<unsigned>(type) << 12U);
     }
 
 private:
@@ -219,7 +229,8 @@ std::unique_ptr<Folder> LinuxDirectoryReader::open(const std::string& path, Link
 unsigned LinuxDirectoryReader::maxOpenFolders() const {
     struct rlimit limit {};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
-    const auto used = std::max<std::size_t>(openDescriptors(), 3);
+    constexpr std::size_t spare = 2;  // For whoever else in this process opens something.
+    const auto used = std::max<std::size_t>(openDescriptors(), 3) + spare;
     const auto available = limit.rlim_cur > used ? (limit.rlim_cur - used) / 2 : 0;
     return static_cast<unsigned>(std::clamp<rlim_t>(available, 1, 1024));
 }

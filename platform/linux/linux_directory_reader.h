@@ -10,7 +10,7 @@ namespace vestigo {
 class LinuxDirectoryReader : public DirectoryReader {
 public:
     [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override;
-    /// Half of what this process may still open, now.
+    /// Half of what this process may still open now, less a few to spare.
     [[nodiscard]] unsigned maxOpenFolders() const override;
 };
 
