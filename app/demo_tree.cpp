@@ -1,0 +1,145 @@
+#include "app/demo_tree.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "app/mach_o_image.h"
+
+namespace vestigo {
+
+namespace {
+
+using Cpus = std::vector<Cpu>;
+
+const Cpus intel{Cpu::x86_64};
+const Cpus oldIntel{Cpu::i386};
+const Cpus bothIntel{Cpu::i386, Cpu::x86_64};
+const Cpus powerPC{Cpu::ppc};
+const Cpus powerPCAndIntel{Cpu::ppc, Cpu::i386};
+const Cpus universal{Cpu::x86_64, Cpu::arm64};
+const Cpus native{Cpu::arm64};
+
+class TreeMaker {
+public:
+    explicit TreeMaker(std::string root) : root_(std::move(root)) {}
+
+    [[nodiscard]] bool succeeded() const { return succeeded_; }
+
+    void file(const std::string& path, std::string_view content) {
+        const std::filesystem::path whole = root_ + path;
+        std::error_code error;
+        std::filesystem::create_directories(whole.parent_path(), error);
+        std::ofstream stream(whole, std::ios::binary);
+        stream.write(content.data(), static_cast<std::streamsize>(content.size())).flush();
+        succeeded_ = succeeded_ && !error && stream.good();
+    }
+    void program(const std::string& path, const Cpus& cpus) { file(path, machOImage(cpus)); }
+    void link(const std::string& path, const std::string& target) {
+        std::error_code error;
+        std::filesystem::create_symlink(target, root_ + path, error);
+        succeeded_ = succeeded_ && !error;
+    }
+    /// A bundle with its information and main executable.
+    void bundle(const std::string& path, const std::string& identifier,
+                const std::string& executable, const Cpus& cpus) {
+        file(path + "/Contents/Info.plist",
+             R"(<?xml version="1.0" encoding="UTF-8"?>)"
+             "\n<plist version=\"1.0\"><dict>\n"
+             "<key>CFBundleIdentifier</key><string>" +
+                 identifier +
+                 "</string>\n"
+                 "<key>CFBundleExecutable</key><string>" +
+                 executable +
+                 "</string>\n"
+                 "<key>CFBundleShortVersionString</key><string>2.1</string>\n</dict></plist>\n");
+        program(path + "/Contents/MacOS/" + executable, cpus);
+        file(path + "/Contents/Resources/en.lproj/Localizable.strings", "\"Quit\" = \"Quit\";\n");
+    }
+    void framework(const std::string& folder, const std::string& name, const Cpus& cpus) {
+        const auto path = folder + '/' + name + ".framework";
+        program(path + "/Versions/A/" + name, cpus);
+        file(path + "/Versions/A/Resources/Info.plist", "<plist version=\"1.0\"><dict/></plist>\n");
+        link(path + "/Versions/Current", "A");
+        link(path + '/' + name, "Versions/Current/" + name);
+    }
+
+private:
+    std::string root_;
+    bool succeeded_ = true;
+};
+
+void addApplications(TreeMaker& tree) {
+    const std::string studio = "/Applications/Sound Studio.app";
+    tree.bundle(studio, "com.example.soundstudio", "Sound Studio", intel);
+    tree.framework(studio + "/Contents/Frameworks", "AudioCore", intel);
+    tree.program(studio + "/Contents/Frameworks/libmp3.1.dylib", bothIntel);
+    tree.bundle(studio + "/Contents/Library/LoginItems/Studio Agent.app",
+                "com.example.soundstudio.agent", "Studio Agent", intel);
+
+    const std::string desk = "/Applications/Photo Desk.app";
+    tree.bundle(desk, "com.example.photodesk", "Photo Desk", universal);
+    tree.program(desk + "/Contents/MacOS/import-helper", intel);
+
+    tree.bundle("/Applications/Old Writer.app", "com.example.oldwriter", "Old Writer", powerPC);
+    tree.program("/Applications/Old Writer.app/Contents/MacOS/spelling", powerPCAndIntel);
+    tree.bundle("/Applications/Modern Notes.app", "com.example.notes", "Modern Notes", native);
+    tree.bundle(std::string(demoHome) + "/Applications/Kleines \"Spiel\".app", "com.example.spiel",
+                "Spiel", oldIntel);
+}
+
+void addExtensions(TreeMaker& tree) {
+    tree.bundle("/Library/Audio/Plug-Ins/VST/Plate Reverb.vst", "com.example.reverb", "Reverb",
+                bothIntel);
+    tree.bundle("/Library/Audio/Plug-Ins/Components/Chorus.component", "com.example.chorus",
+                "Chorus", intel);
+    tree.bundle("/Library/PreferencePanes/Tablet.prefPane", "com.example.tablet", "Tablet",
+                powerPCAndIntel);
+    tree.bundle("/Library/Extensions/ScannerUSB.kext", "com.example.kext.scanner", "ScannerUSB",
+                intel);
+    tree.bundle("/Library/Printers/Example/Raster Filter.app", "com.example.raster", "Raster",
+                bothIntel);
+    tree.framework("/Library/Frameworks", "VideoCodec", intel);
+    tree.bundle("/Library/Application Support/Example/Sync Agent.xpc", "com.example.sync",
+                "Sync Agent", intel);
+    tree.program("/Library/Application Support/Example/updater", oldIntel);
+}
+
+void addCommands(TreeMaker& tree) {
+    tree.program("/usr/local/Cellar/wget/1.21.4/bin/wget", intel);
+    tree.program("/usr/local/Cellar/libpng/1.6.40/lib/libpng16.16.dylib", intel);
+    tree.program("/opt/homebrew/Cellar/jq/1.7/bin/jq", native);
+    tree.program("/opt/homebrew/lib/libold.1.dylib", intel);
+    tree.program("/opt/local/bin/gsed", intel);
+    tree.program("/opt/local/lib/libz.1.dylib", bothIntel);
+    tree.program("/usr/local/bin/measure", intel);
+    tree.program("/usr/libexec/systemhelperd", intel);
+    tree.program("/usr/bin/hello", universal);
+}
+
+/// What a scan does not list: leftovers of the applications, and what it passes over.
+void addSupportFiles(TreeMaker& tree) {
+    const auto library = std::string(demoHome) + "/Library";
+    tree.file(library + "/Preferences/com.example.soundstudio.plist", "bplist00");
+    tree.file(library + "/Application Support/Sound Studio/presets.json", "{}\n");
+    tree.file(library + "/Caches/com.example.soundstudio/waveforms", "cached");
+    tree.program(library + "/Caches/com.example.oldwriter/helper", intel);
+    tree.file(library + "/Application Support/Old Writer/documents.sqlite", "SQLite format 3");
+    tree.file("/Library/LaunchDaemons/com.example.soundstudio.plist", "bplist00");
+}
+
+}  // namespace
+
+bool makeDemoTree(const std::string& folder) {
+    TreeMaker tree(folder);
+    addApplications(tree);
+    addExtensions(tree);
+    addCommands(tree);
+    addSupportFiles(tree);
+    return tree.succeeded();
+}
+
+}  // namespace vestigo
