@@ -121,9 +121,10 @@ int scan(const ScanOptions& options) {
         });
         session.run(std::move(roots.folders), options.all, *interrupted);
     }
-    const auto status = print(options.json ? session.json() : session.csv());
-    if (status != done) return status;
-    return *interrupted ? interruptedByUser : done;
+    auto status = print(options.json ? session.json() : session.csv());
+    if (status == done && *interrupted) status = interruptedByUser;
+    // Giving every piece of the results back first would only take time.
+    std::quick_exit(status);
 }
 
 int runProgram(const std::vector<std::string>& arguments) {

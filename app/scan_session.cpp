@@ -11,11 +11,7 @@ namespace vestigo {
 /// Nothing is kept between launches; the record is made when it is asked for.
 class ScanSession::Store : public ScanStore {
 public:
-    explicit Store(std::optional<ScanFile> previous) : previous_(std::move(previous)) {}
-
-    std::optional<ScanFile> readScanFile() override {
-        return std::exchange(previous_, std::nullopt);
-    }
+    std::optional<ScanFile> readScanFile() override { return std::nullopt; }
     void writeScanFile(const ScanFile& record) override {
         if (wanted_) text_ = encodeScanFile(record).value_or("");
     }
@@ -26,14 +22,13 @@ public:
     }
 
 private:
-    std::optional<ScanFile> previous_;
     bool wanted_ = false;
     std::string text_;
 };
 
 ScanSession::ScanSession(ScanSessionServices services, std::optional<ScanFile> previous)
     : loop_(std::move(services.loop)),
-      store_(std::make_shared<Store>(std::move(previous))),
+      store_(std::make_shared<Store>()),
       scanner_(std::make_unique<Scanner>(ScannerServices{
           .main = loop_,
           .background = std::move(services.background),
@@ -43,13 +38,15 @@ ScanSession::ScanSession(ScanSessionServices services, std::optional<ScanFile> p
           .migrate = {},
           .now = secondsSince2001,
           .priority = Priority::normal,
-      })) {}
+      })) {
+    if (previous) scanner_->takeOver(std::move(*previous));
+}
 
 ScanSession::~ScanSession() = default;
 
 void ScanSession::run(std::vector<std::string> roots, bool all, const bool& interrupted) {
-    if (all) scanner_->setIntelOnly(false);
     scanner_->startScan(std::move(roots));
+    if (all) scanner_->setIntelOnly(false);
     loop_->runUntil([this, &interrupted] {
         if (interrupted && scanner_->scanning()) scanner_->stop();
         return !scanner_->walking() && (interrupted || scanner_->signaturePasses() == 0);

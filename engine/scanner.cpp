@@ -208,12 +208,21 @@ void Scanner::saveCache() {
 void Scanner::loadCache() {
     auto record = services_.store->readScanFile();
     if (!record) return;
-    lastScanDate_ = record->date;
-    results_.hits = std::move(record->hits);
-    results_.roots = std::move(record->roots);
-    if (record->signatures) *results_.signatures = std::move(*record->signatures);
+    takeOver(std::move(*record));
     regroup();
     refreshSignatures();
+}
+
+void Scanner::takeOver(ScanFile record) {
+    regrouping_.restart(intelOnly_);
+    results_.hits = std::move(record.hits);
+    results_.roots = std::move(record.roots);
+    lastScanDate_ = record.date;
+    *results_.signatures = record.signatures ? std::move(*record.signatures) : SignatureMap();
+    for (const auto field : {ScannerField::allHits, ScannerField::groups, ScannerField::lastRoots,
+                             ScannerField::lastScanDate, ScannerField::signatures}) {
+        changed(field);
+    }
 }
 
 bool Scanner::isAppleSigned(const std::string& root) const {

@@ -75,6 +75,8 @@ public:
     /// The running scan has not handed over its end yet; also after `stop`.
     [[nodiscard]] bool walking() const { return walking_; }
 
+    /// Makes an earlier scan's results its own, without grouping them: for a scan that follows.
+    void takeOver(ScanFile record);
     /// Ignored while a scan runs.
     void startScan(std::vector<std::string> roots);
     /// The scan ends within a moment; what it found by then is still handed over.
