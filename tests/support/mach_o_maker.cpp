@@ -39,8 +39,8 @@ std::string thinBigEndianMachO(std::uint32_t cpu) {
 }
 
 std::string fatMachO(const std::vector<std::uint32_t>& cpus, bool wide) {
-    auto bytes =
-        bigEndian(wide ? 0xCAFEBABF : 0xCAFEBABE) + bigEndian(static_cast<std::uint32_t>(cpus.size()));
+    auto bytes = bigEndian(wide ? 0xCAFEBABF : 0xCAFEBABE) +
+                 bigEndian(static_cast<std::uint32_t>(cpus.size()));
     for (const auto cpu : cpus) bytes += bigEndian(cpu) + std::string(wide ? 28 : 16, '\0');
     return bytes;
 }
