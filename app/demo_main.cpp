@@ -70,7 +70,10 @@ int demonstrate() {
                  sandbox.path()->c_str());
     const auto loop = std::make_shared<RunLoop>();
     const auto interrupted = std::make_shared<bool>(false);
-    watchForInterrupt([loop, interrupted] { loop->post([interrupted] { *interrupted = true; }); });
+    watchForInterrupt([loop, interrupted] {
+        loop->post([interrupted] { *interrupted = true; });
+        return true;
+    });
     ScanSession session(servicesFor(*sandbox.path(), loop), std::nullopt);
     session.run(scanRoots(std::nullopt, Scope::smart, demoHome), false, *interrupted);
     const auto text = session.csv();

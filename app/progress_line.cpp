@@ -33,6 +33,12 @@ std::vector<std::string> printableCharacters(const std::string& text) {
 
 }  // namespace
 
+std::string printable(const std::string& text) {
+    std::string result;
+    for (const auto& character : printableCharacters(text)) result += character;
+    return result;
+}
+
 std::string progressText(std::int64_t count, const std::string& path, std::size_t width) {
     const auto start = std::to_string(count) + " files  ";
     // The last column stays free: some terminals move on when it is written.

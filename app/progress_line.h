@@ -8,6 +8,9 @@
 
 namespace vestigo {
 
+/// The text without control characters and bytes that are no UTF-8: "?" stands for each.
+[[nodiscard]] std::string printable(const std::string& text);
+
 /// The count and as much of the path's end as fits the width, one column a character; control
 /// characters and bytes that are no UTF-8 are replaced.
 [[nodiscard]] std::string progressText(std::int64_t count, const std::string& path,

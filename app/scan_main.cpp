@@ -1,5 +1,7 @@
 // vestigo-scan: the engine without a window.
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -31,7 +33,7 @@ namespace {
 enum Status : int { done = 0, notWritten = 1, wrongUsage = 2, interruptedByUser = 130 };
 
 int refuse(const std::string& message) {
-    std::fprintf(stderr, "vestigo-scan: %s\n", message.c_str());
+    std::fprintf(stderr, "vestigo-scan: %s\n", printable(message).c_str());
     return wrongUsage;
 }
 
@@ -52,7 +54,7 @@ struct Roots {
 
 Roots rootsOf(const ScanOptions& options) {
     if (options.folders.empty()) {
-        return {scanRoots(std::nullopt, Scope::smart, linuxStandardFolders().home), {}};
+        return {scanRoots(std::nullopt, Scope::smart, linuxHomeFolder()), {}};
     }
     std::error_code error;
     const auto current = std::filesystem::current_path(error).string();
@@ -64,10 +66,17 @@ Roots rootsOf(const ScanOptions& options) {
         if (status.type() == std::filesystem::file_type::not_found) {
             return {{}, folder + " does not exist"};
         }
+        if (!std::filesystem::status_known(status) ||
+            status.type() == std::filesystem::file_type::unknown) {
+            return {{}, folder + " cannot be looked at"};
+        }
         if (std::filesystem::exists(status) && !std::filesystem::is_directory(status)) {
             return {{}, folder + " is not a folder"};
         }
-        roots.folders.push_back(std::move(path));
+        // Walked once, however often it is named: nothing should count twice.
+        if (std::ranges::find(roots.folders, path) == roots.folders.end()) {
+            roots.folders.push_back(std::move(path));
+        }
     }
     return roots;
 }
@@ -93,6 +102,7 @@ std::variant<std::optional<ScanFile>, std::string> previousScan(const ScanOption
     if (!content) return "cannot read " + *options.previous;
     auto record = decodeScanFile(*content);
     if (!record) return *options.previous + " is no saved scan, or one of an older version";
+    if (!options.signatures) record->signatures.reset();
     return record;
 }
 
@@ -110,7 +120,11 @@ int scan(const ScanOptions& options) {
 
     const auto loop = std::make_shared<RunLoop>();
     const auto interrupted = std::make_shared<bool>(false);
-    watchForInterrupt([loop, interrupted] { loop->post([interrupted] { *interrupted = true; }); });
+    const auto scanned = std::make_shared<std::atomic<bool>>(false);
+    watchForInterrupt([loop, interrupted, scanned] {
+        loop->post([interrupted] { *interrupted = true; });
+        return !*scanned;
+    });
     ScanSession session(servicesFor(options, loop),
                         std::move(std::get<std::optional<ScanFile>>(previous)));
     {
@@ -121,7 +135,9 @@ int scan(const ScanOptions& options) {
         });
         session.run(std::move(roots.folders), options.all, *interrupted);
     }
-    auto status = print(options.json ? session.json() : session.csv());
+    *scanned = true;
+    const auto text = options.json ? session.json() : session.csv();
+    auto status = text ? print(*text) : notWritten;
     if (status == done && *interrupted) status = interruptedByUser;
     // Giving every piece of the results back first would only take time.
     std::quick_exit(status);

@@ -78,14 +78,18 @@ private:
         } else if (option == "--no-signatures") {
             options_.signatures = false;
         } else if (option.starts_with("--previous=")) {
-            options_.previous = option.substr(previous.size() + 1);
+            takePrevious(option.substr(previous.size() + 1));
         } else if (option != previous) {
             wrong_ = "unknown option " + option;
-        } else if (arguments_.empty()) {
-            wrong_ = "--previous needs a file";
         } else {
-            options_.previous = next();
+            takePrevious(arguments_.empty() ? "" : next());
         }
+    }
+
+    void takePrevious(const std::string& file) {
+        if (file.empty()) wrong_ = "--previous needs a file";
+        if (options_.previous) wrong_ = "--previous is given twice";
+        options_.previous = file;
     }
 
     std::span<const std::string> arguments_;

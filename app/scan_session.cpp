@@ -13,9 +13,9 @@ class ScanSession::Store : public ScanStore {
 public:
     std::optional<ScanFile> readScanFile() override { return std::nullopt; }
     void writeScanFile(const ScanFile& record) override {
-        if (wanted_) text_ = encodeScanFile(record).value_or("");
+        if (wanted_) text_ = encodeScanFile(record);
     }
-    std::string textOf(Scanner& scanner) {
+    std::optional<std::string> textOf(Scanner& scanner) {
         wanted_ = true;
         scanner.saveCache();
         return std::move(text_);
@@ -23,7 +23,7 @@ public:
 
 private:
     bool wanted_ = false;
-    std::string text_;
+    std::optional<std::string> text_;
 };
 
 ScanSession::ScanSession(ScanSessionServices services, std::optional<ScanFile> previous)
@@ -57,7 +57,7 @@ std::string ScanSession::csv() const {
     return csvText(scanner_->groups(), scanner_->signatures());
 }
 
-std::string ScanSession::json() {
+std::optional<std::string> ScanSession::json() {
     return store_->textOf(*scanner_);
 }
 

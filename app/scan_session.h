@@ -33,8 +33,8 @@ public:
     [[nodiscard]] Scanner& scanner() { return *scanner_; }
     /// The results as CSV.
     [[nodiscard]] std::string csv() const;
-    /// The results as the record that an application would save.
-    [[nodiscard]] std::string json();
+    /// The results as the record that an application would save. Absent when they cannot be one.
+    [[nodiscard]] std::optional<std::string> json();
 
 private:
     class Store;

@@ -20,25 +20,28 @@ void Regrouping::restart(bool intelOnly) {
 void Regrouping::add(std::span<const HitRef> hits) {
     if (roots_.empty()) roots_.reserve(hits.size());
     for (const auto& hit : hits) {
-        auto& root = rootOf(*hit);
+        auto& root = rootOf(hit);
         if (!root.hasArm64 && holdsArm64(hit->archs)) noteArm64(root);
         if (!intelOnly_ || isLegacy(hit->archs)) list(root, hit);
     }
 }
 
-Regrouping::Root& Regrouping::rootOf(const BinaryHit& hit) {
-    if (latest_ && latest_->isBundle && liesUnder(hit.path, latest_->text)) return *latest_;
-    const auto length = bundleLength(hit.path);
-    auto text = std::string_view(hit.path).substr(0, length.value_or(hit.path.size()));
-    // A root is joined from its components, so one with empty components differs from the path.
-    if (length && text.find("//") != std::string_view::npos) {
-        text = ownTexts_.emplace_back(groupRoot(hit.path).root);
-    }
+Regrouping::Root& Regrouping::rootOf(const HitRef& hit) {
+    const std::string_view path = hit->path;
+    if (latest_ && latest_->isBundle && liesUnder(path, latest_->text)) return *latest_;
+    const auto length = bundleLength(path);
+    auto text = path.substr(0, length.value_or(path.size()));
+    // A bundle's root is joined from its components and may differ from the start of the path.
+    const bool joined = length && (text.front() != '/' || text.find("//") != text.npos);
+    if (joined) text = ownTexts_.emplace_back(groupRoot(path).root);
     const auto [place, isNew] = roots_.try_emplace(text);
     latest_ = &place->second;
     if (isNew) {
         latest_->text = text;
+        latest_->keeper = hit;
         latest_->isBundle = length.has_value();
+    } else if (joined) {
+        ownTexts_.pop_back();
     }
     return *latest_;
 }

@@ -23,8 +23,7 @@ public:
 
     /// Starts over with no groups. `intelOnly`: list only the legacy files.
     void restart(bool intelOnly);
-    /// The next hits, in the order of the engine's hit list. Whoever adds them keeps them alive
-    /// until the next `restart` or the end of this object.
+    /// The next hits, in the order of the engine's hit list.
     void add(std::span<const HitRef> hits);
 
     [[nodiscard]] const GroupList& groups() const { return groups_; }
@@ -33,13 +32,14 @@ private:
     /// What is known of a root, listed or not.
     struct Root {
         std::string_view text;
+        HitRef keeper;                 ///< The hit whose path `text` is part of.
         BundleGroup* group = nullptr;  ///< Null while no file of it is listed.
         bool isBundle = false;
         bool hasArm64 = false;
     };
     using Roots = std::pmr::unordered_map<std::string_view, Root>;
 
-    Root& rootOf(const BinaryHit& hit);
+    Root& rootOf(const HitRef& hit);
     void noteArm64(Root& root);
     void list(Root& root, const HitRef& hit);
     [[nodiscard]] bool isApple(std::string_view root) const;
@@ -51,7 +51,7 @@ private:
     std::unique_ptr<std::pmr::monotonic_buffer_resource> memory_ =
         std::make_unique<std::pmr::monotonic_buffer_resource>();
     std::deque<std::string> ownTexts_;  ///< Of the few roots that are not part of a hit's path.
-    Roots roots_{memory_.get()};        ///< Texts are views into `ownTexts_` or the hits' paths.
+    Roots roots_{memory_.get()};        ///< Texts are views into `ownTexts_` or a kept hit's path.
     Root* latest_ = nullptr;  ///< The root of the hit before: files of a bundle come in a row.
 };
 

@@ -40,9 +40,10 @@ std::vector<std::string> scanRoots(const std::optional<std::string>& customFolde
                                    const std::string& home) {
     if (customFolder) return {*customFolder};
     if (scope == Scope::deep) return {"/"};
+    const auto below = home.ends_with('/') ? home.substr(0, home.size() - 1) : home;
     std::vector<std::string> roots;
     for (const auto folder : smartFolders) {
-        roots.push_back(folder.starts_with('~') ? home + std::string(folder.substr(1))
+        roots.push_back(folder.starts_with('~') ? below + std::string(folder.substr(1))
                                                 : std::string(folder));
     }
     return roots;

@@ -149,18 +149,19 @@ void Scanner::takeFinish() {
     walking_ = false;
     currentPath_.clear();
     lastScanDate_ = services_.now();
+    if (signaturesNewer_) regroup();
+    saveCache();
+    refreshSignatures();
     changed(ScannerField::scanning);
     changed(ScannerField::currentPath);
     changed(ScannerField::lastScanDate);
-    saveCache();
-    refreshSignatures();
 }
 
 void Scanner::stop() {
     if (task_) task_->cancel();
     scanning_ = false;
-    changed(ScannerField::scanning);
     saveCache();
+    changed(ScannerField::scanning);
 }
 
 void Scanner::setIntelOnly(bool value) {
@@ -171,6 +172,7 @@ void Scanner::setIntelOnly(bool value) {
 }
 
 void Scanner::regroup() {
+    signaturesNewer_ = false;
     regrouping_.restart(intelOnly_);
     regrouping_.add(results_.hits);
     changed(ScannerField::groups);
@@ -191,13 +193,15 @@ void Scanner::takeSignatures(SignatureMap found) {
     for (auto& [root, info] : found) {
         results_.signatures->insert_or_assign(root, std::move(info));
     }
+    signaturesNewer_ = true;
     changed(ScannerField::signatures);
 }
 
 void Scanner::takePassEnd() {
     --passes_;
     regroup();
-    saveCache();
+    // Half a scan does not replace the whole one before it; the scan saves at its end.
+    if (!scanning_) saveCache();
 }
 
 void Scanner::saveCache() {
@@ -214,6 +218,7 @@ void Scanner::loadCache() {
 }
 
 void Scanner::takeOver(ScanFile record) {
+    if (scanning_) return;
     regrouping_.restart(intelOnly_);
     results_.hits = std::move(record.hits);
     results_.roots = std::move(record.roots);

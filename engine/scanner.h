@@ -45,8 +45,8 @@ enum class ScannerField : std::uint8_t {
     intelOnly,
 };
 
-/// Main thread only. May be destroyed at any moment: what runs in the background then ends soon and
-/// its results are dropped.
+/// Main thread only. May be destroyed at any moment but in a call of an observer: what runs in the
+/// background then ends soon and its results are dropped.
 class Scanner {
 public:
     /// Runs the migration, loads the saved scan and starts a signature pass for what it lacks.
@@ -76,6 +76,7 @@ public:
     [[nodiscard]] bool walking() const { return walking_; }
 
     /// Makes an earlier scan's results its own, without grouping them: for a scan that follows.
+    /// Ignored while a scan runs.
     void takeOver(ScanFile record);
     /// Ignored while a scan runs.
     void startScan(std::vector<std::string> roots);
@@ -113,6 +114,7 @@ private:
     ScannerServices services_;
     ScanFile results_;
     Regrouping regrouping_;
+    bool signaturesNewer_ = false;  ///< Than what the groups were started over with.
     bool scanning_ = false;
     bool walking_ = false;
     std::int64_t scannedCount_ = 0;

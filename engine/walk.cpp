@@ -90,7 +90,9 @@ private:
         if (entry.kind == EntryKind::folder) listing->subFolders.add(entry.name);
         if (entry.kind != EntryKind::file || isDatabaseName(entry.name)) return;
         listing->candidates.add(entry.name);
-        if (entry.attributes) listing->attributes.push_back(*entry.attributes);
+        if (!entry.attributes) return;
+        listing->attributes.resize(listing->candidates.size() - 1);
+        listing->attributes.push_back(entry.attributes);
     }
 
     ExaminedFiles examineFiles(const WalkQueue::ReadWork& work) {
@@ -100,7 +102,7 @@ private:
             const char* const name = work.listing->candidates[i];
             path_.replace(work.prefix->size(), std::string::npos, name);
             std::optional<FileAttributes> attributes;
-            if (!work.listing->attributes.empty()) attributes = work.listing->attributes[i];
+            if (i < work.listing->attributes.size()) attributes = work.listing->attributes[i];
             auto hit = examine(*work.listing->folder, name, attributes);
             if (hit) result.hits.emplace_back(result.examined, std::move(hit));
             ++result.examined;

@@ -56,27 +56,26 @@ WalkQueue::Lock WalkQueue::lockSoon() {
 
 std::optional<WalkQueue::Work> WalkQueue::claim() {
     auto lock = lockSoon();
-    return claimNext(lock);
-}
-
-// Whoever gets work wakes one other who waits for some: no more are woken than there is work for.
-std::optional<WalkQueue::Work> WalkQueue::claimNext(Lock& lock) {
-    governor_.tick();
-    while (!stopped_) {
-        if (busy_ < governor_.limit() && !tooFarAhead()) {
-            if (auto work = takeFirst()) {
-                ++busy_;
-                if (waiting_ > 0 && busy_ < governor_.limit()) changed_.notify_one();
-                return work;
-            }
-            if (busy_ == 0) break;
-        }
+    for (;;) {
+        if (auto work = tryClaim()) return work;
+        if (stopped_ || (busy_ == 0 && work_.empty())) break;
         ++waiting_;
         changed_.wait(lock);
         --waiting_;
     }
     changed_.notify_all();
     return std::nullopt;
+}
+
+// Whoever gets work wakes one other who waits for some: no more are woken than there is work for.
+std::optional<WalkQueue::Work> WalkQueue::tryClaim() {
+    governor_.tick();
+    if (stopped_ || busy_ >= governor_.limit() || tooFarAhead()) return std::nullopt;
+    auto work = takeFirst();
+    if (!work) return std::nullopt;
+    ++busy_;
+    if (waiting_ > 0 && busy_ < governor_.limit() && !tooFarAhead()) changed_.notify_one();
+    return work;
 }
 
 // Whoever is alone must go on: what the front waits for is then first in the list.
@@ -127,23 +126,27 @@ WalkQueue::Work WalkQueue::takeBatch(Node& files) {
 }
 
 std::optional<WalkQueue::Work> WalkQueue::listed(const ListWork& work, FolderListing listing) {
-    Order delivered;
-    std::unique_ptr<Folder> closed;
-    auto lock = lockSoon();
-    --busy_;
-    auto& files = *work.files;
+    {
+        Done done;
+        auto lock = lockSoon();
+        --busy_;
+        takeListing(*work.files, std::move(listing), done);
+        if (auto next = tryClaim()) return next;
+    }
+    return claim();
+}
+
+void WalkQueue::takeListing(Node& files, FolderListing listing, Done& done) {
     files.isListed = true;
     files.batches.resize(batchCount(listing.candidates));
     if (!listing.subFolders.empty()) {
         addSubFolders(files, files.prefix, std::exchange(listing.subFolders, {}));
     }
     files.listing = std::move(listing);
-    if (files.batches.empty()) {
-        closed = close(files);
-        work_.erase(files.workPlace);
-        deliverReady(delivered);
-    }
-    return claimNext(lock);
+    if (!files.batches.empty()) return;
+    close(files, done);
+    work_.erase(files.workPlace);
+    deliverReady(done);
 }
 
 void WalkQueue::addSubFolders(const Node& after, std::string prefix, NameList names) {
@@ -156,25 +159,25 @@ void WalkQueue::addSubFolders(const Node& after, std::string prefix, NameList na
 }
 
 std::optional<WalkQueue::Work> WalkQueue::examined(const ReadWork& work, ExaminedFiles result) {
-    Order delivered;
-    std::unique_ptr<Folder> closed;
-    auto lock = lockSoon();
-    --busy_;
-    auto& files = *work.files;
-    files.batches[work.batch] = std::move(result);
-    if (++files.examinedBatches == files.batches.size()) closed = close(files);
-    if (files.place == order_.begin()) deliverReady(delivered);
-    return claimNext(lock);
+    {
+        Done done;
+        auto lock = lockSoon();
+        --busy_;
+        auto& files = *work.files;
+        files.batches[work.batch] = std::move(result);
+        if (++files.examinedBatches == files.batches.size()) close(files, done);
+        if (files.place == order_.begin()) deliverReady(done);
+        if (auto next = tryClaim()) return next;
+    }
+    return claim();
 }
 
-/// The folder goes to the caller, to be closed outside the lock.
-std::unique_ptr<Folder> WalkQueue::close(Node& files) {
+void WalkQueue::close(Node& files, Done& done) {
     --openFolders_;
-    return std::move(files.listing.folder);
+    done.folder = std::move(files.listing.folder);
 }
 
-/// What is delivered goes to the caller, to be released outside the lock.
-void WalkQueue::deliverReady(Order& delivered) {
+void WalkQueue::deliverReady(Done& done) {
     while (!order_.empty()) {
         auto& front = order_.front();
         if (front.isSubFolders || !front.isListed) return;
@@ -182,7 +185,7 @@ void WalkQueue::deliverReady(Order& delivered) {
             deliverNextBatch(front);
         }
         if (!isDelivered(front)) return;
-        delivered.splice(delivered.end(), order_, order_.begin());
+        done.delivered.splice(done.delivered.end(), order_, order_.begin());
     }
 }
 

@@ -28,7 +28,8 @@ namespace vestigo {
 struct FolderListing {
     std::unique_ptr<Folder> folder;  ///< Null when it could not be opened.
     NameList candidates;
-    std::vector<FileAttributes> attributes;  ///< Of the candidates, or empty.
+    /// Of the candidates, as far as the listing brought them along; may be shorter.
+    std::vector<std::optional<FileAttributes>> attributes;
     NameList subFolders;
 };
 
@@ -94,15 +95,22 @@ private:
 
     using Lock = std::unique_lock<std::mutex>;
 
+    /// What is closed and released once the lock is: declared before the lock is taken.
+    struct Done {
+        Order delivered;
+        std::unique_ptr<Folder> folder;
+    };
+
     [[nodiscard]] Lock lockSoon();
-    [[nodiscard]] std::optional<Work> claimNext(Lock& lock);
+    [[nodiscard]] std::optional<Work> tryClaim();
     [[nodiscard]] std::optional<Work> takeFirst();
     [[nodiscard]] Work enterNext(Node& run);
     [[nodiscard]] Work takeBatch(Node& files);
     [[nodiscard]] bool tooFarAhead() const;
-    std::unique_ptr<Folder> close(Node& files);
+    void takeListing(Node& files, FolderListing listing, Done& done);
+    void close(Node& files, Done& done);
     void addSubFolders(const Node& after, std::string prefix, NameList names);
-    void deliverReady(Order& delivered);
+    void deliverReady(Done& done);
     void deliverNextBatch(Node& files);
     bool isDelivered(const Node& files) const;
 

@@ -22,16 +22,6 @@ std::optional<std::string> folderFromEnvironment(const char* variable) {
     return withoutTrailingSlash(value);
 }
 
-std::string homeFolder() {
-    if (auto home = folderFromEnvironment("HOME")) return *home;
-    std::array<char, 16384> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
-    if (!found || !found->pw_dir || found->pw_dir[0] != '/') return "/";
-    return withoutTrailingSlash(found->pw_dir);
-}
-
 std::string dataFolder(const std::string& home) {
     if (auto folder = folderFromEnvironment("XDG_DATA_HOME")) return *folder;
     return (home == "/" ? "" : home) + "/.local/share";
@@ -55,9 +45,19 @@ std::string privateFolder(const std::string& shared, const std::string& lastReso
 
 }  // namespace
 
+std::string linuxHomeFolder() {
+    if (auto home = folderFromEnvironment("HOME")) return *home;
+    std::array<char, 16384> buffer{};
+    passwd entry{};
+    passwd* found = nullptr;
+    ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
+    if (!found || !found->pw_dir || found->pw_dir[0] != '/') return "/";
+    return withoutTrailingSlash(found->pw_dir);
+}
+
 StandardFolders linuxStandardFolders(const std::string& sharedTemporary) {
     StandardFolders folders;
-    folders.home = homeFolder();
+    folders.home = linuxHomeFolder();
     folders.applicationSupport = dataFolder(folders.home);
     const auto runtime = folderFromEnvironment("XDG_RUNTIME_DIR");
     folders.temporary = runtime && isOursAlone(*runtime)

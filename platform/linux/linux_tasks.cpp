@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -42,8 +43,10 @@ void LinuxTasks::run(Priority priority, Job job) {
         const std::lock_guard lock(running_->mutex);
         ++running_->count;
     }
-    auto body = [running = running_.get(), priority, job = std::move(job)]() mutable {
-        if (priority == Priority::utility) lowerPriorityOfThisThread();
+    auto body = [running = running_.get(), caller = std::this_thread::get_id(), priority,
+                 job = std::move(job)]() mutable {
+        if (priority == Priority::utility && std::this_thread::get_id() != caller)
+            lowerPriorityOfThisThread();
         job();
         job = nullptr;
         const std::lock_guard lock(running->mutex);
@@ -51,7 +54,12 @@ void LinuxTasks::run(Priority priority, Job job) {
         // Under the lock: once it is released, the waiting destructor may take all this away.
         running->none.notify_all();
     };
-    std::thread(std::move(body)).detach();
+    try {
+        std::thread(body).detach();
+    } catch (const std::system_error&) {
+        // No more threads to be had: late is better than never.
+        body();
+    }
 }
 
 }  // namespace vestigo

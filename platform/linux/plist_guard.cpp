@@ -131,7 +131,11 @@ bool hasFewContainers(std::string_view xml) {
 }  // namespace
 
 bool isHarmlessPropertyList(std::string_view content) {
-    if (!content.starts_with("bplist")) return hasFewContainers(content);
+    if (!content.starts_with("bplist")) {
+        constexpr std::string_view space = " \t\r\n\xEF\xBB\xBF";
+        const auto first = content.find_first_not_of(space);
+        return first != content.npos && content[first] == '<' && hasFewContainers(content);
+    }
     const auto list = BinaryList::open(content);
     return list && isTree(*list);
 }

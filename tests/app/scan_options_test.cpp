@@ -29,6 +29,8 @@ TEST(ScanOptions, TakesFoldersAndOptionsInAnyOrder) {
 
 TEST(ScanOptions, SaysWhatIsWrong) {
     EXPECT_EQ(problem({"--previous"}), "--previous needs a file");
+    EXPECT_EQ(problem({"--previous="}), "--previous needs a file");
+    EXPECT_EQ(problem({"--previous", "a", "--previous=b"}), "--previous is given twice");
     EXPECT_EQ(problem({"--fast", "--help"}), "unknown option --fast");
     EXPECT_EQ(problem({"-a"}), "unknown option -a");
     EXPECT_EQ(problem({""}), "a folder's name is empty");

@@ -32,7 +32,7 @@ TEST(ScanSession, InterruptedPrintsWhatWasFoundWithTheVendorsKnownByThen) {
                         std::nullopt);
     session.run({tree.path()}, false, interrupted);
     EXPECT_TRUE(interrupted);
-    const auto record = decodeScanFile(session.json());
+    const auto record = decodeScanFile(session.json().value_or(""));
     ASSERT_TRUE(record);
     EXPECT_EQ(record->hits.size(), 200U);
     EXPECT_GE(record->signatures->size(), 40U);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "persist/scan_file_reader.h"
 #include "tests/support/mach_o_maker.h"
@@ -83,13 +84,17 @@ TEST_F(VestigoScanTest, PrintsARecordThatTheNextScanTakesOver) {
     tree.file("previous", known);
     const auto second = shell("$scan --previous previous disk").output;
     EXPECT_NE(second.find("\"Known\""), std::string::npos) << second;
+    const auto without = shell("$scan --no-signatures --previous previous disk disk").output;
+    EXPECT_EQ(without.find("\"Known\""), std::string::npos) << without;
+    EXPECT_NE(without.find(",1,\"" + tree.at("disk/A.app")), std::string::npos) << without;
 }
 
 TEST_F(VestigoScanTest, RefusesWhatItCannotUseWithOneLine) {
+    ASSERT_EQ(symlink("loop", tree.at("loop").c_str()), 0);
     tree.file("old.json", R"({"version":2,"date":0,"roots":[],"hits":[]})");
     for (const auto* const arguments :
          {"missing", "disk missing", "old.json", "--wrong", "--previous", "--previous missing disk",
-          "--previous old.json disk", "--previous disk disk", "''"}) {
+          "--previous old.json disk", "--previous disk disk", "''", "loop", "$'new\nline'"}) {
         const auto result = shell(std::string("$scan ") + arguments);
         EXPECT_EQ(result.status, 2) << arguments;
         EXPECT_EQ(result.output, "") << arguments;

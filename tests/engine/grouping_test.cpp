@@ -148,5 +148,17 @@ TEST(Regrouping, InStepsGivesTheSameAsAllAtOnce) {
     }
 }
 
+TEST(Regrouping, OutlivesHitsThatAreForgottenMeanwhile) {
+    const SignatureMap signatures;
+    Regrouping regrouping(signatures);
+    // Read under AddressSanitizer: the first root once pointed into a hit that was gone.
+    regrouping.add(HitList{hit("/Applications/Hidden.app/arm", {"arm64"})});
+    regrouping.add(HitList{hit("/Applications/Hidden.app/intel", {"x86_64"})});
+    ASSERT_EQ(regrouping.groups().size(), 1U);
+    EXPECT_EQ(regrouping.groups().begin()->fix, Fix::keep);
+    regrouping.add(HitList{hit("relative/Foo.app/x", {"i386"})});
+    EXPECT_EQ(std::next(regrouping.groups().begin())->root, "/relative/Foo.app");
+}
+
 }  // namespace
 }  // namespace vestigo

@@ -254,6 +254,7 @@ TEST(ScanRoots, FollowTheChoice) {
     ASSERT_EQ(smart.size(), 11U);
     EXPECT_EQ(smart[1], "/home/me/Applications");
     EXPECT_EQ(smart[3], "/home/me/Library");
+    EXPECT_EQ(scanRoots(std::nullopt, Scope::smart, "/")[1], "/Applications");
 }
 
 TEST(FolderExclusions, ConcernAbsolutePlacesAsWholeComponents) {
