@@ -79,8 +79,8 @@ public:
 
 private:
     void publish(SignatureMap found) {
-        main_->post([handle = handle_, found = std::move(found)]() mutable {
-            if (handle->scanner) handle->scanner->takeSignatures(std::move(found));
+        main_->post([handle = handle_, found = std::move(found)] {
+            if (handle->scanner) handle->scanner->takeSignatures(found);
         });
     }
 
@@ -189,9 +189,9 @@ void Scanner::refreshSignatures() {
     services_.background->run(services_.priority, SignaturePass(*this, std::move(missing)));
 }
 
-void Scanner::takeSignatures(SignatureMap found) {
-    for (auto& [root, info] : found) {
-        results_.signatures->insert_or_assign(root, std::move(info));
+void Scanner::takeSignatures(const SignatureMap& found) {
+    for (const auto& [root, info] : found) {
+        results_.signatures->insert_or_assign(root, info);
     }
     signaturesNewer_ = true;
     changed(ScannerField::signatures);

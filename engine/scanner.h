@@ -107,7 +107,7 @@ private:
     void takeProgress(std::int64_t count, std::string path);
     void takeHits(const HitList& added, std::int64_t count);
     void takeFinish();
-    void takeSignatures(SignatureMap found);
+    void takeSignatures(const SignatureMap& found);
     void takePassEnd();
     void changed(ScannerField field);
 

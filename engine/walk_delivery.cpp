@@ -8,7 +8,7 @@ constexpr std::size_t hitsPerPartial = 2000;
 
 }  // namespace
 
-void WalkDelivery::deliver(ExaminedFiles run,
+void WalkDelivery::deliver(ExaminedFiles&& run,
                            const std::function<std::string(std::size_t)>& pathOf) {
     const auto before = scannedCount_;
     const auto countUpTo = [&](std::int64_t count) {

@@ -24,7 +24,7 @@ public:
     explicit WalkDelivery(WalkListener& listener) : listener_(listener) {}
 
     /// The next run in order. `pathOf` gives the path of the candidate at a position of the run.
-    void deliver(ExaminedFiles run, const std::function<std::string(std::size_t)>& pathOf);
+    void deliver(ExaminedFiles&& run, const std::function<std::string(std::size_t)>& pathOf);
     /// Hands over what is left.
     void finish();
 
