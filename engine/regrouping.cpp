@@ -9,7 +9,7 @@ namespace vestigo {
 
 void Regrouping::restart(bool intelOnly) {
     intelOnly_ = intelOnly;
-    groups_ = {};
+    groups_ = std::make_shared<GroupList>();
     latest_ = nullptr;
     std::destroy_at(&roots_);
     memory_->release();
@@ -55,12 +55,12 @@ void Regrouping::noteArm64(Root& root) {
 
 void Regrouping::list(Root& root, const HitRef& hit) {
     if (!root.group) {
-        root.group = &groups_.add({.root = std::string(root.text),
-                                   .isBundle = root.isBundle,
-                                   .category = categoryForPath(root.text),
-                                   .hits = {},
-                                   .fix = fixForPath(root.text, isApple(root.text), root.hasArm64),
-                                   .hasArm64 = root.hasArm64});
+        root.group = &groups_->add({.root = std::string(root.text),
+                                    .isBundle = root.isBundle,
+                                    .category = categoryForPath(root.text),
+                                    .hits = {},
+                                    .fix = fixForPath(root.text, isApple(root.text), root.hasArm64),
+                                    .hasArm64 = root.hasArm64});
     }
     root.group->hits.push_back(hit);
 }

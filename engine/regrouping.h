@@ -26,7 +26,9 @@ public:
     /// The next hits, in the order of the engine's hit list.
     void add(std::span<const HitRef> hits);
 
-    [[nodiscard]] const GroupList& groups() const { return groups_; }
+    [[nodiscard]] const GroupList& groups() const { return *groups_; }
+    /// Never null. Starting over puts a new list in its place.
+    [[nodiscard]] std::shared_ptr<const GroupList> sharedGroups() const { return groups_; }
 
 private:
     /// What is known of a root, listed or not.
@@ -46,7 +48,7 @@ private:
 
     const SignatureMap* signatures_;
     bool intelOnly_ = true;
-    GroupList groups_;
+    std::shared_ptr<GroupList> groups_ = std::make_shared<GroupList>();
     /// The map's nodes come and go all together.
     std::unique_ptr<std::pmr::monotonic_buffer_resource> memory_ =
         std::make_unique<std::pmr::monotonic_buffer_resource>();

@@ -1,6 +1,5 @@
 #include "engine/scanner.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "engine/scan_rules.h"
@@ -240,17 +239,8 @@ void Scanner::pruneHits(const std::string& path) {
     changed(ScannerField::allHits);
 }
 
-Scanner::Subscription Scanner::subscribe(Observer observer) {
-    auto subscription = std::make_shared<Observer>(std::move(observer));
-    observers_.push_back(subscription);
-    return subscription;
-}
-
-void Scanner::changed(ScannerField field) {
-    std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
-    for (const auto& each : std::vector(observers_)) {
-        if (const auto observer = each.lock()) (*observer)(field);
-    }
+Subscription Scanner::subscribe(std::function<void(ScannerField)> observer) {
+    return observers_.subscribe(std::move(observer));
 }
 
 }  // namespace vestigo

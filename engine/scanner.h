@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/observers.h"
 #include "engine/records.h"
 #include "engine/regrouping.h"
 #include "engine/scan_store.h"
@@ -57,8 +58,12 @@ public:
 
     /// Every Mach-O file of the last scan, in walk order.
     [[nodiscard]] const HitList& allHits() const { return results_.hits; }
-    /// Grows in place while a scan runs; references stay good until the groups start over.
+    /// Grows in place while a scan runs; a new list takes its place when the groups start over.
     [[nodiscard]] const GroupList& groups() const { return regrouping_.groups(); }
+    /// The same list for whoever keeps references into it.
+    [[nodiscard]] std::shared_ptr<const GroupList> sharedGroups() const {
+        return regrouping_.sharedGroups();
+    }
     [[nodiscard]] const SignatureMap& signatures() const { return *results_.signatures; }
     [[nodiscard]] bool scanning() const { return scanning_; }
     /// Candidate files seen by the running or last scan.
@@ -92,11 +97,8 @@ public:
     /// Forgets the hit at `path` and those below it. The groups follow with the next `regroup`.
     void pruneHits(const std::string& path);
 
-    /// Calls `observer` after each change of a field, until the subscription is destroyed. It may
-    /// be destroyed in a call, and outlive the Scanner.
-    using Observer = std::function<void(ScannerField)>;
-    using Subscription = std::shared_ptr<void>;
-    [[nodiscard]] Subscription subscribe(Observer observer);
+    /// Calls `observer` after each change of a field. It must not destroy the Scanner.
+    [[nodiscard]] Subscription subscribe(std::function<void(ScannerField)> observer);
 
 private:
     struct Handle;
@@ -109,7 +111,7 @@ private:
     void takeFinish();
     void takeSignatures(const SignatureMap& found);
     void takePassEnd();
-    void changed(ScannerField field);
+    void changed(ScannerField field) { observers_.notify(field); }
 
     ScannerServices services_;
     ScanFile results_;
@@ -126,7 +128,7 @@ private:
     std::size_t passes_ = 0;
     CancelFlag closing_;
     std::shared_ptr<Handle> handle_;
-    std::vector<std::weak_ptr<Observer>> observers_;
+    Observers<ScannerField> observers_;
 };
 
 }  // namespace vestigo
