@@ -5,12 +5,12 @@
 
 namespace vestigo {
 
-std::string BundleGroup::name() const {
+std::string_view BundleGroup::name() const {
     const auto end = root.find_last_not_of('/');
     if (end == std::string::npos) return root;
     const auto slash = root.rfind('/', end);
     const auto begin = slash == std::string::npos ? 0 : slash + 1;
-    return root.substr(begin, end + 1 - begin);
+    return std::string_view(root).substr(begin, end + 1 - begin);
 }
 
 int BundleGroup::fixRank() const {

@@ -82,8 +82,8 @@ struct BundleGroup {
     [[nodiscard]] const std::string& id() const { return root; }
     [[nodiscard]] std::string_view categoryName() const { return label(category); }
     [[nodiscard]] std::size_t legacyCount() const { return hits.size(); }
-    /// The last non-empty component of the root; the root itself when it has none.
-    [[nodiscard]] std::string name() const;
+    /// The last non-empty component of the root, a view into it; all of it when it has none.
+    [[nodiscard]] std::string_view name() const;
     /// homebrew 0, macports 1, manual 2, keep 3, apple 4.
     [[nodiscard]] int fixRank() const;
     /// Every architecture name once, ascending, joined with ", ".

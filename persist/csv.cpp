@@ -1,13 +1,12 @@
 #include "persist/csv.h"
 
 #include <charconv>
-#include <chrono>
 #include <string_view>
+
+#include "platform/clock.h"
 
 namespace vestigo {
 namespace {
-
-using namespace std::chrono_literals;
 
 constexpr std::string_view header =
     "category,bundle,vendor,fix,cpu,apple_signed,created,legacy_count,path\n";
@@ -29,28 +28,6 @@ void appendDecimal(std::string& out, std::size_t value) {
     out.append(text, std::to_chars(std::begin(text), std::end(text), value).ptr);
 }
 
-/// At least two digits.
-void appendPadded(std::string& out, unsigned value) {
-    if (value < 10) out += '0';
-    appendDecimal(out, value);
-}
-
-/// Year, month and day of a time after the epoch of 2001.
-void appendDate(std::string& out, double seconds) {
-    using std::chrono::sys_days;
-    constexpr auto epoch = sys_days(2001y / 1 / 1);
-    constexpr auto days = sys_days(10000y / 1 / 1) - epoch;
-    // Rejects NaN as well.
-    if (!(seconds > 0 && seconds < static_cast<double>(days.count()) * 86400)) return;
-    const std::chrono::year_month_day date =
-        epoch + std::chrono::days(static_cast<int>(seconds / 86400));
-    appendDecimal(out, static_cast<unsigned>(static_cast<int>(date.year())));
-    out += '-';
-    appendPadded(out, static_cast<unsigned>(date.month()));
-    out += '-';
-    appendPadded(out, static_cast<unsigned>(date.day()));
-}
-
 void appendGroup(std::string& out, const BundleGroup& group, const SignInfo& signature) {
     out += '"';
     out += group.categoryName();
@@ -63,7 +40,7 @@ void appendGroup(std::string& out, const BundleGroup& group, const SignInfo& sig
     out += ",\"";
     out += group.cpuSummary();
     out += signature.isApple ? "\",true," : "\",false,";
-    appendDate(out, group.created());
+    out += calendarDate(group.created());
     out += ',';
     appendDecimal(out, group.legacyCount());
     out += ',';
