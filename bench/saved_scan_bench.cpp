@@ -88,7 +88,7 @@ void readFloor() {
 }
 
 void writeFloor() {
-    benchmark::DoNotOptimize(world().files.replace(world().path, world().text));
+    benchmark::DoNotOptimize(world().files.replace(world().path, world().text, Access::ownerOnly));
 }
 
 void readSavedScan(benchmark::State& state) {
@@ -103,7 +103,7 @@ void writeSavedScan(benchmark::State& state) {
         state,
         [] {
             const auto text = encodeScanFile(world().record).value();
-            benchmark::DoNotOptimize(world().files.replace(world().path, text));
+            benchmark::DoNotOptimize(world().files.replace(world().path, text, Access::ownerOnly));
         },
         writeFloor);
 }

@@ -23,7 +23,7 @@ std::optional<ScanFile> ScanCache::readScanFile() {
 
 void ScanCache::writeScanFile(const ScanFile& record) {
     const auto text = encodeScanFile(record);
-    if (text) static_cast<void>(files_->replace(cacheFileURL(), *text));
+    if (text) static_cast<void>(files_->replace(cacheFileURL(), *text, Access::ownerOnly));
 }
 
 void ScanCache::migrateOldCacheFile() {

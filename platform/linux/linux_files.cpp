@@ -101,7 +101,7 @@ std::string unguessableName() {
 /// A new file beside `path` that takes its place once it is whole. Gone when it never does.
 class Successor {
 public:
-    explicit Successor(const std::string& path) : Successor(split(path)) {}
+    Successor(const std::string& path, Access access) : Successor(split(path), access) {}
     ~Successor() {
         if (!placed_ && file_) ::unlinkat(folder_.get(), temporary_.c_str(), 0);
     }
@@ -125,19 +125,27 @@ public:
     }
 
 private:
-    explicit Successor(std::pair<std::string, std::string> place)
+    Successor(std::pair<std::string, std::string> place, Access access)
         : name_(std::move(place.second)),
           temporary_(unguessableName()),
           folder_(retrying(
               [&] { return ::open(place.first.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); })),
-          file_(create()) {}
+          file_(create(access)) {}
 
-    [[nodiscard]] int create() const {
+    [[nodiscard]] int create(Access access) const {
         if (!folder_ || name_.empty() || temporary_.empty()) return -1;
-        return retrying([&] {
+        const mode_t mode = access == Access::ownerOnly ? 0600 : 0666;
+        const int file = retrying([&] {
             return ::openat(folder_.get(), temporary_.c_str(),
-                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
         });
+        struct stat old {};
+        if (file >= 0 && access == Access::usual &&
+            ::fstatat(folder_.get(), name_.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 &&
+            S_ISREG(old.st_mode)) {
+            ::fchmod(file, old.st_mode & 0777U);
+        }
+        return file;
     }
 
     bool place(unsigned flags) {
@@ -164,8 +172,8 @@ std::optional<std::string> LinuxFiles::read(const std::string& path) {
     return file ? readAll(file.get()) : std::nullopt;
 }
 
-bool LinuxFiles::replace(const std::string& path, std::string_view content) {
-    Successor successor(path);
+bool LinuxFiles::replace(const std::string& path, std::string_view content, Access access) {
+    Successor successor(path, access);
     return successor.write(content) && successor.replace();
 }
 
@@ -183,7 +191,7 @@ bool LinuxFiles::createFolders(const std::string& path) {
 bool LinuxFiles::copy(const std::string& from, const std::string& to) {
     const auto content = read(from);
     if (!content) return false;
-    Successor successor(to);
+    Successor successor(to, Access::ownerOnly);
     return successor.write(*content) && successor.placeIfFree();
 }
 

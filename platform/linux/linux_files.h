@@ -11,7 +11,8 @@ namespace vestigo {
 class LinuxFiles : public Files {
 public:
     [[nodiscard]] std::optional<std::string> read(const std::string& path) override;
-    [[nodiscard]] bool replace(const std::string& path, std::string_view content) override;
+    [[nodiscard]] bool replace(const std::string& path, std::string_view content,
+                               Access access) override;
     [[nodiscard]] bool exists(const std::string& path) override;
     bool createFolders(const std::string& path) override;
     [[nodiscard]] bool copy(const std::string& from, const std::string& to) override;

@@ -31,11 +31,11 @@ TEST_F(FilesTest, ReplacesByAPrivateFileAndLeavesNothingBeside) {
     const auto path = tree.at("na\xffme");
     fs::create_symlink(target, path);
     const std::string content("new\0\n", 5);
-    EXPECT_TRUE(files.replace(path, content));
+    EXPECT_TRUE(files.replace(path, content, Access::ownerOnly));
     EXPECT_EQ(files.read(path), content);
     EXPECT_EQ(fs::symlink_status(path).permissions(), fs::perms{0600});
     EXPECT_EQ(files.read(target), "untouched");
-    EXPECT_TRUE(files.replace(path, ""));
+    EXPECT_TRUE(files.replace(path, "", Access::ownerOnly));
     EXPECT_EQ(files.read(path), "");
     EXPECT_EQ(entries(), 2);
 }
@@ -45,7 +45,7 @@ TEST_F(FilesTest, AFailedReplacementChangesNothing) {
     const auto folder = tree.folder("folder");
     for (const auto& path : {folder, folder + "/", tree.at("none/file"), file + "/below",
                              tree.at(std::string(300, 'n'))}) {
-        EXPECT_FALSE(files.replace(path, "new")) << path;
+        EXPECT_FALSE(files.replace(path, "new", Access::ownerOnly)) << path;
     }
     EXPECT_EQ(files.read(file), "old");
     EXPECT_EQ(entries(), 2);
@@ -55,12 +55,12 @@ TEST_F(FilesTest, AFailedReplacementChangesNothing) {
 TEST_F(FilesTest, AKilledWriterLeavesTheOldOrTheNewFileWhole) {
     const auto path = tree.at("file");
     const std::string contents[] = {std::string(300000, 'a'), std::string(500000, 'b')};
-    ASSERT_TRUE(files.replace(path, contents[0]));
+    ASSERT_TRUE(files.replace(path, contents[0], Access::ownerOnly));
     for (int round = 0; round < 40; ++round) {
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
-            for (unsigned i = 0;; ++i) static_cast<void>(files.replace(path, contents[i % 2]));
+            for (unsigned i = 0;; ++i) static_cast<void>(files.replace(path, contents[i % 2], Access::ownerOnly));
         }
         std::this_thread::sleep_for(std::chrono::microseconds(2000 + round * 317));
         ::kill(child, SIGKILL);
