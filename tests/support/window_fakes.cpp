@@ -1,0 +1,59 @@
+#include "tests/support/window_fakes.h"
+
+#include <utility>
+
+#include "platform/linux/linux_directory_reader.h"
+#include "platform/linux/linux_files.h"
+
+namespace vestigo::test {
+
+void HeldTasks::runHeld() {
+    for (const auto& job : std::exchange(jobs, {})) job();
+}
+
+WindowFixture::WindowFixture() {
+    store->record = ScanFile{
+        .version = scanFileVersion, .roots = {"/"}, .hits = {}, .signatures = SignatureMap{}};
+    settings->setAcceptedDisclaimer(true);
+}
+
+WindowFixture::~WindowFixture() = default;
+
+void WindowFixture::found(const std::string& path, std::vector<std::string> archs, double created) {
+    store->record->hits.push_back(
+        std::make_shared<const BinaryHit>(BinaryHit{path, std::move(archs), 1, 1, created}));
+}
+
+void WindowFixture::signedBy(const std::string& root, const std::string& vendor, bool isApple) {
+    store->record->signatures->insert_or_assign(root, SignInfo{isApple, vendor});
+}
+
+ContentServices WindowFixture::services() {
+    ContentServices services;
+    services.scanner.main = loop;
+    services.scanner.background = tasks;
+    services.scanner.reader = std::make_shared<LinuxDirectoryReader>();
+    services.scanner.store = store;
+    services.scanner.now = [] { return 800000000.0; };
+    services.desktop = desktop;
+    services.files = std::make_shared<LinuxFiles>();
+    services.settings = settings;
+    services.notifications = notifications;
+    services.home = "/Users/me";
+    services.terminate = [this] { terminated = true; };
+    return services;
+}
+
+ContentView& WindowFixture::content() {
+    if (!content_) content_ = std::make_unique<ContentView>(services());
+    return *content_;
+}
+
+void WindowFixture::settle() {
+    do {
+        tasks->runHeld();
+        loop->runPosted();
+    } while (!tasks->jobs.empty());
+}
+
+}  // namespace vestigo::test

@@ -1,0 +1,241 @@
+#include "ui/content_view.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/protected_places.h"
+#include "engine/scan_rules.h"
+#include "persist/csv.h"
+
+namespace vestigo {
+namespace {
+
+constexpr double smallFontSize = 13;
+/// Room that the columns' widths were laid out without.
+constexpr double widthReserve = 1.06;
+
+}  // namespace
+
+ContentView::ContentView(ContentServices services)
+    : scanner_(std::move(services.scanner)),
+      desktop_(std::move(services.desktop)),
+      files_(std::move(services.files)),
+      settings_(std::move(services.settings)),
+      home_(std::move(services.home)),
+      terminate_(std::move(services.terminate)) {
+    subscriptions_ = {
+        // A signature may arrive when its row is selected already.
+        scanner_.subscribe([this](ScannerField field) {
+            if (field == ScannerField::signatures) selectionChanged();
+        }),
+        settings_->subscribe([this] { observers_.notify(ContentField::fontDelta); }),
+        services.notifications->subscribe([this](std::string_view name) {
+            if (name == notification::showAbout) showAboutRequested();
+            if (name == notification::showHelp) showHelpRequested();
+        }),
+    };
+}
+
+ContentView::~ContentView() = default;
+
+Subscription ContentView::subscribe(std::function<void(ContentField)> observer) {
+    return observers_.subscribe(std::move(observer));
+}
+
+template <class Value>
+void ContentView::change(Value& field, Value value, ContentField name) {
+    if (field == value) return;
+    field = std::move(value);
+    observers_.notify(name);
+}
+
+void ContentView::setScope(Scope scope) {
+    change(scope_, scope, ContentField::scope);
+}
+
+void ContentView::setCategoryFilter(std::optional<Category> category) {
+    change(categoryFilter_, category, ContentField::categoryFilter);
+}
+
+void ContentView::setFixFilter(std::optional<Fix> fix) {
+    change(fixFilter_, fix, ContentField::fixFilter);
+}
+
+void ContentView::setSortOrder(std::vector<SortComparator> order) {
+    change(sortOrder_, std::move(order), ContentField::sortOrder);
+}
+
+void ContentView::sortBy(SortKey key) {
+    auto order = sortOrder_;
+    SortComparator primary{key, false};
+    if (!order.empty() && order.front().key == key) primary.descending = !order.front().descending;
+    std::erase_if(order, [key](const SortComparator& earlier) { return earlier.key == key; });
+    order.insert(order.begin(), primary);
+    setSortOrder(std::move(order));
+}
+
+VisibleRows ContentView::visibleRows() const {
+    VisibleRows visible{scanner_.sharedGroups(), {}};
+    for (const auto& group : *visible.keeper) {
+        if (categoryFilter_ && group.category != *categoryFilter_) continue;
+        if (fixFilter_ && group.fix != *fixFilter_) continue;
+        visible.rows.push_back(&group);
+    }
+    sortRows(visible.rows, sortOrder_);
+    return visible;
+}
+
+std::size_t ContentView::hitCount() const {
+    std::size_t count = 0;
+    for (const auto& group : scanner_.groups()) count += group.hits.size();
+    return count;
+}
+
+std::size_t ContentView::categoryCount(Category category) const {
+    return static_cast<std::size_t>(std::ranges::count(
+        scanner_.groups().begin(), scanner_.groups().end(), category, &BundleGroup::category));
+}
+
+std::size_t ContentView::fixCount(Fix fix) const {
+    return static_cast<std::size_t>(std::ranges::count(
+        scanner_.groups().begin(), scanner_.groups().end(), fix, &BundleGroup::fix));
+}
+
+const BundleGroup* ContentView::groupWithRoot(std::string_view root) const {
+    const auto& groups = scanner_.groups();
+    const auto found = std::ranges::find(groups.begin(), groups.end(), root, &BundleGroup::root);
+    return found == groups.end() ? nullptr : &*found;
+}
+
+bool ContentView::isDeletable(const BundleGroup& group) const {
+    return !isProtected(group.root) && !scanner_.isAppleSigned(group.root) &&
+           group.fix != Fix::keep;
+}
+
+std::vector<const BundleGroup*> ContentView::deletableSelection() const {
+    std::vector<const BundleGroup*> deletable;
+    if (selection_.empty()) return deletable;
+    for (const auto& group : scanner_.groups()) {
+        if (selection_.contains(group.root) && isDeletable(group)) deletable.push_back(&group);
+    }
+    return deletable;
+}
+
+void ContentView::setSelection(RootSet selection) {
+    if (selection == selection_) return;
+    change(selection_, std::move(selection), ContentField::selection);
+    selectionChanged();
+}
+
+void ContentView::selectionChanged() {
+    const auto removed = std::erase_if(
+        selection_, [this](const std::string& root) { return scanner_.isAppleSigned(root); });
+    if (removed > 0) observers_.notify(ContentField::selection);
+}
+
+double ContentView::tableFontSize() const {
+    return smallFontSize + fontDelta();
+}
+
+double ContentView::columnWidth(double base) const {
+    return base * tableFontSize() / smallFontSize * widthReserve;
+}
+
+std::vector<std::string> ContentView::scanRoots() const {
+    return vestigo::scanRoots(customRoot_, scope_, home_);
+}
+
+void ContentView::scanPressed() {
+    scanner_.startScan(scanRoots());
+}
+
+void ContentView::chooseFolder(std::string path) {
+    change(customRoot_, std::optional(std::move(path)), ContentField::customRoot);
+}
+
+void ContentView::clearFolder() {
+    change(customRoot_, {}, ContentField::customRoot);
+}
+
+void ContentView::exportCSV() {
+    const std::weak_ptr<const void> window = alive_;
+    const auto path = desktop_->chooseCsvFile("vestigo-binaries.csv");
+    // The window may have been closed while the panel was open.
+    if (!path || window.expired()) return;
+    const auto text = csvText(scanner_.groups(), scanner_.signatures());
+    static_cast<void>(files_->replace(*path, text, Access::usual));
+}
+
+void ContentView::requestDeleteOfSelection() {
+    if (!deletableSelection().empty()) setShowDeleteConfirm(true);
+}
+
+void ContentView::requestDeleteOfRow(const BundleGroup& group) {
+    setSelection({group.root});
+    if (isDeletable(group)) setShowDeleteConfirm(true);
+}
+
+void ContentView::setShowDeleteConfirm(bool value) {
+    change(showDeleteConfirm_, value, ContentField::showDeleteConfirm);
+}
+
+void ContentView::inspect(const BundleGroup& group) {
+    change(inspectGroup_, std::optional(group), ContentField::inspectGroup);
+}
+
+void ContentView::closeInspect() {
+    change(inspectGroup_, {}, ContentField::inspectGroup);
+}
+
+void ContentView::requestReinstall(const BundleGroup& group) {
+    change(updateTarget_, std::optional(group), ContentField::updateTarget);
+    change(updateLog_, {}, ContentField::updateLog);
+}
+
+void ContentView::copyPath(const std::string& root, bool showFeedback) {
+    desktop_->copyText(root);
+    if (showFeedback) change(copiedPath_, std::optional(root), ContentField::copiedPath);
+}
+
+void ContentView::reveal(const std::string& root) {
+    desktop_->reveal(root);
+}
+
+void ContentView::showAlert(std::string message) {
+    change(alert_, std::optional(std::move(message)), ContentField::alert);
+}
+
+void ContentView::dismissAlert() {
+    change(alert_, {}, ContentField::alert);
+}
+
+void ContentView::windowAppeared() {
+    if (!acceptedDisclaimer()) change(showDisclaimer_, true, ContentField::showDisclaimer);
+}
+
+void ContentView::acceptDisclaimer() {
+    settings_->setAcceptedDisclaimer(true);
+    change(showDisclaimer_, false, ContentField::showDisclaimer);
+}
+
+void ContentView::quit() {
+    terminate_();
+}
+
+void ContentView::showAboutRequested() {
+    change(showAbout_, true, ContentField::showAbout);
+}
+
+void ContentView::closeAbout() {
+    change(showAbout_, false, ContentField::showAbout);
+}
+
+void ContentView::showHelpRequested() {
+    change(showHelp_, true, ContentField::showHelp);
+}
+
+void ContentView::closeHelp() {
+    change(showHelp_, false, ContentField::showHelp);
+}
+
+}  // namespace vestigo

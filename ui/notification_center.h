@@ -1,0 +1,29 @@
+// Requests that reach every open window.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "engine/observers.h"
+
+namespace vestigo {
+
+/// Names of the notifications.
+namespace notification {
+inline constexpr std::string_view showAbout = "vgShowAbout";
+inline constexpr std::string_view showHelp = "vgShowHelp";
+}  // namespace notification
+
+/// Delivers at once, on the posting thread. Main thread only.
+class NotificationCenter {
+public:
+    void post(std::string_view name) { observers_.notify(name); }
+    [[nodiscard]] Subscription subscribe(std::function<void(std::string_view name)> observer) {
+        return observers_.subscribe(std::move(observer));
+    }
+
+private:
+    Observers<std::string_view> observers_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,33 @@
+// The order of the table's rows.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "engine/records.h"
+
+namespace vestigo {
+
+/// The derived properties of a group that the table sorts by.
+enum class SortKey : std::uint8_t {
+    categoryName,
+    cpuSummary,
+    legacyCount,
+    created,
+    fixRank,
+    name,
+    root,
+};
+
+struct SortComparator {
+    SortKey key = SortKey::categoryName;
+    bool descending = false;
+    bool operator==(const SortComparator&) const = default;
+};
+
+/// Sorts stably by the first comparator, then by the next. Strings are compared as bytes, which for
+/// UTF-8 is the order of the characters' code points.
+void sortRows(std::vector<const BundleGroup*>& rows, std::span<const SortComparator> order);
+
+}  // namespace vestigo
