@@ -60,7 +60,8 @@ TEST_F(FilesTest, AKilledWriterLeavesTheOldOrTheNewFileWhole) {
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
-            for (unsigned i = 0;; ++i) static_cast<void>(files.replace(path, contents[i % 2], Access::ownerOnly));
+            for (unsigned i = 0;; ++i)
+                static_cast<void>(files.replace(path, contents[i % 2], Access::ownerOnly));
         }
         std::this_thread::sleep_for(std::chrono::microseconds(2000 + round * 317));
         ::kill(child, SIGKILL);
