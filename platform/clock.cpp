@@ -6,7 +6,9 @@ namespace {
 using namespace std::chrono_literals;
 
 std::string padded(unsigned value) {
-    return (value < 10 ? "0" : "") + std::to_string(value);
+    std::string digits = std::to_string(value);
+    if (digits.size() < 2) digits.insert(digits.begin(), '0');
+    return digits;
 }
 
 }  // namespace
