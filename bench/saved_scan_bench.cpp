@@ -51,7 +51,7 @@ struct World {
     std::string text = encodeScanFile(record).value();
 
     World() {
-        if (!files.replace(path, text)) std::abort();
+        if (!files.replace(path, text, Access::ownerOnly)) std::abort();
     }
 };
 
