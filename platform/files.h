@@ -2,15 +2,25 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vestigo {
 
 /// Who may open a file that is written. `usual`: as the user's other new files; a file that is
 /// replaced keeps its permissions.
 enum class Access : std::uint8_t { ownerOnly, usual };
+
+enum class ItemKind : std::uint8_t { file, folder, link, other };
+
+/// A folder held for one at a time, among all programs that ask for it, until this ends.
+class FolderLock {
+public:
+    virtual ~FolderLock() = default;
+};
 
 class Files {
 public:
@@ -27,6 +37,21 @@ public:
     virtual bool createFolders(const std::string& path) = 0;
     /// Never overwrites; a half-made copy does not stay. False when anything failed.
     [[nodiscard]] virtual bool copy(const std::string& from, const std::string& to) = 0;
+    /// What lies at the path itself: a link there is not followed. Absent when there is nothing, or
+    /// nothing that can be reached.
+    [[nodiscard]] virtual std::optional<ItemKind> kind(const std::string& path) = 0;
+    /// The path without links in it, as the file system spells it. Absent when it leads nowhere.
+    [[nodiscard]] virtual std::optional<std::string> resolved(const std::string& path) = 0;
+    /// The names in a folder, in the order the file system gives them, without "." and "..". Absent
+    /// when it cannot be listed to its end.
+    [[nodiscard]] virtual std::optional<std::vector<std::string>> names(
+        const std::string& folder) = 0;
+    /// A real folder, no link to one, of this user, that nobody else may enter.
+    [[nodiscard]] virtual bool isPrivateFolder(const std::string& path) = 0;
+    /// Waits until nobody else holds the folder. Null when it cannot be opened.
+    [[nodiscard]] virtual std::unique_ptr<FolderLock> lockFolder(const std::string& path) = 0;
+    /// Removes a file, or a link itself. True when it has gone.
+    virtual bool remove(const std::string& path) = 0;
 };
 
 }  // namespace vestigo

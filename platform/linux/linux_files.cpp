@@ -3,11 +3,15 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 #include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -77,6 +81,19 @@ bool writeAll(int file, std::string_view content) {
     }
     return true;
 }
+
+struct CloseListing {
+    void operator()(DIR* listing) const { ::closedir(listing); }
+};
+
+/// Locked as long as it is open.
+class OpenFolderLock : public FolderLock {
+public:
+    explicit OpenFolderLock(Descriptor folder) : folder_(std::move(folder)) {}
+
+private:
+    Descriptor folder_;
+};
 
 /// Folder and name of a path; the folder of a bare name is the current one.
 std::pair<std::string, std::string> split(const std::string& path) {
@@ -193,6 +210,51 @@ bool LinuxFiles::copy(const std::string& from, const std::string& to) {
     if (!content) return false;
     Successor successor(to, Access::ownerOnly);
     return successor.write(*content) && successor.placeIfFree();
+}
+
+std::optional<ItemKind> LinuxFiles::kind(const std::string& path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
+    if (S_ISREG(status.st_mode)) return ItemKind::file;
+    if (S_ISDIR(status.st_mode)) return ItemKind::folder;
+    return S_ISLNK(status.st_mode) ? ItemKind::link : ItemKind::other;
+}
+
+std::optional<std::string> LinuxFiles::resolved(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
+                                                           &std::free);
+    return real ? std::optional<std::string>(real.get()) : std::nullopt;
+}
+
+std::optional<std::vector<std::string>> LinuxFiles::names(const std::string& folder) {
+    const std::unique_ptr<DIR, CloseListing> listing(::opendir(folder.c_str()));
+    if (!listing) return std::nullopt;
+    std::vector<std::string> result;
+    for (;;) {
+        errno = 0;
+        const auto* const entry = ::readdir(listing.get());
+        if (!entry) break;
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") result.emplace_back(name);
+    }
+    return errno == 0 ? std::optional(std::move(result)) : std::nullopt;
+}
+
+bool LinuxFiles::isPrivateFolder(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == ::geteuid() && (status.st_mode & 077U) == 0;
+}
+
+std::unique_ptr<FolderLock> LinuxFiles::lockFolder(const std::string& path) {
+    Descriptor folder(
+        retrying([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (!folder || retrying([&] { return ::flock(folder.get(), LOCK_EX); }) != 0) return nullptr;
+    return std::make_unique<OpenFolderLock>(std::move(folder));
+}
+
+bool LinuxFiles::remove(const std::string& path) {
+    return ::unlink(path.c_str()) == 0;
 }
 
 }  // namespace vestigo

@@ -1,0 +1,24 @@
+// Work that needs an administrator's password.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vestigo {
+
+/// How a run ended: with an exit status, or with the reason why it could not be started.
+struct AdministratorRun {
+    int status = 0;
+    std::optional<std::string> launchError;
+};
+
+/// Thread-safe; blocking, never called on the main thread.
+class Administrator {
+public:
+    virtual ~Administrator() = default;
+    /// Has the system ask for an administrator and runs the shell script at `script` as the
+    /// superuser. A status other than 0 when the user cancelled or was refused.
+    [[nodiscard]] virtual AdministratorRun runScript(const std::string& script) = 0;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,24 @@
+// A Trash that is just a folder.
+#pragma once
+
+#include <memory>
+
+#include "platform/cleanup_trash.h"
+#include "platform/files.h"
+
+namespace vestigo {
+
+class FolderCleanupTrash : public CleanupTrash {
+public:
+    FolderCleanupTrash(std::string folder, std::shared_ptr<Files> files);
+
+    /// Always has a place. Names that differ only in the case of Latin letters count as one.
+    [[nodiscard]] CleanupPlan plan(const std::vector<std::string>& paths) override;
+    void finish(const CleanupPlan&) override {}
+
+private:
+    std::string folder_;
+    std::shared_ptr<Files> files_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,170 @@
+#include "platform/linux/linux_links.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/descriptor.h"
+
+namespace vestigo {
+namespace {
+
+constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
+
+struct CloseListing {
+    void operator()(DIR* listing) const { closedir(listing); }
+};
+
+/// With a descriptor of its own. Null when it cannot be read.
+std::unique_ptr<DIR, CloseListing> openListing(int folder) {
+    const int own = openat(folder, ".", asFolder);
+    std::unique_ptr<DIR, CloseListing> listing(own < 0 ? nullptr : fdopendir(own));
+    if (!listing && own >= 0) close(own);
+    return listing;
+}
+
+/// Reads destinations into a buffer that serves all links of a walk.
+class DestinationReader {
+public:
+    /// Good until the next call. Absent when it is no link, or has no end within what a path may
+    /// be.
+    std::optional<std::string_view> read(int folder, const char* name) {
+        const auto length = readlinkat(folder, name, text_.data(), text_.size());
+        if (length <= 0 || static_cast<std::size_t>(length) == text_.size()) return std::nullopt;
+        return std::string_view(text_.data(), static_cast<std::size_t>(length));
+    }
+
+private:
+    std::array<char, PATH_MAX> text_;
+};
+
+class LinuxFoundLink : public FoundLink {
+public:
+    LinuxFoundLink(std::string_view folderPath, int folder, const char* name,
+                   std::string_view destination)
+        : folderPath_(folderPath), folder_(folder), name_(name), destination_(destination) {}
+
+    std::string_view folder() const override { return folderPath_; }
+    std::string_view destination() const override { return destination_; }
+    bool removeDead() override {
+        DestinationReader now;
+        if (!isDead() || now.read(folder_, name_) != destination_) return false;
+        return unlinkat(folder_, name_, 0) == 0;
+    }
+
+private:
+    /// What may only be out of reach for this user counts as alive.
+    bool isDead() const {
+        struct stat reached {};
+        if (fstatat(folder_, name_, &reached, AT_NO_AUTOMOUNT) == 0) return false;
+        return errno == ENOENT || errno == ENOTDIR || errno == ELOOP;
+    }
+
+    std::string_view folderPath_;
+    int folder_;
+    const char* name_;
+    std::string_view destination_;
+};
+
+class Walk {
+public:
+    Walk(const std::string& folder, const std::function<void(FoundLink&)>& visitor)
+        : path_(folder), current_(open(folder.c_str(), asFolder)), visitor_(visitor) {}
+
+    void run() {
+        if (!current_) return;
+        enter();
+        for (;;) {
+            if (!levels_.back().folders.empty()) {
+                goDown();
+                continue;
+            }
+            levels_.pop_back();
+            if (levels_.empty() || !goUp()) return;
+        }
+    }
+
+private:
+    /// A folder between the first one and the current one.
+    struct Level {
+        dev_t device;
+        ino_t number;
+        std::size_t pathLength;
+        std::vector<std::string> folders;  ///< In it, still to be visited.
+    };
+
+    /// Visits the links of the current folder and notes its folders.
+    void enter() {
+        struct stat status {};
+        fstat(current_.get(), &status);
+        levels_.push_back({status.st_dev, status.st_ino, path_.size(), {}});
+        const auto listing = openListing(current_.get());
+        while (const auto* entry = listing ? readdir(listing.get()) : nullptr) visit(*entry);
+    }
+
+    void visit(const dirent& entry) {
+        const std::string_view name = entry.d_name;
+        if (name == "." || name == "..") return;
+        switch (entry.d_type == DT_UNKNOWN ? typeOf(entry.d_name) : entry.d_type) {
+            case DT_DIR: levels_.back().folders.emplace_back(name); return;
+            case DT_LNK: visitLink(entry.d_name); return;
+        }
+    }
+
+    unsigned char typeOf(const char* name) const {
+        struct stat status {};
+        const int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+        if (fstatat(current_.get(), name, &status, flags) != 0) return DT_UNKNOWN;
+        return static_cast<unsigned char>(IFTODT(status.st_mode));
+    }
+
+    void visitLink(const char* name) {
+        const auto destination = destinations_.read(current_.get(), name);
+        if (!destination) return;
+        LinuxFoundLink link(path_, current_.get(), name, *destination);
+        visitor_(link);
+    }
+
+    void goDown() {
+        const auto name = std::move(levels_.back().folders.back());
+        levels_.back().folders.pop_back();
+        Descriptor below(openat(current_.get(), name.c_str(), asFolder | O_NOFOLLOW));
+        if (!below) return;
+        current_ = std::move(below);
+        path_.append("/").append(name);
+        enter();
+    }
+
+    /// False when the folder above is another than the one this came through.
+    bool goUp() {
+        current_ = Descriptor(openat(current_.get(), "..", asFolder));
+        const auto& above = levels_.back();
+        path_.resize(above.pathLength);
+        struct stat status {};
+        return current_ && fstat(current_.get(), &status) == 0 && status.st_dev == above.device &&
+               status.st_ino == above.number;
+    }
+
+    std::string path_;
+    Descriptor current_;
+    const std::function<void(FoundLink&)>& visitor_;
+    std::vector<Level> levels_;
+    DestinationReader destinations_;
+};
+
+}  // namespace
+
+void LinuxLinks::visit(const std::string& folder, const std::function<void(FoundLink&)>& visitor) {
+    Walk(folder, visitor).run();
+}
+
+}  // namespace vestigo

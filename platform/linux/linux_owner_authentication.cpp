@@ -1,0 +1,72 @@
+#include "platform/linux/linux_owner_authentication.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <future>
+#include <sstream>
+#include <string_view>
+#include <utility>
+
+#include <unistd.h>
+
+namespace vestigo {
+namespace {
+
+constexpr char action[] = "org.vestigo.confirm-removal";
+constexpr std::chrono::seconds longestWait{5};
+
+bool isSet(const char* variable) {
+    const char* const value = std::getenv(variable);
+    return value && value[0] != '\0';
+}
+
+/// Process number, start time and user: so that no later process of that number is taken for this
+/// one. Empty when the system does not tell.
+std::string thisProcess() {
+    std::ifstream file("/proc/self/stat");
+    std::string line;
+    std::getline(file, line);
+    // The name in parentheses may hold anything; the start time is the 20th field after it.
+    std::istringstream fields(line.substr(std::min(line.rfind(')') + 1, line.size())));
+    std::string field;
+    for (int i = 0; i < 20; ++i) fields >> field;
+    if (!fields) return {};
+    return std::to_string(::getpid()) + "," + field + "," + std::to_string(::getuid());
+}
+
+}  // namespace
+
+PolicyKitPlaces policyKitPlaces() {
+    PolicyKitPlaces places;
+    places.hasAgent =
+        (isSet("DISPLAY") || isSet("WAYLAND_DISPLAY")) && isSet("XDG_CURRENT_DESKTOP");
+    return places;
+}
+
+LinuxOwnerAuthentication::LinuxOwnerAuthentication(std::shared_ptr<Processes> processes,
+                                                   PolicyKitPlaces places)
+    : processes_(std::move(processes)), places_(std::move(places)) {}
+
+bool LinuxOwnerAuthentication::available() {
+    if (!places_.hasAgent) return false;
+    const auto status = std::make_shared<std::promise<int>>();
+    auto ended = status->get_future();
+    const auto error = processes_->start(
+        {.program = places_.actions, .arguments = {"--action-id", action}, .environment = {}},
+        [](std::string_view) {}, [status](int value) { status->set_value(value); });
+    return !error && ended.wait_for(longestWait) == std::future_status::ready && ended.get() == 0;
+}
+
+void LinuxOwnerAuthentication::authenticate(const std::string&, std::function<void(bool)> reply) {
+    const auto error = processes_->start(
+        {.program = places_.check,
+         .arguments = {"--action-id", action, "--process", thisProcess(),
+                       "--allow-user-interaction"},
+         .environment = {}},
+        [](std::string_view) {}, [reply](int status) { reply(status == 0); });
+    if (error) reply(false);
+}
+
+}  // namespace vestigo

@@ -1,0 +1,28 @@
+// The desktop's Trash, from which the file manager restores.
+#pragma once
+
+#include <string>
+
+#include "platform/trash.h"
+
+namespace vestigo {
+
+/// Items go to the Trash on their own file system, by a rename: the user's main one, else the
+/// shared or the user's own one at the top of that file system, made where it is missing and the
+/// user may. Where an item came from is on the disk before it is moved, so whenever this is
+/// interrupted the item is in its place, or whole in the Trash and can be restored.
+class LinuxTrash : public Trash {
+public:
+    /// `homeTrash`: "Trash" in the user's data folder.
+    explicit LinuxTrash(std::string homeTrash);
+
+    [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path) override;
+
+private:
+    std::string homeTrash_;
+};
+
+/// Why something could not be moved, in words that follow "…: ".
+[[nodiscard]] std::string trashErrorText(int error);
+
+}  // namespace vestigo

@@ -1,0 +1,34 @@
+// Programs run beside this one.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vestigo {
+
+struct ProcessStart {
+    std::string program;  ///< Absolute path.
+    std::vector<std::string> arguments;
+    /// Set in the child beside, or in place of, what this program has in its environment.
+    std::map<std::string, std::string> environment;
+};
+
+/// Thread-safe.
+class Processes {
+public:
+    virtual ~Processes() = default;
+    /// Starts a program without a shell; its standard input is empty, its output and errors come
+    /// together through one pipe. `output` is called with each chunk as it comes and `ended`, after
+    /// all output that the program itself wrote, with the exit status (128 + the signal that ended
+    /// it), both on one background thread. The child is never killed: the destructor of what runs
+    /// the threads waits for it. Absent when it runs, else why it could not be started.
+    [[nodiscard]] virtual std::optional<std::string> start(
+        const ProcessStart& what, std::function<void(std::string_view)> output,
+        std::function<void(int)> ended) = 0;
+};
+
+}  // namespace vestigo

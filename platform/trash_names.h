@@ -1,0 +1,13 @@
+// Names under which things lie in a Trash.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vestigo {
+
+/// The name to try at the given attempt, from 1 on: the item's own, then "Foo.2.app", "Foo.3.app",
+/// ... It never has more bytes than `longest`; what is too long loses the end of its stem.
+[[nodiscard]] std::string trashName(std::string_view name, unsigned attempt, std::size_t longest);
+
+}  // namespace vestigo

@@ -1,0 +1,128 @@
+#include "platform/linux/linux_processes.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/linux/linux_tasks.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Result {
+    std::optional<std::string> error;
+    std::string output;
+    std::size_t longestChunk = 0;
+    std::optional<int> status;
+};
+
+/// Starts the program and waits for its end; what came after the end is lost.
+Result run(const ProcessStart& what) {
+    Result result;
+    LinuxTasks waited;
+    // Not owned: destroying the tasks is what waits.
+    LinuxProcesses processes(std::shared_ptr<BackgroundTasks>(&waited, [](BackgroundTasks*) {}));
+    result.error = processes.start(
+        what,
+        [&result](std::string_view chunk) {
+            if (result.status) return;
+            result.output += chunk;
+            result.longestChunk = std::max(result.longestChunk, chunk.size());
+        },
+        [&result](int status) { result.status = status; });
+    return result;
+}
+
+Result shell(const std::string& script) {
+    return run({.program = "/bin/sh", .arguments = {"-c", script}, .environment = {}});
+}
+
+std::size_t openDescriptors() {
+    const fs::directory_iterator entries("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST(LinuxProcesses, BringOutputAndErrorsInOrderAndThenTheStatus) {
+    const auto result = shell("echo out; echo err >&2; exit 3");
+    EXPECT_EQ(result.output, "out\nerr\n");
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(shell("kill -TERM $$").status, 128 + SIGTERM);
+    EXPECT_EQ(shell("exec >/dev/null 2>&1; ls /; exit 5").status, 5);
+}
+
+TEST(LinuxProcesses, HandOnArgumentsUntouchedAndTheEnvironmentWithItsChanges) {
+    setenv("VESTIGO_KEPT", "kept", 1);
+    setenv("VESTIGO_REPLACED", "old", 1);
+    const auto result = run(
+        {.program = "/bin/sh",
+         .arguments = {"-c",
+                       "printf '[%s]' \"$@\"; echo $VESTIGO_KEPT $VESTIGO_REPLACED $VESTIGO_NEW",
+                       "sh", "two words", "$(id)", "", "\xff'\n"},
+         .environment = {{"VESTIGO_REPLACED", "replaced"}, {"VESTIGO_NEW", "new"}}});
+    EXPECT_EQ(result.output, "[two words][$(id)][][\xff'\n]kept replaced new\n");
+    unsetenv("VESTIGO_KEPT");
+    unsetenv("VESTIGO_REPLACED");
+}
+
+TEST(LinuxProcesses, SayWhyAProgramCannotStart) {
+    const auto missing = run({.program = "/missing", .arguments = {}, .environment = {}});
+    EXPECT_EQ(missing.error, "No such file or directory");
+    EXPECT_FALSE(missing.status);
+}
+
+TEST(LinuxProcesses, BringMuchOutputWholeInBoundedChunks) {
+    const auto result = shell("head -c 20000000 /dev/zero | tr '\\0' x; echo end");
+    EXPECT_EQ(result.output.size(), 20'000'004U);
+    EXPECT_TRUE(result.output.ends_with("xend\n"));
+    EXPECT_LE(result.longestChunk, 65536U);
+}
+
+TEST(LinuxProcesses, EndThoughWhatTheyLeftRunningKeepsThePipe) {
+    const test::TemporaryTree tree;
+    const auto fifo = tree.at("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    // It stays until the FIFO is opened below, which is after the end.
+    const auto result = shell("(read line < '" + fifo + "') & echo done");
+    EXPECT_EQ(result.output, "done\n");
+    EXPECT_EQ(result.status, 0);
+    std::ofstream(fifo) << "go\n";
+}
+
+TEST(LinuxProcesses, InheritNoDescriptorNoSessionAndNoIgnoredSignal) {
+    const int leaking = ::open("/dev/null", O_RDONLY);  // Without O_CLOEXEC.
+    const auto handler = std::signal(SIGPIPE, SIG_IGN);
+    const auto result = shell(
+        "ls /proc/self/fd | tr '\\n' ' '; [ $(cut -d' ' -f6 /proc/$$/stat) = $$ ] && echo leader;"
+        "kill -PIPE $$");
+    std::signal(SIGPIPE, handler);
+    ::close(leaking);
+    EXPECT_EQ(result.output, "0 1 2 3 leader\n");  // 3 is the listing's own.
+    EXPECT_EQ(result.status, 128 + SIGPIPE);
+}
+
+TEST(LinuxProcesses, LeaveNeitherDescriptorsNorZombies) {
+    const auto before = openDescriptors();
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(shell("exit 0").status, 0);
+        EXPECT_TRUE(run({.program = "/missing", .arguments = {}, .environment = {}}).error);
+    }
+    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+}  // namespace
+}  // namespace vestigo

@@ -1,0 +1,249 @@
+#include "platform/linux/linux_trash.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/linux/linux_cleanup_trash.h"
+#include "platform/linux/linux_files.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+
+std::string lineOf(const std::string& info, const std::string& key) {
+    const auto begin = info.find("\n" + key + "=");
+    if (begin == info.npos) return "none";
+    const auto value = begin + key.size() + 2;
+    return info.substr(value, info.find('\n', value) - value);
+}
+
+std::string outputOf(const std::string& command) {
+    std::string output;
+    char buffer[4096];
+    const std::unique_ptr<FILE, decltype(&::pclose)> pipe(::popen(command.c_str(), "r"), &::pclose);
+    while (std::fgets(buffer, sizeof buffer, pipe.get())) output += buffer;
+    return output;
+}
+
+struct LinuxTrashTest : testing::Test {
+    [[nodiscard]] std::string trashed(const std::string& name) {
+        return files.read(home + "/files/" + name).value_or("nothing");
+    }
+    [[nodiscard]] std::string info(const std::string& name) {
+        return files.read(home + "/info/" + name + ".trashinfo").value_or("nothing");
+    }
+    [[nodiscard]] Names namesIn(const std::string& folder) {
+        auto names = files.names(folder).value_or(Names{"unreadable"});
+        std::ranges::sort(names);
+        return names;
+    }
+    [[nodiscard]] static std::string failed(const std::string& name, const std::string& why) {
+        return "“" + name + "” could not be moved to the Trash: " + why + ".";
+    }
+
+    test::TemporaryTree tree;
+    std::string home = tree.at("data/Trash");
+    LinuxTrash trash{home};
+    LinuxFiles files;
+};
+
+TEST_F(LinuxTrashTest, KeepsTheItemWholeWithWhereItCameFrom) {
+    const auto path = tree.file("caf\xc3\xa9 100%/it's\n\xff.plist", "content");
+    EXPECT_EQ(trash.moveToTrash(path), std::nullopt);
+    EXPECT_FALSE(fs::exists(path));
+    EXPECT_EQ(trashed("it's\n\xff.plist"), "content");
+    const auto text = info("it's\n\xff.plist");
+    EXPECT_TRUE(text.starts_with("[Trash Info]\nPath=")) << text;
+    EXPECT_EQ(lineOf(text, "Path"), tree.at("caf%C3%A9%20100%25/it%27s%0A%FF.plist"));
+    std::tm when{};
+    EXPECT_TRUE(::strptime(lineOf(text, "DeletionDate").c_str(), "%Y-%m-%dT%H:%M:%S", &when));
+    when.tm_isdst = -1;
+    EXPECT_NEAR(static_cast<double>(std::mktime(&when)), static_cast<double>(std::time(nullptr)),
+                100);
+    EXPECT_EQ(fs::status(home).permissions(), fs::perms{0700});
+}
+
+TEST_F(LinuxTrashTest, KeepsBothOfOneName) {
+    tree.file("data/Trash/files/Foo.2.app", "without info");
+    tree.file("data/Trash/info/Foo.3.app.trashinfo", "without item");
+    for (const auto* content : {"first", "second"}) {
+        EXPECT_EQ(trash.moveToTrash(tree.file("Foo.app", content)), std::nullopt);
+    }
+    EXPECT_EQ(trashed("Foo.app"), "first");
+    EXPECT_EQ(trashed("Foo.2.app"), "without info");
+    EXPECT_EQ(trashed("Foo.4.app"), "second");
+    EXPECT_EQ(lineOf(info("Foo.4.app"), "Path"), tree.at("Foo.app"));
+    const std::string longName(255, 'n');
+    for (const auto* content : {"first", "second"}) {
+        EXPECT_EQ(trash.moveToTrash(tree.file(longName, content)), std::nullopt);
+    }
+    EXPECT_EQ(trashed(longName.substr(0, 245)), "first");
+    EXPECT_EQ(trashed(longName.substr(0, 243) + ".2"), "second");
+}
+
+TEST_F(LinuxTrashTest, MovesALinkAndNotWhereItLeads) {
+    const auto target = tree.file("target", "stays");
+    fs::create_symlink(target, tree.at("link"));
+    fs::create_symlink(tree.folder("real"), tree.at("way"));
+    tree.file("real/inner");
+    EXPECT_EQ(trash.moveToTrash(tree.at("link")), std::nullopt);
+    EXPECT_EQ(trash.moveToTrash(tree.at("way/inner")), std::nullopt);
+    EXPECT_TRUE(fs::is_symlink(home + "/files/link"));
+    EXPECT_EQ(files.read(target), "stays");
+    EXPECT_EQ(lineOf(info("inner"), "Path"), tree.at("real/inner"));
+}
+
+TEST_F(LinuxTrashTest, LeavesNothingBehindWhereItFails) {
+    tree.file("folder/item");
+    EXPECT_EQ(trash.moveToTrash(tree.at("gone")), failed("gone", "it is no longer there"));
+    EXPECT_EQ(trash.moveToTrash(tree.at("gone/item")), failed("item", "it is no longer there"));
+    EXPECT_FALSE(fs::exists(home));
+    tree.folder("data");
+    EXPECT_EQ(trash.moveToTrash(tree.at("data")), failed("data", "it holds the Trash itself"));
+    EXPECT_EQ(trash.moveToTrash("/proc"), failed("proc", "it is in use"));
+    EXPECT_EQ(trash.moveToTrash("folder"), failed("folder", "it cannot be moved"));
+    EXPECT_TRUE(trash.moveToTrash(tree.at("folder/..")));
+    EXPECT_TRUE(fs::is_empty(home + "/info"));
+}
+
+TEST_F(LinuxTrashTest, RefusesATrashThatLeadsElsewhere) {
+    const auto item = tree.file("item");
+    tree.folder("data/Trash");
+    fs::create_symlink(tree.folder("elsewhere"), home + "/files");
+    EXPECT_TRUE(trash.moveToTrash(item));
+    EXPECT_TRUE(fs::exists(item));
+    fs::remove_all(home);
+    tree.file("data/Trash", "a file");
+    EXPECT_TRUE(trash.moveToTrash(item));
+    EXPECT_TRUE(fs::exists(item));
+}
+
+TEST_F(LinuxTrashTest, IsReadAndEmptiedByTheDesktopsOwnTools) {
+    const auto path = tree.file("Caf\xc3\xa9 it's.app/inner", "content");
+    ASSERT_EQ(trash.moveToTrash(fs::path(path).parent_path()), std::nullopt);
+    const auto environment = "XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() + "' ";
+    if (std::system("command -v trash-list trash-restore >/dev/null") != 0) {
+        GTEST_SKIP() << "no such tools here";
+    }
+    EXPECT_NE(outputOf(environment + "trash-list").find(tree.at("Caf\xc3\xa9 it's.app")),
+              std::string::npos);
+    outputOf("cd '" + tree.path() + "' && echo 0 | " + environment + "trash-restore 2>&1");
+    EXPECT_EQ(files.read(path), "content");
+    EXPECT_TRUE(namesIn(home + "/info").empty());
+}
+
+/// Runs the check where this process may mount what it likes and nobody else sees it. Its exit
+/// status: 0 when the check holds, 77 when the machine does not allow that.
+int inOwnMounts(const std::function<bool()>& check) {
+    const auto user = ::geteuid();
+    if (::unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) return 77;
+    if (user != 0) {
+        const int map = ::open("/proc/self/uid_map", O_WRONLY);
+        const auto line = std::to_string(user) + " " + std::to_string(user) + " 1";
+        if (::write(map, line.data(), line.size()) < 0) return 77;
+        ::close(map);
+    }
+    if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return 77;
+    return check() ? 0 : 1;
+}
+
+struct OtherDiskTest : LinuxTrashTest {
+    [[nodiscard]] bool mountDisk() {
+        return ::mount("disk", disk.c_str(), "tmpfs", 0, "mode=755") == 0;
+    }
+    void expect(const std::function<bool()>& check) {
+        const pid_t child = ::fork();
+        if (child == 0) ::_exit(inOwnMounts([&] { return mountDisk() && check(); }));
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "no mounts of one's own here";
+        EXPECT_EQ(status, 0);
+    }
+    [[nodiscard]] bool holds(const std::string& top) {
+        return files.read(top + "/files/item") == "x" &&
+               lineOf(files.read(top + "/info/item.trashinfo").value_or(""), "Path") ==
+                   "sub%20folder/item";
+    }
+
+    std::string disk = tree.folder("disk");
+    std::string user = std::to_string(::geteuid());
+    std::string relative = "disk/sub folder/item";
+};
+
+TEST_F(OtherDiskTest, HasATrashOfItsOwn) {
+    expect([&] {
+        return !trash.moveToTrash(tree.file(relative, "x")) && holds(disk + "/.Trash-" + user) &&
+               fs::status(disk + "/.Trash-" + user).permissions() == fs::perms{0700} &&
+               !fs::exists(home);
+    });
+}
+
+TEST_F(OtherDiskTest, UsesTheSharedTrashOnlyWhereItIsSafe) {
+    expect([&] {
+        const auto shared = tree.folder("disk/.Trash");
+        const bool unsafe = !trash.moveToTrash(tree.file(relative, "x")) &&
+                            holds(disk + "/.Trash-" + user) && fs::is_empty(shared);
+        ::chmod(shared.c_str(), 01777);
+        return unsafe && !trash.moveToTrash(tree.file(relative, "x")) && holds(shared + "/" + user);
+    });
+}
+
+TEST_F(OtherDiskTest, NeverFollowsATrashThatIsALink) {
+    expect([&] {
+        const auto item = tree.file(relative, "x");
+        fs::create_directory_symlink(tree.folder("disk/elsewhere"), disk + "/.Trash-" + user);
+        return trash.moveToTrash(item) == failed("item",
+                                                 "there is no Trash for its disk (it is no longer "
+                                                 "there)") &&
+               fs::exists(item);
+    });
+}
+
+TEST_F(OtherDiskTest, SaysWhenTheDiskIsReadOnlyOrFull) {
+    expect([&] {
+        const auto item = tree.file(relative, "x");
+        ::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr);
+        const bool readOnly =
+            trash.moveToTrash(item) ==
+            failed("item", "there is no Trash for its disk (the disk is read-only)");
+        ::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT, "nr_inodes=6");
+        const auto full = trash.moveToTrash(item);
+        return readOnly && full && full->find("the disk is full") != std::string::npos &&
+               fs::exists(item);
+    });
+}
+
+TEST_F(LinuxTrashTest, GivesPlacesToAScriptAndForgetsWhatDidNotArrive) {
+    tree.file("data/Trash/files/b", "older");
+    LinuxCleanupTrash places(home);
+    const auto plan = places.plan({"/Library/a", "/Library/b", "/Library/x/a"});
+    ASSERT_EQ(plan.error, std::nullopt);
+    ASSERT_EQ(plan.moves.size(), 3U);
+    EXPECT_EQ(plan.moves[0].newName, std::nullopt);
+    EXPECT_EQ(plan.moves[0].folder, home + "/files");
+    EXPECT_EQ(plan.moves[1].newName, "b.2");
+    EXPECT_EQ(plan.moves[2].newName, "a.2");
+    tree.file("data/Trash/files/a.2", "arrived");
+    places.finish(plan);
+    EXPECT_EQ(namesIn(home + "/info"), Names{"a.2.trashinfo"});
+    EXPECT_EQ(lineOf(info("a.2"), "Path"), "/Library/x/a");
+    fs::remove_all(home);
+    tree.file("data/Trash");
+    EXPECT_TRUE(places.plan({"/Library/a"}).error);
+}
+
+}  // namespace
+}  // namespace vestigo
