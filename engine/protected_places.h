@@ -14,4 +14,8 @@ inline constexpr std::array<std::string_view, 8> protectedPrefixes{
 /// Begins with one of the prefixes, compared as bytes. Nothing there is ever removed.
 [[nodiscard]] bool isProtected(std::string_view root);
 
+/// Whether something protected would go with the path: it is a protected place, lies in one or
+/// holds one.
+[[nodiscard]] bool takesProtected(std::string_view path);
+
 }  // namespace vestigo

@@ -6,6 +6,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "engine/observers.h"
@@ -13,9 +15,13 @@
 #include "engine/regrouping.h"
 #include "engine/scan_store.h"
 #include "platform/directory_reader.h"
+#include "platform/files.h"
 #include "platform/tasks.h"
+#include "platform/trash.h"
 
 namespace vestigo {
+
+using RootSet = std::unordered_set<std::string, TextHash, std::equal_to<>>;
 
 /// What the Scanner is given to work with.
 struct ScannerServices {
@@ -31,6 +37,9 @@ struct ScannerServices {
     /// Seconds since 2001-01-01 00:00:00 UTC.
     std::function<double()> now;
     Priority priority = Priority::utility;  ///< Of the scan and the signature passes.
+    /// What removals need. Both may be null: then nothing can be removed.
+    std::shared_ptr<Trash> trash = {};
+    std::shared_ptr<Files> files = {};
 };
 
 /// The published fields, as named to observers.
@@ -97,6 +106,14 @@ public:
     /// Forgets the hit at `path` and those below it. The groups follow with the next `regroup`.
     void pruneHits(const std::string& path);
 
+    /// Moves the groups with these roots to the Trash and forgets their hits; then regroups and
+    /// saves once, whatever came of it. What is protected, Apple-signed or to be kept is passed
+    /// over. Why the first group that could not go stayed; absent when none did. Blocking.
+    [[nodiscard]] std::optional<std::string> trashGroups(const RootSet& roots);
+    /// Moves one item (a link itself) to the Trash, forgets the hits under it, regroups and saves.
+    /// Else why not, and nothing has changed. Blocking.
+    [[nodiscard]] std::optional<std::string> trashPath(const std::string& path);
+
     /// Calls `observer` after each change of a field. It must not destroy the Scanner.
     [[nodiscard]] Subscription subscribe(std::function<void(ScannerField)> observer);
 
@@ -111,6 +128,14 @@ private:
     void takeFinish();
     void takeSignatures(const SignatureMap& found);
     void takePassEnd();
+    using Roots = std::unordered_set<std::string_view>;
+    [[nodiscard]] bool mayGo(const BundleGroup& group) const;
+    [[nodiscard]] Roots keptRoots() const;
+    [[nodiscard]] std::optional<std::string> refusal(const std::string& path,
+                                                     const Roots& kept) const;
+    [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path,
+                                                         const Roots& kept);
+    void forget(const RootSet& gone);
     void changed(ScannerField field) { observers_.notify(field); }
 
     ScannerServices services_;

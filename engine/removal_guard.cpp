@@ -1,0 +1,32 @@
+#include "engine/removal_guard.h"
+
+#include "engine/protected_places.h"
+
+namespace vestigo {
+
+std::optional<std::string> realPlace(const std::string& path, Files& files) {
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos) return std::nullopt;
+    const auto name = path.substr(slash + 1);
+    if (name.empty() || name == "." || name == "..") return std::nullopt;
+    auto folder = files.resolved(path.substr(0, slash + 1));
+    if (!folder) return std::nullopt;
+    if (!folder->ends_with('/')) *folder += '/';
+    return *folder + name;
+}
+
+std::optional<std::string> protectionOf(const std::string& path, Files& files) {
+    // A path that leads nowhere is for whoever is to move it to report.
+    const auto real = realPlace(path, files);
+    if (!takesProtected(path) && !(real && takesProtected(*real))) return std::nullopt;
+    return leftInPlace(path, "is protected by the system");
+}
+
+std::string leftInPlace(std::string_view path, std::string_view why) {
+    const auto name = path.substr(path.rfind('/') + 1);
+    std::string text = "“";
+    text.append(name.empty() ? path : name).append("” ").append(why);
+    return text.append(" and was left in its place.");
+}
+
+}  // namespace vestigo

@@ -1,0 +1,23 @@
+// What no removal may touch, whatever path leads there.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/files.h"
+
+namespace vestigo {
+
+/// Where the item really lies: the links in the folders above it are followed, it itself is not.
+/// Absent when those folders lead nowhere or the path does not end in a name.
+[[nodiscard]] std::optional<std::string> realPlace(const std::string& path, Files& files);
+
+/// Why nothing may remove this item: it lies in a protected place or has one in it, by its path or
+/// by where that leads. Absent when it may go. Blocking.
+[[nodiscard]] std::optional<std::string> protectionOf(const std::string& path, Files& files);
+
+/// The reason given for an item that is left alone, in its own words: "“Foo.app” …".
+[[nodiscard]] std::string leftInPlace(std::string_view path, std::string_view why);
+
+}  // namespace vestigo
