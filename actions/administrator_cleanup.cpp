@@ -1,0 +1,58 @@
+#include "actions/administrator_cleanup.h"
+
+#include <utility>
+
+#include "actions/cleanup_script.h"
+#include "engine/removal_guard.h"
+
+namespace vestigo {
+namespace {
+
+constexpr char scriptName[] = "/tm_sys_cleanup.sh";
+constexpr char notRemoved[] = "System items were not removed (admin prompt cancelled or failed).";
+constexpr char notWritten[] =
+    "System items were not removed: the clean-up script could not be written to the temporary "
+    "folder.";
+constexpr char notPrivate[] =
+    "System items were not removed: the temporary folder for the clean-up script is not yours "
+    "alone.";
+
+}  // namespace
+
+AdministratorCleanup::AdministratorCleanup(AdministratorCleanupServices services)
+    : services_(std::move(services)) {}
+
+std::optional<std::string> AdministratorCleanup::runAdminCleanup(
+    const std::vector<std::string>& paths) {
+    std::optional<std::string> refusal;
+    std::vector<std::string> allowed;
+    for (const auto& path : paths) {
+        auto why = protectionOf(path, *services_.files);
+        if (!why) allowed.push_back(path);
+        if (why && !refusal) refusal = std::move(why);
+    }
+    if (allowed.empty()) return refusal;
+    auto error = run(allowed);
+    return error ? error : refusal;
+}
+
+std::optional<std::string> AdministratorCleanup::run(const std::vector<std::string>& paths) {
+    const auto lock = services_.files->lockFolder(services_.temporary);
+    if (!lock || !services_.files->isPrivateFolder(services_.temporary)) return notPrivate;
+    const auto plan = services_.trash->plan(paths);
+    if (plan.error) return plan.error;
+    auto error = runScript(cleanupScript(plan.moves));
+    services_.trash->finish(plan);
+    return error;
+}
+
+std::optional<std::string> AdministratorCleanup::runScript(const std::string& text) {
+    const auto script = services_.temporary + scriptName;
+    if (!services_.files->replace(script, text, Access::ownerOnly)) return notWritten;
+    const auto run = services_.administrator->runScript(script);
+    services_.files->remove(script);
+    if (run.launchError) return run.launchError;
+    return run.status == 0 ? std::nullopt : std::optional<std::string>(notRemoved);
+}
+
+}  // namespace vestigo

@@ -1,0 +1,42 @@
+// Moves machine-wide leftovers to the Trash with an administrator's rights.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/administrator.h"
+#include "platform/cleanup_trash.h"
+#include "platform/files.h"
+
+namespace vestigo {
+
+/// All are required.
+struct AdministratorCleanupServices {
+    std::shared_ptr<Administrator> administrator;
+    std::shared_ptr<Files> files;
+    std::shared_ptr<CleanupTrash> trash;
+    std::string temporary;  ///< The user's private temporary folder, without a trailing slash.
+};
+
+/// All runs of a user share the place of their script, so they come one after the other, also those
+/// of another window or of a program started twice. Thread-safe.
+class AdministratorCleanup {
+public:
+    explicit AdministratorCleanup(AdministratorCleanupServices services);
+
+    /// Has one script move all these absolute paths to the user's Trash, after the system has asked
+    /// for an administrator. Whatever is protected is left out. Absent when the script has run and
+    /// nothing was left out, which does not mean that each item could be moved; else why not, for
+    /// the user to read. Blocking, as long as the question is open; never on the main thread.
+    [[nodiscard]] std::optional<std::string> runAdminCleanup(const std::vector<std::string>& paths);
+
+private:
+    [[nodiscard]] std::optional<std::string> run(const std::vector<std::string>& paths);
+    [[nodiscard]] std::optional<std::string> runScript(const std::string& text);
+
+    AdministratorCleanupServices services_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,142 @@
+#include "actions/leftover_finder.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+namespace vestigo {
+namespace {
+
+constexpr std::string_view applicationEnding = ".app";
+
+/// The names of one folder, found by how they begin and given in the folder's order.
+class Listing {
+public:
+    Listing(Files& files, const std::string& folder)
+        : names_(files.names(folder).value_or(std::vector<std::string>())), byName_(names_.size()) {
+        for (std::size_t i = 0; i < names_.size(); ++i) byName_[i] = i;
+        std::ranges::sort(
+            byName_, {}, [this](std::size_t i) -> auto& { return names_[i]; });
+    }
+
+    [[nodiscard]] std::vector<std::string_view> beginningWith(std::string_view prefix) const {
+        const auto name = [this](std::size_t i) { return std::string_view(names_[i]); };
+        std::vector<std::size_t> found;
+        for (auto place = std::ranges::lower_bound(byName_, prefix, {}, name);
+             place != byName_.end() && name(*place).starts_with(prefix); ++place) {
+            found.push_back(*place);
+        }
+        std::ranges::sort(found);
+        std::vector<std::string_view> result;
+        for (const auto i : found) result.push_back(names_[i]);
+        return result;
+    }
+
+private:
+    std::vector<std::string> names_;
+    std::vector<std::size_t> byName_;
+};
+
+/// Whether it names one entry of a folder, and neither the folder itself nor anything beyond it.
+bool isEntryName(std::string_view name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == name.npos;
+}
+
+/// The last component of a root that ends in ".app", without that. A name that is nothing else has
+/// no extension.
+std::string_view applicationName(const BundleGroup& group) {
+    auto name = group.name();
+    if (name.size() > applicationEnding.size()) name.remove_suffix(applicationEnding.size());
+    return name;
+}
+
+class Search {
+public:
+    Search(const LeftoverPlaces& places, BundleReader& bundles, Files& files)
+        : bundles_(bundles),
+          files_(files),
+          own_(places.home + "/Library"),
+          machine_(places.library),
+          byHost_(files, own_ + "/Preferences/ByHost"),
+          ownAgents_(files, own_ + "/LaunchAgents"),
+          agents_(files, machine_ + "/LaunchAgents"),
+          daemons_(files, machine_ + "/LaunchDaemons"),
+          tools_(files, machine_ + "/PrivilegedHelperTools") {}
+
+    void add(const BundleGroup& group) {
+        const auto information = bundles_.read(group.root);
+        if (information && information->identifier && isEntryName(*information->identifier)) {
+            offerByIdentifier(*information->identifier);
+        }
+        offerByName(std::string(applicationName(group)));
+    }
+
+    [[nodiscard]] std::vector<Leftover> result() && { return std::move(found_); }
+
+private:
+    void offerByIdentifier(const std::string& id) {
+        for (const auto& [before, after] :
+             {std::pair{"/Preferences/", ".plist"}, std::pair{"/Containers/", ""},
+              std::pair{"/Caches/", ""}, std::pair{"/HTTPStorages/", ""},
+              std::pair{"/HTTPStorages/", ".binarycookies"},
+              std::pair{"/Saved Application State/", ".savedState"}, std::pair{"/WebKit/", ""},
+              std::pair{"/Application Scripts/", ""}}) {
+            offer({.path = own_ + before + id + after});
+        }
+        offerEach(byHost_, own_ + "/Preferences/ByHost/", id + ".", "", false);
+        offerEach(ownAgents_, own_ + "/LaunchAgents/", id, ".plist", false);
+        offerEach(agents_, machine_ + "/LaunchAgents/", id, ".plist", true);
+        offerEach(daemons_, machine_ + "/LaunchDaemons/", id, ".plist", true);
+        offerEach(tools_, machine_ + "/PrivilegedHelperTools/", id, "", true);
+    }
+
+    void offerEach(const Listing& listing, const std::string& folder, std::string_view prefix,
+                   std::string_view suffix, bool system) {
+        for (const auto name : listing.beginningWith(prefix)) {
+            if (!name.ends_with(suffix)) continue;
+            offer({.path = folder + std::string(name), .system = system});
+        }
+    }
+
+    void offerByName(const std::string& name) {
+        if (!isEntryName(name)) return;
+        offer({.path = own_ + "/Application Support/" + name, .fuzzy = true, .on = false});
+        offer({.path = own_ + "/Logs/" + name, .fuzzy = true, .on = false});
+    }
+
+    void offer(Leftover candidate) {
+        if (seen_.contains(candidate.path) || !files_.exists(candidate.path)) return;
+        seen_.insert(candidate.path);
+        found_.push_back(std::move(candidate));
+    }
+
+    BundleReader& bundles_;
+    Files& files_;
+    std::string own_;
+    std::string machine_;
+    Listing byHost_;
+    Listing ownAgents_;
+    Listing agents_;
+    Listing daemons_;
+    Listing tools_;
+    std::unordered_set<std::string> seen_;
+    std::vector<Leftover> found_;
+};
+
+}  // namespace
+
+std::vector<Leftover> findLeftovers(std::span<const BundleGroup* const> groups,
+                                    const LeftoverPlaces& places, BundleReader& bundles,
+                                    Files& files) {
+    if (groups.empty()) return {};
+    Search search(places, bundles, files);
+    for (const auto* group : groups) {
+        if (group->root.ends_with(applicationEnding)) search.add(*group);
+    }
+    return std::move(search).result();
+}
+
+}  // namespace vestigo

@@ -1,0 +1,153 @@
+#include "actions/leftover_finder.h"
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/linux_bundle_reader.h"
+#include "platform/linux/linux_files.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+namespace fs = std::filesystem;
+using Paths = std::vector<std::string>;
+
+/// Lists folders in an order of its own.
+class ShuffledFiles : public LinuxFiles {
+public:
+    std::optional<Paths> names(const std::string& folder) override {
+        ++listings;
+        const auto found = orders.find(folder);
+        return found == orders.end() ? LinuxFiles::names(folder) : found->second;
+    }
+    std::map<std::string, Paths> orders;
+    int listings = 0;
+};
+
+struct LeftoverFinderTest : testing::Test {
+    std::string application(const std::string& relative, const std::string& identifier) {
+        tree.file(relative + "/Contents/Info.plist",
+                  "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" +
+                      identifier + "</string></dict></plist>");
+        return tree.at(relative);
+    }
+    std::vector<Leftover> find(const Paths& roots) {
+        std::vector<BundleGroup> groups;
+        for (const auto& root : roots)
+            groups.push_back({.root = root, .isBundle = true, .hits = {}});
+        std::vector<const BundleGroup*> pointers;
+        for (const auto& group : groups) pointers.push_back(&group);
+        return findLeftovers(pointers, {tree.at("home"), tree.at("Library")}, bundles, files);
+    }
+    /// Relative to the tree.
+    Paths pathsOf(const std::vector<Leftover>& found) const {
+        Paths paths;
+        for (const auto& leftover : found) {
+            paths.push_back(leftover.path.substr(tree.path().size() + 1));
+        }
+        return paths;
+    }
+
+    test::TemporaryTree tree;
+    LinuxBundleReader bundles;
+    ShuffledFiles files;
+};
+
+TEST_F(LeftoverFinderTest, FindsEveryPlaceInItsOrderWithItsFlags) {
+    const Paths places{
+        "home/Library/Preferences/com.example.app.plist",
+        "home/Library/Containers/com.example.app/",
+        "home/Library/Caches/com.example.app/inner/",
+        "home/Library/HTTPStorages/com.example.app/",
+        "home/Library/HTTPStorages/com.example.app.binarycookies",
+        "home/Library/Saved Application State/com.example.app.savedState/",
+        "home/Library/WebKit/com.example.app/",
+        "home/Library/Application Scripts/com.example.app/",
+        "home/Library/Preferences/ByHost/com.example.app.0F1E2D3C.plist",
+        "home/Library/LaunchAgents/com.example.apps.plist",
+        "Library/LaunchAgents/com.example.app.plist",
+        "Library/LaunchDaemons/com.example.app.helper.plist",
+        "Library/PrivilegedHelperTools/com.example.app-tool",
+        "home/Library/Application Support/Foo Bar.beta/",
+        "home/Library/Logs/Foo Bar.beta",
+        // Near misses.
+        "home/Library/Preferences/ByHost/com.example.apphelper.plist",
+        "home/Library/LaunchAgents/com.example.app.plist.bak",
+        "home/Library/LaunchAgents/Com.example.app.plist",
+        "home/Library/PrivilegedHelperTools/com.example.app",
+        "Library/Caches/com.example.app",
+        "home/Library/Logs/Foo Bar",
+    };
+    for (const auto& place : places) {
+        place.ends_with('/') ? tree.folder(place) : tree.file(place);
+    }
+    const auto found = find({application("Foo Bar.beta.app", "com.example.app")});
+    ASSERT_EQ(found.size(), 15U);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        const bool fuzzy = i >= 13;
+        const bool system = i >= 10 && !fuzzy;
+        auto expected = places[i] == "home/Library/Caches/com.example.app/inner/"
+                            ? "home/Library/Caches/com.example.app"
+                            : places[i];
+        if (expected.ends_with('/')) expected.pop_back();
+        EXPECT_EQ(found[i], (Leftover{tree.at(expected), fuzzy, system, !fuzzy})) << i;
+    }
+}
+
+TEST_F(LeftoverFinderTest, KeepsTheOrderOfTheFileSystemAndListsAFolderOnce) {
+    const auto folder = tree.folder("Library/LaunchDaemons");
+    auto& order = files.orders[folder];
+    order = {"b.two.plist", "a.three.plist", "b.gone.plist", "a.one.plist", "b.plist", "a"};
+    for (const auto& name : order) tree.file("Library/LaunchDaemons/" + name);
+    fs::remove(folder + "/b.gone.plist");
+    fs::create_symlink("nowhere", folder + "/b.gone.plist");
+    const auto found = find({application("B.app", "b"), application("A.app", "a")});
+    EXPECT_EQ(pathsOf(found),
+              (Paths{"Library/LaunchDaemons/b.two.plist", "Library/LaunchDaemons/b.plist",
+                     "Library/LaunchDaemons/a.three.plist", "Library/LaunchDaemons/a.one.plist"}));
+    EXPECT_EQ(files.listings, 5);
+}
+
+TEST_F(LeftoverFinderTest, AttachesWhatTwoCopiesShareToTheFirst) {
+    tree.file("home/Library/Preferences/com.example.app.plist");
+    tree.folder("home/Library/Logs/Foo");
+    const auto first = application("Foo.app", "com.example.app");
+    const auto found = find({first, application("home/Applications/Foo.app", "com.example.app")});
+    EXPECT_EQ(found, find({first}));
+    EXPECT_EQ(found.size(), 2U);
+}
+
+TEST_F(LeftoverFinderTest, SearchesByNameWhatHasNoUsableIdentifier) {
+    tree.folder("home/Library/Application Support/Foo");
+    tree.folder("home/Library/Documents");
+    tree.file("Library/LaunchDaemons/any.plist");
+    const auto byName = Paths{"home/Library/Application Support/Foo"};
+    for (const auto* identifier : {"", ".", "..", "../Documents", "/"}) {
+        EXPECT_EQ(pathsOf(find({application("Foo.app", identifier)})), byName) << identifier;
+    }
+    EXPECT_EQ(pathsOf(find({tree.folder("bare/Foo.app")})), byName);
+    EXPECT_EQ(pathsOf(find({tree.at("gone/Foo.app")})), byName);
+}
+
+TEST_F(LeftoverFinderTest, NeverOffersAWholeFolderOfTheLibrary) {
+    tree.folder("home/Library/Application Support");
+    tree.folder("home/Library/Logs/.app");
+    for (const auto* root : {"..app", "...app"}) EXPECT_TRUE(find({tree.folder(root)}).empty());
+    EXPECT_EQ(pathsOf(find({tree.folder(".app")})), Paths{"home/Library/Logs/.app"});
+}
+
+TEST_F(LeftoverFinderTest, PassesOverWhatIsNoApplication) {
+    tree.folder("home/Library/Logs/Foo");
+    EXPECT_TRUE(find({}).empty());
+    EXPECT_TRUE(find({application("Foo.APP", "a"), application("Foo.bundle", "a"),
+                      tree.at("Foo.app/Contents/MacOS/Foo")})
+                    .empty());
+    EXPECT_EQ(find({tree.at("Foo.plugin"), tree.at("Foo.app")}).size(), 1U);
+}
+
+}  // namespace
+}  // namespace vestigo

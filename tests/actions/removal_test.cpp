@@ -1,0 +1,287 @@
+#include "actions/removal.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <thread>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "platform/folder_cleanup_trash.h"
+#include "platform/linux/linux_files.h"
+#include "platform/run_loop.h"
+#include "tests/support/fake_owner_authentication.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+namespace fs = std::filesystem;
+using Lines = std::vector<std::string>;
+
+constexpr char cancelled[] = "System items were not removed (admin prompt cancelled or failed).";
+
+/// Runs scripts as this user, or ends as told. Notes what was going on.
+class FakeAdministrator : public Administrator {
+public:
+    AdministratorRun runScript(const std::string& script) override {
+        scripts.push_back(files.read(script).value_or(""));
+        permissions = fs::status(script).permissions();
+        if (answer) return *answer;
+        return {std::system(("/bin/sh '" + script + "'").c_str()), std::nullopt};
+    }
+    std::optional<AdministratorRun> answer;
+    Lines scripts;
+    fs::perms permissions{};
+    LinuxFiles files;
+};
+
+/// Keeps the jobs until they are asked for.
+class HeldTasks : public BackgroundTasks {
+public:
+    void run(Priority priority, Job job) override {
+        priorities.push_back(priority);
+        jobs.push_back(std::move(job));
+    }
+    std::vector<Priority> priorities;
+    std::vector<Job> jobs;
+};
+
+/// A window whose log tells all that was done, in order.
+struct RemovalTest : testing::Test, RemovalWindow {
+    RemovalTest() { fs::permissions(temporary, fs::perms::owner_all); }
+
+    std::vector<const BundleGroup*> deletableSelection() const override {
+        std::vector<const BundleGroup*> result;
+        for (const auto& group : groups) result.push_back(&group);
+        return result;
+    }
+    const std::vector<Leftover>& leftovers() const override { return ticked; }
+    void removalEnded() override {
+        log.emplace_back("ended");
+        groups.clear();
+        ticked.clear();
+    }
+    void showAlert(std::string message) override { log.push_back("alert " + message); }
+
+    std::optional<std::string> fails(const std::string& path) const {
+        return path.find("bad") == path.npos ? std::nullopt : std::optional("no " + path);
+    }
+    RemovalServices services() {
+        return {.main = loop,
+                .background = tasks,
+                .authentication = owner,
+                .cleanup = cleanup,
+                .trashGroups =
+                    [this](const RootSet& roots) {
+                        std::optional<std::string> error;
+                        for (const auto& root : std::set(roots.begin(), roots.end())) {
+                            log.push_back("group " + root);
+                            if (!error) error = fails(root);
+                        }
+                        return error;
+                    },
+                .trashPath =
+                    [this](const std::string& path) {
+                        log.push_back("path " + path);
+                        return fails(path);
+                    }};
+    }
+    void select(const Lines& roots) {
+        for (const auto& root : roots) groups.push_back({.root = root, .hits = {}});
+    }
+    void tick(const std::string& path, bool system = false, bool on = true) {
+        ticked.push_back({path, false, system, on});
+    }
+    std::string systemFile(const std::string& name) { return tree.file("Library/" + name, name); }
+    void settle() {
+        for (auto& job : std::exchange(tasks->jobs, {})) job();
+        loop->runPosted();
+    }
+    void answer(bool confirmed) {
+        owner->answer(confirmed);
+        loop->runPosted();
+    }
+    [[nodiscard]] Lines namesIn(const std::string& folder) const {
+        auto names = files->names(folder).value_or(Lines{"unreadable"});
+        std::ranges::sort(names);
+        return names;
+    }
+
+    test::TemporaryTree tree;
+    std::string temporary = tree.folder("temporary");
+    std::string trashFolder = tree.folder("Trash");
+    std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
+    std::shared_ptr<HeldTasks> tasks = std::make_shared<HeldTasks>();
+    std::shared_ptr<test::FakeOwnerAuthentication> owner =
+        std::make_shared<test::FakeOwnerAuthentication>();
+    std::shared_ptr<FakeAdministrator> administrator = std::make_shared<FakeAdministrator>();
+    std::shared_ptr<LinuxFiles> files = std::make_shared<LinuxFiles>();
+    std::shared_ptr<FolderCleanupTrash> places =
+        std::make_shared<FolderCleanupTrash>(trashFolder, files);
+    std::shared_ptr<AdministratorCleanup> cleanup = std::make_shared<AdministratorCleanup>(
+        AdministratorCleanupServices{administrator, files, places, temporary});
+    std::vector<BundleGroup> groups;
+    std::vector<Leftover> ticked;
+    Lines log;
+    std::unique_ptr<Removal> removal = std::make_unique<Removal>(services(), *this);
+};
+
+TEST_F(RemovalTest, RemovesWhatIsTickedInItsOrderAndShowsTheFirstFailure) {
+    select({"/a", "/b"});
+    tick("/bad1");
+    tick("/off", false, false);
+    tick(systemFile("one"), true);
+    tick("/bad2");
+    tick(systemFile("off"), true, false);
+    tick(systemFile("two"), true);
+    removal->performDelete();
+    EXPECT_EQ(log, (Lines{"group /a", "group /b", "path /bad1", "path /bad2", "alert no /bad1",
+                          "ended"}));
+    EXPECT_TRUE(administrator->scripts.empty());
+    EXPECT_EQ(tasks->priorities, std::vector{Priority::normal});
+    settle();
+    ASSERT_EQ(administrator->scripts.size(), 1U);
+    EXPECT_EQ(administrator->scripts[0], "#!/bin/sh\nmv -f '" + tree.at("Library/one") + "' '" +
+                                             trashFolder + "'/ 2>/dev/null || true\nmv -f '" +
+                                             tree.at("Library/two") + "' '" + trashFolder +
+                                             "'/ 2>/dev/null || true\n");
+    EXPECT_EQ(administrator->permissions, fs::perms{0600});
+    EXPECT_EQ(namesIn(trashFolder), (Lines{"one", "two"}));
+    EXPECT_TRUE(fs::is_empty(temporary));
+    EXPECT_EQ(log.back(), "ended");
+}
+
+TEST_F(RemovalTest, PrefersTheFailureOfTheGroups) {
+    select({"/bad"});
+    tick("/bad1");
+    removal->performDelete();
+    EXPECT_EQ(log, (Lines{"group /bad", "path /bad1", "alert no /bad", "ended"}));
+    EXPECT_TRUE(tasks->jobs.empty());
+}
+
+TEST_F(RemovalTest, AsksTheOwnerOnceAndDoesNothingUnlessConfirmed) {
+    select({"/a", "/b", "/c"});
+    tick("/leftover");
+    removal->confirmDelete();
+    removal->confirmDelete();
+    EXPECT_EQ(owner->reasons, Lines{"confirm moving 3 item(s) to the Trash"});
+    answer(false);
+    EXPECT_TRUE(log.empty());
+    removal->confirmDelete();
+    owner->answer(true);
+    EXPECT_TRUE(log.empty());  // Not on the thread of the reply.
+    groups.pop_back();
+    loop->runPosted();
+    EXPECT_EQ(log, (Lines{"group /a", "group /b", "path /leftover", "ended"}));
+}
+
+TEST_F(RemovalTest, RemovesAtOnceWhereTheOwnerCannotBeAsked) {
+    owner->canAsk = false;
+    select({"/a"});
+    removal->confirmDelete();
+    EXPECT_EQ(log, (Lines{"group /a", "ended"}));
+    EXPECT_TRUE(owner->reasons.empty());
+}
+
+TEST_F(RemovalTest, IsQuietAfterItsEndButTheScriptStillRuns) {
+    tick(systemFile("one"), true);
+    administrator->answer = {1, std::nullopt};
+    removal->performDelete();
+    removal->confirmDelete();
+    log.clear();
+    removal.reset();
+    answer(true);
+    settle();
+    EXPECT_TRUE(log.empty());
+    EXPECT_EQ(administrator->scripts.size(), 1U);
+}
+
+TEST_F(RemovalTest, TellsWhyTheScriptDidNotRun) {
+    const auto path = systemFile("one");
+    const auto messageAfter = [&](AdministratorRun run) {
+        administrator->answer = std::move(run);
+        tick(path, true);
+        removal->performDelete();
+        settle();
+        EXPECT_TRUE(fs::is_empty(temporary));
+        return log.back();
+    };
+    EXPECT_EQ(messageAfter({126, std::nullopt}), std::string("alert ") + cancelled);
+    EXPECT_EQ(messageAfter({0, "cannot start"}), "alert cannot start");
+    EXPECT_EQ(namesIn(tree.at("Library")), Lines{"one"});
+}
+
+TEST_F(RemovalTest, NeverUsesATemporaryFolderThatOthersCanEnter) {
+    const auto path = systemFile("one");
+    for (const auto shared : {fs::perms{0750}, fs::perms{0701}}) {
+        fs::permissions(temporary, shared);
+        EXPECT_TRUE(cleanup->runAdminCleanup({path}));
+    }
+    fs::remove(temporary);
+    EXPECT_TRUE(cleanup->runAdminCleanup({path}));
+    const auto own = tree.folder("own");
+    fs::permissions(own, fs::perms::owner_all);
+    fs::create_symlink(own, temporary);
+    EXPECT_TRUE(cleanup->runAdminCleanup({path}));
+    EXPECT_TRUE(administrator->scripts.empty());
+    EXPECT_TRUE(fs::is_empty(own));
+}
+
+TEST_F(RemovalTest, TakesTheScriptsPlaceOnlyAsAWhole) {
+    tree.file("temporary/elsewhere", "untouched");
+    fs::create_symlink("elsewhere", temporary + "/tm_sys_cleanup.sh");
+    EXPECT_EQ(cleanup->runAdminCleanup({systemFile("one")}), std::nullopt);
+    EXPECT_EQ(files->read(temporary + "/elsewhere"), "untouched");
+    EXPECT_EQ(namesIn(temporary), Lines{"elsewhere"});
+    fs::create_directory(temporary + "/tm_sys_cleanup.sh");
+    EXPECT_TRUE(cleanup->runAdminCleanup({systemFile("two")}));
+    EXPECT_EQ(administrator->scripts.size(), 1U);
+}
+
+/// Notices when it is asked twice at a time.
+class LonelyAdministrator : public FakeAdministrator {
+public:
+    AdministratorRun runScript(const std::string& script) override {
+        if (++running > 1) overlapped = true;
+        auto run = FakeAdministrator::runScript(script);
+        --running;
+        return run;
+    }
+    std::atomic<int> running = 0;
+    std::atomic<bool> overlapped = false;
+};
+
+TEST_F(RemovalTest, RunsOneScriptAtATime) {
+    const auto lonely = std::make_shared<LonelyAdministrator>();
+    std::vector<std::thread> programs;
+    for (const auto* name : {"one", "two", "three", "four", "five", "six"}) {
+        programs.emplace_back([&, path = systemFile(name)] {
+            AdministratorCleanup own({lonely, files, places, temporary});
+            EXPECT_EQ(own.runAdminCleanup({path}), std::nullopt);
+        });
+    }
+    for (auto& program : programs) program.join();
+    EXPECT_FALSE(lonely->overlapped);
+    EXPECT_EQ(namesIn(trashFolder).size(), programs.size());
+}
+
+TEST_F(RemovalTest, LeavesProtectedItemsOutOfTheScript) {
+    EXPECT_EQ(cleanup->runAdminCleanup({}), std::nullopt);
+    fs::create_symlink("/usr/bin", tree.at("link"));
+    const auto refused = tree.at("link/env");
+    EXPECT_EQ(cleanup->runAdminCleanup({"/Library/Apple/x", refused}),
+              "“x” is protected by the system and was left in its place.");
+    EXPECT_TRUE(administrator->scripts.empty());
+    administrator->answer = {0, std::nullopt};
+    EXPECT_EQ(cleanup->runAdminCleanup({refused, systemFile("one")}),
+              "“env” is protected by the system and was left in its place.");
+    ASSERT_EQ(administrator->scripts.size(), 1U);
+    EXPECT_EQ(administrator->scripts[0].find("env"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vestigo
