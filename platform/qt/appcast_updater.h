@@ -1,0 +1,67 @@
+// Looks for newer versions of the program in a feed on the web.
+#pragma once
+
+#include <QNetworkAccessManager>
+#include <QObject>
+#include <QPointer>
+#include <QSettings>
+#include <QString>
+#include <QTimer>
+#include <QUrl>
+#include <chrono>
+#include <functional>
+#include <memory>
+
+#include "platform/qt/appcast.h"
+#include "platform/updater.h"
+
+class QDialog;
+class QNetworkReply;
+
+namespace vestigo {
+
+/// What the updater is given to work with.
+struct AppcastServices {
+    /// Where its own settings are: "VGUpdaterAutomatic" and "VGUpdaterLastCheck".
+    std::unique_ptr<QSettings> settings;
+    std::unique_ptr<QNetworkAccessManager> network;
+    std::function<void(const QUrl&)> openPage;
+    /// From the start to the first check, so that the window is there before.
+    std::chrono::milliseconds delay = std::chrono::seconds(5);
+};
+
+/// The user's own settings, network and browser.
+[[nodiscard]] AppcastServices systemAppcastServices();
+
+/// Only https, also where the feed has moved to; an answer of at most 1 MiB within 30 seconds.
+/// Checks by itself at most once a day, while the user has not turned that off; of such a check
+/// only a newer version is shown.
+class AppcastUpdater : public QObject, public Updater {
+    Q_OBJECT
+public:
+    /// `version` is the one that runs.
+    AppcastUpdater(const QUrl& feed, const QString& version, AppcastServices services);
+    ~AppcastUpdater() override;
+
+    void checkForUpdates() override;
+    [[nodiscard]] bool automaticallyChecksForUpdates() const override;
+    void setAutomaticallyChecksForUpdates(bool value) override;
+
+private:
+    void checkWhenDue();
+    void ask();
+    void take(QNetworkReply& reply);
+    void takeFeed(const QByteArray& feed);
+    void fail(const QString& reason);
+    void show(QDialog* dialog);
+
+    QUrl feed_;
+    QString version_;
+    AppcastServices services_;
+    QTimer schedule_;
+    QPointer<QNetworkReply> reply_;
+    QPointer<QDialog> dialog_;
+    bool userAsked_ = false;  ///< Somebody waits for the outcome of the running check.
+};
+
+}  // namespace vestigo

@@ -1,0 +1,65 @@
+#include "platform/qt/qt_desktop.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMessageBox>
+
+#include "platform/qt/freedesktop_reveal.h"
+
+namespace vestigo {
+namespace {
+
+const auto csvSuffix = QStringLiteral(".csv");
+
+/// The bytes of a path that a panel gave. Absent when nothing is there under them: Qt has no way to
+/// name every file.
+std::optional<std::string> bytesOf(const QString& path) {
+    const auto bytes = QFile::encodeName(path);
+    if (path.isEmpty() || QFile::decodeName(bytes) != path) return std::nullopt;
+    return bytes.toStdString();
+}
+
+bool confirmsReplacing(const QString& path) {
+    return QMessageBox::warning(
+               QApplication::activeWindow(), QObject::tr("Save"),
+               QObject::tr("%1 already exists.\nDo you want to replace it?").arg(path),
+               QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
+}
+
+}  // namespace
+
+void QtDesktop::reveal(const std::string& path) {
+    revealOnFreedesktop(path);
+}
+
+void QtDesktop::copyText(const std::string& text) {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+}
+
+std::optional<std::string> QtDesktop::chooseFolder() {
+    const auto path = QFileDialog::getExistingDirectory(QApplication::activeWindow(),
+                                                        QObject::tr("Choose a folder to scan"));
+    if (!QFileInfo(path).isDir()) return std::nullopt;
+    return bytesOf(path);
+}
+
+std::optional<std::string> QtDesktop::chooseCsvFile(const std::string& name) {
+    auto proposed = QString::fromStdString(name);
+    for (;;) {
+        auto path =
+            QFileDialog::getSaveFileName(QApplication::activeWindow(), QObject::tr("Export CSV"),
+                                         proposed, QObject::tr("Comma-separated values (*.csv)"));
+        if (path.isEmpty()) return std::nullopt;
+        // The panel has asked about the name as it was typed, not about the one with the suffix.
+        const bool named = path.endsWith(csvSuffix, Qt::CaseInsensitive);
+        if (!named) path += csvSuffix;
+        if (named || !QFileInfo::exists(path) || confirmsReplacing(path)) return bytesOf(path);
+        proposed = path;
+    }
+}
+
+}  // namespace vestigo

@@ -1,0 +1,86 @@
+#include "platform/qt/qt_main_queue.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTest>
+#include <QTimer>
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace vestigo {
+namespace {
+
+TEST(QtMainQueue, RunsJobsOfEveryThreadInTheirOrder) {
+    QtMainQueue queue;
+    std::vector<int> ran;
+    std::thread([&] {
+        for (int i = 0; i < 1000; ++i) queue.post([&ran, i] { ran.push_back(i); });
+    }).join();
+    EXPECT_TRUE(ran.empty());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return ran.size() == 1000; }));
+    EXPECT_TRUE(std::ranges::is_sorted(ran));
+}
+
+TEST(QtMainQueue, LeavesRoomForOtherEventsInAFlood) {
+    QtMainQueue queue;
+    const auto again = std::make_shared<std::function<void()>>();
+    int jobs = 0;
+    bool ended = false;
+    *again = [&, weak = std::weak_ptr(again)] {
+        QElapsedTimer busy;
+        busy.start();
+        while (busy.elapsed() < 2) continue;
+        ++jobs;
+        if (const auto next = weak.lock(); next && !ended) queue.post(*next);
+    };
+    queue.post(*again);
+    QTimer::singleShot(50, [&] { ended = true; });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ended; }));
+    EXPECT_GT(jobs, 1);
+}
+
+TEST(QtMainQueue, GoesOnInsideAnEventLoopThatAJobRuns) {
+    QtMainQueue queue;
+    std::vector<int> ran;
+    queue.post([&] {
+        QEventLoop dialog;
+        queue.post([&] {
+            ran.push_back(2);
+            dialog.quit();
+        });
+        dialog.exec();
+        ran.push_back(3);
+    });
+    queue.post([&] { ran.push_back(1); });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return ran.size() == 3; }));
+    EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
+}
+
+TEST(QtMainQueue, MayEndInItsOwnJobOrOnAnotherThread) {
+    auto queue = std::make_shared<QtMainQueue>();
+    const auto owned = std::make_shared<int>(0);
+    bool ran = false;
+    queue->post([&] {
+        queue.reset();
+        ran = true;
+    });
+    queue->post([owned] { FAIL() << "ran after the end"; });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ran; }));
+    EXPECT_EQ(owned.use_count(), 1);
+
+    auto other = std::make_shared<QtMainQueue>();
+    other->post([owned] { FAIL() << "ran after the end"; });
+    std::thread([last = std::exchange(other, nullptr)]() mutable { last.reset(); }).join();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(owned.use_count(), 1);
+}
+
+}  // namespace
+}  // namespace vestigo
