@@ -1,0 +1,144 @@
+#include "ui/main_window.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QMenuBar>
+#include <QPointer>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/window_fakes.h"
+
+namespace vestigo::test {
+namespace {
+
+/// A window on screen, in American English and universal time.
+class MainWindowTest : public testing::Test {
+protected:
+    MainWindowTest() {
+        qputenv("TZ", "UTC");
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    }
+    ~MainWindowTest() override {
+        delete window;
+        QLocale::setDefault(QLocale::system());
+    }
+    void open() {
+        window = new MainWindow(fixture.services(), "1.0");
+        window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    }
+    template <class Widget = QWidget>
+    Widget& part(const char* name) {
+        return *window->findChild<Widget*>(QLatin1String(name));
+    }
+    /// What the status bar says, part by part.
+    QStringList status() {
+        QCoreApplication::processEvents();
+        QStringList shownTexts;
+        for (const auto* const label : part("status").findChildren<QLabel*>()) {
+            if (label->isVisible()) shownTexts << label->text();
+        }
+        return shownTexts;
+    }
+    bool scanning() { return window->content().scanner().scanning(); }
+
+    WindowFixture fixture;
+    QPointer<MainWindow> window;
+};
+
+TEST_F(MainWindowTest, HasRoomForItsContentBelowAMenuBar) {
+    open();
+    EXPECT_EQ(window->windowTitle(), "Vestigo");
+    window->menuBar()->addMenu("File");
+    window->resize(1, 1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window->centralWidget()->size(), QSize(880, 540));
+    EXPECT_TRUE(part("results").hasFocus());
+}
+
+TEST_F(MainWindowTest, SaysWhatTheLastScanFound) {
+    fixture.found("/Applications/A.app/a");
+    fixture.found("/Applications/A.app/b");
+    fixture.store->record->date = 800000000.0;
+    open();
+    auto texts = status();
+    EXPECT_EQ(texts.replaceInStrings(QString(QChar(0x202f)), " "),
+              QStringList({"1 items · 2 Intel files", "Last scan: May 9, 2026, 6:13 AM"}));
+}
+
+TEST_F(MainWindowTest, SaysThatNothingWasFoundBeforeTheFirstScan) {
+    fixture.store->record.reset();
+    open();
+    EXPECT_EQ(status(), QStringList("0 items · 0 Intel files"));
+}
+
+TEST_F(MainWindowTest, ShowsThePathOfAScanWithoutGrowingWider) {
+    fixture.settings->setFontDelta(8);
+    open();
+    window->resize(880, 540);
+    window->content().chooseFolder("/nowhere");
+    window->content().scanPressed();
+    EXPECT_EQ(status(), QStringList({"Scanning… 0 files", ""}));
+    auto& path = part<QLabel>("currentPath");
+    path.setText(QStringLiteral("/Library").repeated(100));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window->width(), 880);
+    EXPECT_EQ(path.font().pixelSize(), 21);
+    EXPECT_EQ(path.geometry().right(), 880 - 8 - 1);
+    window->content().scanner().stop();
+    EXPECT_EQ(status().size(), 2);
+    EXPECT_FALSE(path.isVisible());
+}
+
+TEST_F(MainWindowTest, ScansOnReturnWhereverTheFocusIs) {
+    open();
+    window->content().chooseFolder("/nowhere");
+    QTest::keyClick(&part("results"), Qt::Key_Return);
+    EXPECT_TRUE(scanning());
+    QCoreApplication::processEvents();
+    QTest::keyClick(&part("results"), Qt::Key_Return);  // Stops nothing.
+    EXPECT_TRUE(scanning());
+    window->content().scanner().stop();
+    part("exportCsv").setFocus();
+    QTest::keyClick(&part("exportCsv"), Qt::Key_Enter, Qt::KeypadModifier);
+    EXPECT_TRUE(scanning());
+}
+
+TEST_F(MainWindowTest, LeavesReturnToAnOpenPopupOrSheet) {
+    open();
+    window->content().chooseFolder("/nowhere");
+    auto& box = part<QComboBox>("categoryFilter");
+    box.showPopup();
+    QTest::keyClick(box.view(), Qt::Key_Down);
+    QTest::keyClick(box.view(), Qt::Key_Return);
+    EXPECT_EQ(window->content().categoryFilter(), Category::application);
+    EXPECT_FALSE(scanning());
+    window->content().showAboutRequested();
+    ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activeModalWidget() != nullptr; }));
+    QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Return);
+    EXPECT_FALSE(scanning());
+}
+
+TEST_F(MainWindowTest, ClosesInTheMiddleOfAScan) {
+    open();
+    window->content().chooseFolder("/nowhere");
+    window->content().scanPressed();
+    window->content().showHelpRequested();
+    QCoreApplication::processEvents();
+    window->close();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return window.isNull(); }));
+    fixture.settle();  // What the scan still reports finds nobody.
+}
+
+TEST_F(MainWindowTest, AsksForTheDisclaimerWhenItAppears) {
+    fixture.settings->setAcceptedDisclaimer(false);
+    open();
+    EXPECT_TRUE(window->content().showDisclaimer());
+}
+
+}  // namespace
+}  // namespace vestigo::test

@@ -1,0 +1,343 @@
+#include "ui/results_view.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QHelpEvent>
+#include <QMenu>
+#include <QScrollBar>
+#include <QTest>
+#include <QToolTip>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/window_fakes.h"
+#include "ui/refresher.h"
+
+namespace vestigo::test {
+namespace {
+
+/// A table on screen over a model of its own, its rows in the order of their names.
+class ResultsViewTest : public testing::Test {
+protected:
+    void show() {
+        fixture.content().sortBy(SortKey::name);
+        table = std::make_unique<ResultsView>(fixture.content());
+        refresher = std::make_unique<Refresher>(fixture.content());
+        QObject::connect(refresher.get(), &Refresher::changed, table.get(), &ResultsView::refresh);
+        table->resize(1280, 300);
+        table->show();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(table.get()));
+        table->setFocus();
+    }
+    void addApps(int count) {
+        for (int i = 0; i < count; ++i) {
+            const auto number = std::to_string(1000 + i);
+            fixture.found("/Applications/App " + number + ".app/Contents/MacOS/x");
+        }
+    }
+    ContentView& content() { return fixture.content(); }
+    QRect cell(int row, Column column) {
+        return table->visualRect(table->model()->index(row, static_cast<int>(column)));
+    }
+    /// The button of a cell that begins with it.
+    QPoint button(int row, Column column) {
+        return {cell(row, column).left() + 12, cell(row, column).center().y()};
+    }
+    void click(const QPoint& place, Qt::KeyboardModifiers keys = {}) {
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, keys, place);
+        refresher->flush();
+    }
+    void key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+        refresher->flush();
+    }
+    std::string root(int row) { return table->results().group(row).root; }
+    RootSet rootsOf(std::initializer_list<int> rows) {
+        RootSet roots;
+        for (const int row : rows) roots.insert(root(row));
+        return roots;
+    }
+    QMenu* openMenu(QContextMenuEvent::Reason reason, const QPoint& place) {
+        QContextMenuEvent event(reason, place, table->viewport()->mapToGlobal(place));
+        QApplication::sendEvent(table->viewport(), &event);
+        return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    }
+    QString tipAt(const QPoint& place) {
+        QHelpEvent event(QEvent::ToolTip, place, table->viewport()->mapToGlobal(place));
+        QApplication::sendEvent(table->viewport(), &event);
+        const auto text = QToolTip::text();
+        QToolTip::hideText();
+        return text;
+    }
+
+    WindowFixture fixture;
+    std::unique_ptr<ResultsView> table;
+    std::unique_ptr<Refresher> refresher;
+};
+
+TEST_F(ResultsViewTest, ClicksAndKeysSelectRowsAndHiddenRowsStaySelected) {
+    addApps(4);
+    fixture.found("/usr/local/bin/tool");
+    show();
+    const auto item = [this](int row) { return cell(row, Column::item).center(); };
+    click(item(0));
+    EXPECT_EQ(content().selection(), rootsOf({0}));
+    click(item(2), Qt::ShiftModifier);
+    EXPECT_EQ(content().selection(), rootsOf({0, 1, 2}));
+    click(item(1), Qt::ControlModifier);
+    EXPECT_EQ(content().selection(), rootsOf({0, 2}));
+    click(item(4), Qt::ControlModifier);
+    const auto tool = root(4);
+    EXPECT_EQ(tool, "/usr/local/bin/tool");
+
+    content().setCategoryFilter(Category::application);
+    refresher->flush();
+    click(item(3), Qt::ControlModifier);
+    EXPECT_TRUE(content().selection().contains(tool));
+    click(item(3));
+    EXPECT_EQ(content().selection(), rootsOf({3}));
+    key(Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(content().selection().size(), 4U);
+    key(Qt::Key_Up);
+    EXPECT_EQ(content().selection(), rootsOf({2}));
+    key(Qt::Key_Up, Qt::ShiftModifier);
+    EXPECT_EQ(content().selection(), rootsOf({1, 2}));
+}
+
+TEST_F(ResultsViewTest, AppleSignedRowsDoNotStaySelected) {
+    addApps(2);
+    show();
+    fixture.signedBy("/Applications/App 1000.app", "Software Signing", true);
+    content().scanner().takeOver(*fixture.store->record);
+    content().scanner().regroup();
+    refresher->flush();
+    key(Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(content().selection(), RootSet{"/Applications/App 1001.app"});
+}
+
+TEST_F(ResultsViewTest, ButtonsInCellsWorkByMouseAndByKeyboard) {
+    fixture.found("/usr/local/Cellar/wget/1.0/bin/wget");
+    show();
+    click(button(0, Column::reveal));
+    EXPECT_EQ(fixture.desktop->revealed, std::vector<std::string>{root(0)});
+    EXPECT_TRUE(content().selection().empty());
+    click(button(0, Column::components));
+    ASSERT_TRUE(content().inspectGroup());
+    content().closeInspect();
+    click(button(0, Column::path));
+    EXPECT_EQ(fixture.desktop->clipboard, root(0));
+    EXPECT_EQ(content().copiedPath(), root(0));
+
+    const auto fix = table->model()->index(0, static_cast<int>(Column::fix));
+    table->setCurrentIndex(fix);
+    key(Qt::Key_Space);
+    ASSERT_TRUE(content().updateTarget());
+    EXPECT_EQ(content().updateTarget()->root, root(0));
+
+    // Let go of somewhere else, a button does nothing.
+    QTest::mousePress(table->viewport(), Qt::LeftButton, {}, button(0, Column::components));
+    QTest::mouseRelease(table->viewport(), Qt::LeftButton, {}, cell(0, Column::item).center());
+    EXPECT_FALSE(content().inspectGroup());
+}
+
+TEST_F(ResultsViewTest, AButtonHeldDownOutlastsARedraw) {
+    fixture.found("/Applications/Z.app/z");
+    show();
+    QTest::mousePress(table->viewport(), Qt::LeftButton, {}, button(0, Column::components));
+    content().sortBy(SortKey::root);
+    content().scanner().regroup();
+    refresher->flush();
+    QTest::mouseRelease(table->viewport(), Qt::LeftButton, {}, button(0, Column::components));
+    ASSERT_TRUE(content().inspectGroup());
+    EXPECT_EQ(content().inspectGroup()->root, "/Applications/Z.app");
+}
+
+TEST_F(ResultsViewTest, DeleteKeysAskForTheSelection) {
+    addApps(1);
+    show();
+    key(Qt::Key_Delete);
+    EXPECT_FALSE(content().showDeleteConfirm());
+    key(Qt::Key_A, Qt::ControlModifier);
+    key(Qt::Key_Delete);
+    EXPECT_TRUE(content().showDeleteConfirm());
+    content().setShowDeleteConfirm(false);
+    key(Qt::Key_Backspace);
+    EXPECT_TRUE(content().showDeleteConfirm());
+}
+
+TEST_F(ResultsViewTest, TheRowMenuActsOnItsRow) {
+    addApps(2);
+    fixture.found("/usr/libexec/tool");
+    show();
+    click(cell(0, Column::item).center());
+    auto* menu = openMenu(QContextMenuEvent::Mouse, cell(1, Column::item).center());
+    ASSERT_TRUE(menu);
+    QStringList items;
+    for (const auto* const action : menu->actions()) items << action->text();
+    EXPECT_EQ(items, QStringList({"Inspect Binaries…", "Reveal in Finder", "Copy Path", "",
+                                  "Move Bundle to Trash…"}));
+    menu->actions()[2]->trigger();
+    EXPECT_EQ(fixture.desktop->clipboard, root(1));
+    EXPECT_FALSE(content().copiedPath());
+    EXPECT_EQ(content().selection(), rootsOf({0}));
+    menu->actions()[4]->trigger();
+    EXPECT_EQ(content().selection(), rootsOf({1}));
+    EXPECT_TRUE(content().showDeleteConfirm());
+
+    // The group may have gone while the menu was open.
+    content().scanner().pruneHits(root(1));
+    content().scanner().regroup();
+    menu->actions()[1]->trigger();
+    EXPECT_TRUE(fixture.desktop->revealed.empty());
+    menu->close();
+
+    refresher->flush();
+    table->setCurrentIndex(table->model()->index(1, 1));
+    menu = openMenu(QContextMenuEvent::Keyboard, {});
+    ASSERT_TRUE(menu);
+    EXPECT_EQ(menu->actions()[4]->text(), "Move to Trash…");
+    EXPECT_FALSE(menu->actions()[4]->isEnabled());
+    menu->close();
+}
+
+TEST_F(ResultsViewTest, HeadersSortByMouseAndByKeyboard) {
+    addApps(3);
+    show();
+    auto& header = *static_cast<ResultsHeader*>(table->horizontalHeader());
+    const auto clickHeader = [&](Column column) {
+        const int x = header.sectionViewportPosition(static_cast<int>(column)) + 20;
+        QTest::mouseClick(header.viewport(), Qt::LeftButton, {}, QPoint(x, header.height() / 2));
+        refresher->flush();
+    };
+    clickHeader(Column::item);
+    EXPECT_EQ(root(0), "/Applications/App 1002.app");
+    const auto order = content().sortOrder();
+    clickHeader(Column::vendor);
+    EXPECT_EQ(content().sortOrder(), order);
+
+    key(Qt::Key_Tab);
+    EXPECT_TRUE(header.hasFocus());
+    header.setCurrentColumn(static_cast<int>(Column::item));
+    key(Qt::Key_Right);
+    key(Qt::Key_Space);
+    EXPECT_EQ(content().sortOrder().front(), (SortComparator{SortKey::root, false}));
+}
+
+TEST_F(ResultsViewTest, WhatIsInViewStaysWhenRowsComeAbove) {
+    addApps(60);
+    show();
+    table->scrollTo(table->model()->index(40, 8), QAbstractItemView::PositionAtTop);
+    const auto uppermost = root(table->rowAt(0));
+    const int y = table->rowViewportPosition(table->rowAt(0));
+    fixture.found("/Applications/A first one.app/x");
+    content().scanner().takeOver(*fixture.store->record);
+    content().scanner().regroup();
+    refresher->flush();
+    EXPECT_EQ(table->model()->rowCount(), 61);
+    EXPECT_EQ(root(table->rowAt(0)), uppermost);
+    EXPECT_EQ(table->rowViewportPosition(table->rowAt(0)), y);
+}
+
+TEST_F(ResultsViewTest, APartOfAPathCanBeSelectedAndOutlastsARedraw) {
+    addApps(2);
+    show();
+    const auto text = cell(0, Column::path).adjusted(30, 0, 0, 0);
+    const int y = text.center().y();
+    QTest::mousePress(table->viewport(), Qt::LeftButton, {}, {text.left() + 10, y});
+    QTest::mouseMove(table->viewport(), {text.left() + 60, y});
+    QTest::mouseMove(table->viewport(), {text.left() + 110, y});
+    QTest::mouseRelease(table->viewport(), Qt::LeftButton, {}, {text.left() + 110, y});
+    const QPointer<PathSelection> path = table->findChild<PathSelection*>();
+    ASSERT_TRUE(path);
+    EXPECT_EQ(path->text().toStdString(), root(0));
+    const auto part = path->selectedText();
+    EXPECT_GT(part.size(), 3);
+    EXPECT_LT(part.size(), path->text().size());
+
+    content().sortBy(SortKey::name);
+    refresher->flush();
+    EXPECT_EQ(root(1), path->root());
+    EXPECT_EQ(path->y(), cell(1, Column::path).y());
+    EXPECT_EQ(path->selectedText(), part);
+    QTest::keyClick(path, Qt::Key_Escape);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return path.isNull(); }));
+    EXPECT_TRUE(table->hasFocus());
+}
+
+TEST_F(ResultsViewTest, ColumnsFollowTheTextSize) {
+    addApps(1);
+    show();
+    content().setFontDelta(8);
+    refresher->flush();
+    EXPECT_EQ(table->font().pixelSize(), 21);
+    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::cpu)), qRound(160 * 21 / 13.0 * 1.06));
+    auto& header = *table->horizontalHeader();
+    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::item)), 150);
+    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::path)), 200);
+    content().setFontDelta(0);
+    refresher->flush();
+    table->resize(2000, 300);
+    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::item)), 220);
+    header.resizeSection(static_cast<int>(Column::item), 600);
+    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::item)), 340);
+    header.resizeSection(static_cast<int>(Column::item), 20);
+    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::item)), 150);
+    EXPECT_EQ(header.length(), table->viewport()->width());
+}
+
+TEST_F(ResultsViewTest, TooltipsBelongToTheButtonOrToTheCell) {
+    fixture.found("/Applications/<b>A.app/x", {"ppc"});
+    show();
+    EXPECT_EQ(tipAt(cell(0, Column::vendor).center()), "");
+    EXPECT_EQ(tipAt(button(0, Column::components)),
+              "<qt>Inspect every binary inside this bundle</qt>");
+    EXPECT_TRUE(tipAt(cell(0, Column::components).topRight() + QPoint(-10, 8))
+                    .startsWith("<qt>How many binaries inside"));
+    EXPECT_TRUE(tipAt(cell(0, Column::cpu).center()).contains("PowerPC"));
+    EXPECT_EQ(tipAt(cell(0, Column::path).center()), "<qt>/Applications/&lt;b&gt;A.app</qt>");
+}
+
+TEST_F(ResultsViewTest, AssistiveTechnologyFindsCellsButtonsAndHeaders) {
+    addApps(2);
+    show();
+    auto* const whole = QAccessible::queryAccessibleInterface(table.get());
+    ASSERT_EQ(whole->role(), QAccessible::Table);
+    auto* const cells = whole->tableInterface();
+    ASSERT_TRUE(cells);
+    EXPECT_EQ(cells->rowCount(), 2);
+    EXPECT_EQ(whole->childCount(), 30);
+    auto* const item = cells->cellAt(1, static_cast<int>(Column::item));
+    EXPECT_EQ(item->text(QAccessible::Name), "App 1001.app");
+    EXPECT_EQ(item->childCount(), 0);
+    EXPECT_EQ(item->tableCellInterface()->columnHeaderCells()[0]->text(QAccessible::Name),
+              "Item ↕");
+    EXPECT_EQ(whole->child(whole->indexOfChild(item)), item);
+
+    auto* const button = cells->cellAt(1, static_cast<int>(Column::components))->child(0);
+    ASSERT_TRUE(button);
+    EXPECT_EQ(button->role(), QAccessible::Button);
+    EXPECT_EQ(button->text(QAccessible::Name), "Inspect every binary inside this bundle");
+    button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    ASSERT_TRUE(content().inspectGroup());
+    EXPECT_EQ(content().inspectGroup()->root, root(1));
+
+    EXPECT_TRUE(cells->selectRow(1));
+    EXPECT_EQ(content().selection(), rootsOf({1}));
+    EXPECT_TRUE(item->state().selected);
+    whole->child(static_cast<int>(Column::path))
+        ->actionInterface()
+        ->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(content().sortOrder().front().key, SortKey::root);
+}
+
+TEST_F(ResultsViewTest, NamesThatAreNoTextKeepTheirBytes) {
+    fixture.found("/Applications/\xff\xfe.app/x");
+    show();
+    table->grab();
+    click(button(0, Column::path));
+    EXPECT_EQ(fixture.desktop->clipboard, "/Applications/\xff\xfe.app");
+}
+
+}  // namespace
+}  // namespace vestigo::test

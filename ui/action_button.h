@@ -1,0 +1,46 @@
+// The buttons of the toolbar.
+#pragma once
+
+#include <QPushButton>
+#include <QString>
+#include <cstdint>
+
+#include "ui/symbol.h"
+
+namespace vestigo {
+
+enum class ButtonRole : std::uint8_t { plain, destructive };
+
+/// A symbol and a text. A destructive button shows both in red while it can be pressed. When it is
+/// too narrow for its text, the middle of the text gives way.
+class ActionButton : public QPushButton {
+    Q_OBJECT
+public:
+    ActionButton(Symbol symbol, ButtonRole role, QWidget* parent = nullptr);
+
+    /// As it is: nothing in it marks a key, and it stays on one line.
+    void setPlainText(const QString& text);
+
+    /// Down to the width of this one the text may be shortened where others need the room.
+    void setLeastText(const QString& text) { leastText_ = text; }
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    [[nodiscard]] QSize sizeFor(const QString& text) const;
+    void drawLabel(QPainter& painter, const QRect& area) const;
+    void drawSymbolIn(QPainter& painter, const QRect& area) const;
+    [[nodiscard]] bool warns() const;
+
+    Symbol symbol_;
+    ButtonRole role_;
+    QString plainText_;
+    QString leastText_;  ///< Empty: the text itself.
+};
+
+}  // namespace vestigo

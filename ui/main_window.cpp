@@ -1,0 +1,84 @@
+#include "ui/main_window.h"
+
+#include <QBoxLayout>
+#include <QKeyEvent>
+#include <QScreen>
+#include <QShowEvent>
+#include <utility>
+
+namespace vestigo {
+namespace {
+
+constexpr QSize leastContent(880, 540);
+constexpr QSize firstSize(1360, 800);
+
+QWidget* divider(QWidget* parent) {
+    auto* const line = new QWidget(parent);
+    line->setFixedHeight(1);
+    line->setAutoFillBackground(true);
+    line->setBackgroundRole(QPalette::Mid);
+    return line;
+}
+
+}  // namespace
+
+MainWindow::MainWindow(ContentServices services, std::string version, QWidget* parent)
+    : QMainWindow(parent),
+      desktop_(services.desktop),
+      content_(std::move(services)),
+      refresher_(content_),
+      toolbar_(*new Toolbar(content_, *desktop_, &stack_)),
+      results_(*new ResultsView(content_, &stack_)),
+      status_(*new StatusBar(content_, &stack_)),
+      sheets_(content_, this, std::move(version)) {
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(QStringLiteral("Vestigo"));
+    stack();
+    sizeToScreen();
+    connect(&refresher_, &Refresher::changed, this, &MainWindow::refresh);
+    refresh(Changes::everything());
+    results_.setFocus();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::stack() {
+    auto* const column = new QVBoxLayout(&stack_);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(&toolbar_);
+    column->addWidget(divider(&stack_));
+    column->addWidget(&results_, 1);
+    column->addWidget(divider(&stack_));
+    column->addWidget(&status_);
+    stack_.setMinimumSize(leastContent);
+    setCentralWidget(&stack_);
+}
+
+void MainWindow::sizeToScreen() {
+    resize(firstSize.boundedTo(screen()->availableSize()));
+}
+
+void MainWindow::refresh(const Changes& changes) {
+    toolbar_.refresh(changes);
+    results_.refresh(changes);
+    status_.refresh(changes);
+    sheets_.refresh(changes);
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    // Coming back from the dock is no appearance.
+    if (!event->spontaneous()) content_.windowAppeared();
+}
+
+// Keys come here from all parts of the window, but not from a pop-up or a sheet, as they would to a
+// shortcut.
+void MainWindow::keyPressEvent(QKeyEvent* event) {
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    if (!isReturn || !plain) return QMainWindow::keyPressEvent(event);
+    if (!event->isAutoRepeat()) content_.scanPressed();
+}
+
+}  // namespace vestigo

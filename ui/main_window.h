@@ -1,0 +1,51 @@
+// A window of the program.
+#pragma once
+
+#include <QMainWindow>
+#include <memory>
+#include <string>
+
+#include "platform/desktop.h"
+#include "ui/changes.h"
+#include "ui/content_view.h"
+#include "ui/refresher.h"
+#include "ui/results_view.h"
+#include "ui/sheets.h"
+#include "ui/status_bar.h"
+#include "ui/toolbar.h"
+
+namespace vestigo {
+
+/// Owns its model and with it an engine. Deletes itself when closed, also in the middle of a scan,
+/// which then ends by itself. Return scans wherever the focus is, unless what has it takes the key.
+/// The menu bar is left to whoever opens the window.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    /// `version` is what the program says of itself.
+    MainWindow(ContentServices services, std::string version, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    [[nodiscard]] ContentView& content() { return content_; }
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void stack();
+    void sizeToScreen();
+    void refresh(const Changes& changes);
+
+    // What shows the model goes before the model, so it is not left to the base class to delete.
+    std::shared_ptr<Desktop> desktop_;
+    ContentView content_;
+    Refresher refresher_;
+    QWidget stack_;
+    Toolbar& toolbar_;
+    ResultsView& results_;
+    StatusBar& status_;
+    Sheets sheets_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,173 @@
+#include "ui/results_delegate.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QToolTip>
+#include <algorithm>
+#include <cmath>
+
+#include "ui/colors.h"
+#include "ui/results_model.h"
+#include "ui/symbols.h"
+#include "ui/text.h"
+
+namespace vestigo {
+namespace {
+
+constexpr double sidePadding = 4;
+constexpr int rowPadding = 4;
+constexpr double buttonMargin = 3;
+constexpr double cornerRadius = 4;
+
+const ResultsModel& modelOf(const QModelIndex& index) {
+    return *static_cast<const ResultsModel*>(index.model());
+}
+
+double symbolSide(const QFont& font) {
+    return font.pixelSize() + 2;
+}
+
+/// A soft ground, so that every tint stays readable on it.
+QColor selectedGround(const QStyleOptionViewItem& option) {
+    const bool active = option.state.testFlag(QStyle::State_Active);
+    auto color = option.palette.color(QPalette::Highlight);
+    color.setAlphaF(active ? 0.24F : 0.13F);
+    return color;
+}
+
+/// Every digit as wide as the widest, also where the typeface has them of their own width.
+void drawWithFixedDigits(QPainter& painter, const QRectF& area, const QString& text) {
+    const QFontMetricsF metrics(painter.font());
+    double digitWidth = 0;
+    for (char digit = '0'; digit <= '9'; ++digit) {
+        digitWidth = std::max(digitWidth, metrics.horizontalAdvance(QLatin1Char(digit)));
+    }
+    double x = area.left();
+    for (const auto character : text) {
+        const double own = metrics.horizontalAdvance(character);
+        const double width = character.isDigit() ? digitWidth : own;
+        painter.drawText(QRectF(x + (width - own) / 2, area.top(), own + 1, area.height()),
+                         Qt::AlignLeft | Qt::AlignVCenter | Qt::TextDontClip, character);
+        x += width;
+    }
+}
+
+}  // namespace
+
+ResultsDelegate::ResultsDelegate(const ContentView& content, const ButtonStates& buttons,
+                                 QObject* parent)
+    : QStyledItemDelegate(parent), content_(content), buttons_(buttons) {}
+
+int ResultsDelegate::rowHeight(const QFont& font) {
+    return QFontMetrics(font).height() + 2 * rowPadding;
+}
+
+Qt::TextElideMode ResultsDelegate::elision(int column) {
+    return static_cast<Column>(column) == Column::path ? Qt::ElideMiddle : Qt::ElideRight;
+}
+
+CellLayout ResultsDelegate::layout(const CellContent& cell, const QRect& area, const QFont& font) {
+    const auto inner = QRectF(area).adjusted(sidePadding, 0, -sidePadding, 0);
+    CellLayout parts;
+    parts.text = inner;
+    if (!cell.symbol) return parts;
+    const auto side = symbolSide(font);
+    parts.symbol = QRectF(0, 0, side, side);
+    parts.symbol.moveCenter(inner.center());
+    if (!cell.text.empty()) {
+        const auto width = QFontMetricsF(font).horizontalAdvance(shown(cell.text));
+        const auto room = inner.width() - side - cell.spacing;
+        if (cell.symbolFirst) {
+            parts.symbol.moveLeft(inner.left());
+            parts.text.setLeft(parts.symbol.right() + cell.spacing);
+        } else {
+            parts.text.setWidth(std::min(std::ceil(width), room));
+            parts.symbol.moveLeft(parts.text.right() + cell.spacing);
+        }
+    } else {
+        parts.text = {};
+    }
+    if (cell.symbol->action) {
+        parts.button =
+            parts.symbol.adjusted(-buttonMargin, -buttonMargin, buttonMargin, buttonMargin);
+    }
+    return parts;
+}
+
+void ResultsDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                            const QModelIndex& index) const {
+    const auto cell = modelOf(index).cell(index);
+    const auto parts = layout(cell, option.rect, option.font);
+    paintGround(*painter, option, index);
+    if (!parts.button.isEmpty()) paintButtonGround(*painter, option, index, parts.button);
+    if (cell.symbol) {
+        drawSymbol(*painter, parts.symbol, cell.symbol->symbol,
+                   colorOf(cell.symbol->tint, option.palette));
+    }
+    const QFontMetricsF metrics(option.font);
+    const auto text =
+        metrics.elidedText(shown(cell.text), elision(index.column()), parts.text.width());
+    painter->setFont(option.font);
+    painter->setPen(colorOf(cell.tint, option.palette));
+    if (cell.fixedDigits) return drawWithFixedDigits(*painter, parts.text, text);
+    painter->drawText(parts.text, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text);
+}
+
+void ResultsDelegate::paintGround(QPainter& painter, const QStyleOptionViewItem& option,
+                                  const QModelIndex& index) const {
+    if (content_.selection().contains(modelOf(index).group(index.row()).root)) {
+        painter.fillRect(option.rect, selectedGround(option));
+    }
+    if (!option.state.testFlag(QStyle::State_HasFocus)) return;
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(option.palette.color(QPalette::Highlight), 1.5));
+    painter.drawRoundedRect(QRectF(option.rect).adjusted(1.5, 1.5, -1.5, -1.5), cornerRadius,
+                            cornerRadius);
+    painter.restore();
+}
+
+void ResultsDelegate::paintButtonGround(QPainter& painter, const QStyleOptionViewItem& option,
+                                        const QModelIndex& index, const QRectF& button) const {
+    const bool pressed = buttons_.pressed == index;
+    const bool hovered = buttons_.hovered == index;
+    const bool reached = option.state.testFlag(QStyle::State_HasFocus);
+    if (!pressed && !hovered && !reached) return;
+    auto ground = option.palette.color(QPalette::Text);
+    ground.setAlphaF(pressed ? 0.24F : 0.12F);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ground);
+    painter.drawRoundedRect(button, cornerRadius, cornerRadius);
+    painter.restore();
+}
+
+QSize ResultsDelegate::sizeHint(const QStyleOptionViewItem& option,
+                                const QModelIndex& index) const {
+    const auto cell = modelOf(index).cell(index);
+    const auto text = QFontMetricsF(option.font).horizontalAdvance(shown(cell.text));
+    const auto symbol = cell.symbol ? symbolSide(option.font) + cell.spacing : 0;
+    return {static_cast<int>(std::ceil(text + symbol + 2 * sidePadding)), rowHeight(option.font)};
+}
+
+bool ResultsDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
+                                const QStyleOptionViewItem& option, const QModelIndex& index) {
+    if (event->type() != QEvent::ToolTip || !index.isValid()) {
+        return QStyledItemDelegate::helpEvent(event, view, option, index);
+    }
+    const auto cell = modelOf(index).cell(index);
+    const auto parts = layout(cell, option.rect, option.font);
+    const bool onSymbol =
+        cell.symbol && (parts.button.contains(event->pos()) || parts.symbol.contains(event->pos()));
+    const auto help = shown(onSymbol ? cell.symbol->help : std::string_view(cell.help));
+    // As rich text, which breaks into lines; a path may hold what looks like a tag.
+    const auto text =
+        help.isEmpty() ? help : QStringLiteral("<qt>%1</qt>").arg(help.toHtmlEscaped());
+    QToolTip::showText(event->globalPos(), text, view);
+    return true;
+}
+
+}  // namespace vestigo

@@ -1,0 +1,57 @@
+// Draws the cells of the results table and knows where their buttons are.
+#pragma once
+
+#include <QPersistentModelIndex>
+#include <QStyledItemDelegate>
+
+#include "ui/cell_content.h"
+#include "ui/content_view.h"
+
+namespace vestigo {
+
+/// The cells whose button the mouse is over, or holds down. Invalid: none.
+struct ButtonStates {
+    QPersistentModelIndex hovered;
+    QPersistentModelIndex pressed;
+};
+
+/// Where the parts of a cell are, in the view's coordinates. What the cell does not have is empty.
+struct CellLayout {
+    QRectF symbol;
+    QRectF button;  ///< What reacts to the mouse: some more than the symbol.
+    QRectF text;
+};
+
+/// For views over a `ResultsModel`.
+class ResultsDelegate : public QStyledItemDelegate {
+    Q_OBJECT
+public:
+    /// Both must outlive this object.
+    ResultsDelegate(const ContentView& content, const ButtonStates& buttons,
+                    QObject* parent = nullptr);
+
+    [[nodiscard]] static CellLayout layout(const CellContent& cell, const QRect& area,
+                                           const QFont& font);
+    /// A path is shortened in the middle, everything else at its end.
+    [[nodiscard]] static Qt::TextElideMode elision(int column);
+    /// Of a row whose text is in this font.
+    [[nodiscard]] static int rowHeight(const QFont& font);
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option,
+                                 const QModelIndex& index) const override;
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override;
+
+private:
+    void paintGround(QPainter& painter, const QStyleOptionViewItem& option,
+                     const QModelIndex& index) const;
+    void paintButtonGround(QPainter& painter, const QStyleOptionViewItem& option,
+                           const QModelIndex& index, const QRectF& button) const;
+
+    const ContentView& content_;
+    const ButtonStates& buttons_;
+};
+
+}  // namespace vestigo

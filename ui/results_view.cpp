@@ -1,0 +1,337 @@
+#include "ui/results_view.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "ui/accessible_table.h"
+#include "ui/fonts.h"
+#include "ui/row_menu.h"
+#include "ui/row_selection.h"
+#include "ui/text.h"
+
+namespace vestigo {
+namespace {
+
+constexpr int itemColumn = static_cast<int>(Column::item);
+constexpr int pathColumn = static_cast<int>(Column::path);
+constexpr int leastItemWidth = static_cast<int>(itemColumnMinimum);
+constexpr int leastPathWidth = 200;
+constexpr int pixelsPerStep = 24;
+
+}  // namespace
+
+ResultsView::ResultsView(ContentView& content, QWidget* parent)
+    : QTableView(parent),
+      content_(content),
+      rows_(content),
+      header_(new ResultsHeader(content, this)) {
+    makeResultsAccessible();
+    setObjectName(QStringLiteral("results"));
+    setAccessibleName(tr("Results"));
+    setHorizontalHeader(header_);
+    header_->setFocusProxy(nullptr);  // It takes the keyboard's focus itself.
+    setModel(&rows_);
+    setSelectionModel(new RowSelection(content, rows_, this));
+    setItemDelegate(new ResultsDelegate(content, buttons_, this));
+    setSelectionBehavior(SelectRows);
+    setSelectionMode(ExtendedSelection);
+    setEditTriggers(NoEditTriggers);
+    setTabKeyNavigation(false);
+    setShowGrid(false);
+    setWordWrap(false);
+    setFrameShape(NoFrame);
+    setCornerButtonEnabled(false);
+    setVerticalScrollMode(ScrollPerPixel);
+    setHorizontalScrollMode(ScrollPerPixel);
+    viewport()->setMouseTracking(true);
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &ResultsView::placePathSelection);
+    connect(horizontalScrollBar(), &QScrollBar::valueChanged, this,
+            &ResultsView::placePathSelection);
+    layOutColumns();
+    takeFontSize();
+}
+
+void ResultsView::layOutColumns() {
+    header_->setSectionResizeMode(QHeaderView::Fixed);
+    header_->setSectionResizeMode(itemColumn, QHeaderView::Interactive);
+    connect(header_, &QHeaderView::sectionResized, this, [this](int column, int, int width) {
+        if (column != itemColumn || fitting_) return;
+        itemWidth_ = std::clamp(width, leastItemWidth, static_cast<int>(itemColumnMaximum));
+        fitLastColumns();
+    });
+}
+
+/// The path takes what the others leave. Where that is little, the item gives way first.
+void ResultsView::fitLastColumns() {
+    if (std::exchange(fitting_, true)) return;
+    const int others =
+        header_->length() - header_->sectionSize(itemColumn) - header_->sectionSize(pathColumn);
+    const int room = viewport()->width() - others;
+    const int item = std::clamp(room - leastPathWidth, leastItemWidth, itemWidth_);
+    header_->resizeSection(itemColumn, item);
+    header_->resizeSection(pathColumn, std::max(leastPathWidth, room - item));
+    fitting_ = false;
+    placePathSelection();
+}
+
+void ResultsView::takeFontSize() {
+    const auto font = contentFont(content_.tableFontSize());
+    setFont(font);
+    header_->setFont(QApplication::font());
+    const int height = ResultsDelegate::rowHeight(font);
+    verticalHeader()->setMinimumSectionSize(height);
+    verticalHeader()->setDefaultSectionSize(height);
+    verticalScrollBar()->setSingleStep(height);
+    horizontalScrollBar()->setSingleStep(pixelsPerStep);
+    for (int column = 0; column < itemColumn; ++column) {
+        const auto base = columnTraits(static_cast<Column>(column)).baseWidth;
+        header_->resizeSection(column, static_cast<int>(std::lround(content_.columnWidth(base))));
+    }
+    fitLastColumns();
+}
+
+void ResultsView::refresh(const Changes& changes) {
+    const bool found = changes.has(ScannerField::groups);
+    if (changes.has(ContentField::fontDelta)) takeFontSize();
+    if (found || changes.hasAny(ContentField::sortOrder, ContentField::categoryFilter,
+                                ContentField::fixFilter)) {
+        takeRows(found);
+    }
+    if (changes.has(ContentField::sortOrder)) header_->viewport()->update();
+    if (changes.has(ContentField::selection)) {
+        QAccessibleEvent event(this, QAccessible::SelectionWithin);
+        QAccessible::updateAccessibility(&event);
+    }
+    viewport()->update();
+}
+
+/// Names the cell as our own table counts them.
+void ResultsView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    QAbstractItemView::currentChanged(current, previous);
+    if (!current.isValid() || !hasFocus()) return;
+    QAccessibleEvent event(this, QAccessible::Focus);
+    event.setChild((current.row() + 1) * rows_.columnCount() + current.column());
+    QAccessible::updateAccessibility(&event);
+}
+
+void ResultsView::takeRows(bool keepView) {
+    const auto kept = keepView ? anchor() : std::nullopt;
+    if (!rows_.refresh()) return;
+    if (kept) restore(*kept);
+    setHovered(buttonAt(viewport()->mapFromGlobal(QCursor::pos())));
+    placePathSelection();
+}
+
+/// The current row while it is in view, else the uppermost; none at the very top, where new rows
+/// are to be seen coming.
+std::optional<ResultsView::Anchor> ResultsView::anchor() const {
+    const auto inView = [this](int row) {
+        const int y = rowViewportPosition(row);
+        return y > -rowHeight(row) && y < viewport()->height();
+    };
+    int row = currentIndex().isValid() ? currentIndex().row() : -1;
+    if (row < 0 || !inView(row)) {
+        if (verticalScrollBar()->value() == 0) return std::nullopt;
+        row = rowAt(0);
+    }
+    if (row < 0) return std::nullopt;
+    return Anchor{rows_.group(row).root, rowViewportPosition(row)};
+}
+
+void ResultsView::restore(const Anchor& anchor) {
+    const auto row = rows_.rowOf(anchor.root);
+    if (!row) return;
+    executeDelayedItemsLayout();
+    auto& bar = *verticalScrollBar();
+    bar.setValue(bar.value() + rowViewportPosition(*row) - anchor.y);
+}
+
+bool ResultsView::isSelected(int row) const {
+    return content_.selection().contains(rows_.group(row).root);
+}
+
+CellLayout ResultsView::layoutOf(const QModelIndex& index) const {
+    return ResultsDelegate::layout(rows_.cell(index), visualRect(index), font());
+}
+
+QModelIndex ResultsView::buttonAt(const QPoint& position) const {
+    const auto index = indexAt(position);
+    return index.isValid() && layoutOf(index).button.contains(position) ? index : QModelIndex();
+}
+
+QModelIndex ResultsView::pathTextAt(const QPoint& position) const {
+    const auto index = indexAt(position);
+    const bool onText =
+        index.isValid() && index.column() == pathColumn && layoutOf(index).text.contains(position);
+    return onText ? index : QModelIndex();
+}
+
+void ResultsView::setHovered(const QModelIndex& index) {
+    if (buttons_.hovered == index) return;
+    update(buttons_.hovered);
+    buttons_.hovered = index;
+    update(index);
+}
+
+bool ResultsView::press(const QModelIndex& index) {
+    if (!index.isValid()) return false;
+    const auto symbol = rows_.cell(index).symbol;
+    if (!symbol || !symbol->action) return false;
+    perform(*symbol->action, content_, rows_.group(index.row()));
+    return true;
+}
+
+bool ResultsView::viewportEvent(QEvent* event) {
+    if (event->type() == QEvent::Leave) setHovered({});
+    if (event->type() == QEvent::HoverMove || event->type() == QEvent::MouseMove) {
+        setHovered(buttonAt(viewport()->mapFromGlobal(QCursor::pos())));
+    }
+    return QTableView::viewportEvent(event);
+}
+
+void ResultsView::mousePressEvent(QMouseEvent* event) {
+    pathPressed_ = QModelIndex();
+    if (event->button() == Qt::LeftButton) {
+        if (const auto button = buttonAt(event->pos()); button.isValid()) {
+            buttons_.pressed = button;
+            selectionModel()->setCurrentIndex(button, QItemSelectionModel::NoUpdate);
+            update(button);
+            return;
+        }
+        pathPressed_ = pathTextAt(event->pos());
+        pressedAt_ = event->pos();
+    }
+    QTableView::mousePressEvent(event);
+}
+
+void ResultsView::mouseMoveEvent(QMouseEvent* event) {
+    setHovered(buttonAt(event->pos()));
+    if (buttons_.pressed.isValid()) return;
+    if (pathPressed_.isValid() && event->buttons().testFlag(Qt::LeftButton)) {
+        return drawPathSelection(event->pos());
+    }
+    QTableView::mouseMoveEvent(event);
+}
+
+void ResultsView::drawPathSelection(const QPoint& position) {
+    if (!pathSelection_) {
+        if ((position - pressedAt_).manhattanLength() < QApplication::startDragDistance()) return;
+        const auto text = layoutOf(pathPressed_).text;
+        const auto path = shown(rows_.group(pathPressed_.row()).root);
+        selectPath(pathPressed_.row(),
+                   characterAt(path, font(), text.width(), pressedAt_.x() - text.left()));
+    }
+    pathSelection_->extendTo(position.x() - pathSelection_->x());
+}
+
+void ResultsView::mouseReleaseEvent(QMouseEvent* event) {
+    const QModelIndex pressed = buttons_.pressed;
+    buttons_.pressed = QModelIndex();
+    if (event->button() == Qt::LeftButton && pressed.isValid()) {
+        update(pressed);
+        if (buttonAt(event->pos()) == pressed) press(pressed);
+        return;
+    }
+    pathPressed_ = QModelIndex();
+    QTableView::mouseReleaseEvent(event);
+}
+
+void ResultsView::mouseDoubleClickEvent(QMouseEvent* event) {
+    const auto path = pathTextAt(event->pos());
+    if (event->button() == Qt::LeftButton && path.isValid()) {
+        return selectPath(path.row(), 0).selectAll();
+    }
+    // Two quick clicks on a button are two clicks.
+    if (buttonAt(event->pos()).isValid()) return mousePressEvent(event);
+    QTableView::mouseDoubleClickEvent(event);
+}
+
+void ResultsView::keyPressEvent(QKeyEvent* event) {
+    const auto current = currentIndex();
+    const bool plain = event->modifiers() == Qt::NoModifier;
+    if (event->matches(QKeySequence::Delete) || (plain && event->key() == Qt::Key_Backspace)) {
+        return content_.requestDeleteOfSelection();
+    }
+    if (event->matches(QKeySequence::Copy) && current.isValid()) {
+        return content_.copyPath(rows_.group(current.row()).root, false);
+    }
+    if (plain && event->key() == Qt::Key_Space && press(current)) return;
+    if (plain && event->key() == Qt::Key_F2 && current.isValid()) {
+        return selectPath(current.row(), 0).selectAll();
+    }
+    QTableView::keyPressEvent(event);
+}
+
+void ResultsView::contextMenuEvent(QContextMenuEvent* event) {
+    const bool byMouse = event->reason() == QContextMenuEvent::Mouse;
+    const auto index = byMouse ? indexAt(event->pos()) : currentIndex();
+    if (!index.isValid()) return;
+    if (byMouse) selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+    const auto place = byMouse ? event->pos() : visualRect(index).bottomLeft();
+    openRowMenu(content_, rows_.group(index.row()), viewport()->mapToGlobal(place), *this);
+}
+
+/// The row menu acts on its row and leaves the selection alone. What Control does to a row depends
+/// on the model's selection; Qt would look at its own.
+QItemSelectionModel::SelectionFlags ResultsView::selectionCommand(const QModelIndex& index,
+                                                                  const QEvent* event) const {
+    const bool press = event && event->type() == QEvent::MouseButtonPress;
+    if (press && static_cast<const QMouseEvent*>(event)->button() == Qt::RightButton) {
+        return QItemSelectionModel::NoUpdate;
+    }
+    auto command = QTableView::selectionCommand(index, event);
+    if (press && command.testFlag(QItemSelectionModel::Toggle) && index.isValid()) {
+        command.setFlag(QItemSelectionModel::Toggle, false);
+        command.setFlag(isSelected(index.row()) ? QItemSelectionModel::Deselect
+                                                : QItemSelectionModel::Select);
+    }
+    return command;
+}
+
+void ResultsView::initViewItemOption(QStyleOptionViewItem* option) const {
+    QTableView::initViewItemOption(option);
+    option->state.setFlag(QStyle::State_Active, isActiveWindow());
+}
+
+PathSelection& ResultsView::selectPath(int row, int character) {
+    const auto& root = rows_.group(row).root;
+    scrollTo(rows_.index(row, pathColumn));
+    delete pathSelection_;
+    pathSelection_ = new PathSelection(root, font(), viewport());
+    placePathSelection();
+    pathSelection_->show();
+    pathSelection_->setFocus();
+    pathSelection_->selectFrom(character);
+    return *pathSelection_;
+}
+
+void ResultsView::placePathSelection() {
+    if (!pathSelection_) return;
+    const auto row = rows_.rowOf(pathSelection_->root());
+    if (!row) return pathSelection_->deleteLater();
+    const auto cell = rows_.index(*row, pathColumn);
+    const auto area = visualRect(cell);
+    const auto text = layoutOf(cell).text.toAlignedRect();
+    pathSelection_->setGeometry(text.left(), area.top(), text.width(), area.height());
+}
+
+void ResultsView::resizeEvent(QResizeEvent* event) {
+    QTableView::resizeEvent(event);
+    fitLastColumns();
+}
+
+void ResultsView::updateGeometries() {
+    QTableView::updateGeometries();
+    fitLastColumns();
+}
+
+}  // namespace vestigo

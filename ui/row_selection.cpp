@@ -1,0 +1,35 @@
+#include "ui/row_selection.h"
+
+#include <utility>
+
+namespace vestigo {
+
+RowSelection::RowSelection(ContentView& content, ResultsModel& rows, QObject* parent)
+    : QItemSelectionModel(&rows, parent), content_(content), rows_(rows) {}
+
+void RowSelection::select(const QItemSelection& selection, SelectionFlags command) {
+    if (command == NoUpdate) return;
+    if (command.testFlag(Clear)) {
+        before_.clear();
+    } else if (!command.testFlag(Current)) {
+        before_ = content_.selection();
+    }
+    auto selected = before_;
+    const auto take = [&](const std::string& root) {
+        const bool remove =
+            command.testFlag(Deselect) || (command.testFlag(Toggle) && before_.contains(root));
+        if (remove) {
+            selected.erase(root);
+        } else {
+            selected.insert(root);
+        }
+    };
+    if (command & (Select | Deselect | Toggle)) {
+        for (const auto& range : selection) {
+            for (int row = range.top(); row <= range.bottom(); ++row) take(rows_.group(row).root);
+        }
+    }
+    content_.setSelection(std::move(selected));
+}
+
+}  // namespace vestigo

@@ -1,0 +1,82 @@
+#include "ui/sheet.h"
+
+#include <QCloseEvent>
+#include <QFrame>
+#include <utility>
+
+#include "ui/fonts.h"
+
+namespace vestigo {
+namespace {
+
+constexpr double titleSize = 15;
+
+}  // namespace
+
+QFont titleFont() {
+    return systemFont(titleSize, QFont::Bold);
+}
+
+Sheet::Sheet(QWidget* window, const Measures& measures, std::function<void()> dismiss)
+    : QDialog(window),
+      measures_(measures),
+      dismiss_(std::move(dismiss)),
+      column_(new QVBoxLayout(this)) {
+#ifdef Q_OS_MACOS
+    setWindowFlag(Qt::Sheet);
+#endif
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    setWindowFlag(Qt::WindowCloseButtonHint, static_cast<bool>(dismiss_));
+    setWindowModality(Qt::WindowModal);
+    const int padding = measures.padding;
+    column_->setContentsMargins(padding, padding, padding, padding);
+    column_->setSpacing(measures.spacing);
+    column_->setSizeConstraint(QLayout::SetFixedSize);
+}
+
+void Sheet::refresh(const Changes&) {}
+
+void Sheet::reject() {
+    if (dismiss_) dismiss_();
+}
+
+void Sheet::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    reject();
+}
+
+SheetText& Sheet::addText(const QString& text, const QFont& font, Tint tint) {
+    auto* const label = new SheetText(text, font, tint, innerWidth(), this);
+    column_->addWidget(label);
+    return *label;
+}
+
+void Sheet::addDivider() {
+    auto* const line = new QFrame(this);
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Sunken);
+    column_->addWidget(line);
+}
+
+QHBoxLayout& Sheet::addRow() {
+    auto* const row = new QHBoxLayout;
+    column_->addLayout(row);
+    return *row;
+}
+
+QPushButton& Sheet::addButton(QHBoxLayout& row, const char* name, const QString& text,
+                              std::function<void()> action) {
+    auto* const button = new QPushButton(text, this);
+    button->setObjectName(QLatin1String(name));
+    button->setAutoDefault(false);
+    connect(button, &QPushButton::clicked, this, std::move(action));
+    row.addWidget(button);
+    return *button;
+}
+
+void Sheet::makeDefault(QPushButton& button) {
+    button.setDefault(true);
+    button.setFocus();
+}
+
+}  // namespace vestigo

@@ -1,0 +1,58 @@
+// What the sheets of a window have in common.
+#pragma once
+
+#include <QDialog>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <functional>
+
+#include "ui/changes.h"
+#include "ui/sheet_text.h"
+
+namespace vestigo {
+
+/// Belongs to a window and blocks it. It never closes by itself: what the user does calls the
+/// model, and the model's field decides.
+class Sheet : public QDialog {
+    Q_OBJECT
+public:
+    /// Points around the content, between its items, and from edge to edge.
+    struct Measures {
+        int padding;
+        int spacing;
+        int width;
+    };
+
+    /// `dismiss` is called for Escape and for the close box; empty: there is no such way out.
+    Sheet(QWidget* window, const Measures& measures, std::function<void()> dismiss);
+
+    /// For sheets whose content changes while they are open.
+    virtual void refresh(const Changes& changes);
+
+    void reject() override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+    [[nodiscard]] QVBoxLayout& column() { return *column_; }
+    /// Within the padding.
+    [[nodiscard]] int innerWidth() const { return measures_.width - 2 * measures_.padding; }
+    SheetText& addText(const QString& text, const QFont& font, Tint tint = Tint::primary);
+    void addDivider();
+    /// A row with nothing in it.
+    QHBoxLayout& addRow();
+    QPushButton& addButton(QHBoxLayout& row, const char* name, const QString& text,
+                           std::function<void()> action);
+    /// The one that Return presses.
+    static void makeDefault(QPushButton& button);
+
+private:
+    Measures measures_;
+    std::function<void()> dismiss_;
+    QVBoxLayout* column_;
+};
+
+/// The platform's style for the title of a sheet.
+[[nodiscard]] QFont titleFont();
+
+}  // namespace vestigo

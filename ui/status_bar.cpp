@@ -1,0 +1,106 @@
+#include "ui/status_bar.h"
+
+#include <QBoxLayout>
+#include <QDateTime>
+#include <QLocale>
+#include <QRegularExpression>
+#include <algorithm>
+#include <cmath>
+
+#include "ui/fonts.h"
+#include "ui/text.h"
+
+namespace vestigo {
+namespace {
+
+constexpr int padding = 8;
+constexpr int spacing = 14;
+
+QDateTime localTime(double secondsSince2001) {
+    constexpr double secondsBefore2001 = 978307200;
+    constexpr double farPast = -6e10;
+    constexpr double farFuture = 2.5e11;
+    const double seconds = std::clamp(secondsSince2001, farPast, farFuture) + secondsBefore2001;
+    return QDateTime::fromSecsSinceEpoch(static_cast<qint64>(std::floor(seconds)));
+}
+
+/// The user's long date without the weekday, the month abbreviated: "Nov 23, 2026".
+QString abbreviatedDate(const QLocale& locale, QDate date) {
+    static const QRegularExpression weekday(QStringLiteral("[\\s,،]*dddd[\\s,،]*"));
+    auto format = locale.dateFormat(QLocale::LongFormat);
+    format.replace(weekday, QStringLiteral(" "));
+    format.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
+    return locale.toString(date, format.trimmed());
+}
+
+QString dateAndTime(double secondsSince2001) {
+    const QLocale locale;
+    const auto moment = localTime(secondsSince2001);
+    return QStringLiteral("%1, %2").arg(abbreviatedDate(locale, moment.date()),
+                                        locale.toString(moment.time(), QLocale::ShortFormat));
+}
+
+}  // namespace
+
+StatusBar::StatusBar(ContentView& content, QWidget* parent)
+    : QWidget(parent),
+      content_(content),
+      spinner_(*new Spinner(this)),
+      scannedCount_(*new TintedLabel(Tint::primary, this)),
+      currentPath_(*new TintedLabel(Tint::secondary, this)),
+      summary_(*new TintedLabel(Tint::secondary, this)),
+      lastScan_(*new TintedLabel(Tint::secondary, this)) {
+    setObjectName(QStringLiteral("status"));
+    scannedCount_.setObjectName(QStringLiteral("scannedCount"));
+    currentPath_.setObjectName(QStringLiteral("currentPath"));
+    summary_.setObjectName(QStringLiteral("summary"));
+    lastScan_.setObjectName(QStringLiteral("lastScan"));
+    currentPath_.setElision(Qt::ElideMiddle);
+    currentPath_.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+
+    auto* const row = new QHBoxLayout(this);
+    row->setContentsMargins(padding, padding, padding, padding);
+    row->setSpacing(spacing);
+    row->addWidget(&spinner_);
+    row->addWidget(&scannedCount_);
+    row->addWidget(&currentPath_, 1);
+    row->addWidget(&summary_);
+    row->addWidget(&lastScan_);
+    row->addStretch();
+}
+
+void StatusBar::refresh(const Changes& changes) {
+    if (changes.has(ContentField::fontDelta)) setFont(contentFont(content_.tableFontSize()));
+    if (changes.hasAny(ScannerField::scanning, ScannerField::scannedCount,
+                       ScannerField::currentPath)) {
+        refreshProgress();
+    }
+    if (changes.hasAny(ScannerField::groups, ScannerField::lastScanDate)) refreshSummary();
+    if (changes.hasAny(ScannerField::scanning, ScannerField::lastScanDate)) refreshShape();
+}
+
+void StatusBar::refreshProgress() {
+    const auto& scanner = content_.scanner();
+    scannedCount_.setText(
+        QStringLiteral("Scanning… %1 files").arg(QString::number(scanner.scannedCount())));
+    currentPath_.setText(shown(scanner.currentPath()));
+}
+
+void StatusBar::refreshSummary() {
+    summary_.setText(
+        QStringLiteral("%1 items · %2 Intel files")
+            .arg(QString::number(content_.groupCount()), QString::number(content_.hitCount())));
+    const auto date = content_.scanner().lastScanDate();
+    lastScan_.setText(date ? QStringLiteral("Last scan: ") + dateAndTime(*date) : QString());
+}
+
+void StatusBar::refreshShape() {
+    const bool scanning = content_.scanner().scanning();
+    spinner_.setVisible(scanning);
+    scannedCount_.setVisible(scanning);
+    currentPath_.setVisible(scanning);
+    summary_.setVisible(!scanning);
+    lastScan_.setVisible(!scanning && content_.scanner().lastScanDate().has_value());
+}
+
+}  // namespace vestigo

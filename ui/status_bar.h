@@ -1,0 +1,36 @@
+// The line at the bottom of a window.
+#pragma once
+
+#include <QWidget>
+
+#include "ui/changes.h"
+#include "ui/content_view.h"
+#include "ui/spinner.h"
+#include "ui/tinted_label.h"
+
+namespace vestigo {
+
+/// Says how far a running scan is, else what the last one found. Its texts never make the window
+/// wider.
+class StatusBar : public QWidget {
+    Q_OBJECT
+public:
+    /// `content` must outlive this object.
+    explicit StatusBar(ContentView& content, QWidget* parent = nullptr);
+
+    void refresh(const Changes& changes);
+
+private:
+    void refreshShape();
+    void refreshProgress();
+    void refreshSummary();
+
+    ContentView& content_;
+    Spinner& spinner_;
+    TintedLabel& scannedCount_;
+    TintedLabel& currentPath_;
+    TintedLabel& summary_;
+    TintedLabel& lastScan_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,265 @@
+#include "ui/toolbar.h"
+
+#include <QEvent>
+#include <QPointer>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "engine/records.h"
+#include "ui/symbols.h"
+#include "ui/text.h"
+#include "ui/tinted_label.h"
+
+namespace vestigo {
+namespace {
+
+constexpr int padding = 10;
+constexpr int spacing = 12;
+constexpr int categoryMaximum = 170;
+constexpr int fixMaximum = 140;
+constexpr int sizeMaximum = 110;
+constexpr int folderMaximum = 180;
+constexpr int clearSymbolSize = 14;
+
+/// The choice of no filter; every other choice is the number of an enum's case.
+constexpr int noFilter = -1;
+
+constexpr std::array fixesInOrder = {Fix::homebrew, Fix::macports, Fix::manual, Fix::keep,
+                                     Fix::apple};
+
+template <class Enum>
+std::optional<Enum> filterOf(int value) {
+    if (value == noFilter) return std::nullopt;
+    return static_cast<Enum>(value);
+}
+
+template <class Enum>
+int valueOf(std::optional<Enum> filter) {
+    return filter ? static_cast<int>(*filter) : noFilter;
+}
+
+QString counted(std::string_view text, std::size_t count) {
+    return QStringLiteral("%1 (%2)").arg(shown(text), QString::number(count));
+}
+
+QString noFolder() {
+    return QStringLiteral("Folder…");
+}
+
+/// What a folder is called: the last component of its path, "/" for the root.
+std::string_view folderName(std::string_view path) {
+    const auto end = path.find_last_not_of('/');
+    if (end == std::string_view::npos) return path.substr(0, 1);
+    path = path.substr(0, end + 1);
+    return path.substr(path.rfind('/') + 1);
+}
+
+/// Whether the window gives the keys to this widget when it is active.
+bool holdsFocus(const QWidget& widget) {
+    return widget.window()->focusWidget() == &widget;
+}
+
+}  // namespace
+
+Toolbar::Toolbar(ContentView& content, Desktop& desktop, QWidget* parent)
+    : QWidget(parent),
+      content_(content),
+      desktop_(desktop),
+      row_(*new QHBoxLayout(this)),
+      scan_(*new ActionButton(Symbol::magnifier, ButtonRole::plain, this)),
+      stop_(*new ActionButton(Symbol::stopFill, ButtonRole::destructive, this)),
+      scope_(*new ChoiceBox(QStringLiteral("Scope"), this)),
+      folder_(*new ActionButton(Symbol::folder, ButtonRole::plain, this)),
+      clearFolder_(*new QToolButton(this)),
+      intelOnly_(*new QCheckBox(QStringLiteral("Intel-only"), this)),
+      categories_(*new ChoiceBox(QStringLiteral("Category"), this)),
+      fixes_(*new ChoiceBox(QStringLiteral("Fix"), this)),
+      sizes_(*new ChoiceBox(QStringLiteral("List text size"), this)),
+      moveToTrash_(*new ActionButton(Symbol::trash, ButtonRole::destructive, this)),
+      exportCsv_(*new ActionButton(Symbol::share, ButtonRole::plain, this)) {
+    row_.setContentsMargins(padding, padding, padding, padding);
+    row_.setSpacing(spacing);
+    addScanButtons();
+    addRootControls();
+    addFilters();
+    addSizeChoice();
+    addActions();
+    row_.addStretch();
+}
+
+void Toolbar::append(QWidget& control, const char* name) {
+    control.setObjectName(QLatin1String(name));
+    row_.addWidget(&control, 0, Qt::AlignVCenter);
+}
+
+void Toolbar::addScanButtons() {
+    append(scan_, "scan");
+    scan_.setPlainText(QStringLiteral("Scan"));
+    scan_.setDefault(true);
+    connect(&scan_, &QPushButton::clicked, this, [this] { content_.scanPressed(); });
+    append(stop_, "stop");
+    stop_.setPlainText(QStringLiteral("Stop"));
+    connect(&stop_, &QPushButton::clicked, this, [this] { content_.scanner().stop(); });
+}
+
+void Toolbar::addRootControls() {
+    append(scope_, "scope");
+    for (const auto scope : {Scope::smart, Scope::deep}) {
+        scope_.add(static_cast<int>(scope), shown(label(scope)));
+    }
+    scope_.setToolTip(
+        QStringLiteral("Smart = high-signal folders (Applications, Libraries, /usr/local, /opt, "
+                       "command dirs). Whole disk is slower and mostly caches."));
+    connect(&scope_, &ChoiceBox::chosen, this,
+            [this](int value) { content_.setScope(static_cast<Scope>(value)); });
+
+    append(folder_, "folder");
+    folder_.setLeastText(noFolder());
+    folder_.setMaximumWidth(folderMaximum);
+    connect(&folder_, &QPushButton::clicked, this, &Toolbar::chooseFolder);
+
+    append(clearFolder_, "clearFolder");
+    clearFolder_.setAutoRaise(true);
+    clearFolder_.setFocusPolicy(Qt::StrongFocus);
+    clearFolder_.setIcon(symbolIcon(Symbol::crossCircleFill));
+    clearFolder_.setIconSize({clearSymbolSize, clearSymbolSize});
+    clearFolder_.setAccessibleName(QStringLiteral("Clear folder"));
+    connect(&clearFolder_, &QToolButton::clicked, this, [this] { content_.clearFolder(); });
+}
+
+void Toolbar::addFilters() {
+    append(intelOnly_, "intelOnly");
+    intelOnly_.setToolTip(
+        QStringLiteral("Show only legacy binaries with no arm64 slice: Intel (x86_64/i386) and "
+                       "PowerPC (ppc/ppc64)."));
+    connect(&intelOnly_, &QCheckBox::clicked, this,
+            [this](bool on) { content_.scanner().setIntelOnly(on); });
+
+    append(categories_, "categoryFilter");
+    categories_.setMaximumWidth(categoryMaximum);
+    categories_.add(noFilter, {});
+    categories_.insertSeparator(1);
+    for (const auto category : allCategories) categories_.add(static_cast<int>(category), {});
+    connect(&categories_, &ChoiceBox::chosen, this,
+            [this](int value) { content_.setCategoryFilter(filterOf<Category>(value)); });
+
+    append(fixes_, "fixFilter");
+    fixes_.setMaximumWidth(fixMaximum);
+    fixes_.add(noFilter, QStringLiteral("All fixes"));
+    fixes_.insertSeparator(1);
+    for (const auto fix : fixesInOrder) fixes_.add(static_cast<int>(fix), {});
+    fixes_.setToolTip(
+        QStringLiteral("Filter by fix type, e.g. show only brew or MacPorts items. Curl or "
+                       "hand-installed tools show as Manual."));
+    connect(&fixes_, &ChoiceBox::chosen, this,
+            [this](int value) { content_.setFixFilter(filterOf<Fix>(value)); });
+}
+
+void Toolbar::addSizeChoice() {
+    auto& caption = *new TintedLabel(Tint::secondary, this);
+    append(caption, "sizeLabel");
+    caption.setText(QStringLiteral("Size"));
+    caption.setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+
+    append(sizes_, "size");
+    sizes_.setMaximumWidth(sizeMaximum);
+    sizes_.add(0, QStringLiteral("Small"));
+    sizes_.add(4, QStringLiteral("Medium"));
+    sizes_.add(8, QStringLiteral("Large"));
+    sizes_.setToolTip(QStringLiteral("List text size"));
+    connect(&sizes_, &ChoiceBox::chosen, this, [this](int value) { content_.setFontDelta(value); });
+}
+
+void Toolbar::addActions() {
+    append(moveToTrash_, "moveToTrash");
+    moveToTrash_.setToolTip(QStringLiteral(
+        "Move the selected deletable items to the Trash (confirmation + Touch ID)."));
+    connect(&moveToTrash_, &QPushButton::clicked, this,
+            [this] { content_.requestDeleteOfSelection(); });
+    append(exportCsv_, "exportCsv");
+    exportCsv_.setPlainText(QStringLiteral("Export CSV"));
+    connect(&exportCsv_, &QPushButton::clicked, this, [this] { content_.exportCSV(); });
+}
+
+void Toolbar::chooseFolder() {
+    const QPointer<Toolbar> window(this);
+    auto folder = desktop_.chooseFolder();
+    // The window may have been closed while the panel was open.
+    if (window && folder) content_.chooseFolder(std::move(*folder));
+}
+
+void Toolbar::refresh(const Changes& changes) {
+    const bool shape = changes.has(ScannerField::scanning);
+    const bool groups = changes.has(ScannerField::groups);
+    if (shape) refreshScanButtons();
+    if (shape || changes.hasAny(ContentField::customRoot, ContentField::scope)) refreshRoots();
+    if (groups) refreshCounts();
+    if (changes.hasAny(ScannerField::intelOnly, ContentField::categoryFilter,
+                       ContentField::fixFilter, ContentField::fontDelta)) {
+        refreshFilters();
+    }
+    if (shape || groups || changes.hasAny(ScannerField::signatures, ContentField::selection)) {
+        refreshActions();
+    }
+}
+
+/// One takes the other's place, and the focus with it.
+void Toolbar::refreshScanButtons() {
+    const bool scanning = content_.scanner().scanning();
+    auto& shownButton = scanning ? stop_ : scan_;
+    auto& hiddenButton = scanning ? scan_ : stop_;
+    const bool focused = holdsFocus(hiddenButton);
+    shownButton.show();
+    if (focused) shownButton.setFocus();
+    hiddenButton.hide();
+}
+
+void Toolbar::refreshRoots() {
+    const bool idle = !content_.scanner().scanning();
+    const auto& root = content_.customRoot();
+    scope_.setValue(static_cast<int>(content_.scope()));
+    scope_.setEnabled(idle && !root);
+    folder_.setPlainText(root ? shown(folderName(*root)) : noFolder());
+    folder_.setAccessibleDescription(root ? shown(*root) : QString());
+    folder_.setEnabled(idle);
+    clearFolder_.setEnabled(idle);
+    if (!root && holdsFocus(clearFolder_)) folder_.setFocus();
+    clearFolder_.setVisible(root.has_value());
+}
+
+void Toolbar::refreshFilters() {
+    intelOnly_.setChecked(content_.scanner().intelOnly());
+    categories_.setValue(valueOf(content_.categoryFilter()));
+    fixes_.setValue(valueOf(content_.fixFilter()));
+    sizes_.setValue(content_.fontDelta());
+}
+
+void Toolbar::refreshCounts() {
+    categories_.setText(noFilter, counted("All", content_.groupCount()));
+    for (const auto category : allCategories) {
+        categories_.setText(static_cast<int>(category),
+                            counted(label(category), content_.categoryCount(category)));
+    }
+    for (const auto fix : fixesInOrder) {
+        fixes_.setText(static_cast<int>(fix), counted(label(fix), content_.fixCount(fix)));
+    }
+}
+
+void Toolbar::refreshActions() {
+    const bool idle = !content_.scanner().scanning();
+    const auto count = content_.deletableSelection().size();
+    moveToTrash_.setPlainText(count > 0 ? counted("Move to Trash", count)
+                                        : QStringLiteral("Move to Trash"));
+    moveToTrash_.setEnabled(idle && count > 0);
+    exportCsv_.setEnabled(idle && content_.groupCount() > 0);
+}
+
+void Toolbar::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        clearFolder_.setIcon(symbolIcon(Symbol::crossCircleFill));
+    }
+}
+
+}  // namespace vestigo
