@@ -1,51 +1,32 @@
-// vestigo-demo: the headless program at work on a made-up Mac disk, for machines without a real
-// one.
+// vestigo-demo: the program at work on a made-up Mac disk, for machines without a real one. In the
+// window where there is a screen, else without.
 
+#include <QApplication>
+#include <QMetaObject>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
 
-#include <unistd.h>
-
+#include "app/appearance.h"
 #include "app/demo_disk.h"
+#include "app/demo_sandbox.h"
+#include "app/demo_surroundings.h"
 #include "app/demo_tree.h"
 #include "app/scan_session.h"
+#include "app/vestigo_app.h"
 #include "engine/scan_rules.h"
 #include "persist/signature_inspector.h"
 #include "platform/interrupt.h"
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_tasks.h"
+#include "ui/symbols.h"
 
 namespace vestigo {
 namespace {
-
-/// A new private folder, removed at the end.
-class Sandbox {
-public:
-    Sandbox() {
-        std::error_code error;
-        auto path = (std::filesystem::temp_directory_path(error) / "vestigo-demo-XXXXXX").string();
-        if (!error && mkdtemp(path.data()) != nullptr) path_ = path;
-    }
-    ~Sandbox() {
-        std::error_code error;
-        if (path_) std::filesystem::remove_all(*path_, error);
-    }
-    Sandbox(const Sandbox&) = delete;
-    Sandbox& operator=(const Sandbox&) = delete;
-
-    /// Absent when it could not be made.
-    [[nodiscard]] const std::optional<std::string>& path() const { return path_; }
-
-private:
-    std::optional<std::string> path_;
-};
 
 ScanSessionServices servicesFor(const std::string& disk, std::shared_ptr<RunLoop> loop) {
     const auto signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk);
@@ -59,22 +40,14 @@ ScanSessionServices servicesFor(const std::string& disk, std::shared_ptr<RunLoop
     return services;
 }
 
-int demonstrate() {
-    const Sandbox sandbox;
-    if (!sandbox.path() || !makeDemoTree(*sandbox.path())) {
-        std::perror("vestigo-demo: cannot make the demonstration disk");
-        return 1;
-    }
-    std::fprintf(stderr,
-                 "A made-up Mac disk in %s stands for \"/\"; nothing of yours is touched.\n",
-                 sandbox.path()->c_str());
+int demonstrateAsText(const std::string& disk) {
     const auto loop = std::make_shared<RunLoop>();
     const auto interrupted = std::make_shared<bool>(false);
     watchForInterrupt([loop, interrupted] {
         loop->post([interrupted] { *interrupted = true; });
         return true;
     });
-    ScanSession session(servicesFor(*sandbox.path(), loop), std::nullopt);
+    ScanSession session(servicesFor(disk, loop), std::nullopt);
     session.run(scanRoots(std::nullopt, Scope::smart, demoHome), false, *interrupted);
     const auto text = session.csv();
     const bool written =
@@ -83,9 +56,45 @@ int demonstrate() {
     return *interrupted ? 130 : 0;
 }
 
+int demonstrateInWindow(const std::string& disk, int argc, char** argv) {
+    watchForInterrupt([] {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [] { QCoreApplication::exit(130); },
+            Qt::QueuedConnection);
+        return true;
+    });
+    const QApplication application(argc, argv);
+    QApplication::setWindowIcon(applicationIcon());
+    const DesktopAppearance appearance;
+    VestigoApp app(windowServices(demoSurroundings(disk)), nullptr, VESTIGO_VERSION);
+    app.openWindow();
+    return QApplication::exec();
+}
+
+bool hasScreen() {
+    for (const auto* const name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        const auto* const value = std::getenv(name);
+        if (value && *value) return true;
+    }
+    return false;
+}
+
+int demonstrate(int argc, char** argv) {
+    const DemoSandbox sandbox;
+    if (!sandbox.disk()) {
+        std::perror("vestigo-demo: cannot make the demonstration disk");
+        return 1;
+    }
+    std::fprintf(stderr,
+                 "A made-up Mac disk in %s stands for \"/\"; nothing of yours is touched.\n",
+                 sandbox.disk()->c_str());
+    return hasScreen() ? demonstrateInWindow(*sandbox.disk(), argc, argv)
+                       : demonstrateAsText(*sandbox.disk());
+}
+
 }  // namespace
 }  // namespace vestigo
 
-int main() {
-    return vestigo::demonstrate();
+int main(int argc, char** argv) {
+    return vestigo::demonstrate(argc, argv);
 }

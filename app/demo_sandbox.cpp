@@ -1,0 +1,24 @@
+#include "app/demo_sandbox.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "app/demo_tree.h"
+
+namespace vestigo {
+
+DemoSandbox::DemoSandbox() {
+    std::error_code error;
+    auto path = (std::filesystem::temp_directory_path(error) / "vestigo-demo-XXXXXX").string();
+    if (error || mkdtemp(path.data()) == nullptr) return;
+    folder_ = path;
+    if (makeDemoTree(path)) disk_ = path;
+}
+
+DemoSandbox::~DemoSandbox() {
+    std::error_code error;
+    if (folder_) std::filesystem::remove_all(*folder_, error);
+}
+
+}  // namespace vestigo

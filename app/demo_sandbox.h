@@ -1,0 +1,25 @@
+// Where the demonstration plays: a private folder with a made-up disk in it.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vestigo {
+
+/// A new private folder with the demonstration disk in it, removed with everything at the end.
+class DemoSandbox {
+public:
+    DemoSandbox();
+    ~DemoSandbox();
+    DemoSandbox(const DemoSandbox&) = delete;
+    DemoSandbox& operator=(const DemoSandbox&) = delete;
+
+    /// Stands for "/". Absent when it could not be made; errno then says why.
+    [[nodiscard]] const std::optional<std::string>& disk() const { return disk_; }
+
+private:
+    std::optional<std::string> folder_;
+    std::optional<std::string> disk_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,191 @@
+// vestigo-pictures: drives the real window over the demonstration disk and saves what it looks
+// like. Needs a screen of its own: ./run pictures brings one.
+
+#include <QApplication>
+#include <QComboBox>
+#include <QContextMenuEvent>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QMenu>
+#include <QPushButton>
+#include <QScreen>
+#include <QTimer>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "app/appearance.h"
+#include "app/demo_sandbox.h"
+#include "app/demo_surroundings.h"
+#include "app/vestigo_app.h"
+#include "ui/symbols.h"
+
+namespace vestigo {
+namespace {
+
+/// Slow enough to be watched.
+class LeisurelyReader : public DirectoryReader {
+public:
+    explicit LeisurelyReader(std::shared_ptr<DirectoryReader> real) : real_(std::move(real)) {}
+    std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override {
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        return real_->open(path, links);
+    }
+    unsigned maxOpenFolders() const override { return real_->maxOpenFolders(); }
+
+private:
+    std::shared_ptr<DirectoryReader> real_;
+};
+
+/// Handles events until the condition holds, at most some seconds.
+template <class Condition>
+bool waitFor(Condition condition) {
+    constexpr qint64 patience = 10000;
+    QElapsedTimer waited;
+    waited.start();
+    while (!condition() && waited.elapsed() < patience) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
+    }
+    return condition();
+}
+
+/// Time to be painted.
+void settle() {
+    QElapsedTimer waited;
+    waited.start();
+    waitFor([&waited] { return waited.elapsed() > 400; });
+}
+
+class Photographer {
+public:
+    Photographer(MainWindow& window, QDir folder) : window_(window), folder_(std::move(folder)) {}
+
+    /// The whole screen, with menus and sheets, cut to what is around the window.
+    void take(const QString& name) {
+        settle();
+        const auto area = window_.frameGeometry().adjusted(-margin, -margin, margin, margin);
+        const auto picture =
+            window_.screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+        const auto path = folder_.filePath(name + QStringLiteral(".png"));
+        complete_ = picture.save(path) && complete_;
+        std::printf("%s\n", qPrintable(path));
+    }
+    void expect(bool held) { complete_ = complete_ && held; }
+    [[nodiscard]] bool complete() const { return complete_; }
+
+private:
+    static constexpr int margin = 30;
+    MainWindow& window_;
+    QDir folder_;
+    bool complete_ = true;
+};
+
+template <class Widget>
+Widget& part(MainWindow& window, const char* name) {
+    return *window.findChild<Widget*>(QLatin1String(name));
+}
+
+void takeChoice(Photographer& photographer, MainWindow& window, const char* name,
+                const QString& picture) {
+    auto& box = part<QComboBox>(window, name);
+    box.showPopup();
+    photographer.take(picture);
+    box.hidePopup();
+}
+
+void takeRowMenu(Photographer& photographer, MainWindow& window) {
+    auto& results = part<ResultsView>(window, "results");
+    const auto at = results.visualRect(results.model()->index(2, 8)).center();
+    QTimer::singleShot(0, &window, [&photographer] {
+        photographer.take(QStringLiteral("row-menu"));
+        if (auto* const menu = QApplication::activePopupWidget()) menu->close();
+    });
+    QContextMenuEvent event(QContextMenuEvent::Mouse, at, results.viewport()->mapToGlobal(at));
+    QApplication::sendEvent(results.viewport(), &event);
+    waitFor([] { return QApplication::activePopupWidget() == nullptr; });
+}
+
+void takeScan(Photographer& photographer, MainWindow& window) {
+    auto& scanner = window.content().scanner();
+    photographer.take(QStringLiteral("empty"));
+    part<QPushButton>(window, "scan").click();
+    settle();
+    photographer.take(QStringLiteral("scanning"));
+    photographer.expect(
+        waitFor([&scanner] { return !scanner.scanning() && scanner.signaturePasses() == 0; }));
+    auto& content = window.content();
+    content.copyPath(content.visibleRows().rows.front()->root, true);
+    content.setSelection({content.visibleRows().rows[1]->root});
+    photographer.take(QStringLiteral("results-light"));
+}
+
+void takeSheets(Photographer& photographer, ContentView& content) {
+    content.inspect(*content.visibleRows().rows.front());
+    photographer.take(QStringLiteral("inspect"));
+    content.closeInspect();
+    content.showHelpRequested();
+    photographer.take(QStringLiteral("help"));
+    content.closeHelp();
+    content.showAboutRequested();
+    photographer.take(QStringLiteral("about"));
+    content.closeAbout();
+    content.showAlert("Could not move 3 items to the Trash.");
+    photographer.take(QStringLiteral("alert"));
+    content.dismissAlert();
+}
+
+void takeAppearances(Photographer& photographer, MainWindow& window) {
+    auto& content = window.content();
+    content.setFontDelta(8);
+    photographer.take(QStringLiteral("results-large"));
+    content.setFontDelta(4);
+    photographer.take(QStringLiteral("results-medium"));
+    content.setFontDelta(0);
+    QApplication::setPalette(darkPalette());
+    photographer.take(QStringLiteral("results-dark"));
+    takeSheets(photographer, content);
+    QApplication::setPalette(QPalette());
+}
+
+int takePictures(const QDir& folder, const std::string& disk) {
+    auto surroundings = demoSurroundings(disk);
+    surroundings.reader = std::make_shared<LeisurelyReader>(surroundings.reader);
+    VestigoApp app(windowServices(std::move(surroundings)), nullptr, VESTIGO_VERSION);
+    auto& window = app.openWindow();
+    window.move(60, 60);
+    Photographer photographer(window, folder);
+    photographer.take(QStringLiteral("disclaimer"));
+    window.content().acceptDisclaimer();
+    takeScan(photographer, window);
+    takeChoice(photographer, window, "categoryFilter", QStringLiteral("category-filter"));
+    takeChoice(photographer, window, "fixFilter", QStringLiteral("fix-filter"));
+    takeRowMenu(photographer, window);
+    QDir(folder).mkdir(QStringLiteral("light"));
+    Photographer light(window, QDir(folder.filePath(QStringLiteral("light"))));
+    takeSheets(light, window.content());
+    QDir(folder).mkdir(QStringLiteral("dark"));
+    Photographer dark(window, QDir(folder.filePath(QStringLiteral("dark"))));
+    takeAppearances(dark, window);
+    return photographer.complete() && light.complete() && dark.complete() ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace vestigo
+
+int main(int argc, char** argv) {
+    const QApplication application(argc, argv);
+    if (argc != 2 || !QDir().mkpath(QString::fromLocal8Bit(argv[1]))) {
+        std::fputs("usage: vestigo-pictures FOLDER\n", stderr);
+        return 2;
+    }
+    QApplication::setWindowIcon(vestigo::applicationIcon());
+    const vestigo::DemoSandbox sandbox;
+    if (!sandbox.disk()) {
+        std::perror("vestigo-pictures: cannot make the demonstration disk");
+        return 1;
+    }
+    return vestigo::takePictures(QDir(QString::fromLocal8Bit(argv[1])), *sandbox.disk());
+}

@@ -1,0 +1,115 @@
+#include "app/vestigo_app.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTest>
+#include <memory>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/window_fakes.h"
+
+namespace vestigo::test {
+namespace {
+
+struct UpdaterState {
+    int checks = 0;
+    bool automatic = true;
+};
+
+class FakeUpdater : public Updater {
+public:
+    explicit FakeUpdater(UpdaterState& state) : state_(state) {}
+    void checkForUpdates() override { ++state_.checks; }
+    bool automaticallyChecksForUpdates() const override { return state_.automatic; }
+    void setAutomaticallyChecksForUpdates(bool value) override { state_.automatic = value; }
+
+private:
+    UpdaterState& state_;
+};
+
+QAction* command(MainWindow& window, const QString& text) {
+    for (auto* const action : window.menuBar()->findChildren<QAction*>()) {
+        if (action->text() == text) return action;
+    }
+    return nullptr;
+}
+
+QStringList itemsOf(MainWindow& window, int menu) {
+    QStringList texts;
+    for (auto* const action : window.menuBar()->actions().at(menu)->menu()->actions()) {
+        texts << (action->isSeparator() ? QStringLiteral("-") : action->text());
+    }
+    return texts;
+}
+
+class VestigoAppTest : public testing::Test {
+protected:
+    WindowFixture fixture;
+    UpdaterState updates;
+    VestigoApp app{fixture.services(), std::make_unique<FakeUpdater>(updates), "1.2"};
+};
+
+TEST_F(VestigoAppTest, TheApplicationMenuHoldsTheUpdateCommandsWhereThereIsAnUpdater) {
+    auto& window = app.openWindow();
+    EXPECT_EQ(itemsOf(window, 0),
+              (QStringList{"About Vestigo", "-", "Check for Updates…",
+                           "Automatically Check for Updates", "-", "Quit Vestigo"}));
+    command(window, "Check for Updates…")->trigger();
+    EXPECT_EQ(updates.checks, 1);
+    auto* const automatically = command(window, "Automatically Check for Updates");
+    EXPECT_TRUE(automatically->isChecked());
+    automatically->trigger();
+    EXPECT_FALSE(updates.automatic);
+
+    VestigoApp without(fixture.services(), nullptr, "");
+    EXPECT_EQ(itemsOf(without.openWindow(), 0),
+              (QStringList{"About Vestigo", "-", "Quit Vestigo"}));
+}
+
+TEST_F(VestigoAppTest, AboutAndHelpReachEveryOpenWindow) {
+    auto& first = app.openWindow();
+    command(first, "New Window")->trigger();
+    QList<MainWindow*> windows;
+    for (auto* const widget : QApplication::topLevelWidgets()) {
+        if (auto* const window = qobject_cast<MainWindow*>(widget)) windows << window;
+    }
+    ASSERT_EQ(windows.size(), 2);
+    EXPECT_NE(&windows[0]->content().scanner(), &windows[1]->content().scanner());
+    command(first, "Vestigo Help")->trigger();
+    command(first, "About Vestigo")->trigger();
+    for (auto* const window : windows) {
+        EXPECT_TRUE(window->content().showHelp());
+        EXPECT_TRUE(window->content().showAbout());
+    }
+}
+
+TEST_F(VestigoAppTest, AClosedWindowIsGoneAndTheOthersStay) {
+    auto& first = app.openWindow();
+    auto& second = app.openWindow();
+    bool gone = false;
+    QObject::connect(&first, &QObject::destroyed, [&gone] { gone = true; });
+    first.content().scanPressed();
+    command(first, "Close")->trigger();
+    EXPECT_TRUE(QTest::qWaitFor([&gone] { return gone; }));
+    fixture.settle();
+    command(second, "Vestigo Help")->trigger();
+    EXPECT_TRUE(second.content().showHelp());
+    command(second, "Quit Vestigo")->trigger();
+    EXPECT_TRUE(fixture.terminated);
+}
+
+TEST_F(VestigoAppTest, SelectAllFromTheMenuSelectsTheRows) {
+    fixture.found("/Applications/A.app/a");
+    fixture.found("/Applications/B.app/b");
+    auto& window = app.openWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    command(window, "Select All")->trigger();
+    EXPECT_EQ(window.content().selection().size(), 2U);
+}
+
+}  // namespace
+}  // namespace vestigo::test
