@@ -1,0 +1,229 @@
+// Measures the real window over findings of the size asked for. Each mode is a program run of its
+// own; bench/window calls them and prints the table.
+
+#include <QAbstractEventDispatcher>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QScrollBar>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "app/window_services.h"
+#include "persist/preference_keys.h"
+#include "persist/scan_file_writer.h"
+#include "platform/linux/linux_files.h"
+#include "platform/qt/qt_desktop.h"
+#include "platform/qt/qt_preferences.h"
+#include "ui/main_window.h"
+
+namespace vestigo {
+namespace {
+
+/// A window that keeps its things in a folder of the benchmark's own.
+Surroundings surroundingsIn(const std::string& folder) {
+    auto surroundings = systemSurroundings();
+    surroundings.folders.applicationSupport = folder;
+    surroundings.preferences = QtPreferences::inFile(folder + "/settings.ini");
+    surroundings.preferences->setBoolean(preference::acceptedDisclaimer, true);
+    surroundings.previousPreferences = nullptr;
+    return surroundings;
+}
+
+template <class Condition>
+void waitFor(Condition condition) {
+    while (!condition()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    }
+}
+
+/// As many groups as `groups`, of `hits` hits in all, as a saved scan in `folder`.
+int makeRecord(const std::string& folder, long groups, long hits) {
+    ScanFile record{
+        .version = scanFileVersion, .roots = {"/"}, .hits = {}, .signatures = SignatureMap{}};
+    record.date = 800000000;
+    constexpr const char* folders[] = {"/Applications/", "/Library/Audio/Plug-Ins/VST/",
+                                       "/usr/local/Cellar/formula"};
+    constexpr const char* endings[] = {".app", ".vst", "/1.0/bin"};
+    for (long i = 0; i < hits; ++i) {
+        const long group = i % groups;
+        const auto kind = static_cast<std::size_t>(group % 3);
+        const auto name = "Some Maker's Thing " + std::to_string(group * 7919 % groups);
+        const auto root = folders[kind] + name + endings[kind];
+        record.hits.push_back(std::make_shared<const BinaryHit>(
+            BinaryHit{root + "/Contents/Frameworks/library" + std::to_string(i),
+                      {i % 7 == 0 ? "i386" : "x86_64"},
+                      4096 + i,
+                      700000000.25,
+                      static_cast<double>(600000000 + i * 31 % 9999999)}));
+        record.signatures->try_emplace(root, SignInfo{false, "Example Maker, Inc."});
+    }
+    LinuxFiles files;
+    files.createFolders(folder + "/Vestigo");
+    const auto text = encodeScanFile(record);
+    return text && files.replace(folder + "/Vestigo/last-scan.json", *text, Access::ownerOnly) ? 0
+                                                                                               : 1;
+}
+
+double residentMegabytes() {
+    std::ifstream statm("/proc/self/statm");
+    double total = 0;
+    double resident = 0;
+    statm >> total >> resident;
+    return resident * 4096 / 1e6;
+}
+
+/// Calls back once, after the table has been painted for the first time.
+class FirstPaint : public QObject {
+public:
+    FirstPaint(QWidget& widget, std::function<void()> then) : then_(std::move(then)) {
+        widget.installEventFilter(this);
+    }
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+        if (event->type() == QEvent::Paint && then_) {
+            QMetaObject::invokeMethod(this, std::exchange(then_, nullptr), Qt::QueuedConnection);
+        }
+        return false;
+    }
+
+private:
+    std::function<void()> then_;
+};
+
+/// `started`: CLOCK_MONOTONIC in nanoseconds when the process was asked for.
+int launch(const std::string& folder, long started) {
+    const auto services = windowServices(surroundingsIn(folder));
+    MainWindow window(services, "");
+    bool painted = false;
+    const FirstPaint first(*window.findChild<ResultsView*>()->viewport(), [&] {
+        timespec now{};
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        const double seconds =
+            static_cast<double>(now.tv_sec * 1000000000L + now.tv_nsec - started);
+        std::printf("painted_ms %.0f\n", seconds / 1e6);
+        painted = true;
+    });
+    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    window.show();
+    waitFor([&painted] { return painted; });
+    QElapsedTimer idle;
+    idle.start();
+    QTimer wake;
+    wake.start(50);
+    waitFor([&idle] { return idle.elapsed() > 1500; });
+    std::printf("idle_mb %.0f\n", residentMegabytes());
+    return 0;
+}
+
+double medianOf(std::vector<double> values) {
+    std::ranges::sort(values);
+    return values[values.size() / 2];
+}
+
+double millisecondsFor(const std::function<void()>& work) {
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    return static_cast<double>(timer.nsecsElapsed()) / 1e6;
+}
+
+/// Scrolls, clicks headers and selects, painting after each.
+int use(const std::string& folder) {
+    const auto services = windowServices(surroundingsIn(folder));
+    MainWindow window(services, "");
+    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    window.show();
+    auto& results = *window.findChild<ResultsView*>();
+    QCoreApplication::processEvents();
+    auto& bar = *results.verticalScrollBar();
+    std::vector<double> frames;
+    for (int step = 0; step < 400; ++step) {
+        frames.push_back(millisecondsFor([&] {
+            bar.setValue((bar.maximum() / 401) * step + step * 37 % 200);
+            results.viewport()->repaint();
+        }));
+    }
+    std::printf("scroll_ms %.2f\nscroll_worst_ms %.2f\n", medianOf(frames),
+                *std::ranges::max_element(frames));
+    std::vector<double> clicks;
+    for (const auto key : {SortKey::root, SortKey::name, SortKey::cpuSummary, SortKey::root,
+                           SortKey::created, SortKey::fixRank, SortKey::categoryName}) {
+        clicks.push_back(millisecondsFor([&] {
+            window.content().sortBy(key);
+            QCoreApplication::processEvents();
+            results.viewport()->repaint();
+        }));
+    }
+    std::printf("sort_ms %.1f\nsort_worst_ms %.1f\n", medianOf(clicks),
+                *std::ranges::max_element(clicks));
+    std::printf("select_all_ms %.1f\n", millisecondsFor([&] {
+                    results.selectAll();
+                    QCoreApplication::processEvents();
+                    results.viewport()->repaint();
+                }));
+    std::printf("sort_all_selected_ms %.1f\n", millisecondsFor([&] {
+                    window.content().sortBy(SortKey::name);
+                    QCoreApplication::processEvents();
+                    results.viewport()->repaint();
+                }));
+    return 0;
+}
+
+/// The longest turns of the main thread from the start of a scan to the end of its signatures.
+int scan(const std::string& folder, const std::string& tree) {
+    const auto services = windowServices(surroundingsIn(folder));
+    MainWindow window(services, "");
+    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    window.show();
+    QCoreApplication::processEvents();
+    std::vector<double> turns;
+    QElapsedTimer turn;
+    auto& dispatcher = *QAbstractEventDispatcher::instance();
+    QObject::connect(&dispatcher, &QAbstractEventDispatcher::awake, [&turn] { turn.start(); });
+    QObject::connect(&dispatcher, &QAbstractEventDispatcher::aboutToBlock, [&] {
+        if (turn.isValid()) turns.push_back(static_cast<double>(turn.nsecsElapsed()) / 1e6);
+        turn.invalidate();
+    });
+    auto& scanner = window.content().scanner();
+    window.content().chooseFolder(tree);
+    window.content().scanPressed();
+    QElapsedTimer whole;
+    whole.start();
+    waitFor([&scanner] { return !scanner.walking() && scanner.signaturePasses() == 0; });
+    std::ranges::sort(turns, std::greater());
+    std::printf("hits %zu\ngroups %zu\nscan_ms %lld\nturns %zu\nlongest_ms %.1f\nsecond_ms %.1f\n",
+                scanner.allHits().size(), scanner.groups().size(),
+                static_cast<long long>(whole.elapsed()), turns.size(), turns[0], turns[1]);
+    return 0;
+}
+
+int run(const std::vector<std::string>& words) {
+    const auto count = words.size();
+    if (count == 4 && words[0] == "record") {
+        return makeRecord(words[1], std::stol(words[2]), std::stol(words[3]));
+    }
+    if (count == 3 && words[0] == "launch") return launch(words[1], std::stol(words[2]));
+    if (count == 2 && words[0] == "use") return use(words[1]);
+    if (count == 3 && words[0] == "scan") return scan(words[1], words[2]);
+    std::fputs(
+        "usage: window-bench record FOLDER GROUPS HITS | launch FOLDER NANOSECONDS\n"
+        "       | use FOLDER | scan FOLDER TREE\n",
+        stderr);
+    return 2;
+}
+
+}  // namespace
+}  // namespace vestigo
+
+int main(int argc, char** argv) {
+    const QApplication application(argc, argv);
+    return vestigo::run({argv + 1, argv + argc});
+}
