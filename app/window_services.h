@@ -3,11 +3,20 @@
 
 #include <memory>
 
+#include "platform/administrator.h"
+#include "platform/bundle_information.h"
+#include "platform/cleanup_trash.h"
 #include "platform/code_signing.h"
 #include "platform/desktop.h"
 #include "platform/directory_reader.h"
+#include "platform/files.h"
+#include "platform/links.h"
+#include "platform/owner_authentication.h"
 #include "platform/preferences.h"
+#include "platform/processes.h"
 #include "platform/standard_folders.h"
+#include "platform/tasks.h"
+#include "platform/trash.h"
 #include "ui/content_view.h"
 
 namespace vestigo {
@@ -20,13 +29,22 @@ struct Surroundings {
     std::shared_ptr<DirectoryReader> reader;
     std::shared_ptr<CodeSigning> signing;
     std::shared_ptr<Desktop> desktop;
+    std::shared_ptr<Files> files;
+    std::shared_ptr<BundleReader> bundles;
+    std::shared_ptr<Trash> trash;
+    std::shared_ptr<CleanupTrash> cleanupTrash;
+    std::shared_ptr<Links> links;
+    std::shared_ptr<Processes> processes;
+    std::shared_ptr<OwnerAuthentication> authentication;
+    std::shared_ptr<Administrator> administrator;
+    /// The last one's end waits for what the windows left running in the background.
+    std::shared_ptr<BackgroundTasks> tasks;
 };
 
 /// The user's own. Needs the application object.
 [[nodiscard]] Surroundings systemSurroundings();
 
-/// For `VestigoApp`. Made on the main thread, while the application object lives; the last copy's
-/// end waits for what the windows left running in the background.
+/// For `VestigoApp`. Made on the main thread, while the application object lives.
 [[nodiscard]] ContentServices windowServices(Surroundings surroundings);
 
 }  // namespace vestigo

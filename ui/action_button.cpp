@@ -17,9 +17,9 @@ constexpr int labelSpacing = 5;
 
 }  // namespace
 
-ActionButton::ActionButton(Symbol symbol, ButtonRole role, QWidget* parent)
+ActionButton::ActionButton(std::optional<Symbol> symbol, ButtonRole role, QWidget* parent)
     : QPushButton(parent), symbol_(symbol), role_(role) {
-    setIcon(symbolIcon(symbol));
+    if (symbol) setIcon(symbolIcon(*symbol));
     setIconSize({symbolSize, symbolSize});
 }
 
@@ -42,9 +42,13 @@ QSize ActionButton::sizeFor(const QString& text) const {
     QStyleOptionButton option;
     initStyleOption(&option);
     option.text.clear();  // Styles have a least width for buttons with a text, too much for a row.
-    const QSize label(symbolSize + labelSpacing + fontMetrics().horizontalAdvance(text),
+    const QSize label(symbolRoom() + fontMetrics().horizontalAdvance(text),
                       std::max(symbolSize, fontMetrics().height()));
     return style()->sizeFromContents(QStyle::CT_PushButton, &option, label, this);
+}
+
+int ActionButton::symbolRoom() const {
+    return symbol_ ? symbolSize + labelSpacing : 0;
 }
 
 bool ActionButton::warns() const {
@@ -66,25 +70,25 @@ void ActionButton::paintEvent(QPaintEvent*) {
 }
 
 void ActionButton::drawLabel(QPainter& painter, const QRect& area) const {
-    const auto room = area.width() - symbolSize - labelSpacing;
+    const auto room = area.width() - symbolRoom();
     const auto text = fontMetrics().elidedText(plainText_, Qt::ElideMiddle, room);
     const auto textWidth = fontMetrics().horizontalAdvance(text);
-    const QSize label(symbolSize + labelSpacing + textWidth, area.height());
+    const QSize label(symbolRoom() + textWidth, area.height());
     const auto place = QStyle::alignedRect(layoutDirection(), Qt::AlignCenter, label, area);
     const auto part = [&](const QRect& rect) {
         return QStyle::visualRect(layoutDirection(), place, rect);
     };
     const QRect symbolPlace(place.left(), place.center().y() - symbolSize / 2, symbolSize,
                             symbolSize);
-    drawSymbolIn(painter, part(symbolPlace));
+    if (symbol_) drawSymbolIn(painter, part(symbolPlace));
     painter.setPen(warns() ? colorOf(Tint::red, palette()) : palette().color(QPalette::ButtonText));
-    painter.drawText(part(place.adjusted(symbolSize + labelSpacing, 0, 0, 0)),
+    painter.drawText(part(place.adjusted(symbolRoom(), 0, 0, 0)),
                      Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text);
 }
 
 void ActionButton::drawSymbolIn(QPainter& painter, const QRect& area) const {
     if (warns()) {
-        drawSymbol(painter, area, symbol_, colorOf(Tint::red, palette()));
+        drawSymbol(painter, area, *symbol_, colorOf(Tint::red, palette()));
     } else {
         icon().paint(&painter, area, Qt::AlignCenter,
                      isEnabled() ? QIcon::Normal : QIcon::Disabled);
@@ -93,7 +97,7 @@ void ActionButton::drawSymbolIn(QPainter& painter, const QRect& area) const {
 
 void ActionButton::changeEvent(QEvent* event) {
     QPushButton::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) setIcon(symbolIcon(symbol_));
+    if (symbol_ && event->type() == QEvent::PaletteChange) setIcon(symbolIcon(*symbol_));
 }
 
 }  // namespace vestigo

@@ -4,6 +4,7 @@
 #include <QPushButton>
 #include <QString>
 #include <cstdint>
+#include <optional>
 
 #include "ui/symbol.h"
 
@@ -11,12 +12,12 @@ namespace vestigo {
 
 enum class ButtonRole : std::uint8_t { plain, destructive };
 
-/// A symbol and a text. A destructive button shows both in red while it can be pressed. When it is
-/// too narrow for its text, the middle of the text gives way.
+/// A text, with a symbol before it where it has one. A destructive button shows them in red while
+/// it can be pressed. When it is too narrow for its text, the middle of the text gives way.
 class ActionButton : public QPushButton {
     Q_OBJECT
 public:
-    ActionButton(Symbol symbol, ButtonRole role, QWidget* parent = nullptr);
+    ActionButton(std::optional<Symbol> symbol, ButtonRole role, QWidget* parent = nullptr);
 
     /// As it is: nothing in it marks a key, and it stays on one line.
     void setPlainText(const QString& text);
@@ -35,9 +36,11 @@ private:
     [[nodiscard]] QSize sizeFor(const QString& text) const;
     void drawLabel(QPainter& painter, const QRect& area) const;
     void drawSymbolIn(QPainter& painter, const QRect& area) const;
+    /// What the symbol takes of the width.
+    [[nodiscard]] int symbolRoom() const;
     [[nodiscard]] bool warns() const;
 
-    Symbol symbol_;
+    std::optional<Symbol> symbol_;
     ButtonRole role_;
     QString plainText_;
     QString leastText_;  ///< Empty: the text itself.

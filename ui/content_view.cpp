@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "engine/grouping.h"
 #include "engine/protected_places.h"
 #include "engine/scan_rules.h"
 #include "persist/csv.h"
@@ -14,15 +15,37 @@ constexpr double smallFontSize = 13;
 /// Room that the columns' widths were laid out without.
 constexpr double widthReserve = 1.06;
 
+RemovalServices removalServices(const ContentServices& services, Scanner& scanner) {
+    return {.main = services.scanner.main,
+            .background = services.scanner.background,
+            .authentication = services.authentication,
+            .cleanup = services.cleanup,
+            .trashGroups = [&scanner](const RootSet& roots) { return scanner.trashGroups(roots); },
+            .trashPath = [&scanner](const std::string& path) { return scanner.trashPath(path); }};
+}
+
+ReinstallServices reinstallServices(const ContentServices& services, Scanner& scanner) {
+    return {.main = services.scanner.main,
+            .processes = services.processes,
+            .files = services.files,
+            .links = services.links,
+            .authentication = services.authentication,
+            .trashPath = [&scanner](const std::string& path) { return scanner.trashPath(path); },
+            .places = services.homebrew};
+}
+
 }  // namespace
 
-ContentView::ContentView(ContentServices services)
-    : scanner_(std::move(services.scanner)),
-      desktop_(std::move(services.desktop)),
-      files_(std::move(services.files)),
-      settings_(std::move(services.settings)),
-      home_(std::move(services.home)),
-      terminate_(std::move(services.terminate)) {
+ContentView::ContentView(const ContentServices& services)
+    : scanner_(services.scanner),
+      desktop_(services.desktop),
+      files_(services.files),
+      settings_(services.settings),
+      bundles_(services.bundles),
+      places_(services.places),
+      terminate_(services.terminate),
+      removal_(removalServices(services, scanner_), *this),
+      reinstall_(reinstallServices(services, scanner_), *this) {
     subscriptions_ = {
         // A signature may arrive when its row is selected already.
         scanner_.subscribe([this](ScannerField field) {
@@ -142,7 +165,7 @@ double ContentView::columnWidth(double base) const {
 }
 
 std::vector<std::string> ContentView::scanRoots() const {
-    return vestigo::scanRoots(customRoot_, scope_, home_);
+    return vestigo::scanRoots(customRoot_, scope_, places_.home);
 }
 
 void ContentView::scanPressed() {
@@ -179,6 +202,32 @@ void ContentView::setShowDeleteConfirm(bool value) {
     change(showDeleteConfirm_, value, ContentField::showDeleteConfirm);
 }
 
+void ContentView::setLeftovers(std::vector<Leftover> leftovers) {
+    leftovers_ = std::move(leftovers);
+    observers_.notify(ContentField::leftovers);
+}
+
+void ContentView::searchLeftovers() {
+    setLeftovers(findLeftovers(deletableSelection(), places_, *bundles_, *files_));
+}
+
+void ContentView::setLeftoverOn(const std::string& path, bool on) {
+    const auto found = std::ranges::find(leftovers_, path, &Leftover::path);
+    if (found == leftovers_.end()) return;
+    found->on = on;
+    observers_.notify(ContentField::leftovers);
+}
+
+void ContentView::cancelDelete() {
+    setShowDeleteConfirm(false);
+    setLeftovers({});
+}
+
+void ContentView::removalEnded() {
+    setSelection({});
+    cancelDelete();
+}
+
 void ContentView::inspect(const BundleGroup& group) {
     change(inspectGroup_, std::optional(group), ContentField::inspectGroup);
 }
@@ -189,7 +238,48 @@ void ContentView::closeInspect() {
 
 void ContentView::requestReinstall(const BundleGroup& group) {
     change(updateTarget_, std::optional(group), ContentField::updateTarget);
-    change(updateLog_, {}, ContentField::updateLog);
+    setUpdateLog({});
+}
+
+void ContentView::closeReinstall() {
+    change(updateTarget_, {}, ContentField::updateTarget);
+    setUpdateLog({});
+}
+
+std::string ContentView::updateFormula() const {
+    if (!updateTarget_) return {};
+    return formulaName(updateTarget_->root).value_or(std::string(updateTarget_->name()));
+}
+
+void ContentView::startReinstall() {
+    if (updateTarget_) reinstall_.startReinstall(updateFormula(), updateTarget_->root);
+}
+
+std::optional<std::string> ContentView::removableOldCopy() const {
+    if (!updateTarget_ || !updatedIDs_.contains(updateTarget_->root)) return std::nullopt;
+    return oldIntelCopyPath(updateTarget_->root);
+}
+
+void ContentView::confirmRemoveOldCopy() {
+    if (const auto path = removableOldCopy()) reinstall_.confirmRemoveOldCopy(*path);
+}
+
+void ContentView::setUpdateLog(std::string text) {
+    updateLog_.replace(std::move(text));
+    observers_.notify(ContentField::updateLog);
+}
+
+void ContentView::appendToUpdateLog(std::string_view text) {
+    updateLog_.append(text);
+    observers_.notify(ContentField::updateLog);
+}
+
+void ContentView::setUpdating(bool value) {
+    change(updating_, value, ContentField::updating);
+}
+
+void ContentView::addUpdatedID(const std::string& root) {
+    if (updatedIDs_.insert(root).second) observers_.notify(ContentField::updatedIDs);
 }
 
 void ContentView::copyPath(const std::string& root, bool showFeedback) {

@@ -9,21 +9,28 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
+#include "actions/leftover_finder.h"
+#include "actions/reinstall.h"
+#include "actions/reinstall_window.h"
+#include "actions/removal.h"
+#include "actions/removal_window.h"
 #include "engine/observers.h"
 #include "engine/records.h"
 #include "engine/scanner.h"
+#include "platform/bundle_information.h"
 #include "platform/desktop.h"
 #include "platform/files.h"
+#include "platform/links.h"
+#include "platform/owner_authentication.h"
+#include "platform/processes.h"
 #include "ui/notification_center.h"
 #include "ui/row_order.h"
 #include "ui/settings.h"
+#include "ui/update_log.h"
 
 namespace vestigo {
-
-using RootSet = std::unordered_set<std::string, TextHash, std::equal_to<>>;
 
 /// Groups in the order they are shown. The references stay good as long as this value lives, also
 /// when the Scanner starts its groups over; what they refer to is current until then.
@@ -39,8 +46,16 @@ struct ContentServices {
     std::shared_ptr<Files> files;
     std::shared_ptr<Settings> settings;
     std::shared_ptr<NotificationCenter> notifications;
-    std::string home;                 ///< For the scope's folders that begin with "~".
+    /// The home is also that of the scope's folders that begin with "~".
+    LeftoverPlaces places;
     std::function<void()> terminate;  ///< Asks the application to quit.
+    // What the user's actions need.
+    std::shared_ptr<BundleReader> bundles;
+    std::shared_ptr<OwnerAuthentication> authentication;
+    std::shared_ptr<AdministratorCleanup> cleanup;
+    std::shared_ptr<Processes> processes;
+    std::shared_ptr<Links> links;
+    HomebrewPlaces homebrew;
 };
 
 /// The fields of the window, as named to observers.
@@ -67,11 +82,11 @@ enum class ContentField : std::uint8_t {
 };
 
 /// Main thread only. A sheet is open exactly while its field is set.
-class ContentView {
+class ContentView : private RemovalWindow, private ReinstallWindow {
 public:
     /// Creates the Scanner, which migrates and loads the saved scan.
-    explicit ContentView(ContentServices services);
-    ~ContentView();
+    explicit ContentView(const ContentServices& services);
+    ~ContentView() override;
     ContentView(const ContentView&) = delete;
     ContentView& operator=(const ContentView&) = delete;
 
@@ -117,7 +132,7 @@ public:
     /// Neither protected nor Apple-signed nor to be kept.
     [[nodiscard]] bool isDeletable(const BundleGroup& group) const;
     /// What a removal would take, in the Scanner's order. Good until the groups start over.
-    [[nodiscard]] std::vector<const BundleGroup*> deletableSelection() const;
+    [[nodiscard]] std::vector<const BundleGroup*> deletableSelection() const override;
 
     /// The text of table and status bar, in points.
     [[nodiscard]] double tableFontSize() const;
@@ -137,8 +152,17 @@ public:
     /// Selects just this row first.
     void requestDeleteOfRow(const BundleGroup& group);
     [[nodiscard]] bool showDeleteConfirm() const { return showDeleteConfirm_; }
-    void setShowDeleteConfirm(bool value);
-    [[nodiscard]] const std::vector<Leftover>& leftovers() const { return leftovers_; }
+    /// Looks anew for what the applications among the deletable selection keep elsewhere; earlier
+    /// choices are dropped. Blocking.
+    void searchLeftovers();
+    [[nodiscard]] const std::vector<Leftover>& leftovers() const override { return leftovers_; }
+    /// Ignored for a path that is not among them.
+    void setLeftoverOn(const std::string& path, bool on);
+    /// Closes the confirmation; nothing is removed.
+    void cancelDelete();
+    /// Asks the owner, then moves the deletable selection and the leftovers that are on to the
+    /// Trash. The confirmation stays open until then.
+    void confirmDelete() { removal_.confirmDelete(); }
 
     [[nodiscard]] const std::optional<BundleGroup>& inspectGroup() const { return inspectGroup_; }
     void inspect(const BundleGroup& group);
@@ -146,10 +170,20 @@ public:
 
     [[nodiscard]] const std::optional<BundleGroup>& updateTarget() const { return updateTarget_; }
     void requestReinstall(const BundleGroup& group);
-    [[nodiscard]] const std::string& updateLog() const { return updateLog_; }
+    void closeReinstall();
+    /// What is reinstalled: the formula of the target's root, or its name where that tells none.
+    [[nodiscard]] std::string updateFormula() const;
+    /// Reinstalls the target's formula.
+    void startReinstall();
+    [[nodiscard]] const UpdateLog& updateLog() const { return updateLog_; }
     [[nodiscard]] bool updating() const { return updating_; }
     /// The roots reinstalled as arm64 since the program started.
     [[nodiscard]] const RootSet& updatedIDs() const { return updatedIDs_; }
+    /// What the Intel installation keeps of the target, once the target has been reinstalled as
+    /// arm64.
+    [[nodiscard]] std::optional<std::string> removableOldCopy() const;
+    /// Asks the owner, then moves that to the Trash and removes the links that led into it.
+    void confirmRemoveOldCopy();
 
     /// The root whose row's copy button was used last.
     [[nodiscard]] const std::optional<std::string>& copiedPath() const { return copiedPath_; }
@@ -158,7 +192,7 @@ public:
 
     /// A message on screen until it is dismissed; a later one takes its place.
     [[nodiscard]] const std::optional<std::string>& alert() const { return alert_; }
-    void showAlert(std::string message);
+    void showAlert(std::string message) override;
     void dismissAlert();
 
     /// Opens the disclaimer until it has been accepted once.
@@ -183,12 +217,23 @@ private:
     template <class Value>
     void change(Value& field, Value value, ContentField name);
 
+    void setShowDeleteConfirm(bool value);
+    void setLeftovers(std::vector<Leftover> leftovers);
+    void removalEnded() override;
+    void setUpdateLog(std::string text) override;
+    void appendToUpdateLog(std::string_view text) override;
+    void setUpdating(bool value) override;
+    void addUpdatedID(const std::string& root) override;
+
     Scanner scanner_;
     std::shared_ptr<Desktop> desktop_;
     std::shared_ptr<Files> files_;
     std::shared_ptr<Settings> settings_;
-    std::string home_;
+    std::shared_ptr<BundleReader> bundles_;
+    LeftoverPlaces places_;
     std::function<void()> terminate_;
+    Removal removal_;
+    Reinstall reinstall_;
 
     std::optional<std::string> customRoot_;
     Scope scope_ = Scope::smart;
@@ -205,7 +250,7 @@ private:
     std::vector<Leftover> leftovers_;
     std::optional<BundleGroup> inspectGroup_;
     std::optional<BundleGroup> updateTarget_;
-    std::string updateLog_;
+    UpdateLog updateLog_;
     bool updating_ = false;
     RootSet updatedIDs_;
 

@@ -20,6 +20,12 @@ QFont contentFont(double points) {
     return sized(font, points);
 }
 
+QFont monospacedFont(double points, QFont::Weight weight) {
+    auto font = sized(QFontDatabase::systemFont(QFontDatabase::FixedFont), points);
+    font.setWeight(weight);
+    return font;
+}
+
 QFont systemFont(double points, QFont::Weight weight) {
     auto font = sized(QFontDatabase::systemFont(QFontDatabase::GeneralFont), points);
     font.setWeight(weight);

@@ -12,4 +12,7 @@ namespace vestigo {
 /// The system's interface font at a size in the same points.
 [[nodiscard]] QFont systemFont(double points, QFont::Weight weight = QFont::Normal);
 
+/// The system's typeface whose characters are all of one width.
+[[nodiscard]] QFont monospacedFont(double points, QFont::Weight weight = QFont::Normal);
+
 }  // namespace vestigo

@@ -4,6 +4,7 @@
 #include <QFrame>
 #include <utility>
 
+#include "ui/action_button.h"
 #include "ui/fonts.h"
 
 namespace vestigo {
@@ -51,11 +52,12 @@ SheetText& Sheet::addText(const QString& text, const QFont& font, Tint tint) {
     return *label;
 }
 
-void Sheet::addDivider() {
+QWidget& Sheet::addDivider() {
     auto* const line = new QFrame(this);
     line->setFrameShape(QFrame::HLine);
     line->setFrameShadow(QFrame::Sunken);
     column_->addWidget(line);
+    return *line;
 }
 
 QHBoxLayout& Sheet::addRow() {
@@ -67,11 +69,25 @@ QHBoxLayout& Sheet::addRow() {
 QPushButton& Sheet::addButton(QHBoxLayout& row, const char* name, const QString& text,
                               std::function<void()> action) {
     auto* const button = new QPushButton(text, this);
-    button->setObjectName(QLatin1String(name));
-    button->setAutoDefault(false);
-    connect(button, &QPushButton::clicked, this, std::move(action));
-    row.addWidget(button);
+    place(*button, row, name, std::move(action));
     return *button;
+}
+
+QPushButton& Sheet::addDestructiveButton(QHBoxLayout& row, const char* name, const QString& text,
+                                         std::optional<Symbol> symbol,
+                                         std::function<void()> action) {
+    auto* const button = new ActionButton(symbol, ButtonRole::destructive, this);
+    button->setPlainText(text);
+    place(*button, row, name, std::move(action));
+    return *button;
+}
+
+void Sheet::place(QPushButton& button, QHBoxLayout& row, const char* name,
+                  std::function<void()> action) {
+    button.setObjectName(QLatin1String(name));
+    button.setAutoDefault(false);
+    connect(&button, &QPushButton::clicked, this, std::move(action));
+    row.addWidget(&button);
 }
 
 void Sheet::makeDefault(QPushButton& button) {

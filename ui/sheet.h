@@ -5,9 +5,11 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <functional>
+#include <optional>
 
 #include "ui/changes.h"
 #include "ui/sheet_text.h"
+#include "ui/symbol.h"
 
 namespace vestigo {
 
@@ -38,15 +40,21 @@ protected:
     /// Within the padding.
     [[nodiscard]] int innerWidth() const { return measures_.width - 2 * measures_.padding; }
     SheetText& addText(const QString& text, const QFont& font, Tint tint = Tint::primary);
-    void addDivider();
+    QWidget& addDivider();
     /// A row with nothing in it.
     QHBoxLayout& addRow();
     QPushButton& addButton(QHBoxLayout& row, const char* name, const QString& text,
                            std::function<void()> action);
+    /// Warns by its colour.
+    QPushButton& addDestructiveButton(QHBoxLayout& row, const char* name, const QString& text,
+                                      std::optional<Symbol> symbol, std::function<void()> action);
     /// The one that Return presses.
     static void makeDefault(QPushButton& button);
 
 private:
+    void place(QPushButton& button, QHBoxLayout& row, const char* name,
+               std::function<void()> action);
+
     Measures measures_;
     std::function<void()> dismiss_;
     QVBoxLayout* column_;

@@ -4,9 +4,11 @@
 
 #include "ui/about_sheet.h"
 #include "ui/alert_sheet.h"
+#include "ui/delete_sheet.h"
 #include "ui/disclaimer_sheet.h"
 #include "ui/help_sheet.h"
 #include "ui/inspect_sheet.h"
+#include "ui/reinstall_sheet.h"
 
 namespace vestigo {
 
@@ -14,6 +16,10 @@ Sheets::Sheets(ContentView& content, QWidget* window, std::string version, QObje
     : QObject(parent) {
     // Where several open at once, the last one is on top.
     kinds_ = {
+        {[&content] { return content.showDeleteConfirm(); },
+         [&content, window] { return new DeleteSheet(content, window); }, nullptr},
+        {[&content] { return content.updateTarget().has_value(); },
+         [&content, window] { return new ReinstallSheet(content, window); }, nullptr},
         {[&content] { return content.inspectGroup().has_value(); },
          [&content, window] { return new InspectSheet(content, window); }, nullptr},
         {[&content] { return content.showHelp(); },

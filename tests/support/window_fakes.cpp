@@ -2,8 +2,10 @@
 
 #include <utility>
 
+#include "platform/linux/linux_bundle_reader.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_files.h"
+#include "platform/linux/linux_links.h"
 
 namespace vestigo::test {
 
@@ -35,12 +37,20 @@ ContentServices WindowFixture::services() {
     services.scanner.reader = std::make_shared<LinuxDirectoryReader>();
     services.scanner.store = store;
     services.scanner.now = [] { return 800000000.0; };
+    const auto files = std::make_shared<LinuxFiles>();
+    services.scanner.files = files;
+    services.scanner.trash = trash;
     services.desktop = desktop;
-    services.files = std::make_shared<LinuxFiles>();
+    services.files = files;
     services.settings = settings;
     services.notifications = notifications;
-    services.home = "/Users/me";
+    services.places = places;
     services.terminate = [this] { terminated = true; };
+    services.bundles = std::make_shared<LinuxBundleReader>();
+    services.authentication = authentication;
+    services.processes = processes;
+    services.links = std::make_shared<LinuxLinks>();
+    services.homebrew = homebrew;
     return services;
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/run_loop.h"
+#include "tests/support/fake_owner_authentication.h"
 #include "tests/support/scan_fakes.h"
 #include "ui/content_view.h"
 
@@ -44,6 +45,35 @@ public:
     std::unordered_map<std::string, int> values;
 };
 
+/// Takes everything, and says what; or fails as told.
+class FakeTrash : public Trash {
+public:
+    std::optional<std::string> moveToTrash(const std::string& path) override {
+        if (!error) taken.push_back(path);
+        return error;
+    }
+
+    std::vector<std::string> taken;
+    std::optional<std::string> error;
+};
+
+/// Starts nothing: the test plays the program.
+class FakeProcesses : public Processes {
+public:
+    std::optional<std::string> start(const ProcessStart& what,
+                                     std::function<void(std::string_view)> output,
+                                     std::function<void(int)> ended) override {
+        started.push_back(what);
+        print = std::move(output);
+        end = std::move(ended);
+        return std::nullopt;
+    }
+
+    std::vector<ProcessStart> started;
+    std::function<void(std::string_view)> print;
+    std::function<void(int)> end;
+};
+
 /// Keeps the jobs until they are asked for.
 class HeldTasks : public BackgroundTasks {
 public:
@@ -76,6 +106,12 @@ struct WindowFixture {
     std::shared_ptr<MemoryPreferences> preferences = std::make_shared<MemoryPreferences>();
     std::shared_ptr<NotificationCenter> notifications = std::make_shared<NotificationCenter>();
     std::shared_ptr<Settings> settings = std::make_shared<Settings>(preferences);
+    std::shared_ptr<FakeTrash> trash = std::make_shared<FakeTrash>();
+    std::shared_ptr<FakeProcesses> processes = std::make_shared<FakeProcesses>();
+    std::shared_ptr<FakeOwnerAuthentication> authentication =
+        std::make_shared<FakeOwnerAuthentication>();
+    LeftoverPlaces places{.home = "/Users/me"};
+    HomebrewPlaces homebrew;
     bool terminated = false;
 
 private:

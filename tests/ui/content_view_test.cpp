@@ -175,7 +175,7 @@ TEST(ContentView, AsksBeforeRemovingAndOnlyForWhatCanBeRemoved) {
     EXPECT_FALSE(content.showDeleteConfirm());
     content.requestDeleteOfRow(*content.groupWithRoot("/Applications/Own.app"));
     EXPECT_TRUE(content.showDeleteConfirm());
-    content.setShowDeleteConfirm(false);
+    content.cancelDelete();
     content.requestDeleteOfSelection();
     EXPECT_TRUE(content.showDeleteConfirm());
 }

@@ -161,7 +161,7 @@ TEST_F(ResultsViewTest, DeleteKeysAskForTheSelection) {
     key(Qt::Key_A, Qt::ControlModifier);
     key(Qt::Key_Delete);
     EXPECT_TRUE(content().showDeleteConfirm());
-    content().setShowDeleteConfirm(false);
+    content().cancelDelete();
     key(Qt::Key_Backspace);
     EXPECT_TRUE(content().showDeleteConfirm());
 }

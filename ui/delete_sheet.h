@@ -1,0 +1,32 @@
+// The last question before anything is moved to the Trash.
+#pragma once
+
+#include "ui/content_view.h"
+#include "ui/path_list.h"
+#include "ui/sheet.h"
+
+namespace vestigo {
+
+/// Lists what will go, and the leftovers to choose from, which it looks for when it appears.
+class DeleteSheet : public Sheet {
+    Q_OBJECT
+public:
+    DeleteSheet(ContentView& content, QWidget* window);
+
+    void refresh(const Changes& changes) override;
+
+private:
+    void addLeftovers();
+    void addButtons();
+    void showGroups();
+    void showLeftovers();
+
+    ContentView& content_;
+    SheetText& summary_;
+    PathList& groups_;
+    SheetText& leftoversHeading_;
+    PathList& leftovers_;
+    SheetText& note_;
+};
+
+}  // namespace vestigo

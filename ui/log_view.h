@@ -1,0 +1,37 @@
+// A log that is read while it is written.
+#pragma once
+
+#include <QPlainTextEdit>
+#include <QStringDecoder>
+#include <QTimer>
+
+#include "ui/update_log.h"
+
+namespace vestigo {
+
+/// Takes in a long log little by little, so that the window stays awake. Follows its end, unless
+/// the user has scrolled up; what they have selected stays selected.
+class LogView : public QPlainTextEdit {
+    Q_OBJECT
+public:
+    /// The log must outlive this object.
+    explicit LogView(const UpdateLog& log, QWidget* parent = nullptr);
+
+    /// The log has changed.
+    void refresh();
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    void takeMore();
+    void append(const QString& text);
+
+    const UpdateLog& log_;
+    std::uint64_t generation_ = 0;
+    std::size_t taken_ = 0;  ///< Bytes of the log that are shown.
+    QStringDecoder decoder_{QStringDecoder::Utf8};
+    QTimer more_;
+};
+
+}  // namespace vestigo
