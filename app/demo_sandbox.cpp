@@ -13,7 +13,8 @@ DemoSandbox::DemoSandbox() {
     auto path = (std::filesystem::temp_directory_path(error) / "vestigo-demo-XXXXXX").string();
     if (error || mkdtemp(path.data()) == nullptr) return;
     folder_ = path;
-    if (makeDemoTree(path)) disk_ = path;
+    const auto real = std::filesystem::canonical(path, error).string();
+    if (!error && makeDemoTree(real)) disk_ = real;
 }
 
 DemoSandbox::~DemoSandbox() {

@@ -14,7 +14,7 @@ public:
     DemoSandbox(const DemoSandbox&) = delete;
     DemoSandbox& operator=(const DemoSandbox&) = delete;
 
-    /// Stands for "/". Absent when it could not be made; errno then says why.
+    /// Stands for "/"; has no links in it. Absent when it could not be made; errno then says why.
     [[nodiscard]] const std::optional<std::string>& disk() const { return disk_; }
 
 private:

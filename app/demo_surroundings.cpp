@@ -1,14 +1,23 @@
 #include "app/demo_surroundings.h"
 
+#include <filesystem>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 #include "app/demo_disk.h"
+#include "app/demo_items.h"
 #include "app/demo_tree.h"
 #include "engine/scan_rules.h"
+#include "platform/linux/linux_bundle_reader.h"
+#include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_files.h"
+#include "platform/linux/linux_links.h"
+#include "platform/linux/linux_processes.h"
+#include "platform/linux/linux_tasks.h"
+#include "platform/linux/linux_trash.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_preferences.h"
 
@@ -38,20 +47,53 @@ private:
     std::string disk_;
 };
 
+/// There is nobody to ask in this world.
+class NoAuthentication : public OwnerAuthentication {
+public:
+    bool available() override { return false; }
+    void authenticate(const std::string&, std::function<void(bool)> reply) override {
+        reply(false);
+    }
+};
+
+void makePrivateFolder(const std::string& path) {
+    static_cast<void>(LinuxFiles().createFolders(path));
+    std::error_code error;
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all, error);
+}
+
 }  // namespace
 
+std::string demoTrashFolder(const std::string& disk) {
+    return disk + demoHome + "/.Trash";
+}
+
 Surroundings demoSurroundings(const std::string& disk) {
-    const auto library = disk + demoHome + "/Library";
-    static_cast<void>(LinuxFiles().createFolders(library + "/Preferences"));
+    const auto library = std::string(demoHome) + "/Library";
+    const std::string temporary = "/private/var/folders/demo/T";
+    makePrivateFolder(disk + temporary);
+    makePrivateFolder(demoTrashFolder(disk));
+    static_cast<void>(LinuxFiles().createFolders(disk + library + "/Preferences"));
+    const auto trash = demoTrashFolder(disk);
+    const auto processes = std::make_shared<LinuxProcesses>(std::make_shared<LinuxTasks>());
     return {
         .folders = {.home = demoHome,
                     .applicationSupport = library + "/Application Support",
-                    .temporary = disk + "/private/tmp"},
-        .preferences = QtPreferences::inFile(library + "/Preferences/vestigo.ini"),
+                    .temporary = temporary},
+        .preferences = QtPreferences::inFile(disk + library + "/Preferences/vestigo.ini"),
         .previousPreferences = {},
         .reader = demoDirectoryReader(std::make_shared<LinuxDirectoryReader>(), disk),
         .signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk),
         .desktop = std::make_shared<DemoDesktop>(std::make_unique<QtDesktop>(), disk),
+        .files = demoFiles(std::make_shared<LinuxFiles>(), disk),
+        .bundles = demoBundles(std::make_shared<LinuxBundleReader>(), disk),
+        .trash = demoTrash(std::make_shared<LinuxTrash>(trash), disk),
+        .cleanupTrash = demoCleanupTrash(std::make_shared<LinuxCleanupTrash>(trash), disk),
+        .links = demoLinks(std::make_shared<LinuxLinks>(), disk),
+        .processes = demoProcesses(processes, disk),
+        .authentication = std::make_shared<NoAuthentication>(),
+        .administrator = demoAdministrator(processes, disk),
+        .tasks = std::make_shared<LinuxTasks>(),
     };
 }
 

@@ -38,9 +38,17 @@ public:
         succeeded_ = succeeded_ && !error && stream.good();
     }
     void program(const std::string& path, const Cpus& cpus) { file(path, machOImage(cpus)); }
-    void link(const std::string& path, const std::string& target) {
+    void script(const std::string& path, std::string_view content) {
+        file(path, content);
         std::error_code error;
-        std::filesystem::create_symlink(target, root_ + path, error);
+        std::filesystem::permissions(root_ + path, std::filesystem::perms::owner_all, error);
+        succeeded_ = succeeded_ && !error;
+    }
+    void link(const std::string& path, const std::string& target) {
+        const std::filesystem::path whole = root_ + path;
+        std::error_code error;
+        std::filesystem::create_directories(whole.parent_path(), error);
+        std::filesystem::create_symlink(target, whole, error);
         succeeded_ = succeeded_ && !error;
     }
     /// A bundle with its information and main executable.
@@ -111,6 +119,9 @@ void addExtensions(TreeMaker& tree) {
 void addCommands(TreeMaker& tree) {
     tree.program("/usr/local/Cellar/wget/1.21.4/bin/wget", intel);
     tree.program("/usr/local/Cellar/libpng/1.6.40/lib/libpng16.16.dylib", intel);
+    tree.link("/usr/local/bin/wget", "../Cellar/wget/1.21.4/bin/wget");
+    tree.link("/usr/local/opt/wget", "../Cellar/wget/1.21.4");
+    tree.link("/usr/local/lib/libpng16.16.dylib", "../Cellar/libpng/1.6.40/lib/libpng16.16.dylib");
     tree.program("/opt/homebrew/Cellar/jq/1.7/bin/jq", native);
     tree.program("/opt/homebrew/lib/libold.1.dylib", intel);
     tree.program("/opt/local/bin/gsed", intel);
@@ -118,6 +129,25 @@ void addCommands(TreeMaker& tree) {
     tree.program("/usr/local/bin/measure", intel);
     tree.program("/usr/libexec/systemhelperd", intel);
     tree.program("/usr/bin/hello", universal);
+}
+
+/// What a reinstall runs. They play their parts and change nothing.
+void addHomebrew(TreeMaker& tree) {
+    tree.script("/usr/bin/arch", R"(#!/bin/sh
+disk=${0%/usr/bin/arch}
+program=$2
+shift 2
+exec "$disk$program" "$@"
+)");
+    tree.script("/opt/homebrew/bin/brew", R"(#!/bin/sh
+formula=$2
+say() { echo "==> $*"; sleep 0.3; }
+say "Fetching $formula"
+say "Downloading the arm64 build of $formula"
+say "Reinstalling $formula"
+say "Pouring $formula into /opt/homebrew/Cellar/$formula"
+echo "/opt/homebrew/Cellar/$formula: 12 files, 4.1MB"
+)");
 }
 
 /// What a scan does not list: leftovers of the applications, and what it passes over.
@@ -128,6 +158,7 @@ void addSupportFiles(TreeMaker& tree) {
     tree.file(library + "/Caches/com.example.soundstudio/waveforms", "cached");
     tree.program(library + "/Caches/com.example.oldwriter/helper", intel);
     tree.file(library + "/Application Support/Old Writer/documents.sqlite", "SQLite format 3");
+    tree.file(library + "/LaunchAgents/com.example.soundstudio.updater.plist", "bplist00");
     tree.file("/Library/LaunchDaemons/com.example.soundstudio.plist", "bplist00");
 }
 
@@ -138,6 +169,7 @@ bool makeDemoTree(const std::string& folder) {
     addApplications(tree);
     addExtensions(tree);
     addCommands(tree);
+    addHomebrew(tree);
     addSupportFiles(tree);
     return tree.succeeded();
 }

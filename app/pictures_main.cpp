@@ -10,10 +10,12 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -122,6 +124,26 @@ void takeScan(Photographer& photographer, MainWindow& window) {
     photographer.take(QStringLiteral("results-light"));
 }
 
+const BundleGroup& groupNamed(ContentView& content, std::string_view name) {
+    const auto visible = content.visibleRows();
+    return **std::ranges::find(visible.rows, name, &BundleGroup::name);
+}
+
+void takeDelete(Photographer& photographer, ContentView& content) {
+    content.requestDeleteOfRow(groupNamed(content, "Sound Studio.app"));
+    photographer.take(QStringLiteral("delete"));
+    content.cancelDelete();
+}
+
+void takeReinstall(Photographer& photographer, ContentView& content) {
+    content.requestReinstall(groupNamed(content, "wget"));
+    content.startReinstall();
+    photographer.take(QStringLiteral("reinstall-running"));
+    photographer.expect(waitFor([&content] { return content.removableOldCopy().has_value(); }));
+    photographer.take(QStringLiteral("reinstall"));
+    content.closeReinstall();
+}
+
 void takeSheets(Photographer& photographer, ContentView& content) {
     content.inspect(*content.visibleRows().rows.front());
     photographer.take(QStringLiteral("inspect"));
@@ -132,6 +154,7 @@ void takeSheets(Photographer& photographer, ContentView& content) {
     content.showAboutRequested();
     photographer.take(QStringLiteral("about"));
     content.closeAbout();
+    takeDelete(photographer, content);
     content.showAlert("Could not move 3 items to the Trash.");
     photographer.take(QStringLiteral("alert"));
     content.dismissAlert();
@@ -166,6 +189,7 @@ int takePictures(const QDir& folder, const std::string& disk) {
     QDir(folder).mkdir(QStringLiteral("light"));
     Photographer light(window, QDir(folder.filePath(QStringLiteral("light"))));
     takeSheets(light, window.content());
+    takeReinstall(light, window.content());
     QDir(folder).mkdir(QStringLiteral("dark"));
     Photographer dark(window, QDir(folder.filePath(QStringLiteral("dark"))));
     takeAppearances(dark, window);

@@ -1,0 +1,200 @@
+#include "app/demo_items.h"
+
+#include <algorithm>
+#include <future>
+#include <utility>
+
+#include "engine/scan_rules.h"
+
+namespace vestigo {
+namespace {
+
+class DemoFiles : public Files {
+public:
+    DemoFiles(std::shared_ptr<Files> real, std::string disk)
+        : real_(std::move(real)), disk_(std::move(disk)) {}
+
+    std::optional<std::string> read(const std::string& path) override {
+        return real_->read(disk_ + path);
+    }
+    bool replace(const std::string& path, std::string_view content, Access access) override {
+        return real_->replace(disk_ + path, content, access);
+    }
+    bool exists(const std::string& path) override { return real_->exists(disk_ + path); }
+    bool createFolders(const std::string& path) override {
+        return real_->createFolders(disk_ + path);
+    }
+    bool copy(const std::string& from, const std::string& to) override {
+        return real_->copy(disk_ + from, disk_ + to);
+    }
+    std::optional<ItemKind> kind(const std::string& path) override {
+        return real_->kind(disk_ + path);
+    }
+    std::optional<std::string> resolved(const std::string& path) override {
+        const auto real = real_->resolved(disk_ + path);
+        // Nothing lies outside of this world.
+        if (!real || !liesUnder(*real, disk_)) return std::nullopt;
+        return *real == disk_ ? "/" : real->substr(disk_.size());
+    }
+    std::optional<std::vector<std::string>> names(const std::string& folder) override {
+        return real_->names(disk_ + folder);
+    }
+    bool isPrivateFolder(const std::string& path) override {
+        return real_->isPrivateFolder(disk_ + path);
+    }
+    std::unique_ptr<FolderLock> lockFolder(const std::string& path) override {
+        return real_->lockFolder(disk_ + path);
+    }
+    bool remove(const std::string& path) override { return real_->remove(disk_ + path); }
+
+private:
+    std::shared_ptr<Files> real_;
+    std::string disk_;
+};
+
+class DemoBundles : public BundleReader {
+public:
+    DemoBundles(std::shared_ptr<BundleReader> real, std::string disk)
+        : real_(std::move(real)), disk_(std::move(disk)) {}
+
+    std::optional<BundleInformation> read(const std::string& path) override {
+        return real_->read(disk_ + path);
+    }
+
+private:
+    std::shared_ptr<BundleReader> real_;
+    std::string disk_;
+};
+
+class DemoTrash : public Trash {
+public:
+    DemoTrash(std::shared_ptr<Trash> real, std::string disk)
+        : real_(std::move(real)), disk_(std::move(disk)) {}
+
+    std::optional<std::string> moveToTrash(const std::string& path) override {
+        return real_->moveToTrash(disk_ + path);
+    }
+
+private:
+    std::shared_ptr<Trash> real_;
+    std::string disk_;
+};
+
+class DemoLink : public FoundLink {
+public:
+    DemoLink(FoundLink& real, std::size_t diskLength) : real_(real), diskLength_(diskLength) {}
+
+    std::string_view folder() const override { return real_.folder().substr(diskLength_); }
+    std::string_view destination() const override { return real_.destination(); }
+    bool removeDead() override { return real_.removeDead(); }
+
+private:
+    FoundLink& real_;
+    std::size_t diskLength_;
+};
+
+class DemoLinks : public Links {
+public:
+    DemoLinks(std::shared_ptr<Links> real, std::string disk)
+        : real_(std::move(real)), disk_(std::move(disk)) {}
+
+    void visit(const std::string& folder, const std::function<void(FoundLink&)>& visitor) override {
+        real_->visit(disk_ + folder, [&](FoundLink& link) {
+            DemoLink mapped(link, disk_.size());
+            visitor(mapped);
+        });
+    }
+
+private:
+    std::shared_ptr<Links> real_;
+    std::string disk_;
+};
+
+class DemoProcesses : public Processes {
+public:
+    DemoProcesses(std::shared_ptr<Processes> real, std::string disk)
+        : real_(std::move(real)), disk_(std::move(disk)) {}
+
+    std::optional<std::string> start(const ProcessStart& what,
+                                     std::function<void(std::string_view)> output,
+                                     std::function<void(int)> ended) override {
+        auto mapped = what;
+        mapped.program = disk_ + what.program;
+        return real_->start(mapped, std::move(output), std::move(ended));
+    }
+
+private:
+    std::shared_ptr<Processes> real_;
+    std::string disk_;
+};
+
+class DemoCleanupTrash : public CleanupTrash {
+public:
+    DemoCleanupTrash(std::shared_ptr<CleanupTrash> real, std::string disk)
+        : real_(std::move(real)), disk_(std::move(disk)) {}
+
+    CleanupPlan plan(const std::vector<std::string>& paths) override {
+        std::vector<std::string> real(paths.size());
+        std::ranges::transform(paths, real.begin(),
+                               [this](const std::string& path) { return disk_ + path; });
+        return real_->plan(real);
+    }
+    void finish(const CleanupPlan& plan) override { real_->finish(plan); }
+
+private:
+    std::shared_ptr<CleanupTrash> real_;
+    std::string disk_;
+};
+
+class DemoAdministrator : public Administrator {
+public:
+    DemoAdministrator(std::shared_ptr<Processes> real, std::string disk)
+        : real_(std::move(real)), disk_(std::move(disk)) {}
+
+    AdministratorRun runScript(const std::string& script) override {
+        const auto status = std::make_shared<std::promise<int>>();
+        auto error = real_->start(
+            {.program = "/bin/sh", .arguments = {disk_ + script}, .environment = {}},
+            [](std::string_view) {}, [status](int value) { status->set_value(value); });
+        if (error) return {.status = 127, .launchError = std::move(error)};
+        return {.status = status->get_future().get(), .launchError = std::nullopt};
+    }
+
+private:
+    std::shared_ptr<Processes> real_;
+    std::string disk_;
+};
+
+}  // namespace
+
+std::shared_ptr<Files> demoFiles(std::shared_ptr<Files> real, std::string disk) {
+    return std::make_shared<DemoFiles>(std::move(real), std::move(disk));
+}
+
+std::shared_ptr<BundleReader> demoBundles(std::shared_ptr<BundleReader> real, std::string disk) {
+    return std::make_shared<DemoBundles>(std::move(real), std::move(disk));
+}
+
+std::shared_ptr<Trash> demoTrash(std::shared_ptr<Trash> real, std::string disk) {
+    return std::make_shared<DemoTrash>(std::move(real), std::move(disk));
+}
+
+std::shared_ptr<Links> demoLinks(std::shared_ptr<Links> real, std::string disk) {
+    return std::make_shared<DemoLinks>(std::move(real), std::move(disk));
+}
+
+std::shared_ptr<Processes> demoProcesses(std::shared_ptr<Processes> real, std::string disk) {
+    return std::make_shared<DemoProcesses>(std::move(real), std::move(disk));
+}
+
+std::shared_ptr<CleanupTrash> demoCleanupTrash(std::shared_ptr<CleanupTrash> real,
+                                               std::string disk) {
+    return std::make_shared<DemoCleanupTrash>(std::move(real), std::move(disk));
+}
+
+std::shared_ptr<Administrator> demoAdministrator(std::shared_ptr<Processes> real,
+                                                 std::string disk) {
+    return std::make_shared<DemoAdministrator>(std::move(real), std::move(disk));
+}
+
+}  // namespace vestigo

@@ -1,0 +1,78 @@
+#include <QTest>
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "app/demo_surroundings.h"
+#include "app/demo_tree.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A window's model over the demonstration disk, after a scan.
+class DemoWindow : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(makeDemoTree(disk.path()));
+        content = std::make_unique<ContentView>(windowServices(demoSurroundings(disk.path())));
+        content->scanPressed();
+        const auto& scanner = content->scanner();
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] { return !scanner.walking() && scanner.signaturePasses() == 0; }, 20000));
+    }
+    [[nodiscard]] bool has(const std::string& path) const {
+        return fs::exists(fs::symlink_status(disk.path() + path));
+    }
+    [[nodiscard]] std::vector<std::string> trashed() const {
+        std::vector<std::string> names;
+        for (const auto& item : fs::directory_iterator(demoTrashFolder(disk.path()) + "/files")) {
+            names.push_back(item.path().filename());
+        }
+        std::ranges::sort(names);
+        return names;
+    }
+
+    TemporaryTree disk;
+    std::unique_ptr<ContentView> content;
+};
+
+TEST_F(DemoWindow, MovesAnApplicationAndItsLeftoversToTheTrashOfItsOwnDisk) {
+    content->requestDeleteOfRow(*content->groupWithRoot("/Applications/Sound Studio.app"));
+    content->searchLeftovers();
+    ASSERT_EQ(content->leftovers().size(), 5U);
+    const auto before = content->groupCount();
+    content->confirmDelete();
+    EXPECT_FALSE(content->showDeleteConfirm());
+    EXPECT_EQ(content->groupCount(), before - 1);
+    EXPECT_FALSE(has("/Applications/Sound Studio.app"));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return !has("/Library/LaunchDaemons/com.example.soundstudio.plist"); }, 20000));
+    EXPECT_TRUE(has("/Users/demo/Library/Application Support/Sound Studio"));
+    EXPECT_FALSE(content->alert());
+    EXPECT_EQ(trashed().size(), 5U);
+}
+
+TEST_F(DemoWindow, ReinstallsAFormulaAndRemovesTheOldCopyWithItsLinks) {
+    content->requestReinstall(*content->groupWithRoot("/usr/local/Cellar/wget/1.21.4/bin/wget"));
+    content->startReinstall();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return content->removableOldCopy().has_value(); }, 20000));
+    content->confirmRemoveOldCopy();
+    const auto log = content->updateLog().text();
+    EXPECT_TRUE(log.ends_with(
+        "\nFinished. Exit code 0.\nMoved /usr/local/Cellar/wget to Trash.\nCleaned 2 dead "
+        "symlinks. You can close this."))
+        << log;
+    EXPECT_NE(log.find("==> Pouring wget"), std::string::npos);
+    EXPECT_FALSE(has("/usr/local/bin/wget"));
+    EXPECT_TRUE(has("/usr/local/lib/libpng16.16.dylib"));
+    EXPECT_EQ(trashed(), std::vector<std::string>{"wget"});
+}
+
+}  // namespace
+}  // namespace vestigo::test
