@@ -20,12 +20,15 @@
 #include <utility>
 #include <vector>
 
+#include <sys/stat.h>
+
 #include "app/window_services.h"
 #include "persist/preference_keys.h"
 #include "persist/scan_file_writer.h"
 #include "platform/linux/linux_files.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_preferences.h"
+#include "ui/log_view.h"
 #include "ui/main_window.h"
 
 namespace vestigo {
@@ -242,6 +245,44 @@ int scan(const std::string& folder, const std::string& tree) {
     return 0;
 }
 
+/// A program that prints 100 MB, in the place of a reinstall.
+bool makeTalkativeProgram(const std::string& path) {
+    std::ofstream stream(path);
+    stream << "#!/bin/sh\nyes '==> Pouring a line of text as long as most of them are' |"
+              " head -c 100000000\n";
+    stream.close();
+    return stream.good() && chmod(path.c_str(), S_IRWXU) == 0;
+}
+
+/// From the start of a reinstall until all of its log can be read.
+int reinstall(const std::string& folder) {
+    auto services = windowServices(surroundingsIn(folder));
+    services.homebrew.brew = services.homebrew.launcher = folder + "/brew";
+    if (!makeTalkativeProgram(services.homebrew.brew)) return 1;
+    MainWindow window(services, "");
+    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    window.show();
+    auto& content = window.content();
+    const double before = residentMegabytes();
+    content.requestReinstall(*content.visibleRows().rows.front());
+    QCoreApplication::processEvents();
+    const auto& view = *window.findChild<LogView*>();
+    Heartbeat heartbeat(window);
+    QElapsedTimer whole;
+    whole.start();
+    content.startReinstall();
+    waitFor([&] { return !content.updating(); });
+    const auto ended = whole.elapsed();
+    const auto size = content.updateLog().size();
+    waitFor([&] { return view.isComplete(); });
+    const auto waits = heartbeat.waits();
+    std::printf("log_mb %.1f\nended_ms %lld\nshown_ms %lld\nlongest_ms %.1f\nsecond_ms %.1f\n",
+                static_cast<double>(size) / 1e6, static_cast<long long>(ended),
+                static_cast<long long>(whole.elapsed()), waits[0], waits[1]);
+    std::printf("grown_mb %.0f\n", residentMegabytes() - before);
+    return 0;
+}
+
 int run(const std::vector<std::string>& words) {
     const auto count = words.size();
     if (count == 4 && words[0] == "record") {
@@ -249,10 +290,11 @@ int run(const std::vector<std::string>& words) {
     }
     if (count == 3 && words[0] == "launch") return launch(words[1], std::stol(words[2]));
     if (count == 2 && words[0] == "use") return use(words[1]);
+    if (count == 2 && words[0] == "reinstall") return reinstall(words[1]);
     if (count == 3 && words[0] == "scan") return scan(words[1], words[2]);
     std::fputs(
         "usage: window-bench record FOLDER GROUPS HITS | launch FOLDER NANOSECONDS\n"
-        "       | use FOLDER | scan FOLDER TREE\n",
+        "       | use FOLDER | reinstall FOLDER | scan FOLDER TREE\n",
         stderr);
     return 2;
 }

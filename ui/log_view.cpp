@@ -1,7 +1,10 @@
 #include "ui/log_view.h"
 
+#include <QAction>
 #include <QApplication>
-#include <QEvent>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QMenu>
 #include <QScrollBar>
 #include <QTextCursor>
 #include <algorithm>
@@ -9,12 +12,15 @@
 
 #include "ui/fonts.h"
 #include "ui/sheet_text.h"
+#include "ui/text.h"
 
 namespace vestigo {
 namespace {
 
 constexpr double textSize = 11;
 constexpr double groundShare = 0.05;
+/// More than anybody reads; Qt's text would take ever longer to grow.
+constexpr int mostLines = 100000;
 constexpr std::size_t bytesAtATime = 32 * 1024;
 constexpr int pauseMilliseconds = 4;
 
@@ -24,6 +30,7 @@ LogView::LogView(const UpdateLog& log, QWidget* parent) : QPlainTextEdit(parent)
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setUndoRedoEnabled(false);
+    setMaximumBlockCount(mostLines);
     setFrameShape(QFrame::NoFrame);
     setFont(monospacedFont(textSize));
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
@@ -63,6 +70,16 @@ void LogView::append(const QString& text) {
     end.movePosition(QTextCursor::End);
     end.insertText(text);
     if (follows) bar.setValue(bar.maximum());
+}
+
+void LogView::contextMenuEvent(QContextMenuEvent* event) {
+    auto* const menu = createStandardContextMenu();
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    auto* const copy = menu->addAction(tr("Copy Whole Log"));
+    copy->setEnabled(!log_.empty());
+    connect(copy, &QAction::triggered, this,
+            [this] { QApplication::clipboard()->setText(shown(log_.text())); });
+    menu->popup(event->globalPos());
 }
 
 void LogView::changeEvent(QEvent* event) {

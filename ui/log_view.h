@@ -10,7 +10,8 @@
 namespace vestigo {
 
 /// Takes in a long log little by little, so that the window stays awake. Follows its end, unless
-/// the user has scrolled up; what they have selected stays selected.
+/// the user has scrolled up; what they have selected stays selected. Of a huge log it shows the
+/// last 100,000 lines; its menu copies all of it.
 class LogView : public QPlainTextEdit {
     Q_OBJECT
 public:
@@ -19,8 +20,11 @@ public:
 
     /// The log has changed.
     void refresh();
+    /// Nothing of the log is still to come.
+    [[nodiscard]] bool isComplete() const { return taken_ == log_.size(); }
 
 protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:

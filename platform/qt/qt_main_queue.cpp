@@ -71,18 +71,19 @@ private:
     void runPortion() {
         QElapsedTimer turn;
         turn.start();
+        {
+            const std::lock_guard lock(mutex_);
+            awake_ = false;
+        }
         do {
             auto job = take();
             if (!job) return;
             job();
         } while (turn.elapsed() < millisecondsPerTurn);
-        const std::lock_guard lock(mutex_);
-        wake();
     }
     /// From here on another event may run the rest, also from inside the job.
     Job take() {
         const std::lock_guard lock(mutex_);
-        awake_ = false;
         if (jobs_.empty()) return nullptr;
         auto job = std::move(jobs_.front());
         jobs_.pop_front();
@@ -92,7 +93,7 @@ private:
 
     std::mutex mutex_;
     std::deque<Job> jobs_;
-    bool awake_ = false;  ///< An event is on its way.
+    bool awake_ = false;  ///< An event, and never a second one, is on its way.
     bool closed_ = false;
     bool running_ = false;  ///< Main thread only.
 };
