@@ -66,7 +66,8 @@ int demonstrateInWindow(const std::string& disk, int argc, char** argv) {
     const QApplication application(argc, argv);
     QApplication::setWindowIcon(applicationIcon());
     const DesktopAppearance appearance;
-    std::fprintf(stderr, "Its Trash is the folder %s.\n", demoTrashFolder(disk).c_str());
+    std::fprintf(stderr, "Its Trash is the folder %s, until the demonstration ends.\n",
+                 demoTrashFolder(disk).c_str());
     VestigoApp app(windowServices(demoSurroundings(disk)), nullptr, VESTIGO_VERSION);
     app.openWindow();
     return QApplication::exec();

@@ -65,7 +65,7 @@ void makePrivateFolder(const std::string& path) {
 }  // namespace
 
 std::string demoTrashFolder(const std::string& disk) {
-    return disk + demoHome + "/.Trash";
+    return disk + demoHome + "/.local/share/Trash";
 }
 
 Surroundings demoSurroundings(const std::string& disk) {

@@ -125,10 +125,20 @@ void ResultsView::currentChanged(const QModelIndex& current, const QModelIndex& 
 
 void ResultsView::takeRows(bool keepView) {
     const auto kept = keepView ? anchor() : std::nullopt;
+    const auto current = currentIndex();
+    const int row = current.row();
+    const auto root = current.isValid() ? rows_.group(row).root : std::string();
     if (!rows_.refresh()) return;
+    if (row >= 0 && !rows_.rowOf(root)) moveCurrentTo(row, current.column());
     if (kept) restore(*kept);
     setHovered(buttonAt(viewport()->mapFromGlobal(QCursor::pos())));
     placePathSelection();
+}
+
+/// Where its row has gone, the current cell is the one that took its place.
+void ResultsView::moveCurrentTo(int row, int column) {
+    const auto next = rows_.index(std::min(row, rows_.rowCount() - 1), column);
+    selectionModel()->setCurrentIndex(next, QItemSelectionModel::NoUpdate);
 }
 
 /// The current row while it is in view, else the uppermost; none at the very top, where new rows

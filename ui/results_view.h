@@ -58,6 +58,7 @@ private:
     void fitLastColumns();
     void takeFontSize();
     void takeRows(bool keepView);
+    void moveCurrentTo(int row, int column);
     [[nodiscard]] std::optional<Anchor> anchor() const;
     void restore(const Anchor& anchor);
     void placePathSelection();

@@ -24,10 +24,11 @@ Sheet::Sheet(QWidget* window, const Measures& measures, std::function<void()> di
       dismiss_(std::move(dismiss)),
       column_(new QVBoxLayout(this)) {
 #ifdef Q_OS_MACOS
-    setWindowFlag(Qt::Sheet);
-#endif
-    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    setWindowFlags(Qt::Sheet);
+#else
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
     setWindowFlag(Qt::WindowCloseButtonHint, static_cast<bool>(dismiss_));
+#endif
     setWindowModality(Qt::WindowModal);
     const int padding = measures.padding;
     column_->setContentsMargins(padding, padding, padding, padding);

@@ -138,6 +138,7 @@ void Toolbar::addFilters() {
 
     append(categories_, "categoryFilter");
     categories_.setMaximumWidth(categoryMaximum);
+    categories_.setAccessibleDescription(QStringLiteral("Category"));
     categories_.add(noFilter, {});
     categories_.insertSeparator(1);
     for (const auto category : allCategories) categories_.add(static_cast<int>(category), {});

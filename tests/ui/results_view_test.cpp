@@ -105,6 +105,20 @@ TEST_F(ResultsViewTest, ClicksAndKeysSelectRowsAndHiddenRowsStaySelected) {
     EXPECT_EQ(content().selection(), rootsOf({1, 2}));
 }
 
+TEST_F(ResultsViewTest, TheKeyboardStaysWhereARowWasRemoved) {
+    addApps(5);
+    show();
+    click(cell(1, Column::item).center());
+    const auto next = root(2);
+    content().scanner().pruneHits(root(1));
+    content().scanner().regroup();
+    refresher->flush();
+    EXPECT_EQ(table->currentIndex().row(), 1);
+    EXPECT_EQ(root(1), next);
+    key(Qt::Key_Down);
+    EXPECT_EQ(content().selection(), rootsOf({2}));
+}
+
 TEST_F(ResultsViewTest, AppleSignedRowsDoNotStaySelected) {
     addApps(2);
     show();
