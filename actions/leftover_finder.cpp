@@ -42,7 +42,9 @@ private:
 
 /// Whether it names one entry of a folder, and neither the folder itself nor anything beyond it.
 bool isEntryName(std::string_view name) {
-    return !name.empty() && name != "." && name != ".." && name.find('/') == name.npos;
+    constexpr std::string_view neverInNames("/\0", 2);
+    return !name.empty() && name != "." && name != ".." &&
+           name.find_first_of(neverInNames) == name.npos;
 }
 
 /// The last component of a root that ends in ".app", without that. A name that is nothing else has

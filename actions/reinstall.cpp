@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "actions/dead_links.h"
+#include "engine/removal_guard.h"
+#include "engine/scan_rules.h"
 #include "engine/text.h"
 
 namespace vestigo {
@@ -80,7 +82,8 @@ private:
 Reinstall::Reinstall(ReinstallServices services, ReinstallWindow& window)
     : services_(std::move(services)),
       window_(window),
-      handle_(std::make_shared<Handle>(Handle{this})) {}
+      handle_(std::make_shared<Handle>(Handle{this})),
+      question_(services_.main, services_.authentication) {}
 
 Reinstall::~Reinstall() = default;
 
@@ -120,19 +123,15 @@ void Reinstall::ended(int status, const std::string& root) {
 }
 
 void Reinstall::confirmRemoveOldCopy(const std::string& path) {
-    if (!services_.authentication->available()) return removeOldIntelCopy(path);
-    services_.authentication->authenticate(
-        "confirm removing the old Intel build",
-        [main = services_.main, known = std::weak_ptr(handle_), path](bool confirmed) {
-            if (!confirmed) return;
-            main->post([known, path] {
-                if (const auto handle = known.lock()) handle->reinstall->removeOldIntelCopy(path);
-            });
-        });
+    question_.ask("confirm removing the old Intel build",
+                  [this, path] { removeOldIntelCopy(path); });
 }
 
 void Reinstall::removeOldIntelCopy(const std::string& path) {
-    if (const auto message = services_.trashPath(path)) {
+    const auto message = liesUnder(path, services_.places.installation)
+                             ? leftInPlace(path, "belongs to the arm64 Homebrew")
+                             : services_.trashPath(path);
+    if (message) {
         window_.appendToUpdateLog("\nTrash failed: " + *message);
         return;
     }

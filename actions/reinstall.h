@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "actions/owner_question.h"
 #include "actions/reinstall_window.h"
 #include "platform/files.h"
 #include "platform/links.h"
@@ -56,8 +57,10 @@ public:
     void startReinstall(const std::string& formula, const std::string& root);
     /// Asks the owner first, where the machine has a way to; no confirmation, no change.
     void confirmRemoveOldCopy(const std::string& path);
-    /// Moves the formula's folder to the Trash, then removes the links that led into it. The log
-    /// tells how it went. Blocking.
+    /// The user has turned to something else while the owner was being asked.
+    void withdraw() { question_.withdraw(); }
+    /// Moves the formula's folder to the Trash, unless it is the native Homebrew's, then removes
+    /// the links that led into it. The log tells how it went. Blocking.
     void removeOldIntelCopy(const std::string& path);
 
 private:
@@ -71,6 +74,7 @@ private:
     ReinstallWindow& window_;
     bool running_ = false;
     std::shared_ptr<Handle> handle_;
+    OwnerQuestion question_;
 };
 
 }  // namespace vestigo

@@ -12,32 +12,17 @@ struct Removal::Handle {
 Removal::Removal(RemovalServices services, RemovalWindow& window)
     : services_(std::move(services)),
       window_(window),
-      handle_(std::make_shared<Handle>(Handle{this})) {}
+      handle_(std::make_shared<Handle>(Handle{this})),
+      question_(services_.main, services_.authentication) {}
 
 Removal::~Removal() {
     handle_->removal = nullptr;
 }
 
 void Removal::confirmDelete() {
-    if (asking_) return;
-    if (!services_.authentication->available()) {
-        performDelete();
-        return;
-    }
-    asking_ = true;
     const auto count = window_.deletableSelection().size();
-    services_.authentication->authenticate(
-        "confirm moving " + std::to_string(count) + " item(s) to the Trash",
-        [main = services_.main, handle = handle_](bool confirmed) {
-            main->post([handle, confirmed] {
-                if (handle->removal) handle->removal->answered(confirmed);
-            });
-        });
-}
-
-void Removal::answered(bool confirmed) {
-    asking_ = false;
-    if (confirmed) performDelete();
+    question_.ask("confirm moving " + std::to_string(count) + " item(s) to the Trash",
+                  [this] { performDelete(); });
 }
 
 void Removal::performDelete() {
@@ -47,11 +32,9 @@ void Removal::performDelete() {
     std::vector<std::string> systemPaths;
     for (const auto& leftover : leftovers) {
         if (!leftover.on) continue;
-        if (leftover.system) {
-            systemPaths.push_back(leftover.path);
-            continue;
-        }
-        auto error = services_.trashPath(leftover.path);
+        auto error = leftover.system ? services_.removalRefusal(leftover.path)
+                                     : services_.trashPath(leftover.path);
+        if (leftover.system && !error) systemPaths.push_back(leftover.path);
         if (!message) message = std::move(error);
     }
     if (message) window_.showAlert(std::move(*message));

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "actions/administrator_cleanup.h"
+#include "actions/owner_question.h"
 #include "actions/removal_window.h"
 #include "engine/scanner.h"
 #include "platform/owner_authentication.h"
@@ -24,6 +25,7 @@ struct RemovalServices {
     /// The Scanner's operations of these names.
     std::function<std::optional<std::string>(const RootSet&)> trashGroups;
     std::function<std::optional<std::string>(const std::string&)> trashPath;
+    std::function<std::optional<std::string>(const std::string&)> removalRefusal;
 };
 
 /// The removals of one window. Main thread only. What comes after its end changes nothing any more;
@@ -39,6 +41,8 @@ public:
     /// Asks the owner first, where the machine has a way to; without a confirmation nothing
     /// happens. Does nothing while the owner is being asked.
     void confirmDelete();
+    /// The user has thought better of it while the owner was being asked.
+    void withdraw() { question_.withdraw(); }
     /// Removes without asking. Blocking but for what needs an administrator, which goes on in the
     /// background.
     void performDelete();
@@ -46,14 +50,13 @@ public:
 private:
     struct Handle;
 
-    void answered(bool confirmed);
     [[nodiscard]] std::optional<std::string> trashSelection();
     void runAdminCleanup(std::vector<std::string> paths);
 
     RemovalServices services_;
     RemovalWindow& window_;
-    bool asking_ = false;
     std::shared_ptr<Handle> handle_;
+    OwnerQuestion question_;
 };
 
 }  // namespace vestigo

@@ -70,6 +70,7 @@ ContentServices windowServices(Surroundings surroundings) {
     };
     services.desktop = std::move(surroundings.desktop);
     services.files = surroundings.files;
+    services.exportFiles = std::make_shared<LinuxFiles>();
     services.settings = std::make_shared<Settings>(std::move(surroundings.preferences));
     services.notifications = std::make_shared<NotificationCenter>();
     services.places.home = surroundings.folders.home;

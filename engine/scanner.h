@@ -114,6 +114,10 @@ public:
     /// Else why not, and nothing has changed. Blocking.
     [[nodiscard]] std::optional<std::string> trashPath(const std::string& path);
 
+    /// Why no removal may take this item, for the user to read: it is protected, Apple-signed or a
+    /// group to be kept, by its path or by where that leads. Absent when it may go. Blocking.
+    [[nodiscard]] std::optional<std::string> removalRefusal(const std::string& path) const;
+
     /// Calls `observer` after each change of a field. It must not destroy the Scanner.
     [[nodiscard]] Subscription subscribe(std::function<void(ScannerField)> observer);
 

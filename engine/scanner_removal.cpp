@@ -74,6 +74,11 @@ std::optional<std::string> Scanner::trashPath(const std::string& path) {
     return std::nullopt;
 }
 
+std::optional<std::string> Scanner::removalRefusal(const std::string& path) const {
+    if (!services_.files) return leftInPlace(path, "has no Trash to go to");
+    return refusal(path, keptRoots());
+}
+
 bool Scanner::mayGo(const BundleGroup& group) const {
     return !isProtected(group.root) && !isAppleSigned(group.root) && group.fix != Fix::keep;
 }

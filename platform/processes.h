@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/tasks.h"
+
 namespace vestigo {
 
 struct ProcessStart {
@@ -15,6 +17,8 @@ struct ProcessStart {
     std::vector<std::string> arguments;
     /// Set in the child beside, or in place of, what this program has in its environment.
     std::map<std::string, std::string> environment;
+    /// Once cancelled, the program is asked to end within a moment. Absent: it never is.
+    std::optional<CancelFlag> cancel = {};
 };
 
 /// Thread-safe.
@@ -24,8 +28,8 @@ public:
     /// Starts a program without a shell; its standard input is empty, its output and errors come
     /// together through one pipe. `output` is called with each chunk as it comes and `ended`, after
     /// all output that the program itself wrote, with the exit status (128 + the signal that ended
-    /// it), both on one background thread. The child is never killed: the destructor of what runs
-    /// the threads waits for it. Absent when it runs, else why it could not be started.
+    /// it), both on one background thread. The destructor of what runs the threads waits for the
+    /// child. Absent when it runs, else why it could not be started.
     [[nodiscard]] virtual std::optional<std::string> start(
         const ProcessStart& what, std::function<void(std::string_view)> output,
         std::function<void(int)> ended) = 0;

@@ -21,7 +21,9 @@ RemovalServices removalServices(const ContentServices& services, Scanner& scanne
             .authentication = services.authentication,
             .cleanup = services.cleanup,
             .trashGroups = [&scanner](const RootSet& roots) { return scanner.trashGroups(roots); },
-            .trashPath = [&scanner](const std::string& path) { return scanner.trashPath(path); }};
+            .trashPath = [&scanner](const std::string& path) { return scanner.trashPath(path); },
+            .removalRefusal =
+                [&scanner](const std::string& path) { return scanner.removalRefusal(path); }};
 }
 
 ReinstallServices reinstallServices(const ContentServices& services, Scanner& scanner) {
@@ -40,6 +42,7 @@ ContentView::ContentView(const ContentServices& services)
     : scanner_(services.scanner),
       desktop_(services.desktop),
       files_(services.files),
+      exportFiles_(services.exportFiles),
       settings_(services.settings),
       bundles_(services.bundles),
       places_(services.places),
@@ -50,6 +53,9 @@ ContentView::ContentView(const ContentServices& services)
         // A signature may arrive when its row is selected already.
         scanner_.subscribe([this](ScannerField field) {
             if (field == ScannerField::signatures) selectionChanged();
+            if (field == ScannerField::signatures || field == ScannerField::groups) {
+                updateLeftovers();
+            }
         }),
         settings_->subscribe([this] { observers_.notify(ContentField::fontDelta); }),
         services.notifications->subscribe([this](std::string_view name) {
@@ -186,7 +192,7 @@ void ContentView::exportCSV() {
     // The window may have been closed while the panel was open.
     if (!path || window.expired()) return;
     const auto text = csvText(scanner_.groups(), scanner_.signatures());
-    static_cast<void>(files_->replace(*path, text, Access::usual));
+    static_cast<void>(exportFiles_->replace(*path, text, Access::usual));
 }
 
 void ContentView::requestDeleteOfSelection() {
@@ -208,7 +214,20 @@ void ContentView::setLeftovers(std::vector<Leftover> leftovers) {
 }
 
 void ContentView::searchLeftovers() {
-    setLeftovers(findLeftovers(deletableSelection(), places_, *bundles_, *files_));
+    const auto groups = deletableSelection();
+    leftoversOf_.clear();
+    for (const auto* const group : groups) leftoversOf_.push_back(group->root);
+    setLeftovers(findLeftovers(groups, places_, *bundles_, *files_));
+}
+
+void ContentView::updateLeftovers() {
+    if (leftovers_.empty()) return;
+    const auto same =
+        std::ranges::equal(deletableSelection(), leftoversOf_, {}, &BundleGroup::root);
+    if (same) return;
+    const auto before = leftovers_;
+    searchLeftovers();
+    for (const auto& [path, fuzzy, system, on] : before) setLeftoverOn(path, on);
 }
 
 void ContentView::setLeftoverOn(const std::string& path, bool on) {
@@ -219,8 +238,13 @@ void ContentView::setLeftoverOn(const std::string& path, bool on) {
 }
 
 void ContentView::cancelDelete() {
+    removal_.withdraw();
     setShowDeleteConfirm(false);
     setLeftovers({});
+}
+
+void ContentView::confirmDelete() {
+    if (showDeleteConfirm_) removal_.confirmDelete();
 }
 
 void ContentView::removalEnded() {
@@ -242,6 +266,7 @@ void ContentView::requestReinstall(const BundleGroup& group) {
 }
 
 void ContentView::closeReinstall() {
+    reinstall_.withdraw();
     change(updateTarget_, {}, ContentField::updateTarget);
     setUpdateLog({});
 }

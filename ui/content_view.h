@@ -44,6 +44,7 @@ struct ContentServices {
     ScannerServices scanner;
     std::shared_ptr<Desktop> desktop;
     std::shared_ptr<Files> files;
+    std::shared_ptr<Files> exportFiles;  ///< Of the world that the user exports to.
     std::shared_ptr<Settings> settings;
     std::shared_ptr<NotificationCenter> notifications;
     /// The home is also that of the scope's folders that begin with "~".
@@ -162,7 +163,7 @@ public:
     void cancelDelete();
     /// Asks the owner, then moves the deletable selection and the leftovers that are on to the
     /// Trash. The confirmation stays open until then.
-    void confirmDelete() { removal_.confirmDelete(); }
+    void confirmDelete();
 
     [[nodiscard]] const std::optional<BundleGroup>& inspectGroup() const { return inspectGroup_; }
     void inspect(const BundleGroup& group);
@@ -219,6 +220,8 @@ private:
 
     void setShowDeleteConfirm(bool value);
     void setLeftovers(std::vector<Leftover> leftovers);
+    /// What is no longer to be removed takes its leftovers with it; choices stay.
+    void updateLeftovers();
     void removalEnded() override;
     void setUpdateLog(std::string text) override;
     void appendToUpdateLog(std::string_view text) override;
@@ -228,6 +231,7 @@ private:
     Scanner scanner_;
     std::shared_ptr<Desktop> desktop_;
     std::shared_ptr<Files> files_;
+    std::shared_ptr<Files> exportFiles_;
     std::shared_ptr<Settings> settings_;
     std::shared_ptr<BundleReader> bundles_;
     LeftoverPlaces places_;
@@ -248,6 +252,7 @@ private:
     bool showAbout_ = false;
     bool showHelp_ = false;
     std::vector<Leftover> leftovers_;
+    std::vector<std::string> leftoversOf_;  ///< The roots that they were looked for with.
     std::optional<BundleGroup> inspectGroup_;
     std::optional<BundleGroup> updateTarget_;
     UpdateLog updateLog_;

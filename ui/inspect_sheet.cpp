@@ -20,6 +20,7 @@ constexpr int wholeWidth = 1280;
 constexpr int roomBesideSheet = 40;
 constexpr int listHeight = 340;
 constexpr int rowSpacing = 5;
+constexpr int archCell = 160;
 constexpr int pathColumn = 170;  ///< The cell of the architectures and the gap behind it.
 constexpr double groundShare = 0.04;
 constexpr int largeButton = 32;
@@ -36,6 +37,21 @@ QTextBlockFormat rowFormat() {
     format.setTopMargin(rowSpacing);
     format.setTabPositions({QTextOption::Tab(pathColumn, QTextOption::LeftTab)});
     return format;
+}
+
+/// The lines that the architectures need in their cell, broken behind commas.
+QStringList archLines(const QString& text, const QFontMetrics& metrics) {
+    QStringList lines;
+    for (const auto& arch : text.split(QStringLiteral(", "))) {
+        const auto longer = lines.isEmpty() ? arch : lines.last() + QStringLiteral(", ") + arch;
+        if (!lines.isEmpty() && metrics.horizontalAdvance(longer + QLatin1Char(',')) <= archCell) {
+            lines.last() = longer;
+        } else {
+            if (!lines.isEmpty()) lines.last() += QLatin1Char(',');
+            lines << arch;
+        }
+    }
+    return lines;
 }
 
 }  // namespace
@@ -111,11 +127,16 @@ void InspectSheet::fillList() {
     cursor.setBlockFormat(rowFormat());
     bool first = true;
     for (const auto& binary : bundle_.binaries) {
-        if (!std::exchange(first, false)) cursor.insertBlock();
+        if (!std::exchange(first, false)) cursor.insertBlock(rowFormat());
         QTextCharFormat archs;
         archs.setForeground(colorOf(binary.legacy ? Tint::red : Tint::secondary, palette));
-        cursor.insertText(shown(binary.archText) + QLatin1Char('\t'), archs);
+        const auto lines = archLines(shown(binary.archText), list_.fontMetrics());
+        cursor.insertText(lines.first() + QLatin1Char('\t'), archs);
         cursor.insertText(shown(binary.shownPath), path);
+        for (qsizetype line = 1; line < lines.size(); ++line) {
+            cursor.insertBlock(QTextBlockFormat());
+            cursor.insertText(lines[line], archs);
+        }
     }
     cursor.endEditBlock();
     list_.moveCursor(QTextCursor::Start);

@@ -160,13 +160,16 @@ bool ResultsDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
     }
     const auto cell = modelOf(index).cell(index);
     const auto parts = layout(cell, option.rect, option.font);
-    const bool onSymbol =
-        cell.symbol && (parts.button.contains(event->pos()) || parts.symbol.contains(event->pos()));
+    const auto symbolArea = parts.button.united(parts.symbol);
+    const bool onSymbol = cell.symbol && symbolArea.contains(event->pos());
     const auto help = shown(onSymbol ? cell.symbol->help : std::string_view(cell.help));
     // As rich text, which breaks into lines; a path may hold what looks like a tag.
     const auto text =
-        help.isEmpty() ? help : QStringLiteral("<qt>%1</qt>").arg(help.toHtmlEscaped());
-    QToolTip::showText(event->globalPos(), text, view);
+        help.isEmpty()
+            ? help
+            : QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(help.toHtmlEscaped());
+    const auto area = onSymbol ? symbolArea.toAlignedRect() : option.rect;
+    QToolTip::showText(event->globalPos(), text, view->viewport(), area);
     return true;
 }
 

@@ -5,7 +5,17 @@
 namespace vestigo {
 
 RowSelection::RowSelection(ContentView& content, ResultsModel& rows, QObject* parent)
-    : QItemSelectionModel(&rows, parent), content_(content), rows_(rows) {}
+    : QItemSelectionModel(&rows, parent), content_(content), rows_(rows) {
+    subscription_ = content.subscribe([this](ContentField field) {
+        if (field == ContentField::selection && !selecting_) changedElsewhere();
+    });
+}
+
+/// What has left the selection does not come back with the next range.
+void RowSelection::changedElsewhere() {
+    const auto& now = content_.selection();
+    std::erase_if(before_, [&now](const std::string& root) { return !now.contains(root); });
+}
 
 void RowSelection::select(const QItemSelection& selection, SelectionFlags command) {
     if (command == NoUpdate) return;
@@ -29,7 +39,9 @@ void RowSelection::select(const QItemSelection& selection, SelectionFlags comman
             for (int row = range.top(); row <= range.bottom(); ++row) take(rows_.group(row).root);
         }
     }
+    selecting_ = true;
     content_.setSelection(std::move(selected));
+    selecting_ = false;
 }
 
 }  // namespace vestigo

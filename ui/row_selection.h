@@ -20,9 +20,13 @@ public:
     void select(const QItemSelection& selection, SelectionFlags command) override;
 
 private:
+    void changedElsewhere();
+
     ContentView& content_;
     ResultsModel& rows_;
     RootSet before_;  ///< The selection when the range that is being drawn was begun.
+    bool selecting_ = false;
+    Subscription subscription_;
 };
 
 }  // namespace vestigo

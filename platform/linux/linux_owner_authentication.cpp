@@ -16,6 +16,9 @@ namespace {
 
 constexpr char action[] = "org.vestigo.confirm-removal";
 constexpr std::chrono::seconds longestWait{5};
+// What pkcheck ends with.
+constexpr int confirmed = 0;
+constexpr int nobodyToAsk = 2;
 
 bool isSet(const char* variable) {
     const char* const value = std::getenv(variable);
@@ -49,6 +52,10 @@ LinuxOwnerAuthentication::LinuxOwnerAuthentication(std::shared_ptr<Processes> pr
                                                    PolicyKitPlaces places)
     : processes_(std::move(processes)), places_(std::move(places)) {}
 
+LinuxOwnerAuthentication::~LinuxOwnerAuthentication() {
+    closing_.cancel();
+}
+
 bool LinuxOwnerAuthentication::available() {
     if (!places_.hasAgent) return false;
     const auto status = std::make_shared<std::promise<int>>();
@@ -64,8 +71,10 @@ void LinuxOwnerAuthentication::authenticate(const std::string&, std::function<vo
         {.program = places_.check,
          .arguments = {"--action-id", action, "--process", thisProcess(),
                        "--allow-user-interaction"},
-         .environment = {}},
-        [](std::string_view) {}, [reply](int status) { reply(status == 0); });
+         .environment = {},
+         .cancel = closing_},
+        [](std::string_view) {},
+        [reply](int status) { reply(status == confirmed || status == nobodyToAsk); });
     if (error) reply(false);
 }
 

@@ -24,16 +24,21 @@ public:
     explicit LinuxOwnerAuthentication(std::shared_ptr<Processes> processes,
                                       PolicyKitPlaces places = policyKitPlaces());
 
+    /// An open question is taken back.
+    ~LinuxOwnerAuthentication() override;
+
     /// Whether PolicyKit answers and knows our action, and there is an agent. Waits a few seconds
     /// at most.
     [[nodiscard]] bool available() override;
     /// What the user reads comes from the action's own description: PolicyKit shows no words of a
-    /// program that it has no reason to trust.
+    /// program that it has no reason to trust. Where it turns out that nothing in the session can
+    /// ask the user, the machine has no way to ask, and that counts as a confirmation.
     void authenticate(const std::string& reason, std::function<void(bool)> reply) override;
 
 private:
     std::shared_ptr<Processes> processes_;
     PolicyKitPlaces places_;
+    CancelFlag closing_;
 };
 
 }  // namespace vestigo

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <system_error>
 #include <utility>
@@ -22,6 +23,7 @@ namespace {
 
 constexpr std::size_t chunkSize = 65536;
 constexpr int unknownStatus = -1;
+constexpr int longestDeafness = 200;  ///< Milliseconds until a program that is cancelled is told.
 
 struct Pipe {
     Descriptor read;
@@ -119,9 +121,10 @@ class Child {
 public:
     /// The end can be waited for together with the output where the kernel has descriptors for
     /// processes; where not, the output's end comes first.
-    Child(pid_t id, Descriptor output)
+    Child(pid_t id, Descriptor output, std::optional<CancelFlag> cancel)
         : id_(id),
           output_(std::move(output)),
+          cancel_(std::move(cancel)),
           end_(static_cast<int>(syscall(SYS_pidfd_open, id, 0))) {}
 
     /// Hands on the output until the program has ended; its exit status.
@@ -135,13 +138,21 @@ public:
 
 private:
     /// Waits for output or the end. True when the program has ended, whether it left output or not.
-    bool endedBeforeOutput() const {
+    bool endedBeforeOutput() {
         std::array<pollfd, 2> waits{
             {{output_.get(), POLLIN, 0}, {end_.get(), POLLIN, 0}}};  // -1 is passed over.
-        while (poll(waits.data(), waits.size(), -1) < 0) {
-            if (errno != EINTR) return false;
+        for (;;) {
+            const int ready = poll(waits.data(), waits.size(), cancel_ ? longestDeafness : -1);
+            if (ready > 0) return waits[1].revents != 0;
+            if (ready < 0 && errno != EINTR) return false;
+            endIfCancelled();
         }
-        return waits[1].revents != 0;
+    }
+
+    void endIfCancelled() {
+        if (!cancel_ || !cancel_->cancelled()) return;
+        kill(id_, SIGTERM);
+        cancel_.reset();
     }
 
     /// One read. False when nobody can write any more.
@@ -168,6 +179,7 @@ private:
 
     pid_t id_;
     Descriptor output_;
+    std::optional<CancelFlag> cancel_;
     Descriptor end_;
     std::size_t latest_ = 0;
     std::array<char, chunkSize> buffer_;
@@ -185,7 +197,7 @@ std::optional<std::string> LinuxProcesses::start(const ProcessStart& what,
     pid_t id = 0;
     const int error = spawn(what, pipe->write.get(), id);
     if (error != 0) return std::generic_category().message(error);
-    auto child = std::make_shared<Child>(id, std::move(pipe->read));
+    auto child = std::make_shared<Child>(id, std::move(pipe->read), what.cancel);
     pipe.reset();
     tasks_->run(Priority::normal, [child = std::move(child), output = std::move(output),
                                    ended = std::move(ended)]() mutable {

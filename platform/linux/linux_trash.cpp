@@ -56,8 +56,8 @@ struct Item {
 std::optional<Item> findItem(const std::string& path) {
     Item item;
     item.name = path.substr(path.rfind('/') + 1);
-    if (path.empty() || path.front() != '/' || item.name.empty() || item.name == "." ||
-        item.name == "..") {
+    if (path.empty() || path.front() != '/' || path.find('\0') != path.npos || item.name.empty() ||
+        item.name == "." || item.name == "..") {
         errno = ENOTSUP;
         return std::nullopt;
     }

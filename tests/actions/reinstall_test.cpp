@@ -190,20 +190,6 @@ TEST_F(ReinstallTest, GoesOnWithoutItsWindow) {
     EXPECT_TRUE(window_.updated.empty());
 }
 
-TEST_F(ReinstallTest, RemovesTheOldCopyAndItsLinksWhenTheOwnerConfirms) {
-    makeOldCopy();
-    runner().confirmRemoveOldCopy(oldCopy_);
-    EXPECT_EQ(owner_->reasons, std::vector<std::string>{"confirm removing the old Intel build"});
-    EXPECT_TRUE(fs::exists(oldCopy_));
-    owner_->answer(true);
-    EXPECT_TRUE(fs::exists(oldCopy_));  // Only on the main thread's next turn.
-    loop_->runPosted();
-    EXPECT_EQ(window_.log,
-              "\nMoved " + oldCopy_ + " to Trash.\nCleaned 1 dead symlink. You can close this.");
-    EXPECT_FALSE(fs::is_symlink(tree_.at("bin/wget")));
-    EXPECT_TRUE(fs::exists(tree_.at("Trash/moved/1.21.4/bin/wget")));
-}
-
 TEST_F(ReinstallTest, ChangesNothingWithoutConfirmationOrWindow) {
     makeOldCopy();
     runner().confirmRemoveOldCopy(oldCopy_);
@@ -227,6 +213,10 @@ TEST_F(ReinstallTest, RemovesAtOnceWhereTheOwnerCannotBeAskedAndTellsOfFailures)
     runner().confirmRemoveOldCopy(oldCopy_);
     EXPECT_TRUE(window_.log.ends_with("\nTrash failed: There is no such item."));
     EXPECT_TRUE(fs::is_symlink(tree_.at("bin/wget")));
+    runner().removeOldIntelCopy(tree_.folder("native/Cellar/wget"));
+    EXPECT_TRUE(window_.log.ends_with(
+        "\nTrash failed: “wget” belongs to the arm64 Homebrew and was left in its place."));
+    EXPECT_TRUE(fs::exists(tree_.at("native/Cellar/wget")));
 }
 
 }  // namespace

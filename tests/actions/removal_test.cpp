@@ -88,7 +88,8 @@ struct RemovalTest : testing::Test, RemovalWindow {
                     [this](const std::string& path) {
                         log.push_back("path " + path);
                         return fails(path);
-                    }};
+                    },
+                .removalRefusal = [this](const std::string& path) { return fails(path); }};
     }
     void select(const Lines& roots) {
         for (const auto& root : roots) groups.push_back({.root = root, .hits = {}});
@@ -138,6 +139,7 @@ TEST_F(RemovalTest, RemovesWhatIsTickedInItsOrderAndShowsTheFirstFailure) {
     tick("/bad2");
     tick(systemFile("off"), true, false);
     tick(systemFile("two"), true);
+    tick(systemFile("bad3"), true);
     removal->performDelete();
     EXPECT_EQ(log, (Lines{"group /a", "group /b", "path /bad1", "path /bad2", "alert no /bad1",
                           "ended"}));
@@ -155,14 +157,6 @@ TEST_F(RemovalTest, RemovesWhatIsTickedInItsOrderAndShowsTheFirstFailure) {
     EXPECT_EQ(log.back(), "ended");
 }
 
-TEST_F(RemovalTest, PrefersTheFailureOfTheGroups) {
-    select({"/bad"});
-    tick("/bad1");
-    removal->performDelete();
-    EXPECT_EQ(log, (Lines{"group /bad", "path /bad1", "alert no /bad", "ended"}));
-    EXPECT_TRUE(tasks->jobs.empty());
-}
-
 TEST_F(RemovalTest, AsksTheOwnerOnceAndDoesNothingUnlessConfirmed) {
     select({"/a", "/b", "/c"});
     tick("/leftover");
@@ -177,14 +171,6 @@ TEST_F(RemovalTest, AsksTheOwnerOnceAndDoesNothingUnlessConfirmed) {
     groups.pop_back();
     loop->runPosted();
     EXPECT_EQ(log, (Lines{"group /a", "group /b", "path /leftover", "ended"}));
-}
-
-TEST_F(RemovalTest, RemovesAtOnceWhereTheOwnerCannotBeAsked) {
-    owner->canAsk = false;
-    select({"/a"});
-    removal->confirmDelete();
-    EXPECT_EQ(log, (Lines{"group /a", "ended"}));
-    EXPECT_TRUE(owner->reasons.empty());
 }
 
 TEST_F(RemovalTest, IsQuietAfterItsEndButTheScriptStillRuns) {

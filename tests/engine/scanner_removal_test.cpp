@@ -158,14 +158,6 @@ TEST_F(ScannerRemovalTest, TrashesAPathAndForgetsWhatLayUnderIt) {
     EXPECT_EQ(store->writes, 1);
 }
 
-TEST_F(ScannerRemovalTest, SaysThatThereIsNoTrash) {
-    found("/Applications/A.app/x");
-    trash = nullptr;
-    EXPECT_EQ(scanner().trashGroups({"/Applications/A.app"}),
-              "“A.app” has no Trash to go to and was left in its place.");
-    EXPECT_EQ(scanner().allHits().size(), 1U);
-}
-
 TEST(RealPlace, FollowsTheFoldersButNotTheItem) {
     const test::TemporaryTree tree;
     LinuxFiles files;

@@ -113,6 +113,14 @@ TEST(LinuxProcesses, InheritNoDescriptorNoSessionAndNoIgnoredSignal) {
     EXPECT_EQ(result.status, 128 + SIGPIPE);
 }
 
+TEST(LinuxProcesses, EndWhenTheyAreCancelled) {
+    CancelFlag cancel;
+    ProcessStart start{.program = "/bin/sleep", .arguments = {"1000"}, .environment = {}};
+    start.cancel = cancel;
+    cancel.cancel();
+    EXPECT_EQ(run(start).status, 128 + SIGTERM);
+}
+
 TEST(LinuxProcesses, LeaveNeitherDescriptorsNorZombies) {
     const auto before = openDescriptors();
     for (int i = 0; i < 50; ++i) {

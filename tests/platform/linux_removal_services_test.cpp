@@ -59,6 +59,7 @@ TEST_F(PolicyKitTest, IsConfirmedOnlyByStatusZero) {
                                  std::to_string(::getpid()) + ","))
         << text;
     EXPECT_TRUE(text.ends_with("," + std::to_string(::getuid()) + "\n--allow-user-interaction\n"));
+    EXPECT_TRUE(confirms(program("nobody", "exit 2")));  // As where it is not available.
     for (const auto* ending : {"exit 1", "exit 3", "kill -9 $$"}) {
         EXPECT_FALSE(confirms(program("no", ending))) << ending;
     }

@@ -42,6 +42,7 @@ ContentServices WindowFixture::services() {
     services.scanner.trash = trash;
     services.desktop = desktop;
     services.files = files;
+    services.exportFiles = files;
     services.settings = settings;
     services.notifications = notifications;
     services.places = places;

@@ -116,6 +116,34 @@ TEST_F(DeleteSheetTest, CancelRemovesNothingAndForgetsTheChoices) {
     EXPECT_TRUE(fixture.authentication->reasons.empty());
 }
 
+TEST_F(DeleteSheetTest, AnAnswerAfterCancelComesToNothing) {
+    show();
+    auto* opened = open({tree.at("Foo.app")});
+    ASSERT_TRUE(opened);
+    opened->findChild<QPushButton*>("moveToTrash")->click();
+    opened->findChild<QPushButton*>("cancel")->click();
+    opened = open({tree.at("tool")});
+    ASSERT_TRUE(opened);
+    fixture.authentication->answer(true);
+    fixture.settle();
+    EXPECT_TRUE(fixture.trash->taken.empty());
+    opened->findChild<QPushButton*>("moveToTrash")->click();
+    EXPECT_EQ(fixture.authentication->reasons.size(), 2U);
+}
+
+TEST_F(DeleteSheetTest, LeftoversGoFromTheListWithTheirApplication) {
+    show();
+    auto* const opened = open({tree.at("Foo.app"), tree.at("tool")});
+    ASSERT_TRUE(opened);
+    EXPECT_EQ(content().leftovers().size(), 3U);
+    fixture.signedBy(tree.at("Foo.app"), "Software Signing", true);
+    content().scanner().takeOver(*fixture.store->record);
+    content().scanner().regroup();
+    refresher->flush();
+    EXPECT_TRUE(content().leftovers().empty());
+    EXPECT_EQ(opened->findChild<PathList*>("groups")->model()->rowCount(), 1);
+}
+
 TEST_F(DeleteSheetTest, AFailureIsShownAndWhatFailedStaysInTheTable) {
     fixture.authentication->canAsk = false;
     fixture.trash->error = "The Trash is full.";

@@ -70,12 +70,6 @@ TEST_F(MainWindowTest, SaysWhatTheLastScanFound) {
               QStringList({"1 items · 2 Intel files", "Last scan: May 9, 2026, 6:13 AM"}));
 }
 
-TEST_F(MainWindowTest, SaysThatNothingWasFoundBeforeTheFirstScan) {
-    fixture.store->record.reset();
-    open();
-    EXPECT_EQ(status(), QStringList("0 items · 0 Intel files"));
-}
-
 TEST_F(MainWindowTest, ShowsThePathOfAScanWithoutGrowingWider) {
     fixture.settings->setFontDelta(8);
     open();
@@ -132,12 +126,6 @@ TEST_F(MainWindowTest, ClosesInTheMiddleOfAScan) {
     window->close();
     ASSERT_TRUE(QTest::qWaitFor([this] { return window.isNull(); }));
     fixture.settle();  // What the scan still reports finds nobody.
-}
-
-TEST_F(MainWindowTest, AsksForTheDisclaimerWhenItAppears) {
-    fixture.settings->setAcceptedDisclaimer(false);
-    open();
-    EXPECT_TRUE(window->content().showDisclaimer());
 }
 
 }  // namespace

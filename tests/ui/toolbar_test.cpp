@@ -196,12 +196,5 @@ TEST_F(ToolbarTest, CountsOnInAnOpenPopup) {
     QTest::keyClick(&list, Qt::Key_Escape);
 }
 
-TEST_F(ToolbarTest, ExportsOnlyWhenThereIsSomething) {
-    show();
-    EXPECT_FALSE(enabled("exportCsv"));
-    press("exportCsv");
-    EXPECT_TRUE(window.desktop->proposedName.empty());
-}
-
 }  // namespace
 }  // namespace vestigo::test

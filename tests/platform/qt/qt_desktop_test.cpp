@@ -17,14 +17,19 @@
 namespace vestigo {
 namespace {
 
-/// Answers the dialogs that come up, one after the other.
+/// Answers the next dialog of this kind that comes up. Waits in no loop of its own, which would
+/// keep an earlier dialog from going.
 template <class Dialog, class Answer>
 void whenOpen(Answer answer) {
-    QTimer::singleShot(0, [answer] {
-        ASSERT_TRUE(QTest::qWaitFor(
-            [] { return qobject_cast<Dialog*>(QApplication::activeModalWidget()) != nullptr; }));
-        answer(*qobject_cast<Dialog*>(QApplication::activeModalWidget()));
+    auto* const timer = new QTimer;
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, answer] {
+        auto* const open = qobject_cast<Dialog*>(QApplication::activeModalWidget());
+        if (!open) return;
+        timer->stop();
+        timer->deleteLater();
+        answer(*open);
     });
+    timer->start(5);
 }
 
 class QtDesktopTest : public testing::Test {
@@ -57,9 +62,7 @@ TEST_F(QtDesktopTest, AsksBeforeReplacingTheNameWithTheAddedSuffix) {
     QFile existing(folder.filePath("list.csv"));
     ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
     save(folder.filePath("list"));
-    QTimer::singleShot(50, [] {
-        whenOpen<QMessageBox>([](QMessageBox& box) { box.button(QMessageBox::Yes)->click(); });
-    });
+    whenOpen<QMessageBox>([](QMessageBox& box) { box.button(QMessageBox::Yes)->click(); });
     EXPECT_EQ(desktop.chooseCsvFile("x.csv"), folder.filePath("list.csv").toStdString());
 }
 
