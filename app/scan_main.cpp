@@ -20,11 +20,7 @@
 #include "persist/scan_file_reader.h"
 #include "persist/signature_inspector.h"
 #include "platform/interrupt.h"
-#include "platform/linux/linux_code_signing.h"
-#include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_files.h"
-#include "platform/linux/linux_standard_folders.h"
-#include "platform/linux/linux_tasks.h"
+#include "platform/system.h"
 #include "platform/terminal.h"
 
 namespace vestigo {
@@ -54,7 +50,7 @@ struct Roots {
 
 Roots rootsOf(const ScanOptions& options) {
     if (options.folders.empty()) {
-        return {scanRoots(std::nullopt, Scope::smart, linuxHomeFolder()), {}};
+        return {scanRoots(std::nullopt, Scope::smart, systemHomeFolder()), {}};
     }
     std::error_code error;
     const auto current = std::filesystem::current_path(error).string();
@@ -84,11 +80,10 @@ Roots rootsOf(const ScanOptions& options) {
 ScanSessionServices servicesFor(const ScanOptions& options, std::shared_ptr<RunLoop> loop) {
     ScanSessionServices services;
     services.loop = std::move(loop);
-    services.background = std::make_shared<LinuxTasks>();
-    services.reader = std::make_shared<LinuxDirectoryReader>();
+    services.background = systemTasks();
+    services.reader = systemDirectoryReader();
     if (options.signatures) {
-        services.inspect = [signing =
-                                std::make_shared<LinuxCodeSigning>()](const std::string& root) {
+        services.inspect = [signing = systemCodeSigning()](const std::string& root) {
             return inspectSignature(*signing, root);
         };
     }
@@ -98,7 +93,7 @@ ScanSessionServices servicesFor(const ScanOptions& options, std::shared_ptr<RunL
 /// An unusable file gives the reason.
 std::variant<std::optional<ScanFile>, std::string> previousScan(const ScanOptions& options) {
     if (!options.previous) return std::nullopt;
-    const auto content = LinuxFiles().read(*options.previous);
+    const auto content = systemFiles()->read(*options.previous);
     if (!content) return "cannot read " + *options.previous;
     auto record = decodeScanFile(*content);
     if (!record) return *options.previous + " is no saved scan, or one of an older version";

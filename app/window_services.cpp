@@ -1,53 +1,53 @@
 #include "app/window_services.h"
 
 #include <QCoreApplication>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "actions/administrator_cleanup.h"
+#include "actions/cleanup_script.h"
 #include "persist/background_scan_store.h"
 #include "persist/migration.h"
 #include "persist/scan_cache.h"
 #include "persist/signature_inspector.h"
 #include "platform/clock.h"
-#include "platform/linux/linux_administrator.h"
-#include "platform/linux/linux_bundle_reader.h"
-#include "platform/linux/linux_cleanup_trash.h"
-#include "platform/linux/linux_code_signing.h"
-#include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_files.h"
-#include "platform/linux/linux_links.h"
-#include "platform/linux/linux_owner_authentication.h"
-#include "platform/linux/linux_processes.h"
-#include "platform/linux/linux_standard_folders.h"
-#include "platform/linux/linux_tasks.h"
-#include "platform/linux/linux_trash.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_main_queue.h"
 #include "platform/qt/qt_preferences.h"
+#include "platform/system.h"
 
 namespace vestigo {
+namespace {
+
+std::vector<std::string> launcherArguments(const std::string& scriptPath) {
+    const auto arguments = osascriptArguments(scriptPath);
+    return {arguments.begin(), arguments.end()};
+}
+
+}  // namespace
 
 Surroundings systemSurroundings() {
-    auto folders = linuxStandardFolders();
-    const auto homeTrash = folders.applicationSupport + "/Trash";
+    const auto folders = systemFolders();
+    const auto files = systemFiles();
     // With tasks of its own: a task that runs a program may be the last to let go of this.
-    const auto processes = std::make_shared<LinuxProcesses>(std::make_shared<LinuxTasks>());
+    const auto processes = systemProcesses(systemTasks());
     return {
-        .folders = std::move(folders),
+        .folders = folders,
         .preferences = QtPreferences::own(),
         .previousPreferences = QtPreferences::previousProduct(),
-        .reader = std::make_shared<LinuxDirectoryReader>(),
-        .signing = std::make_shared<LinuxCodeSigning>(),
+        .reader = systemDirectoryReader(),
+        .signing = systemCodeSigning(),
         .desktop = std::make_shared<QtDesktop>(),
-        .files = std::make_shared<LinuxFiles>(),
-        .bundles = std::make_shared<LinuxBundleReader>(),
-        .trash = std::make_shared<LinuxTrash>(homeTrash),
-        .cleanupTrash = std::make_shared<LinuxCleanupTrash>(homeTrash),
-        .links = std::make_shared<LinuxLinks>(),
+        .files = files,
+        .bundles = systemBundles(),
+        .trash = systemTrash(folders),
+        .cleanupTrash = systemCleanupTrash(folders, files),
+        .links = systemLinks(),
         .processes = processes,
-        .authentication = std::make_shared<LinuxOwnerAuthentication>(processes),
-        .administrator = std::make_shared<LinuxAdministrator>(processes),
-        .tasks = std::make_shared<LinuxTasks>(),
+        .authentication = systemOwnerAuthentication(processes),
+        .administrator = systemAdministrator(processes, launcherArguments),
+        .tasks = systemTasks(),
     };
 }
 
@@ -70,7 +70,7 @@ ContentServices windowServices(Surroundings surroundings) {
     };
     services.desktop = std::move(surroundings.desktop);
     services.files = surroundings.files;
-    services.exportFiles = std::make_shared<LinuxFiles>();
+    services.exportFiles = systemFiles();
     services.settings = std::make_shared<Settings>(std::move(surroundings.preferences));
     services.notifications = std::make_shared<NotificationCenter>();
     services.places.home = surroundings.folders.home;

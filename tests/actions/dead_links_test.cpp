@@ -10,8 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/linux_files.h"
-#include "platform/linux/linux_links.h"
+#include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -33,8 +32,10 @@ protected:
 
     test::TemporaryTree tree_;
     std::string keg_ = tree_.at("Cellar/wget");
-    LinuxLinks links_;
-    LinuxFiles files_;
+    std::shared_ptr<Links> linksOfThisSystem_ = systemLinks();
+    std::shared_ptr<Files> filesOfThisSystem_ = systemFiles();
+    Links& links_ = *linksOfThisSystem_;
+    Files& files_ = *filesOfThisSystem_;
 };
 
 TEST(StandardizedPath, ResolvesInTheTextAlone) {

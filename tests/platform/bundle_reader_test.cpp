@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "platform/linux/linux_bundle_reader.h"
+#include "platform/system.h"
 #include "tests/support/mach_o_maker.h"
 #include "tests/support/temporary_tree.h"
 
@@ -42,7 +43,8 @@ protected:
     }
 
     TemporaryTree tree;
-    LinuxBundleReader reader;
+    std::shared_ptr<BundleReader> ofThisSystem = systemBundles();
+    BundleReader& reader = *ofThisSystem;
 };
 
 TEST_F(BundleReaderTest, ReadsXmlAndBinaryLists) {

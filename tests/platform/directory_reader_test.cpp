@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "platform/linux/linux_directory_reader.h"
+#include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -24,7 +24,8 @@ protected:
         return file ? file->readStart(buffer) : 0;
     }
 
-    LinuxDirectoryReader reader;
+    std::shared_ptr<DirectoryReader> ofThisSystem = systemDirectoryReader();
+    DirectoryReader& reader = *ofThisSystem;
     test::TemporaryTree tree;
 };
 

@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/linux/linux_files.h"
+#include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -19,7 +19,8 @@ namespace fs = std::filesystem;
 
 struct FilesTest : testing::Test {
     test::TemporaryTree tree;
-    LinuxFiles files;
+    std::shared_ptr<Files> ofThisSystem = systemFiles();
+    Files& files = *ofThisSystem;
 
     [[nodiscard]] auto entries() const {
         return std::distance(fs::directory_iterator(tree.path()), fs::directory_iterator());
@@ -80,7 +81,10 @@ TEST_F(FilesTest, ReadsOnlyRegularFilesOfReasonableSize) {
         EXPECT_FALSE(files.read(path)) << path;
     }
     // Its size is said to be 0.
-    EXPECT_NE(files.read("/proc/self/status").value_or(""), "");
+    const std::string ofUnknownSize = "/proc/self/status";  // Where there is such a thing.
+    if (files.exists(ofUnknownSize)) {
+        EXPECT_NE(files.read(ofUnknownSize).value_or(""), "");
+    }
 }
 
 TEST_F(FilesTest, CopiesWithoutOverwriting) {

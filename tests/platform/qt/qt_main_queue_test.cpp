@@ -48,7 +48,7 @@ TEST(QtMainQueue, LeavesRoomForOtherEventsInAFlood) {
         if (const auto next = weak.lock(); next && !ended) queue.post(*next);
     };
     queue.post(*again);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return ended; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ended; }, 60000));
     EXPECT_LT(jobsBeforeTheAnswer, 40);
 }
 

@@ -1,5 +1,3 @@
-#include "platform/linux/linux_processes.h"
-
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -14,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/linux/linux_tasks.h"
+#include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -32,10 +30,9 @@ struct Result {
 /// Starts the program and waits for its end; what came after the end is lost.
 Result run(const ProcessStart& what) {
     Result result;
-    LinuxTasks waited;
-    // Not owned: destroying the tasks is what waits.
-    LinuxProcesses processes(std::shared_ptr<BackgroundTasks>(&waited, [](BackgroundTasks*) {}));
-    result.error = processes.start(
+    // The last one's end waits for the program.
+    const auto processes = systemProcesses(systemTasks());
+    result.error = processes->start(
         what,
         [&result](std::string_view chunk) {
             if (result.status) return;
@@ -51,11 +48,11 @@ Result shell(const std::string& script) {
 }
 
 std::size_t openDescriptors() {
-    const fs::directory_iterator entries("/proc/self/fd");
+    const fs::directory_iterator entries("/dev/fd");
     return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
-TEST(LinuxProcesses, BringOutputAndErrorsInOrderAndThenTheStatus) {
+TEST(Processes, BringOutputAndErrorsInOrderAndThenTheStatus) {
     const auto result = shell("echo out; echo err >&2; exit 3");
     EXPECT_EQ(result.output, "out\nerr\n");
     EXPECT_EQ(result.status, 3);
@@ -63,7 +60,7 @@ TEST(LinuxProcesses, BringOutputAndErrorsInOrderAndThenTheStatus) {
     EXPECT_EQ(shell("exec >/dev/null 2>&1; ls /; exit 5").status, 5);
 }
 
-TEST(LinuxProcesses, HandOnArgumentsUntouchedAndTheEnvironmentWithItsChanges) {
+TEST(Processes, HandOnArgumentsUntouchedAndTheEnvironmentWithItsChanges) {
     setenv("VESTIGO_KEPT", "kept", 1);
     setenv("VESTIGO_REPLACED", "old", 1);
     const auto result = run(
@@ -77,20 +74,20 @@ TEST(LinuxProcesses, HandOnArgumentsUntouchedAndTheEnvironmentWithItsChanges) {
     unsetenv("VESTIGO_REPLACED");
 }
 
-TEST(LinuxProcesses, SayWhyAProgramCannotStart) {
+TEST(Processes, SayWhyAProgramCannotStart) {
     const auto missing = run({.program = "/missing", .arguments = {}, .environment = {}});
     EXPECT_EQ(missing.error, "No such file or directory");
     EXPECT_FALSE(missing.status);
 }
 
-TEST(LinuxProcesses, BringMuchOutputWholeInBoundedChunks) {
+TEST(Processes, BringMuchOutputWholeInBoundedChunks) {
     const auto result = shell("head -c 20000000 /dev/zero | tr '\\0' x; echo end");
     EXPECT_EQ(result.output.size(), 20'000'004U);
     EXPECT_TRUE(result.output.ends_with("xend\n"));
     EXPECT_LE(result.longestChunk, 65536U);
 }
 
-TEST(LinuxProcesses, EndThoughWhatTheyLeftRunningKeepsThePipe) {
+TEST(Processes, EndThoughWhatTheyLeftRunningKeepsThePipe) {
     const test::TemporaryTree tree;
     const auto fifo = tree.at("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
@@ -101,11 +98,11 @@ TEST(LinuxProcesses, EndThoughWhatTheyLeftRunningKeepsThePipe) {
     std::ofstream(fifo) << "go\n";
 }
 
-TEST(LinuxProcesses, InheritNoDescriptorNoSessionAndNoIgnoredSignal) {
+TEST(Processes, InheritNoDescriptorNoSessionAndNoIgnoredSignal) {
     const int leaking = ::open("/dev/null", O_RDONLY);  // Without O_CLOEXEC.
     const auto handler = std::signal(SIGPIPE, SIG_IGN);
     const auto result = shell(
-        "ls /proc/self/fd | tr '\\n' ' '; [ $(cut -d' ' -f6 /proc/$$/stat) = $$ ] && echo leader;"
+        "ls /dev/fd/ | tr '\\n' ' '; kill -0 -$$ && echo leader;"
         "kill -PIPE $$");
     std::signal(SIGPIPE, handler);
     ::close(leaking);
@@ -113,7 +110,7 @@ TEST(LinuxProcesses, InheritNoDescriptorNoSessionAndNoIgnoredSignal) {
     EXPECT_EQ(result.status, 128 + SIGPIPE);
 }
 
-TEST(LinuxProcesses, EndWhenTheyAreCancelled) {
+TEST(Processes, EndWhenTheyAreCancelled) {
     CancelFlag cancel;
     ProcessStart start{.program = "/bin/sleep", .arguments = {"1000"}, .environment = {}};
     start.cancel = cancel;
@@ -121,7 +118,7 @@ TEST(LinuxProcesses, EndWhenTheyAreCancelled) {
     EXPECT_EQ(run(start).status, 128 + SIGTERM);
 }
 
-TEST(LinuxProcesses, LeaveNeitherDescriptorsNorZombies) {
+TEST(Processes, LeaveNeitherDescriptorsNorZombies) {
     const auto before = openDescriptors();
     for (int i = 0; i < 50; ++i) {
         EXPECT_EQ(shell("exit 0").status, 0);

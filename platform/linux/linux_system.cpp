@@ -1,0 +1,82 @@
+#include <utility>
+
+#include "platform/linux/linux_administrator.h"
+#include "platform/linux/linux_bundle_reader.h"
+#include "platform/linux/linux_cleanup_trash.h"
+#include "platform/linux/linux_code_signing.h"
+#include "platform/linux/linux_directory_reader.h"
+#include "platform/linux/linux_files.h"
+#include "platform/linux/linux_links.h"
+#include "platform/linux/linux_owner_authentication.h"
+#include "platform/linux/linux_processes.h"
+#include "platform/linux/linux_standard_folders.h"
+#include "platform/linux/linux_tasks.h"
+#include "platform/linux/linux_trash.h"
+#include "platform/system.h"
+
+namespace vestigo {
+namespace {
+
+std::string homeTrash(const StandardFolders& folders) {
+    return folders.applicationSupport + "/Trash";
+}
+
+}  // namespace
+
+std::shared_ptr<BackgroundTasks> systemTasks() {
+    return std::make_shared<LinuxTasks>();
+}
+
+std::shared_ptr<DirectoryReader> systemDirectoryReader() {
+    return std::make_shared<LinuxDirectoryReader>();
+}
+
+std::shared_ptr<CodeSigning> systemCodeSigning() {
+    return std::make_shared<LinuxCodeSigning>();
+}
+
+std::shared_ptr<BundleReader> systemBundles() {
+    return std::make_shared<LinuxBundleReader>();
+}
+
+std::shared_ptr<Files> systemFiles() {
+    return std::make_shared<LinuxFiles>();
+}
+
+std::shared_ptr<Links> systemLinks() {
+    return std::make_shared<LinuxLinks>();
+}
+
+std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks) {
+    return std::make_shared<LinuxProcesses>(std::move(tasks));
+}
+
+StandardFolders systemFolders() {
+    return linuxStandardFolders();
+}
+
+std::string systemHomeFolder() {
+    return linuxHomeFolder();
+}
+
+std::shared_ptr<Trash> systemTrash(const StandardFolders& folders) {
+    return std::make_shared<LinuxTrash>(homeTrash(folders));
+}
+
+std::shared_ptr<CleanupTrash> systemCleanupTrash(const StandardFolders& folders,
+                                                 std::shared_ptr<Files> /*files*/) {
+    return std::make_shared<LinuxCleanupTrash>(homeTrash(folders));
+}
+
+std::shared_ptr<OwnerAuthentication> systemOwnerAuthentication(
+    std::shared_ptr<Processes> processes) {
+    return std::make_shared<LinuxOwnerAuthentication>(std::move(processes));
+}
+
+/// The launcher here runs the script itself.
+std::shared_ptr<Administrator> systemAdministrator(std::shared_ptr<Processes> processes,
+                                                   AdministratorArguments /*arguments*/) {
+    return std::make_shared<LinuxAdministrator>(std::move(processes));
+}
+
+}  // namespace vestigo

@@ -1,0 +1,50 @@
+// The services of the system that the program is built for.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/administrator.h"
+#include "platform/bundle_information.h"
+#include "platform/cleanup_trash.h"
+#include "platform/code_signing.h"
+#include "platform/directory_reader.h"
+#include "platform/files.h"
+#include "platform/links.h"
+#include "platform/owner_authentication.h"
+#include "platform/processes.h"
+#include "platform/standard_folders.h"
+#include "platform/tasks.h"
+#include "platform/trash.h"
+
+namespace vestigo {
+
+[[nodiscard]] std::shared_ptr<BackgroundTasks> systemTasks();
+[[nodiscard]] std::shared_ptr<DirectoryReader> systemDirectoryReader();
+[[nodiscard]] std::shared_ptr<CodeSigning> systemCodeSigning();
+[[nodiscard]] std::shared_ptr<BundleReader> systemBundles();
+[[nodiscard]] std::shared_ptr<Files> systemFiles();
+[[nodiscard]] std::shared_ptr<Links> systemLinks();
+/// Each program that runs is one of the tasks.
+[[nodiscard]] std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks);
+
+[[nodiscard]] StandardFolders systemFolders();
+/// Only the home folder; touches nothing.
+[[nodiscard]] std::string systemHomeFolder();
+
+[[nodiscard]] std::shared_ptr<Trash> systemTrash(const StandardFolders& folders);
+[[nodiscard]] std::shared_ptr<CleanupTrash> systemCleanupTrash(const StandardFolders& folders,
+                                                               std::shared_ptr<Files> files);
+[[nodiscard]] std::shared_ptr<OwnerAuthentication> systemOwnerAuthentication(
+    std::shared_ptr<Processes> processes);
+
+/// What the system's launcher is given to run a script as an administrator, where it asks by
+/// itself.
+using AdministratorArguments =
+    std::function<std::vector<std::string>(const std::string& scriptPath)>;
+[[nodiscard]] std::shared_ptr<Administrator> systemAdministrator(
+    std::shared_ptr<Processes> processes, AdministratorArguments arguments);
+
+}  // namespace vestigo
