@@ -1,0 +1,25 @@
+# Vestigo.app, with vestigo-scan beside its program.
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+find_program(RSVG_CONVERT rsvg-convert REQUIRED)
+
+configure_file(${CMAKE_CURRENT_LIST_DIR}/Info.plist.in ${CMAKE_BINARY_DIR}/Info.plist @ONLY)
+set_target_properties(vestigo PROPERTIES
+    MACOSX_BUNDLE ON
+    MACOSX_BUNDLE_INFO_PLIST ${CMAKE_BINARY_DIR}/Info.plist
+    OUTPUT_NAME Vestigo)
+
+set(drawing ${CMAKE_SOURCE_DIR}/packaging/vestigo.svg)
+set(icon ${CMAKE_BINARY_DIR}/vestigo.icns)
+add_custom_command(OUTPUT ${icon}
+    COMMAND Python3::Interpreter ${CMAKE_CURRENT_LIST_DIR}/make_icns.py
+            --renderer ${RSVG_CONVERT} ${drawing} ${icon}
+    DEPENDS ${drawing} ${CMAKE_CURRENT_LIST_DIR}/make_icns.py VERBATIM)
+set(contents $<TARGET_BUNDLE_CONTENT_DIR:vestigo>)
+add_custom_target(vestigo-bundle ALL
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${contents}/Resources
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different ${icon} ${contents}/Resources
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:vestigo-scan> ${contents}/MacOS
+    DEPENDS ${icon} VERBATIM)
+add_dependencies(vestigo-bundle vestigo vestigo-scan)
+
+install(TARGETS vestigo BUNDLE DESTINATION .)
