@@ -145,6 +145,22 @@ TEST_F(LinuxTrashTest, IsReadAndEmptiedByTheDesktopsOwnTools) {
     EXPECT_TRUE(namesIn(home + "/info").empty());
 }
 
+TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
+    if (std::system("command -v gio dbus-run-session >/dev/null && "
+                    "ls /usr/lib/*/gio/modules/libgvfsdbus.so >/dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "no such service here";
+    }
+    const auto path = tree.file("It's mine.app/inner", "content");
+    ASSERT_EQ(trash.moveToTrash(fs::path(path).parent_path()), std::nullopt);
+    fs::permissions(tree.folder("runtime"), fs::perms::owner_all);
+    const auto listed = outputOf("XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() +
+                                 "' XDG_RUNTIME_DIR='" + tree.at("runtime") +
+                                 "' timeout 60 dbus-run-session -- sh -c 'gio trash --list; "
+                                 "gio trash --restore \"trash:///It%27s%20mine.app\"' 2>/dev/null");
+    EXPECT_NE(listed.find(tree.at("It's mine.app")), std::string::npos) << listed;
+    EXPECT_EQ(files.read(path), "content");
+}
+
 /// Runs the check where this process may mount what it likes and nobody else sees it. Its exit
 /// status: 0 when the check holds, 77 when the machine does not allow that.
 int inOwnMounts(const std::function<bool()>& check) {
