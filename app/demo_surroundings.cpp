@@ -14,10 +14,10 @@
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_files.h"
-#include "platform/linux/linux_links.h"
 #include "platform/linux/linux_processes.h"
 #include "platform/linux/linux_tasks.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/posix/posix_links.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_preferences.h"
 
@@ -89,7 +89,7 @@ Surroundings demoSurroundings(const std::string& disk) {
         .bundles = demoBundles(std::make_shared<LinuxBundleReader>(), disk),
         .trash = demoTrash(std::make_shared<LinuxTrash>(trash), disk),
         .cleanupTrash = demoCleanupTrash(std::make_shared<LinuxCleanupTrash>(trash), disk),
-        .links = demoLinks(std::make_shared<LinuxLinks>(), disk),
+        .links = demoLinks(std::make_shared<PosixLinks>(), disk),
         .processes = demoProcesses(processes, disk),
         .authentication = std::make_shared<NoAuthentication>(),
         .administrator = demoAdministrator(processes, disk),

@@ -135,7 +135,7 @@ int scan(const ScanOptions& options) {
     auto status = text ? print(*text) : notWritten;
     if (status == done && *interrupted) status = interruptedByUser;
     // Giving every piece of the results back first would only take time.
-    std::quick_exit(status);
+    std::_Exit(status);
 }
 
 int runProgram(const std::vector<std::string>& arguments) {

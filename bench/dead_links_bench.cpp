@@ -9,7 +9,7 @@
 
 #include "actions/dead_links.h"
 #include "platform/linux/linux_files.h"
-#include "platform/linux/linux_links.h"
+#include "platform/posix/posix_links.h"
 #include "tests/support/temporary_tree.h"
 
 namespace {
@@ -41,7 +41,7 @@ void makeLinks(const test::TemporaryTree& tree, int deadEvery) {
 
 void cleanLinks(benchmark::State& state) {
     const auto deadEvery = static_cast<int>(state.range(0));
-    LinuxLinks links;
+    PosixLinks links;
     LinuxFiles files;
     std::size_t cleaned = 0;
     double before = 0;

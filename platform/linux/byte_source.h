@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace vestigo {
 

@@ -16,7 +16,7 @@
 #include <sys/vfs.h>
 
 #include "platform/clock.h"
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace vestigo {
 namespace {

@@ -17,7 +17,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace vestigo {
 namespace {

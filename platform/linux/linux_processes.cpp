@@ -16,7 +16,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace vestigo {
 namespace {

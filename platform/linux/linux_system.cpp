@@ -6,12 +6,12 @@
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_files.h"
-#include "platform/linux/linux_links.h"
 #include "platform/linux/linux_owner_authentication.h"
 #include "platform/linux/linux_processes.h"
 #include "platform/linux/linux_standard_folders.h"
 #include "platform/linux/linux_tasks.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/posix/posix_links.h"
 #include "platform/system.h"
 
 namespace vestigo {
@@ -44,7 +44,7 @@ std::shared_ptr<Files> systemFiles() {
 }
 
 std::shared_ptr<Links> systemLinks() {
-    return std::make_shared<LinuxLinks>();
+    return std::make_shared<PosixLinks>();
 }
 
 std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks) {

@@ -11,8 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
 #include "platform/linux/trash_folder.h"
+#include "platform/posix/descriptor.h"
 
 namespace vestigo {
 namespace {

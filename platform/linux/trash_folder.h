@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace vestigo {
 

@@ -1,9 +1,9 @@
+#include "platform/interrupt.h"
+
 #include <csignal>
 #include <system_error>
 #include <thread>
 #include <utility>
-
-#include "platform/interrupt.h"
 
 namespace vestigo {
 namespace {

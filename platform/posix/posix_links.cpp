@@ -1,4 +1,4 @@
-#include "platform/linux/linux_links.h"
+#include "platform/posix/posix_links.h"
 
 #include <array>
 #include <cerrno>
@@ -13,10 +13,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/descriptor.h"
+#include "platform/posix/descriptor.h"
 
 namespace vestigo {
 namespace {
+
+#ifdef AT_NO_AUTOMOUNT
+constexpr int leaveUnmounted = AT_NO_AUTOMOUNT;
+#else
+constexpr int leaveUnmounted = 0;  // Only Linux has to be told.
+#endif
 
 constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
@@ -47,10 +53,10 @@ private:
     std::array<char, PATH_MAX> text_;
 };
 
-class LinuxFoundLink : public FoundLink {
+class OpenFoundLink : public FoundLink {
 public:
-    LinuxFoundLink(std::string_view folderPath, int folder, const char* name,
-                   std::string_view destination)
+    OpenFoundLink(std::string_view folderPath, int folder, const char* name,
+                  std::string_view destination)
         : folderPath_(folderPath), folder_(folder), name_(name), destination_(destination) {}
 
     std::string_view folder() const override { return folderPath_; }
@@ -65,7 +71,7 @@ private:
     /// What may only be out of reach for this user counts as alive.
     bool isDead() const {
         struct stat reached {};
-        if (fstatat(folder_, name_, &reached, AT_NO_AUTOMOUNT) == 0) return false;
+        if (fstatat(folder_, name_, &reached, leaveUnmounted) == 0) return false;
         return errno == ENOENT || errno == ENOTDIR || errno == ELOOP;
     }
 
@@ -122,7 +128,7 @@ private:
 
     unsigned char typeOf(const char* name) const {
         struct stat status {};
-        const int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+        const int flags = AT_SYMLINK_NOFOLLOW | leaveUnmounted;
         if (fstatat(current_.get(), name, &status, flags) != 0) return DT_UNKNOWN;
         return static_cast<unsigned char>(IFTODT(status.st_mode));
     }
@@ -130,7 +136,7 @@ private:
     void visitLink(const char* name) {
         const auto destination = destinations_.read(current_.get(), name);
         if (!destination) return;
-        LinuxFoundLink link(path_, current_.get(), name, *destination);
+        OpenFoundLink link(path_, current_.get(), name, *destination);
         visitor_(link);
     }
 
@@ -163,7 +169,7 @@ private:
 
 }  // namespace
 
-void LinuxLinks::visit(const std::string& folder, const std::function<void(FoundLink&)>& visitor) {
+void PosixLinks::visit(const std::string& folder, const std::function<void(FoundLink&)>& visitor) {
     Walk(folder, visitor).run();
 }
 

@@ -7,7 +7,7 @@ namespace vestigo {
 
 /// Goes down and up again through "..", with a few descriptors and no recursion, so depth costs
 /// neither; a folder that is moved away meanwhile ends the walk.
-class LinuxLinks : public Links {
+class PosixLinks : public Links {
 public:
     void visit(const std::string& folder, const std::function<void(FoundLink&)>& visitor) override;
 };

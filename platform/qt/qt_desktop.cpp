@@ -8,7 +8,11 @@
 #include <QGuiApplication>
 #include <QMessageBox>
 
+#ifdef Q_OS_MACOS
+#include "platform/macos/macos_reveal.h"
+#else
 #include "platform/qt/freedesktop_reveal.h"
+#endif
 
 namespace vestigo {
 namespace {
@@ -33,7 +37,11 @@ bool confirmsReplacing(const QString& path) {
 }  // namespace
 
 void QtDesktop::reveal(const std::string& path) {
+#ifdef Q_OS_MACOS
+    revealInFinder(path);
+#else
     revealOnFreedesktop(path);
+#endif
 }
 
 void QtDesktop::copyText(const std::string& text) {

@@ -12,9 +12,9 @@
 #include <sys/stat.h>
 
 #include "platform/linux/linux_files.h"
-#include "platform/linux/linux_links.h"
 #include "platform/linux/linux_processes.h"
 #include "platform/linux/linux_tasks.h"
+#include "platform/posix/posix_links.h"
 #include "platform/run_loop.h"
 #include "tests/support/fake_owner_authentication.h"
 #include "tests/support/temporary_tree.h"
@@ -106,7 +106,7 @@ protected:
     ReinstallServices services_{.main = loop_,
                                 .processes = std::make_shared<LinuxProcesses>(tasks_),
                                 .files = std::make_shared<LinuxFiles>(),
-                                .links = std::make_shared<LinuxLinks>(),
+                                .links = std::make_shared<PosixLinks>(),
                                 .authentication = owner_,
                                 .trashPath = {},
                                 .places = {.installation = tree_.at("native"),

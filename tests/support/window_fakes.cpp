@@ -5,7 +5,7 @@
 #include "platform/linux/linux_bundle_reader.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_files.h"
-#include "platform/linux/linux_links.h"
+#include "platform/posix/posix_links.h"
 
 namespace vestigo::test {
 
@@ -50,7 +50,7 @@ ContentServices WindowFixture::services() {
     services.bundles = std::make_shared<LinuxBundleReader>();
     services.authentication = authentication;
     services.processes = processes;
-    services.links = std::make_shared<LinuxLinks>();
+    services.links = std::make_shared<PosixLinks>();
     services.homebrew = homebrew;
     return services;
 }
