@@ -1,0 +1,28 @@
+#include "platform/macos/macos_administrator.h"
+
+#include <future>
+#include <string_view>
+#include <utility>
+
+namespace vestigo {
+
+MacOSAdministrator::MacOSAdministrator(std::shared_ptr<Processes> processes, Arguments arguments,
+                                       std::string launcher)
+    : processes_(std::move(processes)),
+      arguments_(std::move(arguments)),
+      launcher_(std::move(launcher)) {}
+
+AdministratorRun MacOSAdministrator::runScript(const std::string& script) {
+    const auto status = std::make_shared<std::promise<int>>();
+    auto error = processes_->start(
+        {.program = launcher_, .arguments = arguments_(script), .environment = {}},
+        [](std::string_view) {}, [status](int value) { status->set_value(value); });
+    if (error) {
+        return {.status = 127,
+                .launchError = "System items were not removed: “" + launcher_ +
+                               "” could not be started (" + *error + ")."};
+    }
+    return {.status = status->get_future().get(), .launchError = std::nullopt};
+}
+
+}  // namespace vestigo

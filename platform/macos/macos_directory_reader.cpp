@@ -1,0 +1,206 @@
+#include "platform/macos/macos_directory_reader.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstddef>
+#include <cstdlib>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <libproc.h>
+#include <sys/attr.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/macos/macos_folder_batch.h"
+#include "platform/posix/descriptor.h"
+
+namespace vestigo {
+namespace {
+
+static_assert(BatchRequest::returned == ATTR_CMN_RETURNED_ATTRS);
+static_assert(BatchRequest::error == ATTR_CMN_ERROR);
+static_assert(BatchRequest::name == ATTR_CMN_NAME);
+static_assert(BatchRequest::objectType == ATTR_CMN_OBJTYPE);
+static_assert(BatchRequest::created == ATTR_CMN_CRTIME);
+static_assert(BatchRequest::modified == ATTR_CMN_MODTIME);
+static_assert(BatchRequest::flags == ATTR_CMN_FLAGS);
+static_assert(BatchRequest::dataLength == ATTR_FILE_DATALENGTH);
+static_assert(hiddenFlag == UF_HIDDEN);
+static_assert(datalessFlag == SF_DATALESS);
+static_assert(sizeof(BatchTime) == sizeof(timespec));
+
+// The kernel's own trees: nothing in them is a program, and what is not mounted yet would be by
+// looking at it.
+constexpr std::string_view pseudoFileSystems[] = {"devfs", "autofs"};
+
+bool isPseudoFileSystem(int folder) {
+    struct statfs info {};
+    if (::fstatfs(folder, &info) != 0) return false;
+    const std::string_view type = info.f_fstypename;
+    return std::ranges::find(pseudoFileSystems, type) != std::end(pseudoFileSystems);
+}
+
+// Other threads close what they hold within moments; someone else's descriptors may take longer.
+Descriptor openPatiently(int folder, const char* path, int flags) {
+    constexpr int patience = 400;
+    for (int tries = 0;; ++tries) {
+        const int number = ::openat(folder, path, flags | O_CLOEXEC);
+        if (number >= 0) return Descriptor(number);
+        if (errno == EINTR) continue;
+        const bool exhausted = errno == EMFILE || errno == ENFILE;
+        if (!exhausted || tries == patience) return {};
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+// One call takes at most PATH_MAX bytes: a longer path is opened in pieces, each below the last.
+Descriptor openFolder(std::string_view path, int flags) {
+    constexpr int throughFolder = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
+    Descriptor at(AT_FDCWD);
+    while (path.size() >= PATH_MAX) {
+        const auto cut = path.rfind('/', PATH_MAX - 1);
+        if (cut == std::string_view::npos || cut == 0) return {};
+        at = openPatiently(at.get(), std::string(path.substr(0, cut)).c_str(), throughFolder);
+        if (!at) return {};
+        path.remove_prefix(std::min(path.find_first_not_of('/', cut), path.size()));
+    }
+    return openPatiently(at.get(), std::string(path).c_str(), flags);
+}
+
+double since2001(const timespec& time) {
+    return secondsSince2001(BatchTime{time.tv_sec, time.tv_nsec});
+}
+
+std::optional<FileAttributes> attributesOfFile(const struct stat& status) {
+    if (!S_ISREG(status.st_mode)) return std::nullopt;
+    return FileAttributes{.size = status.st_size,
+                          .mtime = since2001(status.st_mtimespec),
+                          .ctime = since2001(status.st_birthtimespec)};
+}
+
+EntryKind kindByMode(mode_t mode) {
+    if (S_ISREG(mode)) return EntryKind::file;
+    if (S_ISDIR(mode)) return EntryKind::folder;
+    return S_ISLNK(mode) ? EntryKind::link : EntryKind::other;
+}
+
+class MacOSHeaderFile : public HeaderFile {
+public:
+    explicit MacOSHeaderFile(Descriptor file) : file_(std::move(file)) {}
+
+    std::size_t readStart(std::span<std::byte> buffer) override {
+        ssize_t count = 0;
+        do {
+            count = ::pread(file_.get(), buffer.data(), buffer.size(), 0);
+        } while (count < 0 && errno == EINTR);
+        return count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+
+    std::optional<FileAttributes> attributes() override {
+        struct stat status {};
+        if (::fstat(file_.get(), &status) != 0) return std::nullopt;
+        return attributesOfFile(status);
+    }
+
+private:
+    Descriptor file_;
+};
+
+class MacOSFolder : public Folder {
+public:
+    explicit MacOSFolder(Descriptor folder) : folder_(std::move(folder)) {}
+
+    void list(const std::function<bool(const FolderEntry&)>& visitor) override {
+        struct attrlist wanted {};
+        wanted.bitmapcount = ATTR_BIT_MAP_COUNT;
+        wanted.commonattr = BatchRequest::common;
+        wanted.fileattr = BatchRequest::dataLength;
+        alignas(std::uint64_t) std::array<std::byte, 32768> batch;
+        for (;;) {
+            const int count =
+                ::getattrlistbulk(folder_.get(), &wanted, batch.data(), batch.size(), 0);
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) return;
+            const auto visitEntry = [&](const BatchEntry& entry) { return visit(entry, visitor); };
+            if (!visitBatch(batch, static_cast<std::size_t>(count), visitEntry)) return;
+        }
+    }
+
+    std::optional<FileAttributes> attributes(const char* name) override {
+        struct stat status {};
+        if (::fstatat(folder_.get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
+        return attributesOfFile(status);
+    }
+
+    std::unique_ptr<HeaderFile> openFile(const char* name) override {
+        constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+        auto file = openPatiently(folder_.get(), name, flags);
+        if (!file) return nullptr;
+        return std::make_unique<MacOSHeaderFile>(std::move(file));
+    }
+
+private:
+    bool visit(const BatchEntry& entry,
+               const std::function<bool(const FolderEntry&)>& visitor) const {
+        // Not every file system leaves these two out.
+        if (entry.name == "." || entry.name == "..") return true;
+        FolderEntry found{.name = entry.name, .hidden = isHidden(entry), .attributes = {}};
+        // A scan that fetched what is kept in a cloud would fill the disk.
+        if (found.hidden || entry.failed || isElsewhere(entry)) return visitor(found);
+        found.kind = kindOf(entry).value_or(EntryKind::other);
+        if (!entry.objectType) found.kind = kindByLook(entry.name.data());
+        // A rescan compares these; where one is missing they are asked for in full.
+        const bool whole = entry.dataLength && entry.modified && entry.created;
+        if (found.kind == EntryKind::file && whole) found.attributes = attributesOf(entry);
+        return visitor(found);
+    }
+
+    /// Some file systems do not say the kind in the listing.
+    EntryKind kindByLook(const char* name) const {
+        struct stat status {};
+        if (::fstatat(folder_.get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            return EntryKind::other;
+        }
+        return kindByMode(status.st_mode);
+    }
+
+    Descriptor folder_;
+};
+
+std::size_t openDescriptors() {
+    // Asked without a buffer, the system answers with more room than it needs.
+    const int room = ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, nullptr, 0);
+    if (room <= 0) return 0;
+    std::vector<proc_fdinfo> descriptors(static_cast<std::size_t>(room) / sizeof(proc_fdinfo) + 1);
+    const auto size = static_cast<int>(descriptors.size() * sizeof(proc_fdinfo));
+    const int used = ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, descriptors.data(), size);
+    return used > 0 ? static_cast<std::size_t>(used) / sizeof(proc_fdinfo) : 0;
+}
+
+}  // namespace
+
+std::unique_ptr<Folder> MacOSDirectoryReader::open(const std::string& path, LinkRule links) {
+    const int linkFlag = links == LinkRule::refuse ? O_NOFOLLOW : 0;
+    auto folder = openFolder(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | linkFlag);
+    if (!folder || isPseudoFileSystem(folder.get())) return nullptr;
+    return std::make_unique<MacOSFolder>(std::move(folder));
+}
+
+unsigned MacOSDirectoryReader::maxOpenFolders() const {
+    struct rlimit limit {};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
+    constexpr std::size_t spare = 2;  // For whoever else in this process opens something.
+    const auto used = std::max<std::size_t>(openDescriptors(), 3) + spare;
+    const auto available = limit.rlim_cur > used ? (limit.rlim_cur - used) / 2 : 0;
+    return static_cast<unsigned>(std::clamp<rlim_t>(available, 1, 1024));
+}
+
+}  // namespace vestigo

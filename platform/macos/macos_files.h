@@ -1,0 +1,27 @@
+// Whole files on macOS.
+#pragma once
+
+#include "platform/files.h"
+
+namespace vestigo {
+
+/// Links are followed when reading. `replace` and `copy` make files that only their owner may read
+/// and write; where a link stands, `replace` puts the file in its place. `read` refuses what is
+/// larger than 2 GiB.
+class MacOSFiles : public Files {
+public:
+    [[nodiscard]] std::optional<std::string> read(const std::string& path) override;
+    [[nodiscard]] bool replace(const std::string& path, std::string_view content,
+                               Access access) override;
+    [[nodiscard]] bool exists(const std::string& path) override;
+    bool createFolders(const std::string& path) override;
+    [[nodiscard]] bool copy(const std::string& from, const std::string& to) override;
+    [[nodiscard]] std::optional<ItemKind> kind(const std::string& path) override;
+    [[nodiscard]] std::optional<std::string> resolved(const std::string& path) override;
+    [[nodiscard]] std::optional<std::vector<std::string>> names(const std::string& folder) override;
+    [[nodiscard]] bool isPrivateFolder(const std::string& path) override;
+    [[nodiscard]] std::unique_ptr<FolderLock> lockFolder(const std::string& path) override;
+    bool remove(const std::string& path) override;
+};
+
+}  // namespace vestigo

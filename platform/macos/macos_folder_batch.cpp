@@ -1,0 +1,134 @@
+#include "platform/macos/macos_folder_batch.h"
+
+#include <cstring>
+
+#include "platform/clock.h"
+
+namespace vestigo {
+namespace {
+
+/// The five groups of attributes that an entry brings, as bits.
+struct ReturnedAttributes {
+    std::uint32_t common = 0;
+    std::uint32_t volume = 0;
+    std::uint32_t folder = 0;
+    std::uint32_t file = 0;
+    std::uint32_t fork = 0;
+};
+
+/// Where a name lies, counted from this record itself.
+struct NamePlace {
+    std::int32_t offset = 0;
+    std::uint32_t length = 0;  ///< With the NUL.
+};
+
+/// Takes one value after the other off an entry. Values are packed on four bytes, so none is
+/// where its type would want it.
+class EntryFields {
+public:
+    explicit EntryFields(std::span<const std::byte> entry) : entry_(entry) {}
+
+    template <class Value>
+    bool take(Value& value) {
+        if (entry_.size() - at_ < sizeof value) return false;
+        std::memcpy(&value, entry_.data() + at_, sizeof value);
+        at_ += sizeof value;
+        return true;
+    }
+
+    /// Only when the entry has it.
+    template <class Value>
+    bool take(bool present, std::optional<Value>& value) {
+        return !present || take(value.emplace());
+    }
+
+    bool takeName(std::string_view& name) {
+        const auto from = at_;
+        NamePlace place;
+        if (!take(place) || place.offset < 0 || place.length < 2) return false;
+        const auto start = from + static_cast<std::size_t>(place.offset);
+        if (start > entry_.size() || place.length > entry_.size() - start) return false;
+        name = {reinterpret_cast<const char*>(entry_.data() + start), place.length};
+        const auto end = name.find('\0');
+        if (end == std::string_view::npos || end == 0) return false;
+        name = name.substr(0, end);
+        return name.find('/') == std::string_view::npos;
+    }
+
+private:
+    std::span<const std::byte> entry_;
+    std::size_t at_ = 0;
+};
+
+/// The attributes follow each other in the order of their bits, but for the error, which comes
+/// first.
+bool decode(EntryFields fields, BatchEntry& entry) {
+    std::uint32_t length = 0;
+    ReturnedAttributes has;
+    if (!fields.take(length) || !fields.take(has)) return false;
+    const auto common = [&has](std::uint32_t bit) { return (has.common & bit) != 0; };
+    const bool unknown = (has.common & ~BatchRequest::common) != 0 || has.volume != 0 ||
+                         has.folder != 0 || (has.file & ~BatchRequest::dataLength) != 0 ||
+                         has.fork != 0;
+    if (unknown || !common(BatchRequest::name)) return false;
+    std::optional<std::uint32_t> error;
+    if (!fields.take(common(BatchRequest::error), error) || !fields.takeName(entry.name)) {
+        return false;
+    }
+    entry.failed = error.value_or(0) != 0;
+    return fields.take(common(BatchRequest::objectType), entry.objectType) &&
+           fields.take(common(BatchRequest::created), entry.created) &&
+           fields.take(common(BatchRequest::modified), entry.modified) &&
+           fields.take(common(BatchRequest::flags), entry.flags) &&
+           fields.take((has.file & BatchRequest::dataLength) != 0, entry.dataLength);
+}
+
+}  // namespace
+
+bool visitBatch(std::span<const std::byte> bytes, std::size_t count,
+                const std::function<bool(const BatchEntry&)>& visitor) {
+    for (; count > 0; --count) {
+        std::uint32_t length = 0;
+        if (!EntryFields(bytes).take(length) || length > bytes.size()) return false;
+        BatchEntry entry;
+        if (!decode(EntryFields(bytes.first(length)), entry) || !visitor(entry)) return false;
+        bytes = bytes.subspan(length);
+    }
+    return true;
+}
+
+std::optional<EntryKind> kindOf(const BatchEntry& entry) {
+    // The vnode types of <sys/vnode.h>.
+    constexpr std::uint32_t regular = 1;
+    constexpr std::uint32_t directory = 2;
+    constexpr std::uint32_t link = 5;
+    if (!entry.objectType) return std::nullopt;
+    switch (*entry.objectType) {
+        case regular: return EntryKind::file;
+        case directory: return EntryKind::folder;
+        case link: return EntryKind::link;
+        default: return EntryKind::other;
+    }
+}
+
+bool isHidden(const BatchEntry& entry) {
+    return entry.name.starts_with('.') || (entry.flags.value_or(0) & hiddenFlag) != 0;
+}
+
+bool isElsewhere(const BatchEntry& entry) {
+    return (entry.flags.value_or(0) & datalessFlag) != 0;
+}
+
+FileAttributes attributesOf(const BatchEntry& entry) {
+    return {.size = entry.dataLength.value_or(0),
+            .mtime = secondsSince2001(entry.modified.value_or(BatchTime{})),
+            .ctime = secondsSince2001(entry.created.value_or(BatchTime{}))};
+}
+
+double secondsSince2001(const BatchTime& time) {
+    if (time.seconds == 0 && time.nanoseconds == 0) return 0;
+    return static_cast<double>(time.seconds) - secondsFrom1970To2001 +
+           static_cast<double>(time.nanoseconds) * 1e-9;
+}
+
+}  // namespace vestigo

@@ -1,0 +1,66 @@
+// What one getattrlistbulk request answers: the entries of a folder, with what a scan asks of them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "platform/directory_reader.h"
+
+namespace vestigo {
+
+/// Times of a batch are the system's own, counted from 1970.
+struct BatchTime {
+    std::int64_t seconds = 0;
+    std::int64_t nanoseconds = 0;
+};
+
+/// Of the file flags.
+inline constexpr std::uint32_t hiddenFlag = 0x8000;
+inline constexpr std::uint32_t datalessFlag = 0x40000000;
+
+/// One entry. What the file system did not give for it is absent; the name lives as long as the
+/// batch and is followed by a NUL.
+struct BatchEntry {
+    std::string_view name;
+    bool failed = false;  ///< The system could give nothing but the name.
+    std::optional<std::uint32_t> objectType;
+    std::optional<BatchTime> created;
+    std::optional<BatchTime> modified;
+    std::optional<std::uint32_t> flags;
+    std::optional<std::int64_t> dataLength;  ///< Of the data fork, in bytes.
+};
+
+/// What is asked for, as bits of `attrlist`. Nothing else may be asked for: the answer is packed,
+/// so an attribute that the decoder does not know would shift all that follow.
+struct BatchRequest {
+    static constexpr std::uint32_t returned = 0x80000000;
+    static constexpr std::uint32_t error = 0x20000000;
+    static constexpr std::uint32_t name = 0x00000001;
+    static constexpr std::uint32_t objectType = 0x00000008;
+    static constexpr std::uint32_t created = 0x00000200;
+    static constexpr std::uint32_t modified = 0x00000400;
+    static constexpr std::uint32_t flags = 0x00040000;
+    static constexpr std::uint32_t common =
+        returned | error | name | objectType | created | modified | flags;
+    static constexpr std::uint32_t dataLength = 0x00000200;  ///< Of the file attributes.
+};
+
+/// Calls the visitor for up to `count` entries, until it returns false. False when it did, or when
+/// an entry does not fit into the bytes or makes no sense; nothing is read beyond them.
+bool visitBatch(std::span<const std::byte> bytes, std::size_t count,
+                const std::function<bool(const BatchEntry&)>& visitor);
+
+/// Absent when the file system did not say.
+[[nodiscard]] std::optional<EntryKind> kindOf(const BatchEntry& entry);
+[[nodiscard]] bool isHidden(const BatchEntry& entry);
+/// Whether the content lies in a cloud, and would be fetched by whoever opens the entry.
+[[nodiscard]] bool isElsewhere(const BatchEntry& entry);
+[[nodiscard]] FileAttributes attributesOf(const BatchEntry& entry);
+/// 0 for the very second of 1970, which is how file systems without a time say so.
+[[nodiscard]] double secondsSince2001(const BatchTime& time);
+
+}  // namespace vestigo

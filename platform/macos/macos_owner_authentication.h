@@ -1,0 +1,25 @@
+// Asks for a fingerprint, a paired watch or the account's password.
+#pragma once
+
+#include <memory>
+
+#include "platform/owner_authentication.h"
+
+namespace vestigo {
+
+class MacOSOwnerAuthentication : public OwnerAuthentication {
+public:
+    MacOSOwnerAuthentication();
+    /// The latest question, if still open, is taken back: its reply is then called with false.
+    ~MacOSOwnerAuthentication() override;
+
+    [[nodiscard]] bool available() override;
+    /// The reply comes on a thread of the system's.
+    void authenticate(const std::string& reason, std::function<void(bool)> reply) override;
+
+private:
+    struct Question;
+    std::unique_ptr<Question> latest_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,232 @@
+#include "platform/macos/macos_processes.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <system_error>
+#include <utility>
+
+#include <crt_externs.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/event.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/posix/descriptor.h"
+
+namespace vestigo {
+namespace {
+
+constexpr std::size_t chunkSize = 65536;
+constexpr int unknownStatus = -1;
+constexpr int longestDeafness = 200;  ///< Milliseconds until a program that is cancelled is told.
+
+struct Pipe {
+    Descriptor read;
+    Descriptor write;
+};
+
+/// Absent with errno set. Above the standard descriptors even where this program has closed its
+/// own, so that the child's can be put there without treading on the pipe. Nothing that is started
+/// here meanwhile inherits the two that come first.
+std::optional<Pipe> makePipe() {
+    constexpr int firstFree = STDERR_FILENO + 1;
+    std::array<int, 2> ends{};
+    if (::pipe(ends.data()) != 0) return std::nullopt;
+    const Pipe low{Descriptor(ends[0]), Descriptor(ends[1])};
+    Pipe pipe{Descriptor(fcntl(ends[0], F_DUPFD_CLOEXEC, firstFree)),
+              Descriptor(fcntl(ends[1], F_DUPFD_CLOEXEC, firstFree))};
+    if (!pipe.read || !pipe.write) return std::nullopt;
+    return pipe;
+}
+
+/// What the child does before it becomes the program.
+class SpawnPlan {
+public:
+    explicit SpawnPlan(int output) {
+        posix_spawn_file_actions_init(&actions_);
+        posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions_, output, STDERR_FILENO);
+        posix_spawnattr_init(&attributes_);
+        // All descriptors but those three stay here.
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_CLOEXEC_DEFAULT | POSIX_SPAWN_SETSID |
+                                                   POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        sigset_t signals;
+        sigemptyset(&signals);
+        posix_spawnattr_setsigmask(&attributes_, &signals);
+        sigfillset(&signals);
+        // What cannot be changed must not be asked for.
+        sigdelset(&signals, SIGKILL);
+        sigdelset(&signals, SIGSTOP);
+        posix_spawnattr_setsigdefault(&attributes_, &signals);
+    }
+    SpawnPlan(const SpawnPlan&) = delete;
+    SpawnPlan& operator=(const SpawnPlan&) = delete;
+    ~SpawnPlan() {
+        posix_spawnattr_destroy(&attributes_);
+        posix_spawn_file_actions_destroy(&actions_);
+    }
+
+    /// 0, or the error that kept the program from starting.
+    int run(pid_t& child, char* const* arguments, char* const* environment) const {
+        return posix_spawn(&child, arguments[0], &actions_, &attributes_, arguments, environment);
+    }
+
+private:
+    posix_spawn_file_actions_t actions_{};
+    posix_spawnattr_t attributes_{};
+};
+
+std::vector<std::string> childEnvironment(const std::map<std::string, std::string>& changes) {
+    std::vector<std::string> lines;
+    for (char** line = *_NSGetEnviron(); line && *line; ++line) {
+        const std::string_view text = *line;
+        const auto name = text.substr(0, text.find('='));
+        if (!changes.contains(std::string(name))) lines.emplace_back(text);
+    }
+    for (const auto& [name, value] : changes) {
+        auto line = name;
+        lines.push_back(line.append("=").append(value));
+    }
+    return lines;
+}
+
+/// As exec takes it; good as long as the strings.
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    result.reserve(texts.size() + 1);
+    for (auto& text : texts) result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
+}
+
+int spawn(const ProcessStart& what, int output, pid_t& child) {
+    std::vector<std::string> arguments{what.program};
+    arguments.insert(arguments.end(), what.arguments.begin(), what.arguments.end());
+    auto environment = childEnvironment(what.environment);
+    return SpawnPlan(output).run(child, pointers(arguments).data(), pointers(environment).data());
+}
+
+int waitForEnd(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return unknownStatus;
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+/// A program that runs, and its output.
+class Child {
+public:
+    /// `events`: a kernel queue with nothing in it yet.
+    Child(pid_t id, Descriptor output, Descriptor events, std::optional<CancelFlag> cancel)
+        : id_(id),
+          output_(std::move(output)),
+          events_(std::move(events)),
+          cancel_(std::move(cancel)),
+          outputWatched_(watch(static_cast<uintptr_t>(output_.get()), EVFILT_READ, 0)),
+          // The queue knows nothing of a program that has already ended.
+          ended_(!watch(static_cast<uintptr_t>(id_), EVFILT_PROC, NOTE_EXIT) && errno == ESRCH) {}
+
+    /// Hands on the output until the program has ended; its exit status.
+    int follow(const std::function<void(std::string_view)>& output) {
+        bool open = true;
+        while (open && !endedBeforeOutput()) open = handOn(output, chunkSize);
+        const int status = waitForEnd(id_);
+        if (open) drain(output);
+        return status;
+    }
+
+private:
+    /// False with errno when the queue will not tell of it.
+    bool watch(uintptr_t what, std::int16_t filter, std::uint32_t events) const {
+        struct kevent change {};
+        EV_SET(&change, what, filter, EV_ADD, events, 0, nullptr);
+        return kevent(events_.get(), &change, 1, nullptr, 0, nullptr) == 0;
+    }
+
+    /// Waits for output or the end. True when the program has ended, whether it left output or not.
+    bool endedBeforeOutput() {
+        if (ended_ || !outputWatched_) return ended_;
+        constexpr timespec deafness{0, longestDeafness * 1000000L};
+        std::array<struct kevent, 2> events{};
+        for (;;) {
+            const int count = kevent(events_.get(), nullptr, 0, events.data(), events.size(),
+                                     cancel_ ? &deafness : nullptr);
+            if (count > 0) {
+                return std::any_of(events.begin(), events.begin() + count,
+                                   [](const auto& event) { return event.filter == EVFILT_PROC; });
+            }
+            if (count < 0 && errno != EINTR) return false;
+            endIfCancelled();
+        }
+    }
+
+    void endIfCancelled() {
+        if (!cancel_ || !cancel_->cancelled()) return;
+        kill(id_, SIGTERM);
+        cancel_.reset();
+    }
+
+    /// One read. False when nobody can write any more.
+    bool handOn(const std::function<void(std::string_view)>& output, std::size_t most) {
+        ssize_t count = 0;
+        do {
+            count = read(output_.get(), buffer_.data(), std::min(most, buffer_.size()));
+        } while (count < 0 && errno == EINTR);
+        if (count <= 0) return false;
+        latest_ = static_cast<std::size_t>(count);
+        output({buffer_.data(), latest_});
+        return true;
+    }
+
+    /// Only what the pipe holds now, which is all that the program wrote: what it has left running
+    /// may write for ever.
+    void drain(const std::function<void(std::string_view)>& output) {
+        int held = 0;
+        if (ioctl(output_.get(), FIONREAD, &held) != 0) return;
+        for (auto left = static_cast<std::size_t>(held); left > 0; left -= latest_) {
+            if (!handOn(output, left)) return;
+        }
+    }
+
+    pid_t id_;
+    Descriptor output_;
+    Descriptor events_;
+    std::optional<CancelFlag> cancel_;
+    bool outputWatched_;
+    bool ended_;
+    std::size_t latest_ = 0;
+    std::array<char, chunkSize> buffer_;
+};
+
+}  // namespace
+
+MacOSProcesses::MacOSProcesses(std::shared_ptr<BackgroundTasks> tasks) : tasks_(std::move(tasks)) {}
+
+std::optional<std::string> MacOSProcesses::start(const ProcessStart& what,
+                                                 std::function<void(std::string_view)> output,
+                                                 std::function<void(int)> ended) {
+    auto pipe = makePipe();
+    Descriptor events(pipe ? kqueue() : -1);
+    if (!events) return std::generic_category().message(errno);
+    pid_t id = 0;
+    const int error = spawn(what, pipe->write.get(), id);
+    if (error != 0) return std::generic_category().message(error);
+    auto child = std::make_shared<Child>(id, std::move(pipe->read), std::move(events), what.cancel);
+    pipe.reset();
+    tasks_->run(Priority::normal, [child = std::move(child), output = std::move(output),
+                                   ended = std::move(ended)]() mutable {
+        const int status = child->follow(output);
+        child.reset();
+        ended(status);
+    });
+    return std::nullopt;
+}
+
+}  // namespace vestigo

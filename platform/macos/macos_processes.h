@@ -1,0 +1,28 @@
+// Programs started with posix_spawn.
+#pragma once
+
+#include <memory>
+
+#include "platform/processes.h"
+#include "platform/tasks.h"
+
+namespace vestigo {
+
+/// Each program runs in a session of its own, so that what ends this program from its terminal
+/// leaves it alone. It inherits no descriptor, no blocked and no ignored signal. Chunks are at most
+/// 64 KiB. What a program of its own leaves running is not waited for: what that writes after the
+/// program's end goes nowhere.
+class MacOSProcesses : public Processes {
+public:
+    /// One task for each program, until it ends.
+    explicit MacOSProcesses(std::shared_ptr<BackgroundTasks> tasks);
+
+    [[nodiscard]] std::optional<std::string> start(const ProcessStart& what,
+                                                   std::function<void(std::string_view)> output,
+                                                   std::function<void(int)> ended) override;
+
+private:
+    std::shared_ptr<BackgroundTasks> tasks_;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,12 @@
+// Finder.
+#pragma once
+
+#include <string>
+
+namespace vestigo {
+
+/// Has Finder open a window with the item at the absolute path selected. Main thread only; returns
+/// at once, nothing fails visibly.
+void revealInFinder(const std::string& path);
+
+}  // namespace vestigo

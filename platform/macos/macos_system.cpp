@@ -1,0 +1,54 @@
+// The services that need nothing but the C library; macos_framework_system.cpp has the others.
+#include <utility>
+
+#include "platform/folder_cleanup_trash.h"
+#include "platform/macos/macos_administrator.h"
+#include "platform/macos/macos_directory_reader.h"
+#include "platform/macos/macos_files.h"
+#include "platform/macos/macos_processes.h"
+#include "platform/macos/macos_standard_folders.h"
+#include "platform/macos/macos_tasks.h"
+#include "platform/posix/posix_links.h"
+#include "platform/system.h"
+
+namespace vestigo {
+
+std::shared_ptr<BackgroundTasks> systemTasks() {
+    return std::make_shared<MacOSTasks>();
+}
+
+std::shared_ptr<DirectoryReader> systemDirectoryReader() {
+    return std::make_shared<MacOSDirectoryReader>();
+}
+
+std::shared_ptr<Files> systemFiles() {
+    return std::make_shared<MacOSFiles>();
+}
+
+std::shared_ptr<Links> systemLinks() {
+    return std::make_shared<PosixLinks>();
+}
+
+std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks) {
+    return std::make_shared<MacOSProcesses>(std::move(tasks));
+}
+
+StandardFolders systemFolders() {
+    return macOSStandardFolders();
+}
+
+std::string systemHomeFolder() {
+    return macOSHomeFolder();
+}
+
+std::shared_ptr<CleanupTrash> systemCleanupTrash(const StandardFolders& folders,
+                                                 std::shared_ptr<Files> files) {
+    return std::make_shared<FolderCleanupTrash>(folders.home + "/.Trash", std::move(files));
+}
+
+std::shared_ptr<Administrator> systemAdministrator(std::shared_ptr<Processes> processes,
+                                                   AdministratorArguments arguments) {
+    return std::make_shared<MacOSAdministrator>(std::move(processes), std::move(arguments));
+}
+
+}  // namespace vestigo

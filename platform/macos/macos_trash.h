@@ -1,0 +1,13 @@
+// The Trash as the system keeps it, from which Finder puts back.
+#pragma once
+
+#include "platform/trash.h"
+
+namespace vestigo {
+
+class MacOSTrash : public Trash {
+public:
+    [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path) override;
+};
+
+}  // namespace vestigo

@@ -1,0 +1,29 @@
+#include "platform/macos/macos_trash.h"
+
+#include <Foundation/Foundation.h>
+
+#include "platform/macos/macos_file_url.h"
+
+namespace vestigo {
+namespace {
+
+std::string descriptionOf(NSError* error) {
+    const char* const text = error.localizedDescription.UTF8String;
+    return text ? text : "The item could not be moved to the Trash.";
+}
+
+}  // namespace
+
+std::optional<std::string> MacOSTrash::moveToTrash(const std::string& path) {
+    @autoreleasepool {
+        NSURL* const url = fileUrlOf(path);
+        if (!url) return descriptionOf(nil);
+        NSError* error = nil;
+        const bool moved = [NSFileManager.defaultManager trashItemAtURL:url
+                                                       resultingItemURL:nil
+                                                                  error:&error];
+        return moved ? std::nullopt : std::optional(descriptionOf(error));
+    }
+}
+
+}  // namespace vestigo
