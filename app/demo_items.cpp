@@ -1,10 +1,10 @@
 #include "app/demo_items.h"
 
 #include <algorithm>
-#include <future>
 #include <utility>
 
 #include "engine/scan_rules.h"
+#include "platform/launched_administrator.h"
 
 namespace vestigo {
 namespace {
@@ -146,25 +146,6 @@ private:
     std::string disk_;
 };
 
-class DemoAdministrator : public Administrator {
-public:
-    DemoAdministrator(std::shared_ptr<Processes> real, std::string disk)
-        : real_(std::move(real)), disk_(std::move(disk)) {}
-
-    AdministratorRun runScript(const std::string& script) override {
-        const auto status = std::make_shared<std::promise<int>>();
-        auto error = real_->start(
-            {.program = "/bin/sh", .arguments = {disk_ + script}, .environment = {}},
-            [](std::string_view) {}, [status](int value) { status->set_value(value); });
-        if (error) return {.status = 127, .launchError = std::move(error)};
-        return {.status = status->get_future().get(), .launchError = std::nullopt};
-    }
-
-private:
-    std::shared_ptr<Processes> real_;
-    std::string disk_;
-};
-
 }  // namespace
 
 std::shared_ptr<Files> demoFiles(std::shared_ptr<Files> real, std::string disk) {
@@ -194,7 +175,10 @@ std::shared_ptr<CleanupTrash> demoCleanupTrash(std::shared_ptr<CleanupTrash> rea
 
 std::shared_ptr<Administrator> demoAdministrator(std::shared_ptr<Processes> real,
                                                  std::string disk) {
-    return std::make_shared<DemoAdministrator>(std::move(real), std::move(disk));
+    return std::make_shared<LaunchedAdministrator>(
+        std::move(real), "/bin/sh", [disk = std::move(disk)](const std::string& script) {
+            return std::vector<std::string>{disk + script};
+        });
 }
 
 }  // namespace vestigo

@@ -68,7 +68,7 @@ std::optional<std::string> Scanner::trashGroups(const RootSet& roots) {
 
 std::optional<std::string> Scanner::trashPath(const std::string& path) {
     if (auto error = moveToTrash(path, keptRoots())) return error;
-    forget({path});
+    pruneHits(path);
     regroup();
     saveCache();
     return std::nullopt;

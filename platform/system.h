@@ -1,17 +1,15 @@
 // The services of the system that the program is built for.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "platform/administrator.h"
 #include "platform/bundle_information.h"
 #include "platform/cleanup_trash.h"
 #include "platform/code_signing.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
+#include "platform/launched_administrator.h"
 #include "platform/links.h"
 #include "platform/owner_authentication.h"
 #include "platform/processes.h"
@@ -42,9 +40,7 @@ namespace vestigo {
 
 /// What the system's launcher is given to run a script as an administrator, where it asks by
 /// itself.
-using AdministratorArguments =
-    std::function<std::vector<std::string>(const std::string& scriptPath)>;
 [[nodiscard]] std::shared_ptr<Administrator> systemAdministrator(
-    std::shared_ptr<Processes> processes, AdministratorArguments arguments);
+    std::shared_ptr<Processes> processes, LaunchedAdministrator::Arguments arguments);
 
 }  // namespace vestigo

@@ -30,7 +30,6 @@ public:
     [[nodiscard]] bool hasAny(Fields... fields) const {
         return (has(fields) || ...);
     }
-    void clear() { *this = Changes(); }
 
 private:
     std::bitset<32> content_;

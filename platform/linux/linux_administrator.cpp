@@ -1,25 +1,13 @@
 #include "platform/linux/linux_administrator.h"
 
-#include <future>
-#include <string_view>
 #include <utility>
 
 namespace vestigo {
 
 LinuxAdministrator::LinuxAdministrator(std::shared_ptr<Processes> processes, std::string launcher)
-    : processes_(std::move(processes)), launcher_(std::move(launcher)) {}
-
-AdministratorRun LinuxAdministrator::runScript(const std::string& script) {
-    const auto status = std::make_shared<std::promise<int>>();
-    auto error = processes_->start(
-        {.program = launcher_, .arguments = {"/bin/sh", script}, .environment = {}},
-        [](std::string_view) {}, [status](int value) { status->set_value(value); });
-    if (error) {
-        return {.status = 127,
-                .launchError = "System items were not removed: “" + launcher_ +
-                               "” could not be started (" + *error + ")."};
-    }
-    return {.status = status->get_future().get(), .launchError = std::nullopt};
-}
+    : LaunchedAdministrator(std::move(processes), std::move(launcher),
+                            [](const std::string& script) {
+                                return std::vector<std::string>{"/bin/sh", script};
+                            }) {}
 
 }  // namespace vestigo

@@ -75,7 +75,7 @@ std::shared_ptr<OwnerAuthentication> systemOwnerAuthentication(
 
 /// The launcher here runs the script itself.
 std::shared_ptr<Administrator> systemAdministrator(std::shared_ptr<Processes> processes,
-                                                   AdministratorArguments /*arguments*/) {
+                                                   LaunchedAdministrator::Arguments /*arguments*/) {
     return std::make_shared<LinuxAdministrator>(std::move(processes));
 }
 

@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "platform/folder_cleanup_trash.h"
-#include "platform/macos/macos_administrator.h"
+#include "platform/launched_administrator.h"
 #include "platform/macos/macos_directory_reader.h"
 #include "platform/macos/macos_files.h"
 #include "platform/macos/macos_processes.h"
@@ -47,8 +47,9 @@ std::shared_ptr<CleanupTrash> systemCleanupTrash(const StandardFolders& folders,
 }
 
 std::shared_ptr<Administrator> systemAdministrator(std::shared_ptr<Processes> processes,
-                                                   AdministratorArguments arguments) {
-    return std::make_shared<MacOSAdministrator>(std::move(processes), std::move(arguments));
+                                                   LaunchedAdministrator::Arguments arguments) {
+    return std::make_shared<LaunchedAdministrator>(std::move(processes), "/usr/bin/osascript",
+                                                   std::move(arguments));
 }
 
 }  // namespace vestigo

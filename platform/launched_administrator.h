@@ -1,4 +1,4 @@
-// Runs a script as the superuser through the system's AppleScript runner.
+// An administrator's run by a program that asks for the password itself.
 #pragma once
 
 #include <functional>
@@ -11,20 +11,21 @@
 
 namespace vestigo {
 
-class MacOSAdministrator : public Administrator {
+class LaunchedAdministrator : public Administrator {
 public:
-    /// What the runner is given so that it asks for an administrator and runs the script at a path.
+    /// What the launcher is given for the script at this path.
     using Arguments = std::function<std::vector<std::string>(const std::string& script)>;
 
-    MacOSAdministrator(std::shared_ptr<Processes> processes, Arguments arguments,
-                       std::string launcher = "/usr/bin/osascript");
+    LaunchedAdministrator(std::shared_ptr<Processes> processes, std::string launcher,
+                          Arguments arguments);
 
+    /// The launcher's own exit status.
     [[nodiscard]] AdministratorRun runScript(const std::string& script) override;
 
 private:
     std::shared_ptr<Processes> processes_;
-    Arguments arguments_;
     std::string launcher_;
+    Arguments arguments_;
 };
 
 }  // namespace vestigo

@@ -1,4 +1,4 @@
-#include "platform/macos/macos_administrator.h"
+#include "platform/launched_administrator.h"
 
 #include <future>
 #include <string_view>
@@ -6,13 +6,13 @@
 
 namespace vestigo {
 
-MacOSAdministrator::MacOSAdministrator(std::shared_ptr<Processes> processes, Arguments arguments,
-                                       std::string launcher)
+LaunchedAdministrator::LaunchedAdministrator(std::shared_ptr<Processes> processes,
+                                             std::string launcher, Arguments arguments)
     : processes_(std::move(processes)),
-      arguments_(std::move(arguments)),
-      launcher_(std::move(launcher)) {}
+      launcher_(std::move(launcher)),
+      arguments_(std::move(arguments)) {}
 
-AdministratorRun MacOSAdministrator::runScript(const std::string& script) {
+AdministratorRun LaunchedAdministrator::runScript(const std::string& script) {
     const auto status = std::make_shared<std::promise<int>>();
     auto error = processes_->start(
         {.program = launcher_, .arguments = arguments_(script), .environment = {}},
