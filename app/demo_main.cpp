@@ -22,7 +22,7 @@
 #include "platform/interrupt.h"
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_tasks.h"
+#include "platform/posix/thread_tasks.h"
 #include "ui/symbols.h"
 
 namespace vestigo {
@@ -32,7 +32,7 @@ ScanSessionServices servicesFor(const std::string& disk, std::shared_ptr<RunLoop
     const auto signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk);
     ScanSessionServices services;
     services.loop = std::move(loop);
-    services.background = std::make_shared<LinuxTasks>();
+    services.background = std::make_shared<ThreadTasks>();
     services.reader = demoDirectoryReader(std::make_shared<LinuxDirectoryReader>(), disk);
     services.inspect = [signing](const std::string& root) {
         return inspectSignature(*signing, root);

@@ -13,11 +13,11 @@
 #include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_files.h"
-#include "platform/linux/linux_processes.h"
-#include "platform/linux/linux_tasks.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
+#include "platform/posix/posix_processes.h"
+#include "platform/posix/thread_tasks.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_preferences.h"
 
@@ -57,7 +57,7 @@ public:
 };
 
 void makePrivateFolder(const std::string& path) {
-    static_cast<void>(LinuxFiles().createFolders(path));
+    static_cast<void>(PosixFiles().createFolders(path));
     std::error_code error;
     std::filesystem::permissions(path, std::filesystem::perms::owner_all, error);
 }
@@ -73,9 +73,9 @@ Surroundings demoSurroundings(const std::string& disk) {
     const std::string temporary = "/private/var/folders/demo/T";
     makePrivateFolder(disk + temporary);
     makePrivateFolder(demoTrashFolder(disk));
-    static_cast<void>(LinuxFiles().createFolders(disk + library + "/Preferences"));
+    static_cast<void>(PosixFiles().createFolders(disk + library + "/Preferences"));
     const auto trash = demoTrashFolder(disk);
-    const auto processes = std::make_shared<LinuxProcesses>(std::make_shared<LinuxTasks>());
+    const auto processes = std::make_shared<PosixProcesses>(std::make_shared<ThreadTasks>());
     return {
         .folders = {.home = demoHome,
                     .applicationSupport = library + "/Application Support",
@@ -85,7 +85,7 @@ Surroundings demoSurroundings(const std::string& disk) {
         .reader = demoDirectoryReader(std::make_shared<LinuxDirectoryReader>(), disk),
         .signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk),
         .desktop = std::make_shared<DemoDesktop>(std::make_unique<QtDesktop>(), disk),
-        .files = demoFiles(std::make_shared<LinuxFiles>(), disk),
+        .files = demoFiles(std::make_shared<PosixFiles>(), disk),
         .bundles = demoBundles(std::make_shared<LinuxBundleReader>(), disk),
         .trash = demoTrash(std::make_shared<LinuxTrash>(trash), disk),
         .cleanupTrash = demoCleanupTrash(std::make_shared<LinuxCleanupTrash>(trash), disk),
@@ -93,7 +93,7 @@ Surroundings demoSurroundings(const std::string& disk) {
         .processes = demoProcesses(processes, disk),
         .authentication = std::make_shared<NoAuthentication>(),
         .administrator = demoAdministrator(processes, disk),
-        .tasks = std::make_shared<LinuxTasks>(),
+        .tasks = std::make_shared<ThreadTasks>(),
     };
 }
 

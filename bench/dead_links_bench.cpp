@@ -8,7 +8,7 @@
 #include <sys/resource.h>
 
 #include "actions/dead_links.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
 #include "tests/support/temporary_tree.h"
 
@@ -42,7 +42,7 @@ void makeLinks(const test::TemporaryTree& tree, int deadEvery) {
 void cleanLinks(benchmark::State& state) {
     const auto deadEvery = static_cast<int>(state.range(0));
     PosixLinks links;
-    LinuxFiles files;
+    PosixFiles files;
     std::size_t cleaned = 0;
     double before = 0;
     for (auto _ : state) {

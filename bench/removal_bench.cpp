@@ -11,7 +11,7 @@
 #include "engine/scanner.h"
 #include "persist/scan_cache.h"
 #include "platform/linux/linux_bundle_reader.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "tests/support/temporary_tree.h"
 
@@ -50,7 +50,7 @@ ScanFile savedScan() {
 
 struct World {
     test::TemporaryTree tree;
-    std::shared_ptr<LinuxFiles> files = std::make_shared<LinuxFiles>();
+    std::shared_ptr<PosixFiles> files = std::make_shared<PosixFiles>();
     Scanner scanner{{.main = std::make_shared<RunLoop>(),
                      .background = nullptr,
                      .reader = nullptr,
@@ -119,7 +119,7 @@ void findLeftovers(benchmark::State& state) {
     }
     for (const auto& group : groups) pointers.push_back(&group);
     LinuxBundleReader bundles;
-    LinuxFiles files;
+    PosixFiles files;
     for (auto _ : state) {
         const auto found =
             vestigo::findLeftovers(pointers, {tree.at("home"), tree.at("Library")}, bundles, files);

@@ -11,7 +11,7 @@
 #include "persist/csv.h"
 #include "persist/scan_file_reader.h"
 #include "persist/scan_file_writer.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "tests/support/temporary_tree.h"
 
 namespace {
@@ -45,7 +45,7 @@ ScanFile makeRecord() {
 
 struct World {
     test::TemporaryTree tree;
-    LinuxFiles files;
+    PosixFiles files;
     std::string path = tree.at("last-scan.json");
     ScanFile record = makeRecord();
     std::string text = encodeScanFile(record).value();

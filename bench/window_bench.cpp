@@ -25,7 +25,7 @@
 #include "app/window_services.h"
 #include "persist/preference_keys.h"
 #include "persist/scan_file_writer.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_preferences.h"
 #include "ui/log_view.h"
@@ -72,7 +72,7 @@ int makeRecord(const std::string& folder, long groups, long hits) {
                       static_cast<double>(600000000 + i * 31 % 9999999)}));
         record.signatures->try_emplace(root, SignInfo{false, "Example Maker, Inc."});
     }
-    LinuxFiles files;
+    PosixFiles files;
     files.createFolders(folder + "/Vestigo");
     const auto text = encodeScanFile(record);
     return text && files.replace(folder + "/Vestigo/last-scan.json", *text, Access::ownerOnly) ? 0

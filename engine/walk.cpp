@@ -148,7 +148,7 @@ private:
 std::vector<std::thread> startThreads(const Worker& worker, unsigned count) {
     std::vector<std::thread> threads;
     try {
-        while (threads.size() < count) threads.emplace_back(worker);
+        while (threads.size() < count) threads.emplace_back(atPriorityOfThisThread(worker));
     } catch (const std::system_error&) {
         return threads;
     }

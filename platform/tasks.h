@@ -30,6 +30,9 @@ public:
     virtual void run(Priority priority, Job job) = 0;
 };
 
+/// The job for a thread started by hand, at the priority that the caller's thread has now.
+[[nodiscard]] Job atPriorityOfThisThread(Job job);
+
 /// A request to stop, shared by a task and its asker. Thread-safe.
 class CancelFlag {
 public:

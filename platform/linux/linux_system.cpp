@@ -5,13 +5,13 @@
 #include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_files.h"
 #include "platform/linux/linux_owner_authentication.h"
-#include "platform/linux/linux_processes.h"
 #include "platform/linux/linux_standard_folders.h"
-#include "platform/linux/linux_tasks.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
+#include "platform/posix/posix_processes.h"
+#include "platform/posix/thread_tasks.h"
 #include "platform/system.h"
 
 namespace vestigo {
@@ -24,7 +24,7 @@ std::string homeTrash(const StandardFolders& folders) {
 }  // namespace
 
 std::shared_ptr<BackgroundTasks> systemTasks() {
-    return std::make_shared<LinuxTasks>();
+    return std::make_shared<ThreadTasks>();
 }
 
 std::shared_ptr<DirectoryReader> systemDirectoryReader() {
@@ -40,7 +40,7 @@ std::shared_ptr<BundleReader> systemBundles() {
 }
 
 std::shared_ptr<Files> systemFiles() {
-    return std::make_shared<LinuxFiles>();
+    return std::make_shared<PosixFiles>();
 }
 
 std::shared_ptr<Links> systemLinks() {
@@ -48,7 +48,7 @@ std::shared_ptr<Links> systemLinks() {
 }
 
 std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks) {
-    return std::make_shared<LinuxProcesses>(std::move(tasks));
+    return std::make_shared<PosixProcesses>(std::move(tasks));
 }
 
 StandardFolders systemFolders() {

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -15,12 +13,12 @@
 #include <libproc.h>
 #include <sys/attr.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/macos/macos_folder_batch.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/folder_access.h"
 
 namespace vestigo {
 namespace {
@@ -48,33 +46,6 @@ bool isPseudoFileSystem(int folder) {
     return std::ranges::find(pseudoFileSystems, type) != std::end(pseudoFileSystems);
 }
 
-// Other threads close what they hold within moments; someone else's descriptors may take longer.
-Descriptor openPatiently(int folder, const char* path, int flags) {
-    constexpr int patience = 400;
-    for (int tries = 0;; ++tries) {
-        const int number = ::openat(folder, path, flags | O_CLOEXEC);
-        if (number >= 0) return Descriptor(number);
-        if (errno == EINTR) continue;
-        const bool exhausted = errno == EMFILE || errno == ENFILE;
-        if (!exhausted || tries == patience) return {};
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-}
-
-// One call takes at most PATH_MAX bytes: a longer path is opened in pieces, each below the last.
-Descriptor openFolder(std::string_view path, int flags) {
-    constexpr int throughFolder = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
-    Descriptor at(AT_FDCWD);
-    while (path.size() >= PATH_MAX) {
-        const auto cut = path.rfind('/', PATH_MAX - 1);
-        if (cut == std::string_view::npos || cut == 0) return {};
-        at = openPatiently(at.get(), std::string(path.substr(0, cut)).c_str(), throughFolder);
-        if (!at) return {};
-        path.remove_prefix(std::min(path.find_first_not_of('/', cut), path.size()));
-    }
-    return openPatiently(at.get(), std::string(path).c_str(), flags);
-}
-
 double since2001(const timespec& time) {
     return secondsSince2001(BatchTime{time.tv_sec, time.tv_nsec});
 }
@@ -86,22 +57,12 @@ std::optional<FileAttributes> attributesOfFile(const struct stat& status) {
                           .ctime = since2001(status.st_birthtimespec)};
 }
 
-EntryKind kindByMode(mode_t mode) {
-    if (S_ISREG(mode)) return EntryKind::file;
-    if (S_ISDIR(mode)) return EntryKind::folder;
-    return S_ISLNK(mode) ? EntryKind::link : EntryKind::other;
-}
-
 class MacOSHeaderFile : public HeaderFile {
 public:
     explicit MacOSHeaderFile(Descriptor file) : file_(std::move(file)) {}
 
     std::size_t readStart(std::span<std::byte> buffer) override {
-        ssize_t count = 0;
-        do {
-            count = ::pread(file_.get(), buffer.data(), buffer.size(), 0);
-        } while (count < 0 && errno == EINTR);
-        return count > 0 ? static_cast<std::size_t>(count) : 0;
+        return vestigo::readStart(file_.get(), buffer);
     }
 
     std::optional<FileAttributes> attributes() override {
@@ -189,18 +150,14 @@ std::size_t openDescriptors() {
 
 std::unique_ptr<Folder> MacOSDirectoryReader::open(const std::string& path, LinkRule links) {
     const int linkFlag = links == LinkRule::refuse ? O_NOFOLLOW : 0;
-    auto folder = openFolder(path, O_RDONLY | O_DIRECTORY | O_NONBLOCK | linkFlag);
+    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
+    auto folder = openFolderPatiently(path, flags | linkFlag, flags);
     if (!folder || isPseudoFileSystem(folder.get())) return nullptr;
     return std::make_unique<MacOSFolder>(std::move(folder));
 }
 
 unsigned MacOSDirectoryReader::maxOpenFolders() const {
-    struct rlimit limit {};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
-    constexpr std::size_t spare = 2;  // For whoever else in this process opens something.
-    const auto used = std::max<std::size_t>(openDescriptors(), 3) + spare;
-    const auto available = limit.rlim_cur > used ? (limit.rlim_cur - used) / 2 : 0;
-    return static_cast<unsigned>(std::clamp<rlim_t>(available, 1, 1024));
+    return maxOpenFoldersBeside(openDescriptors());
 }
 
 }  // namespace vestigo

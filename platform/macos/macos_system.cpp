@@ -4,17 +4,17 @@
 #include "platform/folder_cleanup_trash.h"
 #include "platform/launched_administrator.h"
 #include "platform/macos/macos_directory_reader.h"
-#include "platform/macos/macos_files.h"
-#include "platform/macos/macos_processes.h"
 #include "platform/macos/macos_standard_folders.h"
-#include "platform/macos/macos_tasks.h"
+#include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
+#include "platform/posix/posix_processes.h"
+#include "platform/posix/thread_tasks.h"
 #include "platform/system.h"
 
 namespace vestigo {
 
 std::shared_ptr<BackgroundTasks> systemTasks() {
-    return std::make_shared<MacOSTasks>();
+    return std::make_shared<ThreadTasks>();
 }
 
 std::shared_ptr<DirectoryReader> systemDirectoryReader() {
@@ -22,7 +22,7 @@ std::shared_ptr<DirectoryReader> systemDirectoryReader() {
 }
 
 std::shared_ptr<Files> systemFiles() {
-    return std::make_shared<MacOSFiles>();
+    return std::make_shared<PosixFiles>();
 }
 
 std::shared_ptr<Links> systemLinks() {
@@ -30,7 +30,7 @@ std::shared_ptr<Links> systemLinks() {
 }
 
 std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks) {
-    return std::make_shared<MacOSProcesses>(std::move(tasks));
+    return std::make_shared<PosixProcesses>(std::move(tasks));
 }
 
 StandardFolders systemFolders() {

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/folder_cleanup_trash.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -47,7 +47,7 @@ struct CleanupShellTest : testing::Test {
     }
 
     test::TemporaryTree tree;
-    std::shared_ptr<LinuxFiles> files = std::make_shared<LinuxFiles>();
+    std::shared_ptr<PosixFiles> files = std::make_shared<PosixFiles>();
 };
 
 TEST_F(CleanupShellTest, MovesExactlyTheFilesOfAnyName) {

@@ -12,8 +12,8 @@
 
 #include "engine/scanner.h"
 #include "persist/scan_cache.h"
-#include "platform/linux/linux_files.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "tests/support/temporary_tree.h"
 
@@ -97,7 +97,7 @@ struct KilledRemovalTest : testing::Test {
     MemoryDisk disk;
     test::TemporaryTree tree;
     std::string home = tree.at("Trash");
-    std::shared_ptr<LinuxFiles> files = std::make_shared<LinuxFiles>();
+    std::shared_ptr<PosixFiles> files = std::make_shared<PosixFiles>();
     std::shared_ptr<ScanCache> cache = std::make_shared<ScanCache>(
         files, StandardFolders{tree.path(), tree.folder("data"), tree.path()});
     ScanFile record{

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/linux_bundle_reader.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -17,12 +17,12 @@ namespace fs = std::filesystem;
 using Paths = std::vector<std::string>;
 
 /// Lists folders in an order of its own.
-class ShuffledFiles : public LinuxFiles {
+class ShuffledFiles : public PosixFiles {
 public:
     std::optional<Paths> names(const std::string& folder) override {
         ++listings;
         const auto found = orders.find(folder);
-        return found == orders.end() ? LinuxFiles::names(folder) : found->second;
+        return found == orders.end() ? PosixFiles::names(folder) : found->second;
     }
     std::map<std::string, Paths> orders;
     int listings = 0;

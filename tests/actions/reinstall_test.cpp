@@ -11,10 +11,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "platform/linux/linux_files.h"
-#include "platform/linux/linux_processes.h"
-#include "platform/linux/linux_tasks.h"
+#include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
+#include "platform/posix/posix_processes.h"
+#include "platform/posix/thread_tasks.h"
 #include "platform/run_loop.h"
 #include "tests/support/fake_owner_authentication.h"
 #include "tests/support/temporary_tree.h"
@@ -99,13 +99,13 @@ protected:
     std::string begin_ = "$ arch -arm64 brew reinstall wget\n";
     std::string oldCopy_ = tree_.at("Cellar/wget");
     std::shared_ptr<RunLoop> loop_ = std::make_shared<RunLoop>();
-    std::shared_ptr<LinuxTasks> tasks_ = std::make_shared<LinuxTasks>();
+    std::shared_ptr<ThreadTasks> tasks_ = std::make_shared<ThreadTasks>();
     std::shared_ptr<test::FakeOwnerAuthentication> owner_ =
         std::make_shared<test::FakeOwnerAuthentication>();
     LogWindow window_;
     ReinstallServices services_{.main = loop_,
-                                .processes = std::make_shared<LinuxProcesses>(tasks_),
-                                .files = std::make_shared<LinuxFiles>(),
+                                .processes = std::make_shared<PosixProcesses>(tasks_),
+                                .files = std::make_shared<PosixFiles>(),
                                 .links = std::make_shared<PosixLinks>(),
                                 .authentication = owner_,
                                 .trashPath = {},

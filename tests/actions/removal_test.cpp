@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/folder_cleanup_trash.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "tests/support/fake_owner_authentication.h"
 #include "tests/support/temporary_tree.h"
@@ -36,7 +36,7 @@ public:
     std::optional<AdministratorRun> answer;
     Lines scripts;
     fs::perms permissions{};
-    LinuxFiles files;
+    PosixFiles files;
 };
 
 /// Keeps the jobs until they are asked for.
@@ -120,7 +120,7 @@ struct RemovalTest : testing::Test, RemovalWindow {
     std::shared_ptr<test::FakeOwnerAuthentication> owner =
         std::make_shared<test::FakeOwnerAuthentication>();
     std::shared_ptr<FakeAdministrator> administrator = std::make_shared<FakeAdministrator>();
-    std::shared_ptr<LinuxFiles> files = std::make_shared<LinuxFiles>();
+    std::shared_ptr<PosixFiles> files = std::make_shared<PosixFiles>();
     std::shared_ptr<FolderCleanupTrash> places =
         std::make_shared<FolderCleanupTrash>(trashFolder, files);
     std::shared_ptr<AdministratorCleanup> cleanup = std::make_shared<AdministratorCleanup>(

@@ -14,7 +14,7 @@
 #include "persist/signature_inspector.h"
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_tasks.h"
+#include "platform/posix/thread_tasks.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -30,7 +30,7 @@ protected:
         const auto signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk_.path());
         return {
             .loop = std::make_shared<RunLoop>(),
-            .background = std::make_shared<LinuxTasks>(),
+            .background = std::make_shared<ThreadTasks>(),
             .reader = demoDirectoryReader(std::make_shared<LinuxDirectoryReader>(), disk_.path()),
             .inspect = [signing](const std::string& root) {
                 return inspectSignature(*signing, root);

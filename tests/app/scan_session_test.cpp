@@ -6,7 +6,7 @@
 
 #include "persist/scan_file_reader.h"
 #include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_tasks.h"
+#include "platform/posix/thread_tasks.h"
 #include "tests/support/mach_o_maker.h"
 #include "tests/support/temporary_tree.h"
 
@@ -22,7 +22,7 @@ TEST(ScanSession, InterruptedPrintsWhatWasFoundWithTheVendorsKnownByThen) {
     bool interrupted = false;
     std::atomic<int> inspected = 0;
     ScanSession session({.loop = loop,
-                         .background = std::make_shared<LinuxTasks>(),
+                         .background = std::make_shared<ThreadTasks>(),
                          .reader = std::make_shared<LinuxDirectoryReader>(),
                          .inspect =
                              [&](const std::string&) {
@@ -43,7 +43,7 @@ TEST(ScanSession, InterruptedBeforeTheFirstFileEndsNormally) {
     tree.file("f", test::thinMachO(test::cpuI386));
     bool interrupted = true;
     ScanSession session({.loop = std::make_shared<RunLoop>(),
-                         .background = std::make_shared<LinuxTasks>(),
+                         .background = std::make_shared<ThreadTasks>(),
                          .reader = std::make_shared<LinuxDirectoryReader>(),
                          .inspect = {}},
                         std::nullopt);

@@ -5,7 +5,7 @@
 
 #include "engine/removal_guard.h"
 #include "engine/scanner.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "tests/support/scan_fakes.h"
 #include "tests/support/temporary_tree.h"
@@ -29,7 +29,7 @@ public:
 };
 
 /// Files whose folders lead elsewhere as told.
-class LeadingFiles : public LinuxFiles {
+class LeadingFiles : public PosixFiles {
 public:
     std::optional<std::string> resolved(const std::string& path) override {
         const auto found = leads.find(path);
@@ -160,7 +160,7 @@ TEST_F(ScannerRemovalTest, TrashesAPathAndForgetsWhatLayUnderIt) {
 
 TEST(RealPlace, FollowsTheFoldersButNotTheItem) {
     const test::TemporaryTree tree;
-    LinuxFiles files;
+    PosixFiles files;
     fs::create_symlink(tree.folder("real"), tree.at("link"));
     fs::create_symlink("/usr/bin", tree.at("real/item"));
     EXPECT_EQ(realPlace(tree.at("link/item"), files), tree.at("real/item"));

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_tasks.h"
+#include "platform/posix/thread_tasks.h"
 #include "platform/run_loop.h"
 #include "tests/support/mach_o_maker.h"
 #include "tests/support/scan_fakes.h"
@@ -78,7 +78,7 @@ protected:
 
     test::TemporaryTree tree;
     std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
-    std::shared_ptr<LinuxTasks> tasks = std::make_shared<LinuxTasks>();
+    std::shared_ptr<ThreadTasks> tasks = std::make_shared<ThreadTasks>();
     std::shared_ptr<test::MemoryStore> store = std::make_shared<test::MemoryStore>();
     Gate gate;
     std::mutex mutex;

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/linux_tasks.h"
+#include "platform/posix/thread_tasks.h"
 
 namespace vestigo::test {
 namespace {
@@ -35,7 +35,7 @@ public:
 
 TEST(BackgroundScanStore, WritesTheFirstAndTheLatestAndReadsWhatWasWritten) {
     const auto slow = std::make_shared<SlowStore>();
-    const auto tasks = std::make_shared<LinuxTasks>();
+    const auto tasks = std::make_shared<ThreadTasks>();
     BackgroundScanStore store(slow, tasks);
     for (const double date : {1, 2, 3, 4}) store.writeScanFile(datedRecord(date));
     slow->open = true;
@@ -48,7 +48,7 @@ TEST(BackgroundScanStore, WritesTheFirstAndTheLatestAndReadsWhatWasWritten) {
 TEST(BackgroundScanStore, FinishesItsWorkWhenTheProgramEnds) {
     const auto slow = std::make_shared<SlowStore>();
     {
-        auto tasks = std::make_shared<LinuxTasks>();
+        auto tasks = std::make_shared<ThreadTasks>();
         BackgroundScanStore(slow, tasks).writeScanFile(datedRecord(7));
         slow->open = true;
     }

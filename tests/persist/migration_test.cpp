@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "persist/preference_keys.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -28,8 +28,8 @@ struct FakePreferences : Preferences {
 
 struct Migration : testing::Test {
     test::TemporaryTree tree;
-    LinuxFiles files;
-    ScanCache cache{std::make_shared<LinuxFiles>(), {{}, tree.path(), {}}};
+    PosixFiles files;
+    ScanCache cache{std::make_shared<PosixFiles>(), {{}, tree.path(), {}}};
     FakePreferences own, previous;
     std::string old = tree.file("Tracemole/last-scan.json", "old");
     std::string current = tree.at("Vestigo/last-scan.json");

@@ -9,7 +9,7 @@
 #include "persist/scan_cache.h"
 #include "persist/scan_file_reader.h"
 #include "persist/scan_file_writer.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -187,7 +187,7 @@ TEST(ScanFileReader, RefusesMalformedLists) {
 
 TEST(ScanCache, KeepsTheLastRecordThatCouldBeWritten) {
     const test::TemporaryTree tree;
-    ScanCache cache(std::make_shared<LinuxFiles>(), {tree.path(), tree.at("new"), tree.path()});
+    ScanCache cache(std::make_shared<PosixFiles>(), {tree.path(), tree.at("new"), tree.path()});
     EXPECT_FALSE(cache.readScanFile());
     EXPECT_EQ(cache.cacheFileURL(), tree.at("new/Vestigo/last-scan.json"));
     const auto written = record({hit("/b"), hit("/a")});
@@ -200,11 +200,11 @@ TEST(ScanCache, KeepsTheLastRecordThatCouldBeWritten) {
 
 TEST(ScanCache, TakesWhatIsNoFileForNoScan) {
     const test::TemporaryTree tree;
-    ScanCache cache(std::make_shared<LinuxFiles>(), {tree.path(), tree.path(), tree.path()});
+    ScanCache cache(std::make_shared<PosixFiles>(), {tree.path(), tree.path(), tree.path()});
     ASSERT_EQ(mkfifo(cache.cacheFileURL().c_str(), 0600), 0);
     EXPECT_FALSE(cache.readScanFile());
     tree.file("blocked");
-    ScanCache blocked(std::make_shared<LinuxFiles>(), {{}, tree.at("blocked"), {}});
+    ScanCache blocked(std::make_shared<PosixFiles>(), {{}, tree.at("blocked"), {}});
     blocked.writeScanFile(record());
     EXPECT_FALSE(blocked.readScanFile());
 }

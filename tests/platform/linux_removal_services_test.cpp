@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include "platform/linux/linux_administrator.h"
-#include "platform/linux/linux_files.h"
 #include "platform/linux/linux_owner_authentication.h"
-#include "platform/linux/linux_processes.h"
-#include "platform/linux/linux_tasks.h"
+#include "platform/posix/posix_files.h"
+#include "platform/posix/posix_processes.h"
+#include "platform/posix/thread_tasks.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -38,9 +38,9 @@ struct PolicyKitTest : testing::Test {
     }
 
     test::TemporaryTree tree;
-    LinuxFiles files;
-    std::shared_ptr<LinuxTasks> tasks = std::make_shared<LinuxTasks>();
-    std::shared_ptr<LinuxProcesses> processes = std::make_shared<LinuxProcesses>(tasks);
+    PosixFiles files;
+    std::shared_ptr<ThreadTasks> tasks = std::make_shared<ThreadTasks>();
+    std::shared_ptr<PosixProcesses> processes = std::make_shared<PosixProcesses>(tasks);
 };
 
 TEST_F(PolicyKitTest, CanAskOnlyWhereTheActionIsKnownAndAnAgentIsThere) {

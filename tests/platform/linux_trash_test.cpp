@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include "platform/linux/linux_cleanup_trash.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -57,7 +57,7 @@ struct LinuxTrashTest : testing::Test {
     test::TemporaryTree tree;
     std::string home = tree.at("data/Trash");
     LinuxTrash trash{home};
-    LinuxFiles files;
+    PosixFiles files;
 };
 
 TEST_F(LinuxTrashTest, KeepsTheItemWholeWithWhereItCameFrom) {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
-#include "platform/linux/linux_tasks.h"
+#include "platform/posix/thread_tasks.h"
 #include "platform/run_loop.h"
 
 namespace vestigo {
@@ -23,12 +23,12 @@ TEST(RunLoop, RunsJobsInOrderAndThoseTheyPost) {
     EXPECT_EQ(order, (std::vector{1, 2, 3}));
 }
 
-TEST(LinuxTasks, RunAtTheirPriorityAndAreWaitedFor) {
+TEST(ThreadTasks, RunAtTheirPriorityAndAreWaitedFor) {
     std::atomic<int> utility = -99;
     std::atomic<int> normal = -99;
     const int own = getpriority(PRIO_PROCESS, 0);
     {
-        LinuxTasks tasks;
+        ThreadTasks tasks;
         tasks.run(Priority::utility, [&] { utility = getpriority(PRIO_PROCESS, 0); });
         tasks.run(Priority::normal, [&] { normal = getpriority(PRIO_PROCESS, 0); });
     }
@@ -37,10 +37,10 @@ TEST(LinuxTasks, RunAtTheirPriorityAndAreWaitedFor) {
     EXPECT_EQ(getpriority(PRIO_PROCESS, 0), own);
 }
 
-TEST(LinuxTasks, LetGoOfWhatAJobOwnedBeforeTheyCountAsDone) {
+TEST(ThreadTasks, LetGoOfWhatAJobOwnedBeforeTheyCountAsDone) {
     const auto owned = std::make_shared<int>(1);
     {
-        LinuxTasks tasks;
+        ThreadTasks tasks;
         tasks.run(Priority::normal, [owned] {});
     }
     EXPECT_EQ(owned.use_count(), 1);

@@ -4,7 +4,7 @@
 
 #include "platform/linux/linux_bundle_reader.h"
 #include "platform/linux/linux_directory_reader.h"
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
 
 namespace vestigo::test {
@@ -37,7 +37,7 @@ ContentServices WindowFixture::services() {
     services.scanner.reader = std::make_shared<LinuxDirectoryReader>();
     services.scanner.store = store;
     services.scanner.now = [] { return 800000000.0; };
-    const auto files = std::make_shared<LinuxFiles>();
+    const auto files = std::make_shared<PosixFiles>();
     services.scanner.files = files;
     services.scanner.trash = trash;
     services.desktop = desktop;

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 #include "tests/support/temporary_tree.h"
 #include "tests/support/window_fakes.h"
 
@@ -220,7 +220,7 @@ TEST(ContentView, ExportsAllGroupsWhereTheUserSaysAndNothingWhenCancelled) {
     content.exportCSV();
     window.desktop->csvFile = tree.path() + "/x.csv";
     content.exportCSV();
-    EXPECT_EQ(LinuxFiles().read(tree.path() + "/x.csv"),
+    EXPECT_EQ(PosixFiles().read(tree.path() + "/x.csv"),
               "category,bundle,vendor,fix,cpu,apple_signed,created,legacy_count,path\n"
               "\"App\",\"A.app\",\"\",Manual,\"x86_64\",false,,1,\"/Applications/A.app\"\n");
 }

@@ -1,22 +1,23 @@
-#include "platform/macos/macos_processes.h"
+#include "platform/posix/posix_processes.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <system_error>
 #include <utility>
 
-#include <crt_externs.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
-#include <sys/event.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/system_calls.h"
+
+extern char** environ;
 
 namespace vestigo {
 namespace {
@@ -52,10 +53,12 @@ public:
         posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO);
         posix_spawn_file_actions_adddup2(&actions_, output, STDERR_FILENO);
+        constexpr int ownSession = POSIX_SPAWN_SETSID;
+        constexpr int freshSignals = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+        const int noDescriptors = passNoOtherDescriptors(actions_);
         posix_spawnattr_init(&attributes_);
-        // All descriptors but those three stay here.
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_CLOEXEC_DEFAULT | POSIX_SPAWN_SETSID |
-                                                   POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+        posix_spawnattr_setflags(&attributes_,
+                                 static_cast<short>(ownSession | freshSignals | noDescriptors));
         sigset_t signals;
         sigemptyset(&signals);
         posix_spawnattr_setsigmask(&attributes_, &signals);
@@ -84,7 +87,7 @@ private:
 
 std::vector<std::string> childEnvironment(const std::map<std::string, std::string>& changes) {
     std::vector<std::string> lines;
-    for (char** line = *_NSGetEnviron(); line && *line; ++line) {
+    for (char** line = environ; line && *line; ++line) {
         const std::string_view text = *line;
         const auto name = text.substr(0, text.find('='));
         if (!changes.contains(std::string(name))) lines.emplace_back(text);
@@ -123,15 +126,9 @@ int waitForEnd(pid_t child) {
 /// A program that runs, and its output.
 class Child {
 public:
-    /// `events`: a kernel queue with nothing in it yet.
-    Child(pid_t id, Descriptor output, Descriptor events, std::optional<CancelFlag> cancel)
-        : id_(id),
-          output_(std::move(output)),
-          events_(std::move(events)),
-          cancel_(std::move(cancel)),
-          outputWatched_(watch(static_cast<uintptr_t>(output_.get()), EVFILT_READ, 0)),
-          // The queue knows nothing of a program that has already ended.
-          ended_(!watch(static_cast<uintptr_t>(id_), EVFILT_PROC, NOTE_EXIT) && errno == ESRCH) {}
+    /// Where the end cannot be waited for together with the output, the output's end comes first.
+    Child(pid_t id, Descriptor output, std::optional<CancelFlag> cancel)
+        : id_(id), output_(std::move(output)), cancel_(std::move(cancel)), end_(endOfChild(id)) {}
 
     /// Hands on the output until the program has ended; its exit status.
     int follow(const std::function<void(std::string_view)>& output) {
@@ -143,26 +140,14 @@ public:
     }
 
 private:
-    /// False with errno when the queue will not tell of it.
-    bool watch(uintptr_t what, std::int16_t filter, std::uint32_t events) const {
-        struct kevent change {};
-        EV_SET(&change, what, filter, EV_ADD, events, 0, nullptr);
-        return kevent(events_.get(), &change, 1, nullptr, 0, nullptr) == 0;
-    }
-
     /// Waits for output or the end. True when the program has ended, whether it left output or not.
     bool endedBeforeOutput() {
-        if (ended_ || !outputWatched_) return ended_;
-        constexpr timespec deafness{0, longestDeafness * 1000000L};
-        std::array<struct kevent, 2> events{};
+        std::array<pollfd, 2> waits{
+            {{output_.get(), POLLIN, 0}, {end_.get(), POLLIN, 0}}};  // -1 is passed over.
         for (;;) {
-            const int count = kevent(events_.get(), nullptr, 0, events.data(), events.size(),
-                                     cancel_ ? &deafness : nullptr);
-            if (count > 0) {
-                return std::any_of(events.begin(), events.begin() + count,
-                                   [](const auto& event) { return event.filter == EVFILT_PROC; });
-            }
-            if (count < 0 && errno != EINTR) return false;
+            const int ready = poll(waits.data(), waits.size(), cancel_ ? longestDeafness : -1);
+            if (ready > 0) return waits[1].revents != 0;
+            if (ready < 0 && errno != EINTR) return false;
             endIfCancelled();
         }
     }
@@ -197,28 +182,25 @@ private:
 
     pid_t id_;
     Descriptor output_;
-    Descriptor events_;
     std::optional<CancelFlag> cancel_;
-    bool outputWatched_;
-    bool ended_;
+    Descriptor end_;
     std::size_t latest_ = 0;
     std::array<char, chunkSize> buffer_;
 };
 
 }  // namespace
 
-MacOSProcesses::MacOSProcesses(std::shared_ptr<BackgroundTasks> tasks) : tasks_(std::move(tasks)) {}
+PosixProcesses::PosixProcesses(std::shared_ptr<BackgroundTasks> tasks) : tasks_(std::move(tasks)) {}
 
-std::optional<std::string> MacOSProcesses::start(const ProcessStart& what,
+std::optional<std::string> PosixProcesses::start(const ProcessStart& what,
                                                  std::function<void(std::string_view)> output,
                                                  std::function<void(int)> ended) {
     auto pipe = makePipe();
-    Descriptor events(pipe ? kqueue() : -1);
-    if (!events) return std::generic_category().message(errno);
+    if (!pipe) return std::generic_category().message(errno);
     pid_t id = 0;
     const int error = spawn(what, pipe->write.get(), id);
     if (error != 0) return std::generic_category().message(error);
-    auto child = std::make_shared<Child>(id, std::move(pipe->read), std::move(events), what.cancel);
+    auto child = std::make_shared<Child>(id, std::move(pipe->read), what.cancel);
     pipe.reset();
     tasks_->run(Priority::normal, [child = std::move(child), output = std::move(output),
                                    ended = std::move(ended)]() mutable {

@@ -12,10 +12,10 @@ namespace vestigo {
 /// leaves it alone. It inherits no descriptor, no blocked and no ignored signal. Chunks are at most
 /// 64 KiB. What a program of its own leaves running is not waited for: what that writes after the
 /// program's end goes nowhere.
-class LinuxProcesses : public Processes {
+class PosixProcesses : public Processes {
 public:
     /// One task for each program, until it ends.
-    explicit LinuxProcesses(std::shared_ptr<BackgroundTasks> tasks);
+    explicit PosixProcesses(std::shared_ptr<BackgroundTasks> tasks);
 
     [[nodiscard]] std::optional<std::string> start(const ProcessStart& what,
                                                    std::function<void(std::string_view)> output,

@@ -1,8 +1,6 @@
-#include "platform/linux/linux_files.h"
+#include "platform/posix/posix_files.h"
 
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -12,23 +10,16 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/mman.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/retrying.h"
+#include "platform/posix/system_calls.h"
 
 namespace vestigo {
 namespace {
-
-/// Repeats a call that a signal interrupted.
-template <class Call>
-auto retrying(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) result = call();
-    return result;
-}
 
 constexpr std::size_t largestFile = std::size_t{1} << 31U;
 
@@ -38,16 +29,6 @@ std::optional<std::size_t> readableSize(int file) {
     if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     const auto size = static_cast<std::size_t>(status.st_size);
     return size <= largestFile ? std::optional(size) : std::nullopt;
-}
-
-/// Much memory is filled several times faster when it comes in large pages.
-void preferLargePages(std::string& buffer) {
-    constexpr std::size_t much = std::size_t{4} << 20U;
-    if (buffer.capacity() < much) return;
-    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
-    const auto begin = (reinterpret_cast<std::uintptr_t>(buffer.data()) + page - 1) / page * page;
-    const auto end = reinterpret_cast<std::uintptr_t>(buffer.data()) + buffer.capacity();
-    ::madvise(reinterpret_cast<void*>(begin), (end - begin) / page * page, MADV_HUGEPAGE);
 }
 
 std::optional<std::string> readAll(int file) {
@@ -105,7 +86,7 @@ std::pair<std::string, std::string> split(const std::string& path) {
 /// A name that nobody can foresee. Empty when the system gives no random bytes.
 std::string unguessableName() {
     unsigned char bytes[16];
-    if (::getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) return {};
+    if (::getentropy(bytes, sizeof bytes) != 0) return {};
     std::string name = ".vestigo-";
     for (const auto byte : bytes) {
         constexpr std::string_view digits = "0123456789abcdef";
@@ -127,18 +108,20 @@ public:
 
     /// Writes the content and waits until it is on the disk.
     [[nodiscard]] bool write(std::string_view content) {
-        return file_ && writeAll(file_.get(), content) &&
-               retrying([&] { return ::fsync(file_.get()); }) == 0;
+        return file_ && writeAll(file_.get(), content) && flushToDisk(file_.get());
     }
 
-    [[nodiscard]] bool replace() { return place(0); }
+    [[nodiscard]] bool replace() {
+        const int folder = folder_.get();
+        return placed(::renameat(folder, temporary_.c_str(), folder, name_.c_str()) == 0);
+    }
 
     [[nodiscard]] bool placeIfFree() {
-        if (place(RENAME_NOREPLACE)) return true;
-        if (errno != EINVAL && errno != ENOSYS) return false;
-        // File systems without such a rename have links, which never overwrite either.
         const int folder = folder_.get();
-        return ::linkat(folder, temporary_.c_str(), folder, name_.c_str(), 0) == 0;
+        if (placed(renameIfFree(folder, temporary_, name_))) return true;
+        // File systems without such a rename have links, which never overwrite either.
+        return errno == ENOTSUP &&
+               ::linkat(folder, temporary_.c_str(), folder, name_.c_str(), 0) == 0;
     }
 
 private:
@@ -165,11 +148,10 @@ private:
         return file;
     }
 
-    bool place(unsigned flags) {
-        const int folder = folder_.get();
-        placed_ = ::renameat2(folder, temporary_.c_str(), folder, name_.c_str(), flags) == 0;
+    bool placed(bool renamed) {
+        placed_ = renamed;
         // The file is whole under either name, so a folder that cannot be flushed is no failure.
-        if (placed_) ::fsync(folder);
+        if (placed_) static_cast<void>(flushToDisk(folder_.get()));
         return placed_;
     }
 
@@ -182,37 +164,37 @@ private:
 
 }  // namespace
 
-std::optional<std::string> LinuxFiles::read(const std::string& path) {
+std::optional<std::string> PosixFiles::read(const std::string& path) {
     // Not blocking: a FIFO would wait for a writer.
     const Descriptor file(retrying(
         [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
     return file ? readAll(file.get()) : std::nullopt;
 }
 
-bool LinuxFiles::replace(const std::string& path, std::string_view content, Access access) {
+bool PosixFiles::replace(const std::string& path, std::string_view content, Access access) {
     Successor successor(path, access);
     return successor.write(content) && successor.replace();
 }
 
-bool LinuxFiles::exists(const std::string& path) {
+bool PosixFiles::exists(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0;
 }
 
-bool LinuxFiles::createFolders(const std::string& path) {
+bool PosixFiles::createFolders(const std::string& path) {
     std::error_code error;
     std::filesystem::create_directories(path, error);
     return std::filesystem::is_directory(path, error);
 }
 
-bool LinuxFiles::copy(const std::string& from, const std::string& to) {
+bool PosixFiles::copy(const std::string& from, const std::string& to) {
     const auto content = read(from);
     if (!content) return false;
     Successor successor(to, Access::ownerOnly);
     return successor.write(*content) && successor.placeIfFree();
 }
 
-std::optional<ItemKind> LinuxFiles::kind(const std::string& path) {
+std::optional<ItemKind> PosixFiles::kind(const std::string& path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
     if (S_ISREG(status.st_mode)) return ItemKind::file;
@@ -220,13 +202,13 @@ std::optional<ItemKind> LinuxFiles::kind(const std::string& path) {
     return S_ISLNK(status.st_mode) ? ItemKind::link : ItemKind::other;
 }
 
-std::optional<std::string> LinuxFiles::resolved(const std::string& path) {
+std::optional<std::string> PosixFiles::resolved(const std::string& path) {
     const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
                                                            &std::free);
     return real ? std::optional<std::string>(real.get()) : std::nullopt;
 }
 
-std::optional<std::vector<std::string>> LinuxFiles::names(const std::string& folder) {
+std::optional<std::vector<std::string>> PosixFiles::names(const std::string& folder) {
     const std::unique_ptr<DIR, CloseListing> listing(::opendir(folder.c_str()));
     if (!listing) return std::nullopt;
     std::vector<std::string> result;
@@ -240,20 +222,20 @@ std::optional<std::vector<std::string>> LinuxFiles::names(const std::string& fol
     return errno == 0 ? std::optional(std::move(result)) : std::nullopt;
 }
 
-bool LinuxFiles::isPrivateFolder(const std::string& path) {
+bool PosixFiles::isPrivateFolder(const std::string& path) {
     struct stat status {};
     return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
            status.st_uid == ::geteuid() && (status.st_mode & 077U) == 0;
 }
 
-std::unique_ptr<FolderLock> LinuxFiles::lockFolder(const std::string& path) {
+std::unique_ptr<FolderLock> PosixFiles::lockFolder(const std::string& path) {
     Descriptor folder(
         retrying([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     if (!folder || retrying([&] { return ::flock(folder.get(), LOCK_EX); }) != 0) return nullptr;
     return std::make_unique<OpenFolderLock>(std::move(folder));
 }
 
-bool LinuxFiles::remove(const std::string& path) {
+bool PosixFiles::remove(const std::string& path) {
     return ::unlink(path.c_str()) == 0;
 }
 

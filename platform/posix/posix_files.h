@@ -1,4 +1,4 @@
-// Whole files on Linux.
+// Whole files.
 #pragma once
 
 #include "platform/files.h"
@@ -8,7 +8,7 @@ namespace vestigo {
 /// Links are followed when reading. `replace` and `copy` make files that only their owner may read
 /// and write; where a link stands, `replace` puts the file in its place. `read` refuses what is
 /// larger than 2 GiB.
-class LinuxFiles : public Files {
+class PosixFiles : public Files {
 public:
     [[nodiscard]] std::optional<std::string> read(const std::string& path) override;
     [[nodiscard]] bool replace(const std::string& path, std::string_view content,

@@ -7,13 +7,13 @@
 
 namespace vestigo {
 
-/// Each runs at the quality of service of its priority. Threads that a task starts itself do not
-/// inherit it: the system gives it to one thread at a time.
-class MacOSTasks : public BackgroundTasks {
+/// Utility tasks run at a lowered processor and disk priority. The threads they start do where they
+/// are given `atPriorityOfThisThread`.
+class ThreadTasks : public BackgroundTasks {
 public:
-    MacOSTasks();
+    ThreadTasks();
     /// Waits for every task.
-    ~MacOSTasks() override;
+    ~ThreadTasks() override;
     void run(Priority priority, Job job) override;
 
 private:

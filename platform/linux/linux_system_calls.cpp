@@ -1,0 +1,60 @@
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <utility>
+
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "platform/posix/retrying.h"
+#include "platform/posix/system_calls.h"
+
+namespace vestigo {
+
+bool flushToDisk(int file) {
+    return retrying([file] { return ::fsync(file); }) == 0;
+}
+
+bool renameIfFree(int folder, const std::string& from, const std::string& to) {
+    if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+    // Of the flag, or of the call itself.
+    if (errno == EINVAL || errno == ENOSYS) errno = ENOTSUP;
+    return false;
+}
+
+void preferLargePages(std::string& buffer) {
+    constexpr std::size_t much = std::size_t{4} << 20U;
+    if (buffer.capacity() < much) return;
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto begin = (reinterpret_cast<std::uintptr_t>(buffer.data()) + page - 1) / page * page;
+    const auto end = reinterpret_cast<std::uintptr_t>(buffer.data()) + buffer.capacity();
+    ::madvise(reinterpret_cast<void*>(begin), (end - begin) / page * page, MADV_HUGEPAGE);
+}
+
+short passNoOtherDescriptors(posix_spawn_file_actions_t& actions) {
+    ::posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+    return 0;
+}
+
+Descriptor endOfChild(pid_t child) {
+    return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
+}
+
+void setPriorityOfThisThread(Priority priority) {
+    if (priority != Priority::utility) return;
+    // Here both belong to the thread.
+    constexpr int utilityNice = 10;
+    constexpr int processClass = 1;                // IOPRIO_WHO_PROCESS
+    constexpr int lowestBestEffort = 2 << 13 | 7;  // IOPRIO_CLASS_BE, level 7
+    ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), utilityNice);
+    ::syscall(SYS_ioprio_set, processClass, 0, lowestBestEffort);
+}
+
+/// A new thread inherits it here.
+Job atPriorityOfThisThread(Job job) {
+    return job;
+}
+
+}  // namespace vestigo

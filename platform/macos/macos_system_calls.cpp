@@ -1,0 +1,68 @@
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <utility>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <pthread/qos.h>
+#include <sys/event.h>
+#include <unistd.h>
+
+#include "platform/posix/retrying.h"
+#include "platform/posix/system_calls.h"
+
+namespace vestigo {
+
+/// An fsync alone leaves the bytes in the drive's own memory here. Not every volume knows the full
+/// flush; there the plain one has to do.
+bool flushToDisk(int file) {
+    return retrying([file] { return ::fcntl(file, F_FULLFSYNC); }) == 0 ||
+           retrying([file] { return ::fsync(file); }) == 0;
+}
+
+bool renameIfFree(int folder, const std::string& from, const std::string& to) {
+    if (::renameatx_np(folder, from.c_str(), folder, to.c_str(), RENAME_EXCL) == 0) return true;
+    if (errno == EINVAL) errno = ENOTSUP;
+    return false;
+}
+
+/// The system sees to it by itself.
+void preferLargePages(std::string& /*buffer*/) {}
+
+short passNoOtherDescriptors(posix_spawn_file_actions_t& /*actions*/) {
+    return POSIX_SPAWN_CLOEXEC_DEFAULT;
+}
+
+Descriptor endOfChild(pid_t child) {
+    Descriptor queue(::kqueue());
+    const auto add = [&queue](const auto& changes) {
+        return ::kevent(queue.get(), changes.data(), static_cast<int>(changes.size()), nullptr, 0,
+                        nullptr) == 0;
+    };
+    std::array<struct kevent, 1> end{};
+    EV_SET(end.data(), static_cast<uintptr_t>(child), EVFILT_PROC, EV_ADD, NOTE_EXIT, 0, nullptr);
+    if (!queue || add(end)) return queue;
+    if (errno != ESRCH) return {};
+    // The queue knows nothing of a child that has already ended: it gets an event of its own.
+    std::array<struct kevent, 2> already{};
+    EV_SET(&already[0], 0, EVFILT_USER, EV_ADD, 0, 0, nullptr);
+    EV_SET(&already[1], 0, EVFILT_USER, 0, NOTE_TRIGGER, 0, nullptr);
+    return add(already) ? std::move(queue) : Descriptor();
+}
+
+void setPriorityOfThisThread(Priority priority) {
+    const bool utility = priority == Priority::utility;
+    ::pthread_set_qos_class_self_np(utility ? QOS_CLASS_UTILITY : QOS_CLASS_USER_INITIATED, 0);
+}
+
+/// The system gives a quality of service to one thread at a time, and none to a new one.
+Job atPriorityOfThisThread(Job job) {
+    return [quality = ::qos_class_self(), job = std::move(job)] {
+        ::pthread_set_qos_class_self_np(quality, 0);
+        job();
+    };
+}
+
+}  // namespace vestigo

@@ -1,0 +1,57 @@
+#include "platform/posix/folder_access.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "platform/posix/retrying.h"
+
+namespace vestigo {
+
+// Other threads close what they hold within moments; someone else's descriptors may take longer.
+Descriptor openPatiently(int folder, const char* path, int flags) {
+    constexpr int patience = 400;
+    for (int tries = 0;; ++tries) {
+        const int number = retrying([&] { return ::openat(folder, path, flags | O_CLOEXEC); });
+        if (number >= 0) return Descriptor(number);
+        const bool exhausted = errno == EMFILE || errno == ENFILE;
+        if (!exhausted || tries == patience) return {};
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+// One call takes at most PATH_MAX bytes: a longer path is opened in pieces, each below the last.
+Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlags) {
+    Descriptor at(AT_FDCWD);
+    while (path.size() >= PATH_MAX) {
+        const auto cut = path.rfind('/', PATH_MAX - 1);
+        if (cut == std::string_view::npos || cut == 0) return {};
+        at = openPatiently(at.get(), std::string(path.substr(0, cut)).c_str(), throughFlags);
+        if (!at) return {};
+        path.remove_prefix(std::min(path.find_first_not_of('/', cut), path.size()));
+    }
+    return openPatiently(at.get(), std::string(path).c_str(), flags);
+}
+
+std::size_t readStart(int file, std::span<std::byte> buffer) {
+    const auto count = retrying([&] { return ::pread(file, buffer.data(), buffer.size(), 0); });
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
+}
+
+unsigned maxOpenFoldersBeside(std::size_t openDescriptors) {
+    struct rlimit limit {};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
+    constexpr std::size_t spare = 2;  // For whoever else in this process opens something.
+    const auto used = std::max<std::size_t>(openDescriptors, 3) + spare;
+    const auto available = limit.rlim_cur > used ? (limit.rlim_cur - used) / 2 : 0;
+    return static_cast<unsigned>(std::clamp<rlim_t>(available, 1, 1024));
+}
+
+}  // namespace vestigo

@@ -1,0 +1,35 @@
+// What the directory readers of POSIX systems do alike. Thread-safe.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+#include <sys/stat.h>
+
+#include "platform/directory_reader.h"
+#include "platform/posix/descriptor.h"
+
+namespace vestigo {
+
+/// Opens as openat(2) does, and waits up to two seconds for a descriptor where all are in use.
+[[nodiscard]] Descriptor openPatiently(int folder, const char* path, int flags);
+
+/// The same for a path that may be longer than one call takes; `throughFlags` are those for the
+/// folders on the way.
+[[nodiscard]] Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlags);
+
+/// The first bytes of an open file: as many as there are, at most the buffer's size.
+[[nodiscard]] std::size_t readStart(int file, std::span<std::byte> buffer);
+
+/// How many folders a scan may have open at once, each with a file in it, next to the descriptors
+/// that are open already; at least 1.
+[[nodiscard]] unsigned maxOpenFoldersBeside(std::size_t openDescriptors);
+
+[[nodiscard]] constexpr EntryKind kindByMode(mode_t mode) {
+    if (S_ISREG(mode)) return EntryKind::file;
+    if (S_ISDIR(mode)) return EntryKind::folder;
+    return S_ISLNK(mode) ? EntryKind::link : EntryKind::other;
+}
+
+}  // namespace vestigo

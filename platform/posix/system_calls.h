@@ -1,0 +1,36 @@
+// What POSIX leaves open or says less well than the systems themselves. Each system's folder has
+// its own form of these.
+#pragma once
+
+#include <string>
+
+#include <spawn.h>
+#include <sys/types.h>
+
+#include "platform/posix/descriptor.h"
+#include "platform/tasks.h"
+
+namespace vestigo {
+
+/// Waits until what was written lies on the disk. False when it may not.
+[[nodiscard]] bool flushToDisk(int file);
+
+/// Renames within a folder and replaces nothing. False with errno: ENOTSUP where the file system
+/// knows no such rename.
+[[nodiscard]] bool renameIfFree(int folder, const std::string& from, const std::string& to);
+
+/// Makes a large buffer quicker to fill for the first time, where the system can.
+void preferLargePages(std::string& buffer);
+
+/// Keeps all descriptors from a child but those that `actions` give it. What has to be among the
+/// flags of its attributes.
+[[nodiscard]] short passNoOtherDescriptors(posix_spawn_file_actions_t& actions);
+
+/// Readable, as poll(2) has it, once a child has ended, and also when it had before. Owns nothing
+/// where the system has nothing like it.
+[[nodiscard]] Descriptor endOfChild(pid_t child);
+
+/// For good; a thread that is to run as it did afterwards must not be given this.
+void setPriorityOfThisThread(Priority priority);
+
+}  // namespace vestigo
