@@ -1,26 +1,15 @@
 #include "platform/linux/linux_standard_folders.h"
 
-#include <array>
 #include <cstdlib>
 #include <optional>
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/posix/home_folder.h"
+
 namespace vestigo {
 namespace {
-
-std::string withoutTrailingSlash(std::string path) {
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    return path;
-}
-
-std::optional<std::string> folderFromEnvironment(const char* variable) {
-    const char* const value = std::getenv(variable);
-    if (!value || value[0] != '/') return std::nullopt;
-    return withoutTrailingSlash(value);
-}
 
 std::string dataFolder(const std::string& home) {
     if (auto folder = folderFromEnvironment("XDG_DATA_HOME")) return *folder;
@@ -45,19 +34,9 @@ std::string privateFolder(const std::string& shared, const std::string& lastReso
 
 }  // namespace
 
-std::string linuxHomeFolder() {
-    if (auto home = folderFromEnvironment("HOME")) return *home;
-    std::array<char, 16384> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
-    if (!found || !found->pw_dir || found->pw_dir[0] != '/') return "/";
-    return withoutTrailingSlash(found->pw_dir);
-}
-
 StandardFolders linuxStandardFolders(const std::string& sharedTemporary) {
     StandardFolders folders;
-    folders.home = linuxHomeFolder();
+    folders.home = homeFolder();
     folders.applicationSupport = dataFolder(folders.home);
     const auto runtime = folderFromEnvironment("XDG_RUNTIME_DIR");
     folders.temporary = runtime && isOursAlone(*runtime)

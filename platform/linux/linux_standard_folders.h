@@ -14,7 +14,4 @@ namespace vestigo {
 /// application support folder. Variables that are no absolute path are ignored.
 [[nodiscard]] StandardFolders linuxStandardFolders(const std::string& sharedTemporary = "/tmp");
 
-/// Only the home folder; touches nothing.
-[[nodiscard]] std::string linuxHomeFolder();
-
 }  // namespace vestigo

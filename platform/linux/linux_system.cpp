@@ -8,10 +8,6 @@
 #include "platform/linux/linux_owner_authentication.h"
 #include "platform/linux/linux_standard_folders.h"
 #include "platform/linux/linux_trash.h"
-#include "platform/posix/posix_files.h"
-#include "platform/posix/posix_links.h"
-#include "platform/posix/posix_processes.h"
-#include "platform/posix/thread_tasks.h"
 #include "platform/system.h"
 
 namespace vestigo {
@@ -22,10 +18,6 @@ std::string homeTrash(const StandardFolders& folders) {
 }
 
 }  // namespace
-
-std::shared_ptr<BackgroundTasks> systemTasks() {
-    return std::make_shared<ThreadTasks>();
-}
 
 std::shared_ptr<DirectoryReader> systemDirectoryReader() {
     return std::make_shared<LinuxDirectoryReader>();
@@ -39,24 +31,8 @@ std::shared_ptr<BundleReader> systemBundles() {
     return std::make_shared<LinuxBundleReader>();
 }
 
-std::shared_ptr<Files> systemFiles() {
-    return std::make_shared<PosixFiles>();
-}
-
-std::shared_ptr<Links> systemLinks() {
-    return std::make_shared<PosixLinks>();
-}
-
-std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks) {
-    return std::make_shared<PosixProcesses>(std::move(tasks));
-}
-
 StandardFolders systemFolders() {
     return linuxStandardFolders();
-}
-
-std::string systemHomeFolder() {
-    return linuxHomeFolder();
 }
 
 std::shared_ptr<Trash> systemTrash(const StandardFolders& folders) {

@@ -2,19 +2,14 @@
 
 #include <array>
 #include <climits>
-#include <cstdlib>
 #include <optional>
 
-#include <pwd.h>
 #include <unistd.h>
+
+#include "platform/posix/home_folder.h"
 
 namespace vestigo {
 namespace {
-
-std::string withoutTrailingSlash(std::string path) {
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    return path;
-}
 
 /// The system makes it when it is asked for.
 std::optional<std::string> temporaryFolderOfUser() {
@@ -26,20 +21,9 @@ std::optional<std::string> temporaryFolderOfUser() {
 
 }  // namespace
 
-std::string macOSHomeFolder() {
-    const char* const home = std::getenv("HOME");
-    if (home && home[0] == '/') return withoutTrailingSlash(home);
-    std::array<char, 16384> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
-    if (!found || !found->pw_dir || found->pw_dir[0] != '/') return "/";
-    return withoutTrailingSlash(found->pw_dir);
-}
-
 StandardFolders macOSStandardFolders() {
     StandardFolders folders;
-    folders.home = macOSHomeFolder();
+    folders.home = homeFolder();
     folders.applicationSupport =
         (folders.home == "/" ? "" : folders.home) + "/Library/Application Support";
     folders.temporary = temporaryFolderOfUser().value_or(folders.applicationSupport);

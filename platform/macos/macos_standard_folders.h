@@ -12,7 +12,4 @@ namespace vestigo {
 /// gives none, the application support folder.
 [[nodiscard]] StandardFolders macOSStandardFolders();
 
-/// Only the home folder; touches nothing.
-[[nodiscard]] std::string macOSHomeFolder();
-
 }  // namespace vestigo

@@ -1,8 +1,10 @@
-// Owns a file descriptor.
+// Owners of what the system opens.
 #pragma once
 
+#include <memory>
 #include <utility>
 
+#include <dirent.h>
 #include <unistd.h>
 
 namespace vestigo {
@@ -27,5 +29,12 @@ public:
 private:
     int number_ = -1;
 };
+
+struct CloseListing {
+    void operator()(DIR* listing) const { ::closedir(listing); }
+};
+
+/// What opendir(3) gives; null owns nothing.
+using Listing = std::unique_ptr<DIR, CloseListing>;
 
 }  // namespace vestigo

@@ -63,10 +63,6 @@ bool writeAll(int file, std::string_view content) {
     return true;
 }
 
-struct CloseListing {
-    void operator()(DIR* listing) const { ::closedir(listing); }
-};
-
 /// Locked as long as it is open.
 class OpenFolderLock : public FolderLock {
 public:
@@ -209,7 +205,7 @@ std::optional<std::string> PosixFiles::resolved(const std::string& path) {
 }
 
 std::optional<std::vector<std::string>> PosixFiles::names(const std::string& folder) {
-    const std::unique_ptr<DIR, CloseListing> listing(::opendir(folder.c_str()));
+    const Listing listing(::opendir(folder.c_str()));
     if (!listing) return std::nullopt;
     std::vector<std::string> result;
     for (;;) {

@@ -26,14 +26,10 @@ constexpr int leaveUnmounted = 0;  // Only Linux has to be told.
 
 constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
-struct CloseListing {
-    void operator()(DIR* listing) const { closedir(listing); }
-};
-
 /// With a descriptor of its own. Null when it cannot be read.
-std::unique_ptr<DIR, CloseListing> openListing(int folder) {
+Listing openListing(int folder) {
     const int own = openat(folder, ".", asFolder);
-    std::unique_ptr<DIR, CloseListing> listing(own < 0 ? nullptr : fdopendir(own));
+    Listing listing(own < 0 ? nullptr : fdopendir(own));
     if (!listing && own >= 0) close(own);
     return listing;
 }
