@@ -3,29 +3,21 @@
 
 #include <QDialog>
 #include <QLabel>
-#include <QTest>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
-#include <gtest/gtest.h>
-
-#include "tests/support/window_fakes.h"
-#include "ui/refresher.h"
+#include "tests/support/on_screen.h"
 #include "ui/sheets.h"
 
 namespace vestigo::test {
 
-class SheetsTest : public testing::Test {
+class SheetsTest : public OnScreenTest {
 protected:
     void show(const std::string& version = "1.2") {
-        window.show();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
         sheets = std::make_unique<Sheets>(content(), &window, version);
-        refresher = std::make_unique<Refresher>(content());
-        QObject::connect(refresher.get(), &Refresher::changed, sheets.get(), &Sheets::refresh);
-        sheets->refresh(Changes::everything());
+        OnScreenTest::show(*sheets, window);
     }
-    ContentView& content() { return fixture.content(); }
     /// The open sheet of this name, or null.
     QDialog* sheet(const char* name) {
         refresher->flush();
@@ -34,16 +26,19 @@ protected:
         }
         return nullptr;
     }
+    /// The sheet that must be open now.
+    QDialog& opened(const char* name) {
+        if (auto* const found = sheet(name)) return *found;
+        throw std::runtime_error(std::string("no open sheet ") + name);
+    }
     static QStringList textsOf(const QDialog& dialog) {
         QStringList texts;
         for (const auto* const label : dialog.findChildren<QLabel*>()) texts << label->text();
         return texts;
     }
 
-    WindowFixture fixture;
     QWidget window;
     std::unique_ptr<Sheets> sheets;
-    std::unique_ptr<Refresher> refresher;
 };
 
 }  // namespace vestigo::test

@@ -4,51 +4,46 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QMenu>
-#include <QScrollBar>
-#include <QTest>
 
-#include <gtest/gtest.h>
-
-#include "tests/support/window_fakes.h"
-#include "ui/refresher.h"
+#include "tests/support/on_screen.h"
 
 namespace vestigo::test {
 namespace {
 
 /// A table on screen over a model of its own, its rows in the order of their names.
-class ResultsViewTest : public testing::Test {
+class ResultsViewTest : public OnScreenTest {
 protected:
     void show() {
-        fixture.content().sortBy(SortKey::name);
-        table = std::make_unique<ResultsView>(fixture.content());
-        refresher = std::make_unique<Refresher>(fixture.content());
-        QObject::connect(refresher.get(), &Refresher::changed, table.get(), &ResultsView::refresh);
+        content().sortBy(SortKey::name);
+        table = std::make_unique<ResultsView>(content());
         table->resize(1280, 300);
-        table->show();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(table.get()));
+        OnScreenTest::show(*table, *table);
         table->setFocus();
     }
     void addApps(int count) {
-        for (int i = 0; i < count; ++i) {
-            const auto number = std::to_string(1000 + i);
-            fixture.found("/Applications/App " + number + ".app/Contents/MacOS/x");
+        for (int i = 1000; i < 1000 + count; ++i) {
+            fixture.found("/Applications/App " + std::to_string(i) + ".app/Contents/MacOS/x");
         }
     }
-    ContentView& content() { return fixture.content(); }
     QRect cell(int row, Column column) {
         return table->visualRect(table->model()->index(row, static_cast<int>(column)));
     }
+    QPoint item(int row) { return cell(row, Column::item).center(); }
     /// The button of a cell that begins with it.
     QPoint button(int row, Column column) {
         return {cell(row, column).left() + 12, cell(row, column).center().y()};
     }
     void click(const QPoint& place, Qt::KeyboardModifiers keys = {}) {
-        QTest::mouseClick(table->viewport(), Qt::LeftButton, keys, place);
-        refresher->flush();
+        OnScreenTest::click(*table->viewport(), place, keys);
+    }
+    void press(const QPoint& place) {
+        QTest::mousePress(table->viewport(), Qt::LeftButton, {}, place);
+    }
+    void release(const QPoint& place) {
+        QTest::mouseRelease(table->viewport(), Qt::LeftButton, {}, place);
     }
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
-        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
-        refresher->flush();
+        OnScreenTest::key(*QApplication::focusWidget(), key, modifiers);
     }
     std::string root(int row) { return table->results().group(row).root; }
     RootSet rootsOf(std::initializer_list<int> rows) {
@@ -62,16 +57,13 @@ protected:
         return qobject_cast<QMenu*>(QApplication::activePopupWidget());
     }
 
-    WindowFixture fixture;
     std::unique_ptr<ResultsView> table;
-    std::unique_ptr<Refresher> refresher;
 };
 
 TEST_F(ResultsViewTest, ClicksAndKeysSelectRowsAndHiddenRowsStaySelected) {
     addApps(4);
     fixture.found("/usr/local/bin/tool");
     show();
-    const auto item = [this](int row) { return cell(row, Column::item).center(); };
     click(item(0));
     EXPECT_EQ(content().selection(), rootsOf({0}));
     click(item(2), Qt::ShiftModifier);
@@ -79,13 +71,11 @@ TEST_F(ResultsViewTest, ClicksAndKeysSelectRowsAndHiddenRowsStaySelected) {
     click(item(1), Qt::ControlModifier);
     EXPECT_EQ(content().selection(), rootsOf({0, 2}));
     click(item(4), Qt::ControlModifier);
-    const auto tool = root(4);
-    EXPECT_EQ(tool, "/usr/local/bin/tool");
 
     content().setCategoryFilter(Category::application);
     refresher->flush();
     click(item(3), Qt::ControlModifier);
-    EXPECT_TRUE(content().selection().contains(tool));
+    EXPECT_TRUE(content().selection().contains("/usr/local/bin/tool"));
     click(item(3));
     EXPECT_EQ(content().selection(), rootsOf({3}));
     key(Qt::Key_A, Qt::ControlModifier);
@@ -106,7 +96,7 @@ TEST_F(ResultsViewTest, ClicksAndKeysSelectRowsAndHiddenRowsStaySelected) {
 TEST_F(ResultsViewTest, TheKeyboardStaysWhereARowWasRemoved) {
     addApps(5);
     show();
-    click(cell(1, Column::item).center());
+    click(item(1));
     const auto next = root(2);
     content().scanner().pruneHits(root(1));
     content().scanner().regroup();
@@ -117,15 +107,20 @@ TEST_F(ResultsViewTest, TheKeyboardStaysWhereARowWasRemoved) {
     EXPECT_EQ(content().selection(), rootsOf({2}));
 }
 
-TEST_F(ResultsViewTest, AppleSignedRowsDoNotStaySelected) {
+TEST_F(ResultsViewTest, DeleteKeysAskForWhatIsSelectedAndNotAppleSigned) {
     addApps(2);
     show();
     fixture.signedBy("/Applications/App 1000.app", "Software Signing", true);
-    content().scanner().takeOver(*fixture.store->record);
-    content().scanner().regroup();
-    refresher->flush();
+    showNews();
+    key(Qt::Key_Delete);
+    EXPECT_FALSE(content().showDeleteConfirm());
     key(Qt::Key_A, Qt::ControlModifier);
     EXPECT_EQ(content().selection(), RootSet{"/Applications/App 1001.app"});
+    for (const auto deleteKey : {Qt::Key_Delete, Qt::Key_Backspace}) {
+        key(deleteKey);
+        EXPECT_TRUE(content().showDeleteConfirm());
+        content().cancelDelete();
+    }
 }
 
 TEST_F(ResultsViewTest, ButtonsInCellsWorkByMouseAndByKeyboard) {
@@ -134,56 +129,34 @@ TEST_F(ResultsViewTest, ButtonsInCellsWorkByMouseAndByKeyboard) {
     click(button(0, Column::reveal));
     EXPECT_EQ(fixture.desktop->revealed, std::vector<std::string>{root(0)});
     EXPECT_TRUE(content().selection().empty());
-    click(button(0, Column::components));
-    ASSERT_TRUE(content().inspectGroup());
-    content().closeInspect();
     click(button(0, Column::path));
     EXPECT_EQ(fixture.desktop->clipboard, root(0));
     EXPECT_EQ(content().copiedPath(), root(0));
 
-    const auto fix = table->model()->index(0, static_cast<int>(Column::fix));
-    table->setCurrentIndex(fix);
+    table->setCurrentIndex(table->model()->index(0, static_cast<int>(Column::fix)));
     key(Qt::Key_Space);
     ASSERT_TRUE(content().updateTarget());
     EXPECT_EQ(content().updateTarget()->root, root(0));
 
-    // Let go of somewhere else, a button does nothing.
-    QTest::mousePress(table->viewport(), Qt::LeftButton, {}, button(0, Column::components));
-    QTest::mouseRelease(table->viewport(), Qt::LeftButton, {}, cell(0, Column::item).center());
+    // Let go of somewhere else, a button does nothing; held down, it outlasts a redraw.
+    press(button(0, Column::components));
+    release(item(0));
     EXPECT_FALSE(content().inspectGroup());
-}
-
-TEST_F(ResultsViewTest, AButtonHeldDownOutlastsARedraw) {
-    fixture.found("/Applications/Z.app/z");
-    show();
-    QTest::mousePress(table->viewport(), Qt::LeftButton, {}, button(0, Column::components));
+    press(button(0, Column::components));
     content().sortBy(SortKey::root);
     content().scanner().regroup();
     refresher->flush();
-    QTest::mouseRelease(table->viewport(), Qt::LeftButton, {}, button(0, Column::components));
+    release(button(0, Column::components));
     ASSERT_TRUE(content().inspectGroup());
-    EXPECT_EQ(content().inspectGroup()->root, "/Applications/Z.app");
-}
-
-TEST_F(ResultsViewTest, DeleteKeysAskForTheSelection) {
-    addApps(1);
-    show();
-    key(Qt::Key_Delete);
-    EXPECT_FALSE(content().showDeleteConfirm());
-    key(Qt::Key_A, Qt::ControlModifier);
-    key(Qt::Key_Delete);
-    EXPECT_TRUE(content().showDeleteConfirm());
-    content().cancelDelete();
-    key(Qt::Key_Backspace);
-    EXPECT_TRUE(content().showDeleteConfirm());
+    EXPECT_EQ(content().inspectGroup()->root, root(0));
 }
 
 TEST_F(ResultsViewTest, TheRowMenuActsOnItsRow) {
     addApps(2);
     fixture.found("/usr/libexec/tool");
     show();
-    click(cell(0, Column::item).center());
-    auto* menu = openMenu(QContextMenuEvent::Mouse, cell(1, Column::item).center());
+    click(item(0));
+    auto* menu = openMenu(QContextMenuEvent::Mouse, item(1));
     ASSERT_TRUE(menu);
     QStringList items;
     for (const auto* const action : menu->actions()) items << action->text();
@@ -219,8 +192,7 @@ TEST_F(ResultsViewTest, HeadersSortByMouseAndByKeyboard) {
     auto& header = *static_cast<ResultsHeader*>(table->horizontalHeader());
     const auto clickHeader = [&](Column column) {
         const int x = header.sectionViewportPosition(static_cast<int>(column)) + 20;
-        QTest::mouseClick(header.viewport(), Qt::LeftButton, {}, QPoint(x, header.height() / 2));
-        refresher->flush();
+        OnScreenTest::click(*header.viewport(), QPoint(x, header.height() / 2));
     };
     clickHeader(Column::item);
     EXPECT_EQ(root(0), "/Applications/App 1002.app");
@@ -243,9 +215,7 @@ TEST_F(ResultsViewTest, WhatIsInViewStaysWhenRowsComeAbove) {
     const auto uppermost = root(table->rowAt(0));
     const int y = table->rowViewportPosition(table->rowAt(0));
     fixture.found("/Applications/A first one.app/x");
-    content().scanner().takeOver(*fixture.store->record);
-    content().scanner().regroup();
-    refresher->flush();
+    showNews();
     EXPECT_EQ(table->model()->rowCount(), 61);
     EXPECT_EQ(root(table->rowAt(0)), uppermost);
     EXPECT_EQ(table->rowViewportPosition(table->rowAt(0)), y);
@@ -254,12 +224,12 @@ TEST_F(ResultsViewTest, WhatIsInViewStaysWhenRowsComeAbove) {
 TEST_F(ResultsViewTest, APartOfAPathCanBeSelectedAndOutlastsARedraw) {
     addApps(2);
     show();
-    const auto text = cell(0, Column::path).adjusted(30, 0, 0, 0);
-    const int y = text.center().y();
-    QTest::mousePress(table->viewport(), Qt::LeftButton, {}, {text.left() + 10, y});
-    QTest::mouseMove(table->viewport(), {text.left() + 60, y});
-    QTest::mouseMove(table->viewport(), {text.left() + 110, y});
-    QTest::mouseRelease(table->viewport(), Qt::LeftButton, {}, {text.left() + 110, y});
+    const QPoint start(cell(0, Column::path).left() + 40, cell(0, Column::path).center().y());
+    press(start);
+    for (const int distance : {50, 100}) {
+        QTest::mouseMove(table->viewport(), start + QPoint(distance, 0));
+    }
+    release(start + QPoint(100, 0));
     const QPointer<PathSelection> path = table->findChild<PathSelection*>();
     ASSERT_TRUE(path);
     EXPECT_EQ(path->text().toStdString(), root(0));
@@ -277,30 +247,37 @@ TEST_F(ResultsViewTest, APartOfAPathCanBeSelectedAndOutlastsARedraw) {
     EXPECT_TRUE(table->hasFocus());
 }
 
-TEST_F(ResultsViewTest, ColumnsFollowTheTextSize) {
+TEST_F(ResultsViewTest, ColumnsFollowTheTextSizeAndTheirLimits) {
     addApps(1);
     show();
+    const auto width = [this](Column column) {
+        return table->columnWidth(static_cast<int>(column));
+    };
     content().setFontDelta(8);
     refresher->flush();
     EXPECT_EQ(table->font().pixelSize(), 21);
-    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::cpu)), qRound(160 * 21 / 13.0 * 1.06));
-    auto& header = *table->horizontalHeader();
-    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::item)), 150);
-    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::path)), 200);
+    EXPECT_EQ(width(Column::cpu), qRound(160 * 21 / 13.0 * 1.06));
+    EXPECT_EQ(width(Column::item), 150);
+    EXPECT_EQ(width(Column::path), 200);
+    // A size that cannot be chosen is the small one.
+    fixture.preferences->values["TM_fontDelta"] = 5;
+    EXPECT_EQ(content().tableFontSize(), 13);
     content().setFontDelta(0);
     refresher->flush();
     table->resize(2000, 300);
-    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::item)), 220);
-    header.resizeSection(static_cast<int>(Column::item), 600);
-    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::item)), 340);
-    header.resizeSection(static_cast<int>(Column::item), 20);
-    EXPECT_EQ(table->columnWidth(static_cast<int>(Column::item)), 150);
-    EXPECT_EQ(header.length(), table->viewport()->width());
+    EXPECT_EQ(width(Column::item), 220);
+    auto& header = *table->horizontalHeader();
+    for (const auto& [drawn, taken] : {std::pair(600, 340), std::pair(20, 150)}) {
+        header.resizeSection(static_cast<int>(Column::item), drawn);
+        EXPECT_EQ(width(Column::item), taken);
+        EXPECT_EQ(header.length(), table->viewport()->width());
+    }
 }
 
 TEST_F(ResultsViewTest, AssistiveTechnologyFindsCellsButtonsAndHeaders) {
     addApps(2);
     show();
+    const auto pressAction = QAccessibleActionInterface::pressAction();
     auto* const whole = QAccessible::queryAccessibleInterface(table.get());
     ASSERT_EQ(whole->role(), QAccessible::Table);
     auto* const cells = whole->tableInterface();
@@ -318,16 +295,14 @@ TEST_F(ResultsViewTest, AssistiveTechnologyFindsCellsButtonsAndHeaders) {
     ASSERT_TRUE(button);
     EXPECT_EQ(button->role(), QAccessible::Button);
     EXPECT_EQ(button->text(QAccessible::Name), "Inspect every binary inside this bundle");
-    button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    button->actionInterface()->doAction(pressAction);
     ASSERT_TRUE(content().inspectGroup());
     EXPECT_EQ(content().inspectGroup()->root, root(1));
 
     EXPECT_TRUE(cells->selectRow(1));
     EXPECT_EQ(content().selection(), rootsOf({1}));
     EXPECT_TRUE(item->state().selected);
-    whole->child(static_cast<int>(Column::path))
-        ->actionInterface()
-        ->doAction(QAccessibleActionInterface::pressAction());
+    whole->child(static_cast<int>(Column::path))->actionInterface()->doAction(pressAction);
     EXPECT_EQ(content().sortOrder().front().key, SortKey::root);
 }
 

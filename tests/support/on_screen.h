@@ -1,0 +1,52 @@
+// Widgets on screen over a window's model, for tests of what is on them.
+#pragma once
+
+#include <QTest>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/window_fakes.h"
+#include "ui/refresher.h"
+
+namespace vestigo::test {
+
+/// What is there by this name.
+template <class Widget = QWidget>
+Widget& part(const QWidget& whole, const char* name) {
+    return *whole.findChild<Widget*>(QLatin1String(name));
+}
+
+class OnScreenTest : public testing::Test {
+protected:
+    /// Shows the window, in which `follower` is redrawn for what changes from now on.
+    template <class Follower>
+    void show(Follower& follower, QWidget& window) {
+        refresher = std::make_unique<Refresher>(content());
+        QObject::connect(refresher.get(), &Refresher::changed, &follower, &Follower::refresh);
+        follower.refresh(Changes::everything());
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    }
+    ContentView& content() { return fixture.content(); }
+    /// Shows what has been found and signed since the window was made.
+    void showNews() {
+        content().scanner().takeOver(*fixture.store->record);
+        content().scanner().regroup();
+        refresher->flush();
+    }
+    void key(QWidget& widget, Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::keyClick(&widget, key, modifiers);
+        refresher->flush();
+    }
+    /// In the middle of the widget where no place is named.
+    void click(QWidget& widget, const QPoint& place = {}, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::mouseClick(&widget, Qt::LeftButton, modifiers, place);
+        refresher->flush();
+    }
+
+    WindowFixture fixture;
+    std::unique_ptr<Refresher> refresher;
+};
+
+}  // namespace vestigo::test
