@@ -1,8 +1,7 @@
 #include <QTest>
-#include <algorithm>
 #include <filesystem>
+#include <set>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -29,12 +28,11 @@ protected:
     [[nodiscard]] bool has(const std::string& path) const {
         return fs::exists(fs::symlink_status(disk.path() + path));
     }
-    [[nodiscard]] std::vector<std::string> trashed() const {
-        std::vector<std::string> names;
+    [[nodiscard]] std::set<std::string> trashed() const {
+        std::set<std::string> names;
         for (const auto& item : fs::directory_iterator(demoTrashFolder(disk.path()) + "/files")) {
-            names.push_back(item.path().filename());
+            names.insert(item.path().filename());
         }
-        std::ranges::sort(names);
         return names;
     }
 
@@ -46,10 +44,8 @@ TEST_F(DemoWindow, MovesAnApplicationAndItsLeftoversToTheTrashOfItsOwnDisk) {
     content->requestDeleteOfRow(*content->groupWithRoot("/Applications/Sound Studio.app"));
     content->searchLeftovers();
     ASSERT_EQ(content->leftovers().size(), 5U);
-    const auto before = content->groupCount();
     content->confirmDelete();
-    EXPECT_FALSE(content->showDeleteConfirm());
-    EXPECT_EQ(content->groupCount(), before - 1);
+    EXPECT_FALSE(content->groupWithRoot("/Applications/Sound Studio.app"));
     EXPECT_FALSE(has("/Applications/Sound Studio.app"));
     ASSERT_TRUE(QTest::qWaitFor(
         [&] { return !has("/Library/LaunchDaemons/com.example.soundstudio.plist"); }, 20000));
@@ -71,7 +67,7 @@ TEST_F(DemoWindow, ReinstallsAFormulaAndRemovesTheOldCopyWithItsLinks) {
     EXPECT_NE(log.find("==> Pouring wget"), std::string::npos);
     EXPECT_FALSE(has("/usr/local/bin/wget"));
     EXPECT_TRUE(has("/usr/local/lib/libpng16.16.dylib"));
-    EXPECT_EQ(trashed(), std::vector<std::string>{"wget"});
+    EXPECT_EQ(trashed(), std::set<std::string>{"wget"});
 }
 
 }  // namespace

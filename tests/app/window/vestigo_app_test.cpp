@@ -3,10 +3,10 @@
 #include <QAction>
 #include <QApplication>
 #include <QMenuBar>
-#include <QPushButton>
 #include <QTest>
 #include <memory>
-#include <utility>
+#include <stdexcept>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -31,16 +31,16 @@ private:
     UpdaterState& state_;
 };
 
-QAction* command(MainWindow& window, const QString& text) {
+QAction& command(MainWindow& window, const QString& text) {
     for (auto* const action : window.menuBar()->findChildren<QAction*>()) {
-        if (action->text() == text) return action;
+        if (action->text() == text) return *action;
     }
-    return nullptr;
+    throw std::runtime_error("no command " + text.toStdString());
 }
 
-QStringList itemsOf(MainWindow& window, int menu) {
+QStringList applicationMenu(MainWindow& window) {
     QStringList texts;
-    for (auto* const action : window.menuBar()->actions().at(menu)->menu()->actions()) {
+    for (auto* const action : window.menuBar()->actions().front()->menu()->actions()) {
         texts << (action->isSeparator() ? QStringLiteral("-") : action->text());
     }
     return texts;
@@ -55,36 +55,43 @@ protected:
 
 TEST_F(VestigoAppTest, TheApplicationMenuHoldsTheUpdateCommandsWhereThereIsAnUpdater) {
     auto& window = app.openWindow();
-    EXPECT_EQ(itemsOf(window, 0),
+    EXPECT_EQ(applicationMenu(window),
               (QStringList{"About Vestigo", "-", "Check for Updates…",
                            "Automatically Check for Updates", "-", "Quit Vestigo"}));
-    command(window, "Check for Updates…")->trigger();
+    command(window, "Check for Updates…").trigger();
     EXPECT_EQ(updates.checks, 1);
-    auto* const automatically = command(window, "Automatically Check for Updates");
-    EXPECT_TRUE(automatically->isChecked());
-    automatically->trigger();
+    auto& automatically = command(window, "Automatically Check for Updates");
+    EXPECT_TRUE(automatically.isChecked());
+    automatically.trigger();
     EXPECT_FALSE(updates.automatic);
 
     VestigoApp without(fixture.services(), nullptr, "");
-    EXPECT_EQ(itemsOf(without.openWindow(), 0),
+    EXPECT_EQ(applicationMenu(without.openWindow()),
               (QStringList{"About Vestigo", "-", "Quit Vestigo"}));
 }
 
-TEST_F(VestigoAppTest, AboutAndHelpReachEveryOpenWindow) {
+TEST_F(VestigoAppTest, NotificationsAndSettingsReachEveryWindow) {
     auto& first = app.openWindow();
-    command(first, "New Window")->trigger();
-    QList<MainWindow*> windows;
+    command(first, "New Window").trigger();
+    std::vector<ContentView*> contents;
     for (auto* const widget : QApplication::topLevelWidgets()) {
-        if (auto* const window = qobject_cast<MainWindow*>(widget)) windows << window;
+        if (auto* const each = qobject_cast<MainWindow*>(widget)) {
+            contents.push_back(&each->content());
+        }
     }
-    ASSERT_EQ(windows.size(), 2);
-    EXPECT_NE(&windows[0]->content().scanner(), &windows[1]->content().scanner());
-    command(first, "Vestigo Help")->trigger();
-    command(first, "About Vestigo")->trigger();
-    for (auto* const window : windows) {
-        EXPECT_TRUE(window->content().showHelp());
-        EXPECT_TRUE(window->content().showAbout());
+    ASSERT_EQ(contents.size(), 2U);
+    EXPECT_NE(&contents[0]->scanner(), &contents[1]->scanner());
+    command(first, "Vestigo Help").trigger();
+    command(first, "About Vestigo").trigger();
+    int told = 0;
+    std::vector<Subscription> hearing;
+    for (auto* const content : contents) {
+        EXPECT_TRUE(content->showHelp() && content->showAbout());
+        hearing.push_back(content->subscribe(
+            [&told](ContentField field) { told += field == ContentField::fontDelta ? 1 : 0; }));
     }
+    first.content().setFontDelta(8);
+    EXPECT_EQ(told, 2);
 }
 
 TEST_F(VestigoAppTest, AClosedWindowIsGoneAndTheOthersStay) {
@@ -93,12 +100,12 @@ TEST_F(VestigoAppTest, AClosedWindowIsGoneAndTheOthersStay) {
     bool gone = false;
     QObject::connect(&first, &QObject::destroyed, [&gone] { gone = true; });
     first.content().scanPressed();
-    command(first, "Close")->trigger();
+    command(first, "Close").trigger();
     EXPECT_TRUE(QTest::qWaitFor([&gone] { return gone; }));
     fixture.settle();
-    command(second, "Vestigo Help")->trigger();
+    command(second, "Vestigo Help").trigger();
     EXPECT_TRUE(second.content().showHelp());
-    command(second, "Quit Vestigo")->trigger();
+    command(second, "Quit Vestigo").trigger();
     EXPECT_TRUE(fixture.terminated);
 }
 
@@ -107,7 +114,7 @@ TEST_F(VestigoAppTest, SelectAllFromTheMenuSelectsTheRows) {
     fixture.found("/Applications/B.app/b");
     auto& window = app.openWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-    command(window, "Select All")->trigger();
+    command(window, "Select All").trigger();
     EXPECT_EQ(window.content().selection().size(), 2U);
 }
 
