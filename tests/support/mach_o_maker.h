@@ -1,6 +1,7 @@
 // Headers of Mach-O files, written by hand.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -20,7 +21,11 @@ std::string thinBigEndianMachO(std::uint32_t cpu);
 /// A universal file's header with one entry per CPU type; 32-byte entries when `wide`.
 std::string fatMachO(const std::vector<std::uint32_t>& cpus, bool wide = false);
 
+/// What a thin image for this CPU type begins with.
+std::uint32_t thinMagic(std::uint32_t cpu);
+
 /// The value as four bytes, most significant first.
-std::string bigEndian(std::uint32_t value);
+std::string bigEndian(std::size_t value);
+std::string littleEndian(std::size_t value);
 
 }  // namespace vestigo::test

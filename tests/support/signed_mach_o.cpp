@@ -1,6 +1,5 @@
 #include "tests/support/signed_mach_o.h"
 
-#include <algorithm>
 #include <memory>
 #include <stdexcept>
 
@@ -14,15 +13,13 @@
 namespace vestigo::test {
 namespace {
 
-using Key = std::shared_ptr<EVP_PKEY>;
-using Certificate = std::shared_ptr<X509>;
+struct Identity {
+    std::shared_ptr<EVP_PKEY> key;
+    std::shared_ptr<X509> certificate;
+};
 
 void require(bool worked) {
     if (!worked) throw std::runtime_error("OpenSSL refused to make a test signature");
-}
-
-Key newKey() {
-    return {EVP_EC_gen("P-256"), EVP_PKEY_free};
 }
 
 void addName(X509* certificate, const std::string& commonName) {
@@ -42,21 +39,22 @@ void addKeyIdentifier(X509* certificate) {
     require(extension && X509_add_ext(certificate, extension.get(), -1) == 1);
 }
 
-/// Signed by the issuer's key; self-signed without an issuer.
-Certificate newCertificate(const std::vector<std::string>& commonNames, const Key& key, long serial,
-                           const Certificate& issuer, const Key& issuerKey) {
-    Certificate certificate(X509_new(), X509_free);
-    X509_set_version(certificate.get(), X509_VERSION_3);
-    ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), serial);
-    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), 0);
-    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 86400);
-    for (const auto& name : commonNames) addName(certificate.get(), name);
-    auto* const named = issuer ? issuer.get() : certificate.get();
-    require(X509_set_issuer_name(certificate.get(), X509_get_subject_name(named)) == 1);
-    require(X509_set_pubkey(certificate.get(), key.get()) == 1);
-    addKeyIdentifier(certificate.get());
-    require(X509_sign(certificate.get(), issuerKey.get(), EVP_sha256()) > 0);
-    return certificate;
+/// Self-signed without an issuer.
+Identity newIdentity(const std::vector<std::string>& commonNames, long serial,
+                     const Identity* issuer = nullptr) {
+    const Identity made{{EVP_EC_gen("P-256"), EVP_PKEY_free}, {X509_new(), X509_free}};
+    auto* const certificate = made.certificate.get();
+    X509_set_version(certificate, X509_VERSION_3);
+    ASN1_INTEGER_set(X509_get_serialNumber(certificate), serial);
+    X509_gmtime_adj(X509_getm_notBefore(certificate), 0);
+    X509_gmtime_adj(X509_getm_notAfter(certificate), 86400);
+    for (const auto& name : commonNames) addName(certificate, name);
+    const auto& by = issuer ? *issuer : made;
+    require(X509_set_issuer_name(certificate, X509_get_subject_name(by.certificate.get())) == 1);
+    require(X509_set_pubkey(certificate, made.key.get()) == 1);
+    addKeyIdentifier(certificate);
+    require(X509_sign(certificate, by.key.get(), EVP_sha256()) > 0);
+    return made;
 }
 
 std::string encoded(CMS_ContentInfo* message) {
@@ -69,28 +67,15 @@ std::string encoded(CMS_ContentInfo* message) {
 }
 
 std::string blob(std::uint32_t magic, const std::string& content) {
-    return bigEndian(magic) + bigEndian(static_cast<std::uint32_t>(content.size() + 8)) + content;
-}
-
-std::string number(std::uint32_t value, bool mostSignificantFirst) {
-    auto bytes = bigEndian(value);
-    if (!mostSignificantFirst) std::ranges::reverse(bytes);
-    return bytes;
-}
-
-std::uint32_t sizeOf(const std::string& bytes) {
-    return static_cast<std::uint32_t>(bytes.size());
+    return bigEndian(magic) + bigEndian(content.size() + 8) + content;
 }
 
 }  // namespace
 
 std::string signatureMessage(const MessageOptions& options) {
-    const auto rootKey = newKey();
-    const auto middleKey = newKey();
-    const auto signerKey = newKey();
-    const auto root = newCertificate({"Root"}, rootKey, 1, nullptr, rootKey);
-    const auto middle = newCertificate({"Middle"}, middleKey, 2, root, rootKey);
-    const auto signer = newCertificate(options.commonNames, signerKey, 3, middle, middleKey);
+    const auto root = newIdentity({"Root"}, 1);
+    const auto middle = newIdentity({"Middle"}, 2, &root);
+    const auto signer = newIdentity(options.commonNames, 3, &middle);
 
     unsigned flags = CMS_DETACHED | CMS_BINARY | CMS_PARTIAL | CMS_NOSMIMECAP;
     if (options.byKeyIdentifier) flags |= CMS_USE_KEYID;
@@ -101,10 +86,11 @@ std::string signatureMessage(const MessageOptions& options) {
     require(message != nullptr);
     // The encoding sorts the certificates: the authorities' are shorter and come first.
     if (!options.withoutCertificates) {
-        require(CMS_add1_cert(message.get(), root.get()) == 1);
-        require(CMS_add1_cert(message.get(), middle.get()) == 1);
+        require(CMS_add1_cert(message.get(), root.certificate.get()) == 1);
+        require(CMS_add1_cert(message.get(), middle.certificate.get()) == 1);
     }
-    require(CMS_add1_signer(message.get(), signer.get(), signerKey.get(), EVP_sha256(), flags));
+    require(CMS_add1_signer(message.get(), signer.certificate.get(), signer.key.get(), EVP_sha256(),
+                            flags));
     require(CMS_final(message.get(), content.get(), nullptr, flags) == 1);
     return encoded(message.get());
 }
@@ -112,7 +98,7 @@ std::string signatureMessage(const MessageOptions& options) {
 std::string codeDirectory(const std::string& team, std::uint32_t version) {
     const std::string identifier("com.example.tool", 17);
     constexpr std::uint32_t fixedPart = 88;
-    const auto teamOffset = team.empty() ? 0 : fixedPart + sizeOf(identifier);
+    const auto teamOffset = team.empty() ? 0 : fixedPart + identifier.size();
     auto content = bigEndian(version) + bigEndian(0) + bigEndian(fixedPart) + bigEndian(fixedPart);
     content.resize(40);
     content += bigEndian(teamOffset);
@@ -122,16 +108,11 @@ std::string codeDirectory(const std::string& team, std::uint32_t version) {
     return blob(0xFADE0C02, content);
 }
 
-std::string blobWrapper(const std::string& content) {
-    return blob(0xFADE0B01, content);
-}
-
 std::string superBlob(const std::vector<std::pair<std::uint32_t, std::string>>& blobs) {
-    auto index = bigEndian(static_cast<std::uint32_t>(blobs.size()));
+    auto index = bigEndian(blobs.size());
     std::string content;
     for (const auto& [slot, bytes] : blobs) {
-        const auto offset = 12 + 8 * blobs.size() + content.size();
-        index += bigEndian(slot) + bigEndian(static_cast<std::uint32_t>(offset));
+        index += bigEndian(slot) + bigEndian(12 + 8 * blobs.size() + content.size());
         content += bytes;
     }
     return blob(0xFADE0CC0, index + content);
@@ -139,33 +120,30 @@ std::string superBlob(const std::vector<std::pair<std::uint32_t, std::string>>& 
 
 std::string embeddedSignature(const std::string& team, const std::string& message) {
     return superBlob(
-        {{codeDirectorySlot, codeDirectory(team)}, {messageSlot, blobWrapper(message)}});
+        {{codeDirectorySlot, codeDirectory(team)}, {messageSlot, blob(0xFADE0B01, message)}});
 }
 
 std::string machOImage(std::uint32_t cpu, const std::optional<std::string>& signature,
                        bool bigEndian) {
-    const auto word = [bigEndian](std::uint32_t value) { return number(value, bigEndian); };
-    const bool is64 = (cpu & 0x01000000U) != 0;
+    const auto word = bigEndian ? test::bigEndian : test::littleEndian;
     const auto otherCommand = word(0x1B) + word(24) + std::string(16, 'u');
-    const std::uint32_t commandBytes = 24 + (signature ? 16 : 0);
-    const std::uint32_t signatureOffset = 4096;
+    constexpr std::uint32_t signatureOffset = 4096;
 
-    auto image = word(is64 ? 0xFEEDFACF : 0xFEEDFACE) + word(cpu) + word(0) + word(2) +
-                 word(signature ? 2 : 1) + word(commandBytes) + word(0);
-    if (is64) image += word(0);
+    auto image = word(thinMagic(cpu)) + word(cpu) + word(0) + word(2) + word(signature ? 2 : 1) +
+                 word(signature ? 40 : 24) + word(0);
+    if (thinMagic(cpu) == thinMagic(cpuX86_64)) image += word(0);
     image += otherCommand;
     if (!signature) return image;
-    image += word(0x1D) + word(16) + word(signatureOffset) + word(sizeOf(*signature));
+    image += word(0x1D) + word(16) + word(signatureOffset) + word(signature->size());
     image.resize(signatureOffset);
     return image + *signature;
 }
 
 std::string universalFile(const std::vector<std::pair<std::uint32_t, std::string>>& images,
                           bool wide) {
-    auto header = bigEndian(wide ? 0xCAFEBABF : 0xCAFEBABE) +
-                  bigEndian(static_cast<std::uint32_t>(images.size()));
+    auto header = bigEndian(wide ? 0xCAFEBABF : 0xCAFEBABE) + bigEndian(images.size());
     const auto field = [wide](std::size_t value) {
-        return (wide ? bigEndian(0) : "") + bigEndian(static_cast<std::uint32_t>(value));
+        return (wide ? bigEndian(0) : "") + bigEndian(value);
     };
     std::string content;
     for (const auto& [cpu, image] : images) {

@@ -22,7 +22,6 @@ std::string signatureMessage(const MessageOptions& options = {});
 
 /// Version 0x20200 is the first that may name a team.
 std::string codeDirectory(const std::string& team, std::uint32_t version = 0x20400);
-std::string blobWrapper(const std::string& content);
 /// Slot numbers and their blobs.
 std::string superBlob(const std::vector<std::pair<std::uint32_t, std::string>>& blobs);
 

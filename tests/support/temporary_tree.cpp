@@ -32,11 +32,8 @@ std::string TemporaryTree::folder(std::string_view relative) const {
 
 std::string TemporaryTree::file(std::string_view relative, std::string_view content) const {
     auto whole = at(relative);
+    fs::create_directories(fs::path(whole).parent_path());
     std::ofstream out(whole, std::ios::binary);
-    if (!out) {
-        fs::create_directories(fs::path(whole).parent_path());
-        out.open(whole, std::ios::binary);
-    }
     out << content;
     if (!out.flush()) throw std::runtime_error("cannot write " + whole);
     return whole;
