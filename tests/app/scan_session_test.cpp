@@ -34,6 +34,7 @@ std::optional<ScanFile> interruptedScan(int whenInspected) {
     session.run({tree.path()}, false, interrupted);
     EXPECT_TRUE(interrupted);
     EXPECT_FALSE(session.scanner().scanning());
+    EXPECT_TRUE(session.csv().starts_with("category,"));
     return decodeScanFile(session.json().value_or(""));
 }
 

@@ -7,6 +7,8 @@
 
 #include "app/demo_surroundings.h"
 #include "app/demo_tree.h"
+#include "engine/scan_rules.h"
+#include "persist/csv.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo::test {
@@ -39,6 +41,22 @@ protected:
     TemporaryTree disk;
     std::unique_ptr<ContentView> content;
 };
+
+TEST_F(DemoWindow, ShowsEveryCategoryAndEveryFixOnTheDiskItPlays) {
+    for (const auto category : allCategories) EXPECT_GT(content->categoryCount(category), 0U);
+    for (const auto fix : {Fix::apple, Fix::homebrew, Fix::macports, Fix::manual, Fix::keep}) {
+        EXPECT_GT(content->fixCount(fix), 0U);
+    }
+    const auto csv = csvText(content->scanner().groups(), content->scanner().signatures());
+    for (const auto* const shown :
+         {"\"App\",\"Sound Studio.app\",\"Example Audio\",Manual,\"i386, x86_64\",false",
+          "\"Apple\",Apple,"}) {
+        EXPECT_NE(csv.find(shown), std::string::npos) << shown;
+    }
+    for (const auto* const hidden : {disk.path().c_str(), "Modern Notes", "Caches"}) {
+        EXPECT_EQ(csv.find(hidden), std::string::npos) << hidden;
+    }
+}
 
 TEST_F(DemoWindow, MovesAnApplicationAndItsLeftoversToTheTrashOfItsOwnDisk) {
     content->requestDeleteOfRow(*content->groupWithRoot("/Applications/Sound Studio.app"));

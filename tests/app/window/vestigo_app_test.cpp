@@ -3,10 +3,11 @@
 #include <QAction>
 #include <QApplication>
 #include <QMenuBar>
+#include <QPointer>
 #include <QTest>
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -70,41 +71,31 @@ TEST_F(VestigoAppTest, TheApplicationMenuHoldsTheUpdateCommandsWhereThereIsAnUpd
               (QStringList{"About Vestigo", "-", "Quit Vestigo"}));
 }
 
-TEST_F(VestigoAppTest, NotificationsAndSettingsReachEveryWindow) {
-    auto& first = app.openWindow();
-    command(first, "New Window").trigger();
-    std::vector<ContentView*> contents;
-    for (auto* const widget : QApplication::topLevelWidgets()) {
-        if (auto* const each = qobject_cast<MainWindow*>(widget)) {
-            contents.push_back(&each->content());
-        }
-    }
-    ASSERT_EQ(contents.size(), 2U);
-    EXPECT_NE(&contents[0]->scanner(), &contents[1]->scanner());
-    command(first, "Vestigo Help").trigger();
-    command(first, "About Vestigo").trigger();
-    int told = 0;
-    std::vector<Subscription> hearing;
-    for (auto* const content : contents) {
-        EXPECT_TRUE(content->showHelp() && content->showAbout());
-        hearing.push_back(content->subscribe(
-            [&told](ContentField field) { told += field == ContentField::fontDelta ? 1 : 0; }));
-    }
-    first.content().setFontDelta(8);
-    EXPECT_EQ(told, 2);
-}
-
-TEST_F(VestigoAppTest, AClosedWindowIsGoneAndTheOthersStay) {
+TEST_F(VestigoAppTest, WindowsHearWhatConcernsAllAndOutliveEachOther) {
     auto& first = app.openWindow();
     auto& second = app.openWindow();
-    bool gone = false;
-    QObject::connect(&first, &QObject::destroyed, [&gone] { gone = true; });
+    command(first, "Vestigo Help").trigger();
+    command(first, "About Vestigo").trigger();
+    for (auto* const each : {&first, &second}) {
+        EXPECT_TRUE(each->content().showHelp() && each->content().showAbout());
+    }
+    bool resized = false;
+    const auto hearing = second.content().subscribe(
+        [&](ContentField field) { resized = field == ContentField::fontDelta; });
+    first.content().setFontDelta(8);
+    EXPECT_TRUE(resized);
+
     first.content().scanPressed();
+    EXPECT_FALSE(second.content().scanner().scanning());
+    const QPointer<MainWindow> closed = &first;
     command(first, "Close").trigger();
-    EXPECT_TRUE(QTest::qWaitFor([&gone] { return gone; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return closed.isNull(); }));
     fixture.settle();
-    command(second, "Vestigo Help").trigger();
-    EXPECT_TRUE(second.content().showHelp());
+    command(second, "New Window").trigger();
+    EXPECT_EQ(std::ranges::count_if(
+                  QApplication::topLevelWidgets(),
+                  [](QWidget* widget) { return qobject_cast<MainWindow*>(widget) != nullptr; }),
+              2);
     command(second, "Quit Vestigo").trigger();
     EXPECT_TRUE(fixture.terminated);
 }
