@@ -9,17 +9,11 @@
 
 namespace vestigo::test {
 
-void HeldTasks::runHeld() {
-    for (const auto& job : std::exchange(jobs, {})) job();
-}
-
 WindowFixture::WindowFixture() {
     store->record = ScanFile{
         .version = scanFileVersion, .roots = {"/"}, .hits = {}, .signatures = SignatureMap{}};
     settings->setAcceptedDisclaimer(true);
 }
-
-WindowFixture::~WindowFixture() = default;
 
 void WindowFixture::found(const std::string& path, std::vector<std::string> archs, double created) {
     store->record->hits.push_back(

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/run_loop.h"
@@ -79,7 +80,9 @@ class HeldTasks : public BackgroundTasks {
 public:
     void run(Priority, Job job) override { jobs.push_back(std::move(job)); }
     /// Runs what has come by now, on this thread.
-    void runHeld();
+    void runHeld() {
+        for (const auto& job : std::exchange(jobs, {})) job();
+    }
 
     std::vector<Job> jobs;
 };
@@ -87,7 +90,6 @@ public:
 /// A model of a window and all it was given. The disclaimer has been accepted.
 struct WindowFixture {
     WindowFixture();
-    ~WindowFixture();
 
     /// Findings and signatures of the saved scan that a model made later shows.
     void found(const std::string& path, std::vector<std::string> archs = {"x86_64"},

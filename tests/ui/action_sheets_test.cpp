@@ -2,7 +2,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 
-#include "tests/support/sheets_fixture.h"
+#include "tests/support/on_screen.h"
 #include "tests/support/temporary_tree.h"
 #include "ui/log_view.h"
 #include "ui/path_list.h"

@@ -34,33 +34,29 @@ protected:
     WindowFixture window;
 };
 
-TEST_F(ContentViewTest, SortsByCategoryTextAtFirst) {
-    found({"/Library/Audio/Plug-Ins/VST/P.vst/x", "/Applications/Zed.app/z", "/opt/other/thing",
-           "/usr/local/bin/tool", "/Applications/Alpha.app/a"});
-    EXPECT_EQ(visible(),
-              (Paths{"/Applications/Zed.app", "/Applications/Alpha.app", "/usr/local/bin/tool",
-                     "/opt/other/thing", "/Library/Audio/Plug-Ins/VST/P.vst"}));
-}
-
 TEST_F(ContentViewTest, SortsByEveryKeyInTheOrderOfCodePointsAndNumbers) {
     const std::string b = "/Applications/b.app";
     const std::string z = "/Applications/Z.app";
     const std::string e = "/Applications/\xC3\xA9.app";
+    const std::string p = "/Library/Audio/Plug-Ins/VST/P.vst";
     const std::string wget = "/usr/local/Cellar/wget/1.0/bin/wget";
+    window.found(p + "/x");
     window.found(b + "/1", {"x86_64"}, 50);
     window.found(b + "/2", {"i386"}, 60);
     window.found(z + "/1", {"ppc"});
     window.found(e + "/1", {"x86_64"}, 7);
     window.found(wget, {"x86_64"}, 900);
-    EXPECT_EQ(sorted({{SortKey::name, false}}), (Paths{z, b, wget, e}));
-    EXPECT_EQ(sorted({{SortKey::root, true}}), (Paths{wget, e, b, z}));
-    EXPECT_EQ(sorted({{SortKey::created, false}}), (Paths{z, e, b, wget}));
-    EXPECT_EQ(sorted({{SortKey::legacyCount, false}}), (Paths{z, e, wget, b}));
-    EXPECT_EQ(sorted({{SortKey::cpuSummary, false}}), (Paths{b, z, e, wget}));
-    EXPECT_EQ(sorted({{SortKey::fixRank, false}}), (Paths{wget, b, z, e}));
+    EXPECT_EQ(visible(), (Paths{b, z, e, wget, p}));
+    EXPECT_EQ(sorted({{SortKey::categoryName, true}}), (Paths{p, wget, b, z, e}));
+    EXPECT_EQ(sorted({{SortKey::name, false}}), (Paths{p, z, b, wget, e}));
+    EXPECT_EQ(sorted({{SortKey::root, true}}), (Paths{wget, p, e, b, z}));
+    EXPECT_EQ(sorted({{SortKey::created, false}}), (Paths{z, p, e, b, wget}));
+    EXPECT_EQ(sorted({{SortKey::legacyCount, false}}), (Paths{z, e, wget, p, b}));
+    EXPECT_EQ(sorted({{SortKey::cpuSummary, false}}), (Paths{b, z, e, wget, p}));
+    EXPECT_EQ(sorted({{SortKey::fixRank, false}}), (Paths{wget, b, z, e, p}));
     // Turned round, equals still keep the Scanner's order.
-    EXPECT_EQ(sorted({{SortKey::fixRank, true}}), (Paths{b, z, e, wget}));
-    EXPECT_EQ(sorted({}), (Paths{b, z, e, wget}));
+    EXPECT_EQ(sorted({{SortKey::fixRank, true}}), (Paths{b, z, e, p, wget}));
+    EXPECT_EQ(sorted({}), (Paths{b, z, e, wget, p}));
 }
 
 TEST_F(ContentViewTest, SortsTextsThatDifferOnlyFarBehindACommonStart) {

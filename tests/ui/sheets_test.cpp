@@ -6,7 +6,7 @@
 #include <QScrollBar>
 #include <QTextEdit>
 
-#include "tests/support/sheets_fixture.h"
+#include "tests/support/on_screen.h"
 
 namespace vestigo::test {
 namespace {
@@ -26,6 +26,18 @@ TEST_F(SheetsTest, OnlyItsButtonsLeadOutOfTheDisclaimer) {
     EXPECT_FALSE(sheet("disclaimer"));
     content().windowAppeared();
     EXPECT_FALSE(sheet("disclaimer"));
+}
+
+TEST_F(SheetsTest, SeveralOpenSheetsCanAllBeReached) {
+    fixture.settings->setAcceptedDisclaimer(false);
+    content().windowAppeared();
+    show();
+    content().showHelpRequested();
+    for (const auto& [name, button] :
+         {std::pair("help", "close"), std::pair("disclaimer", "accept")}) {
+        click(part(opened(name), button));
+        EXPECT_FALSE(sheet(name));
+    }
 }
 
 TEST_F(SheetsTest, HelpScrollsItsPagesAndClosesInEveryUsualWay) {
@@ -57,6 +69,7 @@ TEST_F(SheetsTest, InspectListsTheBinariesAndFollowsTheFindings) {
     fixture.found(root + "/Contents/b", {"x86_64", "i386"});
     fixture.found(root + "/Contents/MacOS/Foo", {"x86_64", "arm64"});
     fixture.found(root + "2/other");
+    fixture.found("/usr/local/bin/tool");
     show();
     content().inspect(*content().groupWithRoot(root));
     auto& inspect = opened("inspect");
@@ -78,11 +91,8 @@ TEST_F(SheetsTest, InspectListsTheBinariesAndFollowsTheFindings) {
     list.setFocus();
     QTest::keyClick(&list, Qt::Key_Return);
     EXPECT_FALSE(content().inspectGroup() || sheet("inspect"));
-}
 
-TEST_F(SheetsTest, InspectShowsTheWholePathOfAFileThatIsItsOwnGroup) {
-    fixture.found("/usr/local/bin/tool");
-    show();
+    // A file that is its own group.
     content().inspect(*content().groupWithRoot("/usr/local/bin/tool"));
     EXPECT_EQ(part<QTextEdit>(opened("inspect"), "binaries").toPlainText(),
               "x86_64\t/usr/local/bin/tool");
@@ -102,18 +112,6 @@ TEST_F(SheetsTest, AnAlertShowsTheLatestMessageAsPlainText) {
     EXPECT_LT(alert.sizeHint().height(), QGuiApplication::primaryScreen()->size().height());
     QTest::keyClick(&alert, Qt::Key_Escape);
     EXPECT_FALSE(content().alert() || sheet("alert"));
-}
-
-TEST_F(SheetsTest, SeveralOpenSheetsCanAllBeReached) {
-    fixture.settings->setAcceptedDisclaimer(false);
-    content().windowAppeared();
-    show();
-    content().showHelpRequested();
-    for (const auto& [name, button] :
-         {std::pair("help", "close"), std::pair("disclaimer", "accept")}) {
-        QTest::mouseClick(&part(opened(name), button), Qt::LeftButton);
-        EXPECT_FALSE(sheet(name));
-    }
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "ui/toolbar.h"
 
 #include <QAbstractItemView>
-#include <QApplication>
 #include <utility>
 
 #include "tests/support/on_screen.h"
@@ -42,17 +41,6 @@ protected:
 
     std::unique_ptr<Toolbar> toolbar;
 };
-
-TEST_F(ToolbarTest, TheTabKeyGoesFromLeftToRight) {
-    content().chooseFolder("/Users/me");
-    show();
-    part("scan").setFocus();
-    for (const auto* const next :
-         {"folder", "clearFolder", "intelOnly", "categoryFilter", "fixFilter", "size", "scan"}) {
-        key(*QApplication::focusWidget(), Qt::Key_Tab);
-        EXPECT_TRUE(part(next).hasFocus()) << next;
-    }
-}
 
 TEST_F(ToolbarTest, ListsEveryFilterWithItsCount) {
     fixture.found("/Library/Extensions/A.kext/a");
