@@ -33,12 +33,14 @@ std::vector<std::string> RecordingListener::paths() const {
 namespace {
 
 /// One thread, one folder after the other, as plain as can be.
-class SimpleWalk {
-public:
-    explicit SimpleWalk(DirectoryReader& reader) : reader_(reader) {}
+struct SimpleWalk {
+    DirectoryReader& reader;
+    RecordingListener listener = {};
+    HitList pending = {};
+    std::int64_t count = 0;
 
     void enter(const std::string& path, LinkRule links) {
-        const auto folder = reader_.open(path, links);
+        const auto folder = reader.open(path, links);
         if (!folder) return;
         std::vector<std::string> files;
         std::vector<std::string> subFolders;
@@ -53,37 +55,27 @@ public:
         for (const auto& name : subFolders) enter(path + "/" + name, LinkRule::refuse);
     }
 
-    RecordingListener finish() {
-        result.final(std::exchange(pending_, {}), count_);
-        return std::move(result);
-    }
-
-private:
     void take(Folder& folder, const std::string& path, const std::string& name) {
-        if (++count_ % 1000 == 0) result.progress(count_, path);
+        if (++count % 1000 == 0) listener.progress(count, path);
         const auto file = folder.openFile(name.c_str());
         if (!file) return;
         std::array<std::byte, machOHeaderBytes> buffer{};
         auto archs = machOArchs(std::span(buffer).first(file->readStart(buffer)));
         const auto attributes = file->attributes();
         if (!archs || !attributes) return;
-        pending_.push_back(std::make_shared<BinaryHit>(
+        pending.push_back(std::make_shared<BinaryHit>(
             BinaryHit{path, *archs, attributes->size, attributes->mtime, attributes->ctime}));
-        if (pending_.size() == 2000) result.partial(std::exchange(pending_, {}), count_);
+        if (pending.size() == 2000) listener.partial(std::exchange(pending, {}), count);
     }
-
-    DirectoryReader& reader_;
-    RecordingListener result;
-    std::int64_t count_ = 0;
-    HitList pending_;
 };
 
 }  // namespace
 
 RecordingListener simpleWalk(DirectoryReader& reader, const std::vector<std::string>& roots) {
-    SimpleWalk walk(reader);
+    SimpleWalk walk{.reader = reader};
     for (const auto& root : roots) walk.enter(root, LinkRule::follow);
-    return walk.finish();
+    walk.listener.final(walk.pending, walk.count);
+    return walk.listener;
 }
 
 }  // namespace vestigo::test

@@ -19,19 +19,12 @@ protected:
         }
         return all;
     }
-    std::vector<Tint> tints(const std::string& root, const std::vector<Column>& columns) {
-        std::vector<Tint> all;
-        for (const auto column : columns) all.push_back(cell(root, column).tint);
-        return all;
-    }
 
     WindowFixture window;
 };
 
-using Texts = std::vector<std::string>;
-using Tints = std::vector<Tint>;
-
 TEST_F(CellContentTest, SaysWhatIsKnownOfAGroup) {
+    using Texts = std::vector<std::string>;
     const std::string foo = "/Applications/Foo.app";
     const std::string helper = "/usr/libexec/helper";
     window.found(foo + "/a", {"x86_64", "i386"}, 592099200 + 86399);
@@ -43,14 +36,22 @@ TEST_F(CellContentTest, SaysWhatIsKnownOfAGroup) {
     EXPECT_EQ(texts(helper),
               (Texts{"", "CLI tool", "ppc", "1", "—", "Apple", "Apple", "SIP", "helper", helper}));
 
-    const std::vector greyed{Column::category, Column::components, Column::created, Column::vendor,
-                             Column::item};
-    EXPECT_EQ(tints(foo, greyed),
-              (Tints{Tint::primary, Tint::red, Tint::secondary, Tint::secondary, Tint::primary}));
-    EXPECT_EQ(tints(helper, greyed), Tints(5, Tint::tertiary));
-    EXPECT_EQ(tints(foo, {Column::cpu, Column::fix}), (Tints{Tint::secondary, Tint::fixManual}));
+    for (const auto& [column, tint] :
+         {std::pair(Column::category, Tint::primary), std::pair(Column::components, Tint::red),
+          std::pair(Column::created, Tint::secondary), std::pair(Column::vendor, Tint::secondary),
+          std::pair(Column::item, Tint::primary)}) {
+        EXPECT_EQ(cell(foo, column).tint, tint);
+        EXPECT_EQ(cell(helper, column).tint, Tint::tertiary);
+    }
+    EXPECT_EQ(cell(foo, Column::cpu).tint, Tint::secondary);
+    EXPECT_EQ(cell(foo, Column::fix).tint, Tint::fixManual);
     EXPECT_EQ(cell(helper, Column::cpu).tint, Tint::purple);
     EXPECT_TRUE(cell(helper, Column::cpu).help.starts_with("Contains PowerPC code."));
+
+    // The mark of a copied path moves with the last copy.
+    for (const auto& root : {foo, helper}) window.content().copyPath(root, true);
+    EXPECT_EQ(cell(foo, Column::path).symbol->symbol, Symbol::copy);
+    EXPECT_EQ(cell(helper, Column::path).symbol->symbol, Symbol::checkCircleFill);
 }
 
 TEST_F(CellContentTest, TheReinstallArrowNeedsAFormulaNameAndAKeptRowExplainsWhy) {
@@ -67,17 +68,6 @@ TEST_F(CellContentTest, TheReinstallArrowNeedsAFormulaNameAndAKeptRowExplainsWhy
     const auto kept = cell("/Applications/Keep.app", Column::fix);
     EXPECT_EQ(kept.tint, Tint::fixKeep);
     EXPECT_TRUE(kept.help.starts_with("This bundle also has an arm64 build"));
-}
-
-TEST_F(CellContentTest, TheCopiedMarkMovesWithTheLastCopyButton) {
-    window.found("/a");
-    window.found("/b");
-    auto& content = window.content();
-    perform(CellAction::copyPath, content, *content.groupWithRoot("/a"));
-    EXPECT_EQ(cell("/a", Column::path).symbol->symbol, Symbol::checkCircleFill);
-    perform(CellAction::copyPath, content, *content.groupWithRoot("/b"));
-    EXPECT_EQ(cell("/a", Column::path).symbol->symbol, Symbol::copy);
-    EXPECT_EQ(cell("/b", Column::path).symbol->tint, Tint::green);
 }
 
 }  // namespace

@@ -11,33 +11,24 @@
 namespace vestigo::test {
 namespace {
 
-TEST_F(SheetsTest, OnlyItsButtonsLeadOutOfTheDisclaimer) {
+TEST_F(SheetsTest, OnlyItsButtonsLeadOutOfTheDisclaimerAndHelpBesideItCanBeReached) {
     fixture.settings->setAcceptedDisclaimer(false);
     content().windowAppeared();
     show();
+    content().showHelpRequested();
     auto& disclaimer = opened("disclaimer");
     QTest::keyClick(&disclaimer, Qt::Key_Escape);
     disclaimer.close();
+    click(part(opened("help"), "close"));
+    EXPECT_FALSE(sheet("help"));
     EXPECT_EQ(sheet("disclaimer"), &disclaimer);
-    part<QPushButton>(disclaimer, "quit").click();
+    click(part(disclaimer, "quit"));
     EXPECT_TRUE(fixture.terminated);
     EXPECT_FALSE(fixture.settings->acceptedDisclaimer());
     QTest::keyClick(&disclaimer, Qt::Key_Return);
     EXPECT_FALSE(sheet("disclaimer"));
     content().windowAppeared();
     EXPECT_FALSE(sheet("disclaimer"));
-}
-
-TEST_F(SheetsTest, SeveralOpenSheetsCanAllBeReached) {
-    fixture.settings->setAcceptedDisclaimer(false);
-    content().windowAppeared();
-    show();
-    content().showHelpRequested();
-    for (const auto& [name, button] :
-         {std::pair("help", "close"), std::pair("disclaimer", "accept")}) {
-        click(part(opened(name), button));
-        EXPECT_FALSE(sheet(name));
-    }
 }
 
 TEST_F(SheetsTest, HelpScrollsItsPagesAndClosesInEveryUsualWay) {

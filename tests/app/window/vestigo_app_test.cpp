@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -16,20 +17,14 @@
 namespace vestigo::test {
 namespace {
 
-struct UpdaterState {
-    int checks = 0;
-    bool automatic = true;
-};
-
 class FakeUpdater : public Updater {
 public:
-    explicit FakeUpdater(UpdaterState& state) : state_(state) {}
-    void checkForUpdates() override { ++state_.checks; }
-    bool automaticallyChecksForUpdates() const override { return state_.automatic; }
-    void setAutomaticallyChecksForUpdates(bool value) override { state_.automatic = value; }
+    void checkForUpdates() override { ++checks; }
+    bool automaticallyChecksForUpdates() const override { return automatic; }
+    void setAutomaticallyChecksForUpdates(bool value) override { automatic = value; }
 
-private:
-    UpdaterState& state_;
+    int checks = 0;
+    bool automatic = true;
 };
 
 QAction& command(MainWindow& window, const QString& text) {
@@ -50,8 +45,9 @@ QStringList applicationMenu(MainWindow& window) {
 class VestigoAppTest : public testing::Test {
 protected:
     WindowFixture fixture;
-    UpdaterState updates;
-    VestigoApp app{fixture.services(), std::make_unique<FakeUpdater>(updates), "1.2"};
+    std::unique_ptr<FakeUpdater> ownUpdater = std::make_unique<FakeUpdater>();
+    FakeUpdater& updater = *ownUpdater;
+    VestigoApp app{fixture.services(), std::move(ownUpdater), "1.2"};
 };
 
 TEST_F(VestigoAppTest, TheApplicationMenuHoldsTheUpdateCommandsWhereThereIsAnUpdater) {
@@ -60,11 +56,11 @@ TEST_F(VestigoAppTest, TheApplicationMenuHoldsTheUpdateCommandsWhereThereIsAnUpd
               (QStringList{"About Vestigo", "-", "Check for Updates…",
                            "Automatically Check for Updates", "-", "Quit Vestigo"}));
     command(window, "Check for Updates…").trigger();
-    EXPECT_EQ(updates.checks, 1);
+    EXPECT_EQ(updater.checks, 1);
     auto& automatically = command(window, "Automatically Check for Updates");
     EXPECT_TRUE(automatically.isChecked());
     automatically.trigger();
-    EXPECT_FALSE(updates.automatic);
+    EXPECT_FALSE(updater.automatic);
 
     VestigoApp without(fixture.services(), nullptr, "");
     EXPECT_EQ(applicationMenu(without.openWindow()),
