@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 
 #include "platform/system.h"
 #include "tests/support/temporary_tree.h"
@@ -15,8 +16,9 @@ namespace fs = std::filesystem;
 
 class DirectoryReaderTest : public testing::Test {
 protected:
-    std::unique_ptr<Folder> open(const std::string& path, LinkRule links = LinkRule::refuse) {
-        return reader.open(path, links);
+    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path,
+                                               LinkRule links = LinkRule::refuse) const {
+        return reader->open(path, links);
     }
     static std::size_t bytesRead(Folder& folder, const char* name) {
         std::array<std::byte, 16> buffer{};
@@ -24,8 +26,7 @@ protected:
         return file ? file->readStart(buffer) : 0;
     }
 
-    std::shared_ptr<DirectoryReader> ofThisSystem = systemDirectoryReader();
-    DirectoryReader& reader = *ofThisSystem;
+    std::shared_ptr<DirectoryReader> reader = systemDirectoryReader();
     test::TemporaryTree tree;
 };
 
@@ -72,20 +73,39 @@ TEST_F(DirectoryReaderTest, NeverFollowsALinkNorBlocksWhenAFileHasChangedItsType
         EXPECT_EQ(bytesRead(*folder, name), 0U) << name;
         EXPECT_FALSE(folder->attributes(name)) << name;
     }
-    EXPECT_EQ(folder->attributes("target")->size, 10);
     EXPECT_FALSE(folder->openFile("fifo")->attributes());
+}
+
+TEST_F(DirectoryReaderTest, TellsSizeAndTimesAlikeInEveryWay) {
+    const auto path = tree.file("file", "0123456789");
+    constexpr timeval day{978307200 + 86400, 500000};  // 2001-01-02, in the system's own count.
+    const timeval times[] = {day, day};
+    ASSERT_EQ(utimes(path.c_str(), times), 0);
+    const auto folder = open(tree.path());
+    std::optional<FileAttributes> listed;
+    folder->list([&](const FolderEntry& entry) {
+        listed = entry.attributes;
+        return true;
+    });
+    const auto asked = folder->attributes("file");
+    for (const auto& attributes :
+         {listed ? listed : asked, asked, folder->openFile("file")->attributes()}) {
+        ASSERT_TRUE(attributes);
+        EXPECT_EQ(attributes->size, 10);
+        EXPECT_DOUBLE_EQ(attributes->mtime, 86400.5);
+        EXPECT_DOUBLE_EQ(attributes->ctime, asked->ctime);
+    }
 }
 
 TEST_F(DirectoryReaderTest, OpensRealFoldersOnly) {
     tree.file("file");
     fs::create_directory_symlink(tree.path(), tree.at("link"));
-    EXPECT_EQ(open(tree.at("file")), nullptr);
-    EXPECT_EQ(open(tree.at("missing")), nullptr);
-    EXPECT_EQ(open(tree.at("link")), nullptr);
     EXPECT_NE(open(tree.at("link"), LinkRule::follow), nullptr);
-    for (const auto* const pseudo :
-         {"/proc", "/proc/self/task", "/sys", "/sys/fs/cgroup/unified"}) {
-        EXPECT_EQ(open(pseudo), nullptr) << pseudo;
+    // Of the kernel's own trees every system has others.
+    for (const auto& path : {tree.at("file"), tree.at("missing"), tree.at("link"),
+                             std::string("/proc"), std::string("/proc/self/task"),
+                             std::string("/sys"), std::string("/sys/fs/cgroup/unified")}) {
+        EXPECT_EQ(open(path), nullptr) << path;
     }
 }
 

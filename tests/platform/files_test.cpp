@@ -1,7 +1,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <string>
+#include <future>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -27,9 +27,9 @@ struct FilesTest : testing::Test {
     }
 };
 
-TEST_F(FilesTest, ReplacesByAPrivateFileAndLeavesNothingBeside) {
+TEST_F(FilesTest, ReplacesByAFileThatIsPrivateOrOpenAsBeforeAndLeavesNothingBeside) {
     const auto target = tree.file("target", "untouched");
-    const auto path = tree.at("na\xffme");
+    const auto path = tree.at("caf\xc3\xa9");
     fs::create_symlink(target, path);
     const std::string content("new\0\n", 5);
     EXPECT_TRUE(files.replace(path, content, Access::ownerOnly));
@@ -39,6 +39,9 @@ TEST_F(FilesTest, ReplacesByAPrivateFileAndLeavesNothingBeside) {
     EXPECT_TRUE(files.replace(path, "", Access::ownerOnly));
     EXPECT_EQ(files.read(path), "");
     EXPECT_EQ(entries(), 2);
+    fs::permissions(path, fs::perms{0640});
+    EXPECT_TRUE(files.replace(path, "new", Access::usual));
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms{0640});
 }
 
 TEST_F(FilesTest, AFailedReplacementChangesNothing) {
@@ -98,13 +101,53 @@ TEST_F(FilesTest, CopiesWithoutOverwriting) {
     EXPECT_EQ(entries(), 3);
 }
 
+TEST_F(FilesTest, TellsWhatLiesAtAPathAndRemovesALinkItself) {
+    const auto folder = tree.folder("folder");
+    const auto file = tree.file("folder/file", "content");
+    const auto link = tree.at("folder/link");
+    fs::create_directory_symlink(folder, link);
+    ASSERT_EQ(::mkfifo(tree.at("fifo").c_str(), 0600), 0);
+    const std::pair<std::string, std::optional<ItemKind>> kinds[] = {
+        {file, ItemKind::file},
+        {folder, ItemKind::folder},
+        {link, ItemKind::link},
+        {tree.at("fifo"), ItemKind::other},
+        {tree.at("none"), std::nullopt}};
+    for (const auto& [path, kind] : kinds) EXPECT_EQ(files.kind(path), kind) << path;
+    EXPECT_EQ(files.resolved(link + "/link/../folder/file"), file);
+    EXPECT_EQ(files.resolved(link + "/none"), std::nullopt);
+    EXPECT_EQ(files.names(link).value_or(std::vector<std::string>()).size(), 2U);
+    EXPECT_EQ(files.names(file), std::nullopt);
+    EXPECT_TRUE(files.remove(link));
+    EXPECT_EQ(files.names(folder), std::vector<std::string>{"file"});
+}
+
+TEST_F(FilesTest, AFolderIsHeldByOneAtATime) {
+    auto held = files.lockFolder(tree.path());
+    ASSERT_TRUE(held);
+    auto next = std::async(std::launch::async, [this] { return files.lockFolder(tree.path()); });
+    EXPECT_EQ(next.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    held.reset();
+    EXPECT_TRUE(next.get());
+    EXPECT_FALSE(files.lockFolder(tree.at("none")));
+}
+
+TEST_F(FilesTest, APrivateFolderIsARealOneThatNobodyElseMayEnter) {
+    const auto folder = tree.folder("folder");
+    fs::create_directory_symlink(folder, tree.at("link"));
+    for (const auto mode : {0700U, 0710U, 0701U}) {
+        fs::permissions(folder, fs::perms{mode});
+        EXPECT_EQ(files.isPrivateFolder(folder), mode == 0700) << mode;
+        EXPECT_FALSE(files.isPrivateFolder(tree.at("link")));
+    }
+}
+
 TEST_F(FilesTest, CreatesFoldersWithTheirParents) {
     for (int time = 0; time < 2; ++time) EXPECT_TRUE(files.createFolders(tree.at("a/b/c")));
     EXPECT_TRUE(files.exists(tree.at("a/b/c")));
-    const auto file = tree.file("file");
-    EXPECT_FALSE(files.createFolders(file));
-    EXPECT_FALSE(files.createFolders(file + "/below"));
-    EXPECT_FALSE(files.exists(file + "/below"));
+    for (const auto& path : {tree.file("file"), tree.at("file/below")}) {
+        EXPECT_FALSE(files.createFolders(path)) << path;
+    }
 }
 
 }  // namespace

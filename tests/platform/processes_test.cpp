@@ -1,11 +1,6 @@
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <string>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -17,8 +12,6 @@
 
 namespace vestigo {
 namespace {
-
-namespace fs = std::filesystem;
 
 struct Result {
     std::optional<std::string> error;
@@ -47,9 +40,10 @@ Result shell(const std::string& script) {
     return run({.program = "/bin/sh", .arguments = {"-c", script}, .environment = {}});
 }
 
-std::size_t openDescriptors() {
-    const fs::directory_iterator entries("/dev/fd");
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+int openDescriptors() {
+    int count = 0;
+    for (int number = 0; number < 256; ++number) count += fcntl(number, F_GETFD) != -1 ? 1 : 0;
+    return count;
 }
 
 TEST(Processes, BringOutputAndErrorsInOrderAndThenTheStatus) {
@@ -74,12 +68,6 @@ TEST(Processes, HandOnArgumentsUntouchedAndTheEnvironmentWithItsChanges) {
     unsetenv("VESTIGO_REPLACED");
 }
 
-TEST(Processes, SayWhyAProgramCannotStart) {
-    const auto missing = run({.program = "/missing", .arguments = {}, .environment = {}});
-    EXPECT_EQ(missing.error, "No such file or directory");
-    EXPECT_FALSE(missing.status);
-}
-
 TEST(Processes, BringMuchOutputWholeInBoundedChunks) {
     const auto result = shell("head -c 20000000 /dev/zero | tr '\\0' x; echo end");
     EXPECT_EQ(result.output.size(), 20'000'004U);
@@ -98,16 +86,31 @@ TEST(Processes, EndThoughWhatTheyLeftRunningKeepsThePipe) {
     std::ofstream(fifo) << "go\n";
 }
 
-TEST(Processes, InheritNoDescriptorNoSessionAndNoIgnoredSignal) {
-    const int leaking = ::open("/dev/null", O_RDONLY);  // Without O_CLOEXEC.
+TEST(Processes, InheritNoInputNoDescriptorNoSessionAndNoIgnoredSignal) {
+    constexpr int leaking = 77;
+    ASSERT_EQ(dup2(STDERR_FILENO, leaking), leaking);  // Without FD_CLOEXEC.
     const auto handler = std::signal(SIGPIPE, SIG_IGN);
     const auto result = shell(
-        "ls /dev/fd/ | tr '\\n' ' '; kill -0 -$$ && echo leader;"
-        "kill -PIPE $$");
+        "cat; for n in 3 4 5 6 7 8 9 77; do test -e /dev/fd/$n && echo leaked $n; done;"
+        "kill -0 -$$ && echo leader; kill -PIPE $$");
     std::signal(SIGPIPE, handler);
-    ::close(leaking);
-    EXPECT_EQ(result.output, "0 1 2 3 leader\n");  // 3 is the listing's own.
+    close(leaking);
+    EXPECT_EQ(result.output, "leader\n");
     EXPECT_EQ(result.status, 128 + SIGPIPE);
+}
+
+TEST(LaunchedAdministrator, TellsHowTheLauncherEnded) {
+    const auto run = [](const std::string& launcher) {
+        LaunchedAdministrator administrator(
+            systemProcesses(systemTasks()), launcher, [](const std::string& script) {
+                return std::vector<std::string>{"-c", "test \"$0\" = '/a script' && exit 5",
+                                                script};
+            });
+        return administrator.runScript("/a script");
+    };
+    EXPECT_EQ(run("/bin/sh").status, 5);
+    EXPECT_EQ(run("/bin/sh").launchError, std::nullopt);
+    EXPECT_TRUE(run("/missing").launchError);
 }
 
 TEST(Processes, EndWhenTheyAreCancelled) {
@@ -118,11 +121,13 @@ TEST(Processes, EndWhenTheyAreCancelled) {
     EXPECT_EQ(run(start).status, 128 + SIGTERM);
 }
 
-TEST(Processes, LeaveNeitherDescriptorsNorZombies) {
+TEST(Processes, LeaveNeitherDescriptorsNorZombiesAndSayWhyTheyCannotStart) {
     const auto before = openDescriptors();
     for (int i = 0; i < 50; ++i) {
         EXPECT_EQ(shell("exit 0").status, 0);
-        EXPECT_TRUE(run({.program = "/missing", .arguments = {}, .environment = {}}).error);
+        const auto missing = run({.program = "/missing", .arguments = {}, .environment = {}});
+        EXPECT_EQ(missing.error, "No such file or directory");
+        EXPECT_FALSE(missing.status);
     }
     EXPECT_EQ(openDescriptors(), before);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);

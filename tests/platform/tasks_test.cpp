@@ -1,48 +1,37 @@
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <memory>
-#include <vector>
+#include <thread>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include "platform/posix/thread_tasks.h"
-#include "platform/run_loop.h"
+#include "platform/system.h"
 
 namespace vestigo {
 namespace {
 
-TEST(RunLoop, RunsJobsInOrderAndThoseTheyPost) {
-    RunLoop loop;
-    std::vector<int> order;
-    loop.post([&] {
-        order.push_back(1);
-        loop.post([&] { order.push_back(3); });
-    });
-    loop.post([&] { order.push_back(2); });
-    loop.runUntil([&] { return order.size() == 3; });
-    EXPECT_EQ(order, (std::vector{1, 2, 3}));
-}
-
-TEST(ThreadTasks, RunAtTheirPriorityAndAreWaitedFor) {
-    std::atomic<int> utility = -99;
-    std::atomic<int> normal = -99;
-    const int own = getpriority(PRIO_PROCESS, 0);
+TEST(BackgroundTasks, RunBesideTheirCallerAndEachOtherAndAreWaitedFor) {
+    std::atomic<int> ended = 0;
+    std::promise<void> go;
+    const auto told = go.get_future().share();
     {
-        ThreadTasks tasks;
-        tasks.run(Priority::utility, [&] { utility = getpriority(PRIO_PROCESS, 0); });
-        tasks.run(Priority::normal, [&] { normal = getpriority(PRIO_PROCESS, 0); });
+        const auto tasks = systemTasks();
+        for (const auto priority : {Priority::utility, Priority::normal, Priority::utility}) {
+            tasks->run(priority, [&ended, told] {
+                told.wait();
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                ++ended;
+            });
+        }
+        tasks->run(Priority::normal, [&go] { go.set_value(); });
     }
-    EXPECT_EQ(normal, own);
-    EXPECT_GT(utility, own);
-    EXPECT_EQ(getpriority(PRIO_PROCESS, 0), own);
+    EXPECT_EQ(ended, 3);
 }
 
-TEST(ThreadTasks, LetGoOfWhatAJobOwnedBeforeTheyCountAsDone) {
+TEST(BackgroundTasks, LetGoOfWhatAJobOwnedBeforeTheyCountAsDone) {
     const auto owned = std::make_shared<int>(1);
-    {
-        ThreadTasks tasks;
-        tasks.run(Priority::normal, [owned] {});
-    }
+    systemTasks()->run(Priority::normal, [owned] {});
     EXPECT_EQ(owned.use_count(), 1);
 }
 

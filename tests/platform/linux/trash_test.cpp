@@ -1,9 +1,7 @@
-#include "platform/linux/linux_trash.h"
-
-#include <algorithm>
-#include <cstdlib>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <memory>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -14,14 +12,14 @@
 #include <unistd.h>
 
 #include "platform/linux/linux_cleanup_trash.h"
-#include "platform/posix/posix_files.h"
+#include "platform/linux/linux_trash.h"
+#include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
 namespace {
 
 namespace fs = std::filesystem;
-using Names = std::vector<std::string>;
 
 std::string lineOf(const std::string& info, const std::string& key) {
     const auto begin = info.find("\n" + key + "=");
@@ -39,16 +37,21 @@ std::string outputOf(const std::string& command) {
 }
 
 struct LinuxTrashTest : testing::Test {
-    [[nodiscard]] std::string trashed(const std::string& name) {
-        return files.read(home + "/files/" + name).value_or("nothing");
+    [[nodiscard]] std::string contentOf(const std::string& path) const {
+        return systemFiles()->read(path).value_or("nothing");
     }
-    [[nodiscard]] std::string info(const std::string& name) {
-        return files.read(home + "/info/" + name + ".trashinfo").value_or("nothing");
+    [[nodiscard]] std::string trashed(const std::string& name) const {
+        return contentOf(home + "/files/" + name);
     }
-    [[nodiscard]] Names namesIn(const std::string& folder) {
-        auto names = files.names(folder).value_or(Names{"unreadable"});
-        std::ranges::sort(names);
-        return names;
+    /// Where the item came from, as the Trash has it.
+    [[nodiscard]] std::string originOf(const std::string& name) const {
+        return lineOf(contentOf(home + "/info/" + name + ".trashinfo"), "Path");
+    }
+    /// Moves a file of this path with each content.
+    void moveToTrash(const std::string& path, const std::vector<std::string>& contents) {
+        for (const auto& content : contents) {
+            EXPECT_EQ(trash.moveToTrash(tree.file(path, content)), std::nullopt);
+        }
     }
     [[nodiscard]] static std::string failed(const std::string& name, const std::string& why) {
         return "“" + name + "” could not be moved to the Trash: " + why + ".";
@@ -57,19 +60,19 @@ struct LinuxTrashTest : testing::Test {
     test::TemporaryTree tree;
     std::string home = tree.at("data/Trash");
     LinuxTrash trash{home};
-    PosixFiles files;
 };
 
 TEST_F(LinuxTrashTest, KeepsTheItemWholeWithWhereItCameFrom) {
-    const auto path = tree.file("caf\xc3\xa9 100%/it's\n\xff.plist", "content");
-    EXPECT_EQ(trash.moveToTrash(path), std::nullopt);
+    const std::string name = "it's\n\xff.plist";
+    const auto path = tree.at("caf\xc3\xa9 100%/" + name);
+    moveToTrash("caf\xc3\xa9 100%/" + name, {"content"});
     EXPECT_FALSE(fs::exists(path));
-    EXPECT_EQ(trashed("it's\n\xff.plist"), "content");
-    const auto text = info("it's\n\xff.plist");
-    EXPECT_TRUE(text.starts_with("[Trash Info]\nPath=")) << text;
-    EXPECT_EQ(lineOf(text, "Path"), tree.at("caf%C3%A9%20100%25/it%27s%0A%FF.plist"));
+    EXPECT_EQ(trashed(name), "content");
+    EXPECT_EQ(originOf(name), tree.at("caf%C3%A9%20100%25/it%27s%0A%FF.plist"));
+    const auto info = contentOf(home + "/info/" + name + ".trashinfo");
+    EXPECT_TRUE(info.starts_with("[Trash Info]\nPath=")) << info;
     std::tm when{};
-    EXPECT_TRUE(::strptime(lineOf(text, "DeletionDate").c_str(), "%Y-%m-%dT%H:%M:%S", &when));
+    EXPECT_TRUE(::strptime(lineOf(info, "DeletionDate").c_str(), "%Y-%m-%dT%H:%M:%S", &when));
     when.tm_isdst = -1;
     EXPECT_NEAR(static_cast<double>(std::mktime(&when)), static_cast<double>(std::time(nullptr)),
                 100);
@@ -79,36 +82,28 @@ TEST_F(LinuxTrashTest, KeepsTheItemWholeWithWhereItCameFrom) {
 TEST_F(LinuxTrashTest, KeepsBothOfOneName) {
     tree.file("data/Trash/files/Foo.2.app", "without info");
     tree.file("data/Trash/info/Foo.3.app.trashinfo", "without item");
-    for (const auto* content : {"first", "second"}) {
-        EXPECT_EQ(trash.moveToTrash(tree.file("Foo.app", content)), std::nullopt);
-    }
+    moveToTrash("Foo.app", {"first", "second"});
     EXPECT_EQ(trashed("Foo.app"), "first");
     EXPECT_EQ(trashed("Foo.2.app"), "without info");
     EXPECT_EQ(trashed("Foo.4.app"), "second");
-    EXPECT_EQ(lineOf(info("Foo.4.app"), "Path"), tree.at("Foo.app"));
+    EXPECT_EQ(originOf("Foo.4.app"), tree.at("Foo.app"));
     const std::string longName(255, 'n');
-    for (const auto* content : {"first", "second"}) {
-        EXPECT_EQ(trash.moveToTrash(tree.file(longName, content)), std::nullopt);
-    }
+    moveToTrash(longName, {"first", "second"});
     EXPECT_EQ(trashed(longName.substr(0, 245)), "first");
     EXPECT_EQ(trashed(longName.substr(0, 243) + ".2"), "second");
 }
 
 TEST_F(LinuxTrashTest, MovesALinkAndNotWhereItLeads) {
-    const auto target = tree.file("target", "stays");
-    fs::create_symlink(target, tree.at("link"));
     fs::create_symlink(tree.folder("real"), tree.at("way"));
-    tree.file("real/inner");
-    EXPECT_EQ(trash.moveToTrash(tree.at("link")), std::nullopt);
-    EXPECT_EQ(trash.moveToTrash(tree.at("way/inner")), std::nullopt);
+    fs::create_symlink(tree.file("target", "stays"), tree.at("real/link"));
+    EXPECT_EQ(trash.moveToTrash(tree.at("way/link")), std::nullopt);
     EXPECT_TRUE(fs::is_symlink(home + "/files/link"));
-    EXPECT_EQ(files.read(target), "stays");
-    EXPECT_EQ(lineOf(info("inner"), "Path"), tree.at("real/inner"));
+    EXPECT_EQ(contentOf(tree.at("target")), "stays");
+    EXPECT_EQ(originOf("link"), tree.at("real/link"));
 }
 
 TEST_F(LinuxTrashTest, LeavesNothingBehindWhereItFails) {
     tree.file("folder/item");
-    EXPECT_EQ(trash.moveToTrash(tree.at("gone")), failed("gone", "it is no longer there"));
     EXPECT_EQ(trash.moveToTrash(tree.at("gone/item")), failed("item", "it is no longer there"));
     EXPECT_FALSE(fs::exists(home));
     tree.folder("data");
@@ -124,25 +119,25 @@ TEST_F(LinuxTrashTest, RefusesATrashThatLeadsElsewhere) {
     tree.folder("data/Trash");
     fs::create_symlink(tree.folder("elsewhere"), home + "/files");
     EXPECT_TRUE(trash.moveToTrash(item));
-    EXPECT_TRUE(fs::exists(item));
     fs::remove_all(home);
     tree.file("data/Trash", "a file");
     EXPECT_TRUE(trash.moveToTrash(item));
+    EXPECT_TRUE(LinuxCleanupTrash(home).plan({"/Library/a"}).error);
     EXPECT_TRUE(fs::exists(item));
 }
 
-TEST_F(LinuxTrashTest, IsReadAndEmptiedByTheDesktopsOwnTools) {
-    const auto path = tree.file("Caf\xc3\xa9 it's.app/inner", "content");
-    ASSERT_EQ(trash.moveToTrash(fs::path(path).parent_path()), std::nullopt);
-    const auto environment = "XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() + "' ";
-    if (std::system("command -v trash-list trash-restore >/dev/null") != 0) {
-        GTEST_SKIP() << "no such tools here";
-    }
-    EXPECT_NE(outputOf(environment + "trash-list").find(tree.at("Caf\xc3\xa9 it's.app")),
-              std::string::npos);
-    outputOf("cd '" + tree.path() + "' && echo 0 | " + environment + "trash-restore 2>&1");
-    EXPECT_EQ(files.read(path), "content");
-    EXPECT_TRUE(namesIn(home + "/info").empty());
+TEST_F(LinuxTrashTest, GivesPlacesToAScriptAndForgetsWhatDidNotArrive) {
+    tree.file("data/Trash/files/b", "older");
+    LinuxCleanupTrash places(home);
+    const auto plan = places.plan({"/Library/a", "/Library/b", "/Library/x/a"});
+    ASSERT_EQ(plan.moves.size(), 3U);
+    EXPECT_EQ(plan.moves[0].folder, home + "/files");
+    EXPECT_EQ(plan.moves[1].newName, "b.2");
+    EXPECT_EQ(plan.moves[2].newName, "a.2");
+    tree.file("data/Trash/files/a.2", "arrived");
+    places.finish(plan);
+    EXPECT_EQ(systemFiles()->names(home + "/info"), std::vector<std::string>{"a.2.trashinfo"});
+    EXPECT_EQ(originOf("a.2"), "/Library/x/a");
 }
 
 TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
@@ -156,11 +151,11 @@ TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
         GTEST_SKIP() << "no such service here";
     }
     const auto path = tree.file("It's mine.app/inner", "content");
-    ASSERT_EQ(trash.moveToTrash(fs::path(path).parent_path()), std::nullopt);
+    ASSERT_EQ(trash.moveToTrash(tree.at("It's mine.app")), std::nullopt);
     const auto listed =
         inSession("gio trash --list; gio trash --restore \"trash:///It%27s%20mine.app\"");
     EXPECT_NE(listed.find(tree.at("It's mine.app")), std::string::npos) << listed;
-    EXPECT_EQ(files.read(path), "content");
+    EXPECT_EQ(contentOf(path), "content");
 }
 
 /// Runs the check where this process may mount what it likes and nobody else sees it. Its exit
@@ -179,50 +174,44 @@ int inOwnMounts(const std::function<bool()>& check) {
 }
 
 struct OtherDiskTest : LinuxTrashTest {
-    [[nodiscard]] bool mountDisk() {
-        return ::mount("disk", disk.c_str(), "tmpfs", 0, "mode=755") == 0;
-    }
     void expect(const std::function<bool()>& check) {
         const pid_t child = ::fork();
-        if (child == 0) ::_exit(inOwnMounts([&] { return mountDisk() && check(); }));
+        if (child == 0) {
+            ::_exit(inOwnMounts([&] {
+                return ::mount("disk", disk.c_str(), "tmpfs", 0, "mode=755") == 0 && check();
+            }));
+        }
         int status = 0;
         ::waitpid(child, &status, 0);
         if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "no mounts of one's own here";
         EXPECT_EQ(status, 0);
     }
-    [[nodiscard]] bool holds(const std::string& top) {
-        return files.read(top + "/files/item") == "x" &&
-               lineOf(files.read(top + "/info/item.trashinfo").value_or(""), "Path") ==
-                   "sub%20folder/item";
+    [[nodiscard]] std::string makeItem() const { return tree.file("disk/sub folder/item", "x"); }
+    /// Whether an item on the disk goes to this Trash.
+    [[nodiscard]] bool goesTo(const std::string& top) {
+        return !trash.moveToTrash(makeItem()) && contentOf(top + "/files/item") == "x" &&
+               lineOf(contentOf(top + "/info/item.trashinfo"), "Path") == "sub%20folder/item" &&
+               fs::status(top).permissions() == fs::perms{0700} && !fs::exists(home);
     }
 
     std::string disk = tree.folder("disk");
     std::string user = std::to_string(::geteuid());
-    std::string relative = "disk/sub folder/item";
+    std::string own = disk + "/.Trash-" + user;
 };
 
-TEST_F(OtherDiskTest, HasATrashOfItsOwn) {
-    expect([&] {
-        return !trash.moveToTrash(tree.file(relative, "x")) && holds(disk + "/.Trash-" + user) &&
-               fs::status(disk + "/.Trash-" + user).permissions() == fs::perms{0700} &&
-               !fs::exists(home);
-    });
-}
-
-TEST_F(OtherDiskTest, UsesTheSharedTrashOnlyWhereItIsSafe) {
+TEST_F(OtherDiskTest, HasATrashOfItsOwnAndUsesTheSharedOneOnlyWhereItIsSafe) {
     expect([&] {
         const auto shared = tree.folder("disk/.Trash");
-        const bool unsafe = !trash.moveToTrash(tree.file(relative, "x")) &&
-                            holds(disk + "/.Trash-" + user) && fs::is_empty(shared);
+        if (!goesTo(own) || !fs::is_empty(shared)) return false;
         ::chmod(shared.c_str(), 01777);
-        return unsafe && !trash.moveToTrash(tree.file(relative, "x")) && holds(shared + "/" + user);
+        return goesTo(shared + "/" + user);
     });
 }
 
 TEST_F(OtherDiskTest, NeverFollowsATrashThatIsALink) {
     expect([&] {
-        const auto item = tree.file(relative, "x");
-        fs::create_directory_symlink(tree.folder("disk/elsewhere"), disk + "/.Trash-" + user);
+        fs::create_directory_symlink(tree.folder("disk/elsewhere"), own);
+        const auto item = makeItem();
         return trash.moveToTrash(item) == failed("item",
                                                  "there is no Trash for its disk (it is no longer "
                                                  "there)") &&
@@ -232,7 +221,7 @@ TEST_F(OtherDiskTest, NeverFollowsATrashThatIsALink) {
 
 TEST_F(OtherDiskTest, SaysWhenTheDiskIsReadOnlyOrFull) {
     expect([&] {
-        const auto item = tree.file(relative, "x");
+        const auto item = makeItem();
         ::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr);
         const bool readOnly =
             trash.moveToTrash(item) ==
@@ -242,25 +231,6 @@ TEST_F(OtherDiskTest, SaysWhenTheDiskIsReadOnlyOrFull) {
         return readOnly && full && full->find("the disk is full") != std::string::npos &&
                fs::exists(item);
     });
-}
-
-TEST_F(LinuxTrashTest, GivesPlacesToAScriptAndForgetsWhatDidNotArrive) {
-    tree.file("data/Trash/files/b", "older");
-    LinuxCleanupTrash places(home);
-    const auto plan = places.plan({"/Library/a", "/Library/b", "/Library/x/a"});
-    ASSERT_EQ(plan.error, std::nullopt);
-    ASSERT_EQ(plan.moves.size(), 3U);
-    EXPECT_EQ(plan.moves[0].newName, std::nullopt);
-    EXPECT_EQ(plan.moves[0].folder, home + "/files");
-    EXPECT_EQ(plan.moves[1].newName, "b.2");
-    EXPECT_EQ(plan.moves[2].newName, "a.2");
-    tree.file("data/Trash/files/a.2", "arrived");
-    places.finish(plan);
-    EXPECT_EQ(namesIn(home + "/info"), Names{"a.2.trashinfo"});
-    EXPECT_EQ(lineOf(info("a.2"), "Path"), "/Library/x/a");
-    fs::remove_all(home);
-    tree.file("data/Trash");
-    EXPECT_TRUE(places.plan({"/Library/a"}).error);
 }
 
 }  // namespace

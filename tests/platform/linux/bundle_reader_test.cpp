@@ -1,0 +1,94 @@
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/linux_bundle_reader.h"
+#include "tests/support/mach_o_maker.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo::test {
+namespace {
+
+std::string plist(const std::string& entries) {
+    return R"(<plist version="1.0"><dict>)" + entries + "</dict></plist>";
+}
+
+/// A binary property list of these objects, the first of them the top; one byte per reference.
+std::string binaryPlist(const std::vector<std::string>& objects) {
+    std::string bytes = "bplist00";
+    std::string table;
+    for (const auto& object : objects) {
+        table += bigEndian(static_cast<std::uint32_t>(bytes.size()));
+        bytes += object;
+    }
+    const auto tableOffset = static_cast<std::uint32_t>(bytes.size());
+    return bytes + table + std::string("\0\0\0\0\0\0\4\1", 8) + std::string(4, '\0') +
+           bigEndian(static_cast<std::uint32_t>(objects.size())) + std::string(12, '\0') +
+           bigEndian(tableOffset);
+}
+
+struct LinuxBundleReaderTest : testing::Test {
+    void name(const std::string& infoPlist, const std::string& executable) const {
+        tree.file(infoPlist,
+                  plist("<key>CFBundleExecutable</key><string>" + executable + "</string>"));
+    }
+    [[nodiscard]] std::optional<std::string> executable(const std::string& bundle) const {
+        return LinuxBundleReader().read(tree.at(bundle)).value().executable;
+    }
+
+    TemporaryTree tree;
+};
+
+TEST_F(LinuxBundleReaderTest, FindsTheExecutableInEveryLayout) {
+    name("Tool.framework/Versions/B/Resources/Info.plist", "Lib");
+    const auto library = tree.file("Tool.framework/Versions/B/Lib");
+    EXPECT_EQ(executable("Tool.framework"), library);
+    std::filesystem::create_symlink("B", tree.at("Tool.framework/Versions/Current"));
+    EXPECT_EQ(executable("Tool.framework"), tree.at("Tool.framework/Versions/Current/Lib"));
+    EXPECT_EQ(executable("Tool.framework/Versions/B"), library);
+
+    name("Flat.bundle/Info.plist", "Plug");
+    const auto plugIn = tree.file("Flat.bundle/Plug");
+    EXPECT_EQ(executable("Flat.bundle"), plugIn);
+}
+
+TEST_F(LinuxBundleReaderTest, KeepsTheExecutableInsideTheBundle) {
+    tree.folder("Tool.app/Contents/MacOS/Folder");
+    const auto outside = tree.file("outside");
+    for (const std::string& path :
+         {std::string("../../../outside"), std::string("Folder/../../../../outside"), outside}) {
+        name("Tool.app/Contents/Info.plist", path);
+        EXPECT_EQ(executable("Tool.app"), std::nullopt) << path;
+    }
+}
+
+TEST(InfoPlistParser, ReadsBinaryLists) {
+    const auto info = parseInfoPlist(binaryPlist({"\xD1\x01\x02",
+                                                  "\x5F\x10\x12"
+                                                  "CFBundleIdentifier",
+                                                  "\x53"
+                                                  "a.b"}));
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->identifier, "a.b");
+    EXPECT_EQ(parseInfoPlist(""), std::nullopt);
+}
+
+// Both overran libplist: deep nesting its recursion, shared containers its unfolding.
+TEST(InfoPlistParser, RefusesListsThatAreBuiltToHarm) {
+    std::string deep;
+    for (int i = 0; i < 120'000; ++i) deep += "<array>";
+    std::vector<std::string> shared;
+    for (char i = 1; i <= 40; ++i) shared.push_back({'\xA2', i, i});
+    shared.emplace_back(
+        "\x51"
+        "a");
+    const std::string ofItself("\xA1\0", 2);
+    const std::string ofCountlessObjects = "\xAF\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF";
+    for (const auto& list : {plist("<key>a</key>" + deep), binaryPlist(shared),
+                             binaryPlist({ofItself}), binaryPlist({ofCountlessObjects})}) {
+        EXPECT_EQ(parseInfoPlist(list), std::nullopt);
+    }
+}
+
+}  // namespace
+}  // namespace vestigo::test

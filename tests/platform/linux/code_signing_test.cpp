@@ -1,0 +1,162 @@
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "platform/linux/cms_signer.h"
+#include "platform/linux/linux_code_signing.h"
+#include "platform/linux/signature_blob.h"
+#include "tests/support/mach_o_maker.h"
+#include "tests/support/signed_mach_o.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo::test {
+namespace {
+
+const std::string developerName = "Developer ID Application: Example Corp (AB12CD34EF)";
+
+/// One message for all tests: making keys and certificates takes its time.
+const std::string& developerMessage() {
+    static const auto message = signatureMessage();
+    return message;
+}
+
+std::string developerSignature() {
+    return embeddedSignature("AB12CD34EF", developerMessage());
+}
+
+struct LinuxCodeSigningTest : testing::Test {
+    /// What is said of code at the path, as "common name/team", "-" for what is absent.
+    std::string answer(const std::string& path) {
+        const auto code = signing.staticCode(path);
+        if (!code) return "no code";
+        EXPECT_FALSE(code->isAnchoredToApple());
+        const auto information = code->signingInformation();
+        if (!information) return "no information";
+        return information->leafCommonName.value_or("-") + "/" +
+               information->teamIdentifier.value_or("-");
+    }
+    std::string answerFor(const std::string& content) { return answer(tree.file("code", content)); }
+    TemporaryTree tree;
+    LinuxCodeSigning signing;
+    const std::string developer = developerName + "/AB12CD34EF";
+};
+
+TEST_F(LinuxCodeSigningTest, ReadsImagesOfEveryWordSizeAndByteOrder) {
+    for (const auto cpu : {cpuX86_64, cpuI386, cpuPpc, cpuPpc64}) {
+        const bool isBigEndian = cpu == cpuPpc || cpu == cpuPpc64;
+        EXPECT_EQ(answerFor(machOImage(cpu, developerSignature(), isBigEndian)), developer) << cpu;
+    }
+}
+
+TEST_F(LinuxCodeSigningTest, TellsUnsignedAndAdHocCodeFromNoCode) {
+    EXPECT_EQ(answerFor(machOImage(cpuX86_64, std::nullopt)), "-/-");
+    EXPECT_EQ(answerFor(machOImage(cpuX86_64, embeddedSignature("", ""))), "-/-");
+    EXPECT_EQ(answerFor("#!/bin/sh\n"), "no code");
+    EXPECT_EQ(answerFor(universalFile({})), "no code");
+    EXPECT_EQ(answer(tree.folder("folder")), "no code");
+}
+
+TEST_F(LinuxCodeSigningTest, PrefersTheArmThenTheIntelImageOfAUniversalFile) {
+    const auto image = [](std::uint32_t cpu, const std::string& team) {
+        return std::pair(cpu, machOImage(cpu, embeddedSignature(team, ""), cpu == cpuPpc));
+    };
+    const auto ppc = image(cpuPpc, "PPC");
+    const auto i386 = image(cpuI386, "I386");
+    const auto intel = image(cpuX86_64, "INTEL");
+    const auto arm = image(cpuArm64, "ARM");
+    for (const bool wide : {false, true}) {
+        EXPECT_EQ(answerFor(universalFile({ppc, intel, arm}, wide)), "-/ARM");
+    }
+    EXPECT_EQ(answerFor(universalFile({ppc, i386, intel})), "-/INTEL");
+    EXPECT_EQ(answerFor(universalFile({ppc, i386})), "-/PPC");
+}
+
+TEST_F(LinuxCodeSigningTest, FindsTheTeamWhereTheVersionAllowsOne) {
+    const auto withDirectories = [&](const std::string& main, const std::string& alternate) {
+        return answerFor(machOImage(cpuX86_64, superBlob({{alternateDirectorySlot, alternate},
+                                                          {codeDirectorySlot, main}})));
+    };
+    EXPECT_EQ(withDirectories(codeDirectory("MAIN"), codeDirectory("OTHER")), "-/MAIN");
+    EXPECT_EQ(withDirectories(codeDirectory("OLD", 0x20100), codeDirectory("OTHER")), "-/OTHER");
+    for (const auto& noTeam : {std::string("A\xFF"), std::string(300, 'A')}) {
+        EXPECT_EQ(withDirectories(codeDirectory(noTeam), codeDirectory("")), "-/-");
+    }
+}
+
+TEST_F(LinuxCodeSigningTest, ReadsBundlesThroughTheirMainExecutableOrTheFilesBesideIt) {
+    tree.file("Tool.app/Contents/Info.plist", "<plist><dict/></plist>");
+    const auto app = tree.at("Tool.app");
+    EXPECT_EQ(answer(app), "-/-");
+    tree.file("Tool.app/Contents/MacOS/Tool", "#!/bin/sh\n");
+    tree.file("Tool.app/Contents/_CodeSignature/CodeDirectory", codeDirectory("SCRIPT"));
+    EXPECT_EQ(answer(app), "-/SCRIPT");
+    tree.file("Tool.app/Contents/_CodeSignature/CodeSignature", developerMessage());
+    EXPECT_EQ(answer(app), developerName + "/SCRIPT");
+    tree.file("Tool.app/Contents/MacOS/Tool", machOImage(cpuX86_64, developerSignature()));
+    EXPECT_EQ(answer(app), developer);
+
+    tree.file("Tool.framework/Versions/A/Resources/Info.plist", "<plist><dict/></plist>");
+    tree.file("Tool.framework/Versions/A/_CodeSignature/CodeDirectory", codeDirectory("OLD"));
+    EXPECT_EQ(answer(tree.at("Tool.framework")), "-/-");
+    std::filesystem::create_symlink("A", tree.at("Tool.framework/Versions/Current"));
+    EXPECT_EQ(answer(tree.at("Tool.framework")), "-/OLD");
+}
+
+TEST_F(LinuxCodeSigningTest, NeverWaitsForANamedPipe) {
+    tree.folder("Example.app/Contents");
+    for (const auto* const pipe : {"pipe", "Example.app/Contents/Info.plist"}) {
+        ASSERT_EQ(mkfifo(tree.at(pipe).c_str(), 0600), 0);
+    }
+    EXPECT_EQ(answer(tree.at("pipe")), "no code");
+    EXPECT_EQ(answer(tree.at("Example.app")), "no code");
+}
+
+// Whichever byte is missing or lies, there is an answer, and it is never another signer's name.
+TEST(SignatureReader, SurvivesDamageAnywhereInTheFile) {
+    const auto image = machOImage(cpuArm64, developerSignature());
+    const auto file = universalFile({{cpuArm64, image}});
+    const auto isCalm = [](const std::string& content) {
+        const auto signature = readCodeSignature(MemoryBytes(std::as_bytes(std::span(content))));
+        if (!signature) return true;
+        const auto name = signerCommonName(signature->message);
+        return !name || *name == developerName;
+    };
+    for (std::size_t length = 0; length < file.size(); length += 97) {
+        ASSERT_TRUE(isCalm(file.substr(0, length))) << length;
+    }
+    for (const std::size_t start : {std::size_t{0}, std::size_t{4096}, std::size_t{8192}}) {
+        for (auto at = start; at < start + 80; ++at) {
+            for (const char value : {'\x00', '\x7F', '\xFF'}) {
+                auto damaged = file;
+                damaged[at] = value;
+                ASSERT_TRUE(isCalm(damaged)) << at;
+            }
+        }
+    }
+}
+
+TEST(CmsSigner, IsTheSignersLastCommonNameThatIsText) {
+    const auto& message = developerMessage();
+    ASSERT_LT(message.find("Root"), message.find("Developer ID"));  // The signer is not first.
+    auto noText = signatureMessage({.commonNames = {"no text"}});
+    noText.replace(noText.find("no text"), 2, "\xFF\xFE");
+    const std::pair<std::string, std::optional<std::string>> cases[] = {
+        {message, developerName},
+        {signatureMessage({.byKeyIdentifier = true}), developerName},
+        {signatureMessage({.withoutCertificates = true}), std::nullopt},
+        {signatureMessage({.commonNames = {"First", "Last \xC3\xA9"}}), "Last \xC3\xA9"},
+        {signatureMessage({.commonNames = {}}), std::nullopt},
+        {signatureMessage({.commonNames = {std::string("a\0b", 3)}}), std::nullopt},
+        {noText, std::nullopt},
+        {"", std::nullopt},
+        {std::string(1000, '\x30'), std::nullopt},
+        {message.substr(0, 500), std::nullopt},
+    };
+    for (const auto& [content, name] : cases) {
+        EXPECT_EQ(signerCommonName(std::as_bytes(std::span(content))), name) << content;
+    }
+}
+
+}  // namespace
+}  // namespace vestigo::test

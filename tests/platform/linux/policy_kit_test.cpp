@@ -1,0 +1,67 @@
+#include <filesystem>
+#include <future>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "platform/linux/linux_administrator.h"
+#include "platform/linux/linux_owner_authentication.h"
+#include "platform/system.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+/// Scripts in the place of the system's programs. They note what they were given.
+struct PolicyKitTest : testing::Test {
+    std::string program(const std::string& ending) {
+        auto path = tree.file("program", "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + tree.at("given") +
+                                             "'\n" + ending + "\n");
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+        return path;
+    }
+    std::string given() { return systemFiles()->read(tree.at("given")).value_or(""); }
+    bool available(const std::string& actions, bool hasAgent = true) {
+        return LinuxOwnerAuthentication(processes, {"", actions, hasAgent}).available();
+    }
+    bool confirms(const std::string& check) {
+        std::promise<bool> answer;
+        LinuxOwnerAuthentication authentication(processes, {check, "", true});
+        authentication.authenticate("confirm", [&](bool value) { answer.set_value(value); });
+        return answer.get_future().get();
+    }
+
+    test::TemporaryTree tree;
+    std::shared_ptr<Processes> processes = systemProcesses(systemTasks());
+};
+
+TEST_F(PolicyKitTest, CanAskOnlyWhereTheActionIsKnownAndAnAgentIsThere) {
+    EXPECT_TRUE(available(program("exit 0")));
+    EXPECT_EQ(given(), "--action-id\norg.vestigo.confirm-removal\n");
+    EXPECT_FALSE(available(program("exit 0"), false));
+    EXPECT_FALSE(available(program("exit 1")));
+    EXPECT_FALSE(available(tree.at("missing")));
+}
+
+TEST_F(PolicyKitTest, IsConfirmedOnlyByStatusZero) {
+    EXPECT_TRUE(confirms(program("exit 0")));
+    const auto text = given();
+    EXPECT_TRUE(text.starts_with("--action-id\norg.vestigo.confirm-removal\n--process\n" +
+                                 std::to_string(::getpid()) + ","))
+        << text;
+    EXPECT_TRUE(text.ends_with("," + std::to_string(::getuid()) + "\n--allow-user-interaction\n"));
+    EXPECT_TRUE(confirms(program("exit 2")));  // As where it is not available.
+    for (const auto* ending : {"exit 1", "exit 3", "kill -9 $$"}) {
+        EXPECT_FALSE(confirms(program(ending))) << ending;
+    }
+    EXPECT_FALSE(confirms(tree.at("missing")));
+}
+
+TEST_F(PolicyKitTest, HasTheShellRunTheScript) {
+    LinuxAdministrator administrator(processes, program("exit 126"));
+    EXPECT_EQ(administrator.runScript("/a script").status, 126);
+    EXPECT_EQ(given(), "/bin/sh\n/a script\n");
+}
+
+}  // namespace
+}  // namespace vestigo
