@@ -44,16 +44,16 @@ TEST(Appcast, TakesTheNewestItemThatBelongsToNoChannel) {
 }
 
 TEST(Appcast, GivesNothingForWhatIsNoFeed) {
-    EXPECT_FALSE(newestItem(""));
-    EXPECT_FALSE(newestItem("<html><body>Not found</body></html>"));
-    EXPECT_FALSE(newestItem(feedOf("")));
-    const QByteArray item =
+    const auto feed = feedOf(
         "<item><sparkle:version>1.0</sparkle:version>"
-        "<enclosure url=\"https://example.com/v.zip\"/></item>";
-    EXPECT_TRUE(newestItem(feedOf(item)));
-    EXPECT_FALSE(newestItem(feedOf(item).chopped(8)));
-    EXPECT_FALSE(newestItem("<!DOCTYPE rss [<!ENTITY a \"1.0\">]>" +
-                            feedOf(item).replace("1.0<", "&a;<").mid(21)));
+        "<enclosure url=\"https://example.com/v.zip\"/></item>");
+    EXPECT_TRUE(newestItem(feed));
+    auto withEntity = feed.mid(21).replace("1.0<", "&a;<");
+    withEntity.prepend("<!DOCTYPE rss [<!ENTITY a \"1.0\">]>");
+    for (const auto& none : {QByteArray(), QByteArray("<html><body>Not found</body></html>"),
+                             feedOf(""), feed.chopped(8), withEntity}) {
+        EXPECT_FALSE(newestItem(none)) << none.toStdString();
+    }
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+#include <fstream>
 
 #include <gtest/gtest.h>
 
@@ -35,35 +36,37 @@ void whenOpen(Answer answer) {
 class QtDesktopTest : public testing::Test {
 protected:
     QtDesktopTest() { QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
-    static void save(const QString& name) {
-        whenOpen<QFileDialog>([name](QFileDialog& panel) {
+    /// Where a file is saved whose name the user gives as "list".
+    std::optional<std::string> saveAsList() {
+        whenOpen<QFileDialog>([name = folder.filePath("list")](QFileDialog& panel) {
+            EXPECT_EQ(panel.findChild<QLineEdit*>("fileNameEdit")->text(), "proposed.csv");
+            EXPECT_EQ(panel.nameFilters(), QStringList("Comma-separated values (*.csv)"));
             panel.selectFile(name);
             panel.findChild<QLineEdit*>("fileNameEdit")->setText(name);
             QMetaObject::invokeMethod(&panel, &QDialog::accept, Qt::QueuedConnection);
         });
+        return desktop.chooseCsvFile("proposed.csv");
     }
     QTemporaryDir folder;
+    std::string added = folder.filePath("list.csv").toStdString();
     QtDesktop desktop;
 };
 
 TEST_F(QtDesktopTest, ProposesANameAndAddsTheSuffix) {
-    save(folder.filePath("list"));
-    EXPECT_EQ(desktop.chooseCsvFile("vestigo-binaries.csv"),
-              folder.filePath("list.csv").toStdString());
-    whenOpen<QFileDialog>([](QFileDialog& panel) {
-        EXPECT_EQ(panel.findChild<QLineEdit*>("fileNameEdit")->text(), "vestigo-binaries.csv");
-        EXPECT_EQ(panel.nameFilters(), QStringList("Comma-separated values (*.csv)"));
-        panel.reject();
-    });
-    EXPECT_FALSE(desktop.chooseCsvFile("vestigo-binaries.csv"));
+    EXPECT_EQ(saveAsList(), added);
+    whenOpen<QFileDialog>([](QFileDialog& panel) { panel.reject(); });
+    EXPECT_FALSE(desktop.chooseCsvFile("proposed.csv"));
 }
 
 TEST_F(QtDesktopTest, AsksBeforeReplacingTheNameWithTheAddedSuffix) {
-    QFile existing(folder.filePath("list.csv"));
-    ASSERT_TRUE(existing.open(QIODevice::WriteOnly));
-    save(folder.filePath("list"));
-    whenOpen<QMessageBox>([](QMessageBox& box) { box.button(QMessageBox::Yes)->click(); });
-    EXPECT_EQ(desktop.chooseCsvFile("x.csv"), folder.filePath("list.csv").toStdString());
+    std::ofstream(added) << "existing";
+    bool asked = false;
+    whenOpen<QMessageBox>([&asked](QMessageBox& box) {
+        asked = true;
+        box.button(QMessageBox::Yes)->click();
+    });
+    EXPECT_EQ(saveAsList(), added);
+    EXPECT_TRUE(asked);
 }
 
 TEST_F(QtDesktopTest, CopiesTextAndNamesFilesByTheirBytes) {
