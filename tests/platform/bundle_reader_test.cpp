@@ -56,8 +56,6 @@ TEST_F(BundleReaderTest, FindsTheExecutable) {
     fs::create_symlink("Versions/Current/Tool", tree.at("Tool.framework/Tool"));
     EXPECT_EQ(executable("Tool.framework"), "Tool.framework/Versions/B/Tool");
 
-    describe("Missing.app/Contents/Info.plist", tool);
-    EXPECT_EQ(executable("Missing.app"), "none");
     describe("Folder.app/Contents/Info.plist", tool);
     tree.folder("Folder.app/Contents/MacOS/Tool");
     EXPECT_EQ(executable("Folder.app"), "none");

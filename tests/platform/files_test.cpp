@@ -142,13 +142,5 @@ TEST_F(FilesTest, APrivateFolderIsARealOneThatNobodyElseMayEnter) {
     }
 }
 
-TEST_F(FilesTest, CreatesFoldersWithTheirParents) {
-    for (int time = 0; time < 2; ++time) EXPECT_TRUE(files.createFolders(tree.at("a/b/c")));
-    EXPECT_TRUE(files.exists(tree.at("a/b/c")));
-    for (const auto& path : {tree.file("file"), tree.at("file/below")}) {
-        EXPECT_FALSE(files.createFolders(path)) << path;
-    }
-}
-
 }  // namespace
 }  // namespace vestigo

@@ -1,6 +1,8 @@
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -30,6 +32,7 @@ Result run(const ProcessStart& what) {
         [&result](std::string_view chunk) {
             if (result.status) return;
             result.output += chunk;
+            if (chunk.starts_with("wait")) std::this_thread::sleep_for(std::chrono::seconds(1));
             result.longestChunk = std::max(result.longestChunk, chunk.size());
         },
         [&result](int status) { result.status = status; });
@@ -64,8 +67,6 @@ TEST(Processes, HandOnArgumentsUntouchedAndTheEnvironmentWithItsChanges) {
                        "sh", "two words", "$(id)", "", "\xff'\n"},
          .environment = {{"VESTIGO_REPLACED", "replaced"}, {"VESTIGO_NEW", "new"}}});
     EXPECT_EQ(result.output, "[two words][$(id)][][\xff'\n]kept replaced new\n");
-    unsetenv("VESTIGO_KEPT");
-    unsetenv("VESTIGO_REPLACED");
 }
 
 TEST(Processes, BringMuchOutputWholeInBoundedChunks) {
@@ -80,8 +81,8 @@ TEST(Processes, EndThoughWhatTheyLeftRunningKeepsThePipe) {
     const auto fifo = tree.at("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     // It stays until the FIFO is opened below, which is after the end.
-    const auto result = shell("(read line < '" + fifo + "') & echo done");
-    EXPECT_EQ(result.output, "done\n");
+    const auto result = shell("(read line < '" + fifo + "') & echo wait; sleep 0.1; echo done");
+    EXPECT_EQ(result.output, "wait\ndone\n");
     EXPECT_EQ(result.status, 0);
     std::ofstream(fifo) << "go\n";
 }

@@ -30,9 +30,15 @@ TEST(BackgroundTasks, RunBesideTheirCallerAndEachOtherAndAreWaitedFor) {
 }
 
 TEST(BackgroundTasks, LetGoOfWhatAJobOwnedBeforeTheyCountAsDone) {
-    const auto owned = std::make_shared<int>(1);
-    systemTasks()->run(Priority::normal, [owned] {});
-    EXPECT_EQ(owned.use_count(), 1);
+    constexpr std::chrono::milliseconds moment(20);
+    std::atomic<bool> hasGone = false;
+    std::shared_ptr<void> owned(nullptr, [&](void*) {
+        std::this_thread::sleep_for(moment);
+        hasGone = true;
+    });
+    systemTasks()->run(Priority::normal,
+                       [owned = std::move(owned), moment] { std::this_thread::sleep_for(moment); });
+    EXPECT_TRUE(hasGone);
 }
 
 }  // namespace

@@ -15,47 +15,42 @@ struct LinuxStandardFoldersTest : testing::Test {
     LinuxStandardFoldersTest() {
         ::setenv("HOME", "/h/me", 1);
         ::unsetenv("XDG_DATA_HOME");
-        ::unsetenv("XDG_RUNTIME_DIR");
     }
-    [[nodiscard]] std::string data() const {
-        return linuxStandardFolders(tree.path()).applicationSupport;
-    }
+    [[nodiscard]] StandardFolders folders() const { return linuxStandardFolders(tree.path()); }
     /// The temporary folder, which is never another's.
     [[nodiscard]] std::string temporary() const {
-        auto path = linuxStandardFolders(tree.path()).temporary;
-        struct stat status {};
-        EXPECT_EQ(::lstat(path.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode, mode_t{S_IFDIR | 0700});
+        auto path = folders().temporary;
+        EXPECT_EQ(std::filesystem::symlink_status(path).permissions(),
+                  std::filesystem::perms{0700});
         return path;
     }
 
     test::TemporaryTree tree;
-    std::string own = "vestigo-" + std::to_string(::getuid());
 };
 
 TEST_F(LinuxStandardFoldersTest, FollowTheEnvironmentWhereItIsAbsolute) {
-    EXPECT_EQ(data(), "/h/me/.local/share");
     ::setenv("XDG_DATA_HOME", "/data//", 1);
-    EXPECT_EQ(data(), "/data");
+    EXPECT_EQ(folders().applicationSupport, "/data");
     ::setenv("XDG_DATA_HOME", "relative", 1);
+    EXPECT_EQ(folders().applicationSupport, "/h/me/.local/share");
     ::setenv("HOME", "/", 1);
-    EXPECT_EQ(data(), "/.local/share");
+    EXPECT_EQ(folders().applicationSupport, "/.local/share");
 }
 
 TEST_F(LinuxStandardFoldersTest, TheTemporaryFolderIsOursAlone) {
     const auto session = tree.folder("session");
+    const auto own = tree.at("vestigo-" + std::to_string(::getuid()));
     ::setenv("XDG_RUNTIME_DIR", session.c_str(), 1);
     ::chmod(session.c_str(), 0700);
     EXPECT_EQ(temporary(), session);
     ::chmod(session.c_str(), 0755);
-    EXPECT_EQ(temporary(), tree.at(own));
-    ::chmod(tree.at(own).c_str(), 0770);
-    EXPECT_TRUE(temporary().starts_with(tree.at(own) + "-"));
-    std::filesystem::remove(tree.at(own));
-    ::chmod(session.c_str(), 0700);
-    std::filesystem::create_symlink(session, tree.at(own));
-    ::unsetenv("XDG_RUNTIME_DIR");
-    EXPECT_TRUE(temporary().starts_with(tree.at(own) + "-"));
+    EXPECT_EQ(temporary(), own);
+    ::chmod(own.c_str(), 0770);
+    EXPECT_TRUE(temporary().starts_with(own + "-"));
+    std::filesystem::remove(own);
+    std::filesystem::create_symlink(tree.folder("elsewhere"), own);
+    ::chmod(tree.at("elsewhere").c_str(), 0700);
+    EXPECT_TRUE(temporary().starts_with(own + "-"));
     EXPECT_EQ(linuxStandardFolders(tree.at("none")).temporary, "/h/me/.local/share");
 }
 

@@ -1,14 +1,11 @@
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
-#include <functional>
-#include <memory>
+#include <fstream>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/linux/linux_cleanup_trash.h"
@@ -26,14 +23,6 @@ std::string lineOf(const std::string& info, const std::string& key) {
     if (begin == info.npos) return "none";
     const auto value = begin + key.size() + 2;
     return info.substr(value, info.find('\n', value) - value);
-}
-
-std::string outputOf(const std::string& command) {
-    std::string output;
-    char buffer[4096];
-    const std::unique_ptr<FILE, decltype(&::pclose)> pipe(::popen(command.c_str(), "r"), &::pclose);
-    while (std::fgets(buffer, sizeof buffer, pipe.get())) output += buffer;
-    return output;
 }
 
 struct LinuxTrashTest : testing::Test {
@@ -64,9 +53,8 @@ struct LinuxTrashTest : testing::Test {
 
 TEST_F(LinuxTrashTest, KeepsTheItemWholeWithWhereItCameFrom) {
     const std::string name = "it's\n\xff.plist";
-    const auto path = tree.at("caf\xc3\xa9 100%/" + name);
     moveToTrash("caf\xc3\xa9 100%/" + name, {"content"});
-    EXPECT_FALSE(fs::exists(path));
+    EXPECT_TRUE(fs::is_empty(tree.at("caf\xc3\xa9 100%")));
     EXPECT_EQ(trashed(name), "content");
     EXPECT_EQ(originOf(name), tree.at("caf%C3%A9%20100%25/it%27s%0A%FF.plist"));
     const auto info = contentOf(home + "/info/" + name + ".trashinfo");
@@ -143,9 +131,12 @@ TEST_F(LinuxTrashTest, GivesPlacesToAScriptAndForgetsWhatDidNotArrive) {
 TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
     fs::permissions(tree.folder("runtime"), fs::perms::owner_all);
     const auto inSession = [this](const std::string& commands) {
-        return outputOf("XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() +
-                        "' XDG_RUNTIME_DIR='" + tree.at("runtime") +
-                        "' timeout 60 dbus-run-session -- sh -c '" + commands + "' 2>/dev/null");
+        const auto said = tree.at("said");
+        std::system(("XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() +
+                     "' XDG_RUNTIME_DIR='" + tree.at("runtime") +
+                     "' timeout 60 dbus-run-session -- sh -c '" + commands + "' 2>&- >" + said)
+                        .c_str());
+        return contentOf(said);
     };
     if (inSession("gio list trash:/// && echo answers") != "answers\n") {
         GTEST_SKIP() << "no such service here";
@@ -158,79 +149,62 @@ TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
     EXPECT_EQ(contentOf(path), "content");
 }
 
-/// Runs the check where this process may mount what it likes and nobody else sees it. Its exit
-/// status: 0 when the check holds, 77 when the machine does not allow that.
-int inOwnMounts(const std::function<bool()>& check) {
-    const auto user = ::geteuid();
-    if (::unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) return 77;
-    if (user != 0) {
-        const int map = ::open("/proc/self/uid_map", O_WRONLY);
-        const auto line = std::to_string(user) + " " + std::to_string(user) + " 1";
-        if (::write(map, line.data(), line.size()) < 0) return 77;
-        ::close(map);
+/// Whether this process may from now on mount what it likes, and nobody else sees it.
+bool hasOwnMounts() {
+    const auto user = std::to_string(::geteuid());
+    const bool isRoot = ::geteuid() == 0;
+    if (::unshare(isRoot ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+    if (!isRoot && !(std::ofstream("/proc/self/uid_map") << user << " " << user << " 1").flush()) {
+        return false;
     }
-    if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return 77;
-    return check() ? 0 : 1;
+    return ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
 struct OtherDiskTest : LinuxTrashTest {
-    void expect(const std::function<bool()>& check) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ::_exit(inOwnMounts([&] {
-                return ::mount("disk", disk.c_str(), "tmpfs", 0, "mode=755") == 0 && check();
-            }));
+    void SetUp() override {
+        if (!hasOwnMounts() || ::mount("disk", disk.c_str(), "tmpfs", 0, "mode=755") != 0) {
+            GTEST_SKIP() << "no mounts of one's own here";
         }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        if (WEXITSTATUS(status) == 77) GTEST_SKIP() << "no mounts of one's own here";
-        EXPECT_EQ(status, 0);
+        item = tree.file("disk/sub folder/item", "x");
     }
-    [[nodiscard]] std::string makeItem() const { return tree.file("disk/sub folder/item", "x"); }
-    /// Whether an item on the disk goes to this Trash.
-    [[nodiscard]] bool goesTo(const std::string& top) {
-        return !trash.moveToTrash(makeItem()) && contentOf(top + "/files/item") == "x" &&
-               lineOf(contentOf(top + "/info/item.trashinfo"), "Path") == "sub%20folder/item" &&
-               fs::status(top).permissions() == fs::perms{0700} && !fs::exists(home);
+    ~OtherDiskTest() override { ::umount2(disk.c_str(), MNT_DETACH); }
+    void expectInTrash(const std::string& top) const {
+        EXPECT_EQ(contentOf(top + "/files/item"), "x");
+        EXPECT_EQ(lineOf(contentOf(top + "/info/item.trashinfo"), "Path"), "sub%20folder/item");
+        EXPECT_EQ(fs::status(top).permissions(), fs::perms{0700});
+        EXPECT_FALSE(fs::exists(home));
     }
 
     std::string disk = tree.folder("disk");
     std::string user = std::to_string(::geteuid());
     std::string own = disk + "/.Trash-" + user;
+    std::string item;
 };
 
 TEST_F(OtherDiskTest, HasATrashOfItsOwnAndUsesTheSharedOneOnlyWhereItIsSafe) {
-    expect([&] {
-        const auto shared = tree.folder("disk/.Trash");
-        if (!goesTo(own) || !fs::is_empty(shared)) return false;
-        ::chmod(shared.c_str(), 01777);
-        return goesTo(shared + "/" + user);
-    });
+    const auto shared = tree.folder("disk/.Trash");
+    EXPECT_EQ(trash.moveToTrash(item), std::nullopt);
+    expectInTrash(own);
+    EXPECT_TRUE(fs::is_empty(shared));
+    ::chmod(shared.c_str(), 01777);
+    moveToTrash("disk/sub folder/item", {"x"});
+    expectInTrash(shared + "/" + user);
 }
 
 TEST_F(OtherDiskTest, NeverFollowsATrashThatIsALink) {
-    expect([&] {
-        fs::create_directory_symlink(tree.folder("disk/elsewhere"), own);
-        const auto item = makeItem();
-        return trash.moveToTrash(item) == failed("item",
-                                                 "there is no Trash for its disk (it is no longer "
-                                                 "there)") &&
-               fs::exists(item);
-    });
+    fs::create_directory_symlink(tree.folder("disk/elsewhere"), own);
+    EXPECT_EQ(trash.moveToTrash(item),
+              failed("item", "there is no Trash for its disk (it is no longer there)"));
+    EXPECT_TRUE(fs::exists(item));
 }
 
 TEST_F(OtherDiskTest, SaysWhenTheDiskIsReadOnlyOrFull) {
-    expect([&] {
-        const auto item = makeItem();
-        ::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr);
-        const bool readOnly =
-            trash.moveToTrash(item) ==
-            failed("item", "there is no Trash for its disk (the disk is read-only)");
-        ::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT, "nr_inodes=6");
-        const auto full = trash.moveToTrash(item);
-        return readOnly && full && full->find("the disk is full") != std::string::npos &&
-               fs::exists(item);
-    });
+    ::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr);
+    EXPECT_EQ(trash.moveToTrash(item),
+              failed("item", "there is no Trash for its disk (the disk is read-only)"));
+    ::mount(nullptr, disk.c_str(), nullptr, MS_REMOUNT, "nr_inodes=6");
+    EXPECT_NE(trash.moveToTrash(item).value_or("").find("the disk is full"), std::string::npos);
+    EXPECT_TRUE(fs::exists(item));
 }
 
 }  // namespace

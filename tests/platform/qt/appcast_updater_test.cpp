@@ -2,89 +2,133 @@
 
 #include <QApplication>
 #include <QDateTime>
-#include <QDialog>
 #include <QLabel>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <functional>
+#include <utility>
 
 #include <gtest/gtest.h>
+
+#include "platform/qt/appcast.h"
 
 namespace vestigo {
 namespace {
 
-/// Where every request is led to, without a network.
-struct Feed {
-    void serve(const QByteArray& body) { answer = "data:text/xml;base64," + body.toBase64(); }
-    void serveVersion(const QByteArray& version) {
-        serve(
-            R"(<rss xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>)"
-            "<item><link>https://example.com/download</link><description>New.</description>"
-            "<sparkle:version>" +
-            version + "</sparkle:version></item></channel></rss>");
+QByteArray feedOf(const QByteArray& items) {
+    return R"(<?xml version="1.0"?><rss version="2.0" )"
+           R"(xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>)" +
+           items + "</channel></rss>";
+}
+
+TEST(Appcast, ComparesVersionsPartByPart) {
+    const QStringList ascending{"0.9",     "1.0b2", "1.0-rc1", "1.0-rc10", "1",
+                                "1.0.0.1", "1.2b3", "1.2",     "1.10",     "2"};
+    for (int i = 0; i < ascending.size(); ++i) {
+        for (int j = 0; j < ascending.size(); ++j) {
+            EXPECT_EQ(isNewer(ascending[i], ascending[j]), i > j)
+                << ascending[i].toStdString() << " " << ascending[j].toStdString();
+        }
     }
+    EXPECT_FALSE(isNewer("1.0.0", "1"));
+    for (const auto* const none : {"", "newest", "1..2", "-1", "99999999999999999999"}) {
+        EXPECT_FALSE(isNewer(none, "0.1")) << none;
+    }
+}
 
-    QByteArray answer;
-    int requests = 0;
-};
+TEST(Appcast, TakesTheNewestItemThatBelongsToNoChannel) {
+    const auto newest = newestItem(feedOf(
+        R"(<item><title>1.1</title><link>https://example.com/1.1</link>
+             <sparkle:version>1.1</sparkle:version></item>
+           <item><link>https://example.com/page</link>
+             <description><![CDATA[<p>Faster &amp; smaller.</p><script>x()</script>]]></description>
+             <enclosure url="https://example.com/v.zip" sparkle:version="130"
+                        sparkle:shortVersionString="1.3"/></item>
+           <item><sparkle:channel>beta</sparkle:channel><link>https://example.com/2</link>
+             <sparkle:version>2.0</sparkle:version></item>
+           <item><sparkle:version>9.0</sparkle:version><link>file:///etc/passwd</link></item>)"));
+    ASSERT_TRUE(newest);
+    EXPECT_EQ(newest->version, "1.3");
+    EXPECT_EQ(newest->page, QUrl("https://example.com/page"));
+    EXPECT_EQ(newest->notes.trimmed(), "Faster & smaller.");
+}
 
+TEST(Appcast, GivesNothingForWhatIsNoFeed) {
+    const auto feed = feedOf(
+        "<item><sparkle:version>1.0</sparkle:version>"
+        "<enclosure url=\"https://example.com/v.zip\"/></item>");
+    EXPECT_TRUE(newestItem(feed));
+    auto withEntity = feed.mid(21).replace("1.0<", "&a;<");
+    withEntity.prepend("<!DOCTYPE rss [<!ENTITY a \"1.0\">]>");
+    for (const auto& none : {QByteArray(), QByteArray("<html><body>Not found</body></html>"),
+                             feedOf(""), feed.chopped(8), withEntity}) {
+        EXPECT_FALSE(newestItem(none)) << none.toStdString();
+    }
+}
+
+/// Leads every request to an answer that needs no network.
 class FeedNetwork : public QNetworkAccessManager {
 public:
-    explicit FeedNetwork(Feed& feed) : feed_(feed) {}
+    explicit FeedNetwork(std::function<QByteArray()> answer) : answer_(std::move(answer)) {}
 
 protected:
     QNetworkReply* createRequest(Operation operation, const QNetworkRequest& request,
                                  QIODevice*) override {
-        ++feed_.requests;
         EXPECT_EQ(request.attribute(QNetworkRequest::RedirectPolicyAttribute),
                   QNetworkRequest::NoLessSafeRedirectPolicy);
-        return QNetworkAccessManager::createRequest(
-            operation, QNetworkRequest(QUrl::fromEncoded(feed_.answer)));
+        return QNetworkAccessManager::createRequest(operation,
+                                                    QNetworkRequest(QUrl::fromEncoded(answer_())));
     }
 
 private:
-    Feed& feed_;
+    std::function<QByteArray()> answer_;
 };
 
 class AppcastUpdaterTest : public testing::Test {
 protected:
+    void serve(const QByteArray& body) { answer = "data:text/xml;base64," + body.toBase64(); }
+    void serveVersion(const QByteArray& version) {
+        serve(
+            feedOf("<item><link>https://example.com/download</link><description>New.</description>"
+                   "<sparkle:version>" +
+                   version + "</sparkle:version></item>"));
+    }
     std::unique_ptr<QSettings> settings() const {
         return std::make_unique<QSettings>(folder.filePath("updater.ini"), QSettings::IniFormat);
     }
     void start(const char* address = "https://example.com/feed.xml") {
+        auto network = std::make_unique<FeedNetwork>([this] { return ++requests, answer; });
         updater = std::make_unique<AppcastUpdater>(
             QUrl(address), "1.0",
             AppcastServices{.settings = settings(),
-                            .network = std::make_unique<FeedNetwork>(feed),
+                            .network = std::move(network),
                             .openPage = [this](const QUrl& page) { opened = page; },
                             .delay = delay});
     }
-    static QDialog* dialog() {
-        for (auto* const each : QApplication::topLevelWidgets()) {
-            if (each->objectName() == QLatin1String("updateDialog") && each->isVisible()) {
-                return qobject_cast<QDialog*>(each);
-            }
-        }
-        return nullptr;
-    }
-    /// What the dialog that comes up says.
-    static QString outcome() {
+    static QWidget* dialog() { return QApplication::activeModalWidget(); }
+    /// What the dialog that comes up says. The button closes it; none: as its window is closed.
+    static QString outcome(const char* button = nullptr) {
         QString text;
         EXPECT_TRUE(QTest::qWaitFor([] { return dialog() != nullptr; }));
         if (!dialog()) return text;
         for (const auto* const label : dialog()->findChildren<QLabel*>()) text += label->text();
+        if (button) {
+            dialog()->findChild<QPushButton*>(QLatin1String(button))->click();
+        } else {
+            dialog()->close();
+        }
+        EXPECT_TRUE(QTest::qWaitFor([] { return dialog() == nullptr; }));
         return text;
     }
-    QString askedByUser() {
+    void expectFailure() {
         updater->checkForUpdates();
-        const auto text = outcome();
-        if (dialog()) dialog()->close();
-        return text;
+        EXPECT_TRUE(outcome().startsWith("Could not look for updates"));
     }
-    void expectFailure() { EXPECT_TRUE(askedByUser().startsWith("Could not look for updates")); }
 
     QTemporaryDir folder;
-    Feed feed;
+    QByteArray answer;
+    int requests = 0;
     QUrl opened;
     std::chrono::milliseconds delay = std::chrono::hours(1);
     std::unique_ptr<AppcastUpdater> updater;
@@ -92,48 +136,47 @@ protected:
 
 TEST_F(AppcastUpdaterTest, ShowsEveryOutcomeToTheUserWhoAsked) {
     start();
-    feed.serveVersion("1.0");
-    EXPECT_TRUE(askedByUser().startsWith("You’re up to date"));
-    feed.serve("not a feed");
+    serveVersion("1.0");
+    updater->checkForUpdates();
+    EXPECT_TRUE(outcome().startsWith("You’re up to date"));
+    serve("not a feed");
     expectFailure();
-    feed.serve(QByteArray(2 * 1024 * 1024, ' '));
+    serve(QByteArray(2 * 1024 * 1024, ' '));
     expectFailure();
-    feed.answer = "file:///missing";
+    answer = "file:///missing";
     expectFailure();
 
-    feed.serveVersion("1.1");
+    serveVersion("1.1");
     for (const auto* const button : {"openPage", "later"}) {
         updater->checkForUpdates();
-        const auto text = outcome();
+        const auto text = outcome(button);
         EXPECT_TRUE(text.startsWith("A newer version") && text.contains("1.1"));
-        dialog()->findChild<QPushButton*>(QLatin1String(button))->click();
-        EXPECT_TRUE(QTest::qWaitFor([] { return dialog() == nullptr; }));
         EXPECT_EQ(opened, QUrl("https://example.com/download"));
     }
     start("http://example.com/feed.xml");
-    const auto before = feed.requests;
+    requests = 0;
     expectFailure();
-    EXPECT_EQ(feed.requests, before);
+    EXPECT_EQ(requests, 0);
 }
 
 TEST_F(AppcastUpdaterTest, ByItselfAsksOnceADayAndKeepsFailuresToItself) {
     delay = std::chrono::milliseconds(0);
-    feed.serve("not a feed");
+    serve("not a feed");
     start();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return feed.requests == 1; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return requests == 1; }));
     start();
     QTest::qWait(100);
-    EXPECT_EQ(feed.requests, 1);
+    EXPECT_EQ(requests, 1);
     EXPECT_FALSE(dialog());
 
     // A day ago, or in the future: the clock has been set back.
     for (const qint64 away : {-86401, 1000}) {
         settings()->setValue("VGUpdaterLastCheck", QDateTime::currentSecsSinceEpoch() + away);
-        const int before = feed.requests;
+        requests = 0;
         start();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return feed.requests == before + 1; })) << away;
+        EXPECT_TRUE(QTest::qWaitFor([&] { return requests == 1; })) << away;
     }
-    feed.serveVersion("2.0");
+    serveVersion("2.0");
     settings()->setValue("VGUpdaterLastCheck", 0);
     start();
     EXPECT_TRUE(outcome().startsWith("A newer version"));
@@ -145,7 +188,7 @@ TEST_F(AppcastUpdaterTest, KeepsItsSettingAndMayEndInTheMiddleOfACheck) {
     updater->setAutomaticallyChecksForUpdates(false);
     start();
     EXPECT_FALSE(updater->automaticallyChecksForUpdates());
-    feed.serveVersion("1.1");
+    serveVersion("1.1");
     updater->checkForUpdates();
     updater.reset();
     QCoreApplication::processEvents();

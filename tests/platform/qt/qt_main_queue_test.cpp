@@ -4,7 +4,6 @@
 #include <QEventLoop>
 #include <QTest>
 #include <QTimer>
-#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -17,25 +16,15 @@
 namespace vestigo {
 namespace {
 
-TEST(QtMainQueue, RunsJobsOfEveryThreadInTheirOrder) {
-    QtMainQueue queue;
-    std::vector<int> ran;
-    std::thread([&] {
-        for (int i = 0; i < 1000; ++i) queue.post([&ran, i] { ran.push_back(i); });
-    }).join();
-    EXPECT_TRUE(ran.empty());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return ran.size() == 1000; }));
-    EXPECT_TRUE(std::ranges::is_sorted(ran));
-}
-
 TEST(QtMainQueue, LeavesRoomForOtherEventsInAFlood) {
     std::function<void()> again;
     QtMainQueue queue;
+    const QObject user;
     int jobs = 0;
-    int jobsBeforeTheAnswer = 0;
+    int jobsBeforeTheAnswer = 300;
     again = [&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        if (++jobs == 300) QTimer::singleShot(0, [&] { jobsBeforeTheAnswer = jobs - 300; });
+        if (++jobs == 300) QTimer::singleShot(0, &user, [&] { jobsBeforeTheAnswer = jobs - 300; });
         if (jobs < 600) queue.post(again);
     };
     queue.post(again);
@@ -43,7 +32,7 @@ TEST(QtMainQueue, LeavesRoomForOtherEventsInAFlood) {
     EXPECT_LT(jobsBeforeTheAnswer, 40);
 }
 
-TEST(QtMainQueue, GoesOnInsideAnEventLoopThatAJobRuns) {
+TEST(QtMainQueue, RunsJobsOfEveryThreadInOrderAlsoInsideAnEventLoopThatAJobRuns) {
     QtMainQueue queue;
     std::vector<int> ran;
     queue.post([&] {
@@ -55,7 +44,7 @@ TEST(QtMainQueue, GoesOnInsideAnEventLoopThatAJobRuns) {
         dialog.exec();
         ran.push_back(3);
     });
-    queue.post([&] { ran.push_back(1); });
+    std::thread([&] { queue.post([&] { ran.push_back(1); }); }).join();
     ASSERT_TRUE(QTest::qWaitFor([&] { return ran.size() == 3; }));
     EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
 }
