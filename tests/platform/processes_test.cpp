@@ -102,12 +102,11 @@ TEST(Processes, InheritNoInputNoDescriptorNoSessionAndNoIgnoredSignal) {
 
 TEST(LaunchedAdministrator, TellsHowTheLauncherEnded) {
     const auto run = [](const std::string& launcher) {
-        LaunchedAdministrator administrator(
-            systemProcesses(systemTasks()), launcher, [](const std::string& script) {
-                return std::vector<std::string>{"-c", "test \"$0\" = '/a script' && exit 5",
-                                                script};
-            });
-        return administrator.runScript("/a script");
+        const auto arguments = [](const std::string& script) {
+            return std::vector<std::string>{"-c", script};
+        };
+        return LaunchedAdministrator(systemProcesses(systemTasks()), launcher, arguments)
+            .runScript("exit 5");
     };
     EXPECT_EQ(run("/bin/sh").status, 5);
     EXPECT_EQ(run("/bin/sh").launchError, std::nullopt);
