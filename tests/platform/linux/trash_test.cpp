@@ -132,10 +132,10 @@ TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
     fs::permissions(tree.folder("runtime"), fs::perms::owner_all);
     const auto inSession = [this](const std::string& commands) {
         const auto said = tree.at("said");
-        std::system(("XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() +
-                     "' XDG_RUNTIME_DIR='" + tree.at("runtime") +
-                     "' timeout 60 dbus-run-session -- sh -c '" + commands + "' 2>&- >" + said)
-                        .c_str());
+        const auto line = "XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() +
+                          "' XDG_RUNTIME_DIR='" + tree.at("runtime") +
+                          "' timeout 60 dbus-run-session -- sh -c '" + commands + "' 2>&- >" + said;
+        EXPECT_NE(std::system(line.c_str()), -1);
         return contentOf(said);
     };
     if (inSession("gio list trash:/// && echo answers") != "answers\n") {
