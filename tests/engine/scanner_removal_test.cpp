@@ -6,7 +6,6 @@
 #include "engine/removal_guard.h"
 #include "engine/scanner.h"
 #include "platform/posix/posix_files.h"
-#include "platform/run_loop.h"
 #include "tests/support/scan_fakes.h"
 #include "tests/support/temporary_tree.h"
 
@@ -39,23 +38,20 @@ public:
 };
 
 struct ScannerRemovalTest : testing::Test {
-    void found(const std::string& path, std::vector<std::string> archs = {"x86_64"}) {
-        record.hits.push_back(std::make_shared<BinaryHit>(BinaryHit{path, archs, 1, 2, 3}));
+    void found(const Paths& paths, const std::vector<std::string>& archs = {"x86_64"}) {
+        for (const auto& path : paths) {
+            record.hits.push_back(std::make_shared<BinaryHit>(BinaryHit{path, archs, 1, 2, 3}));
+        }
     }
     void apple(const std::string& root) { record.signatures->emplace(root, SignInfo{true, ""}); }
     Scanner& scanner() {
-        if (!made) {
-            store->record = record;
-            made = std::make_unique<Scanner>(ScannerServices{.main = loop,
-                                                             .background = nullptr,
-                                                             .reader = nullptr,
-                                                             .store = store,
-                                                             .inspect = {},
-                                                             .migrate = {},
-                                                             .now = [] { return 1.0; },
-                                                             .trash = trash,
-                                                             .files = files});
-        }
+        if (made) return *made;
+        store->record = record;
+        ScannerServices services;
+        services.store = store;
+        services.trash = trash;
+        services.files = files;
+        made = std::make_unique<Scanner>(services);
         return *made;
     }
     [[nodiscard]] static Paths pathsOf(const HitList& hits) {
@@ -66,7 +62,6 @@ struct ScannerRemovalTest : testing::Test {
 
     ScanFile record{
         .version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}};
-    std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
     std::shared_ptr<test::MemoryStore> store = std::make_shared<test::MemoryStore>();
     std::shared_ptr<FakeTrash> trash = std::make_shared<FakeTrash>();
     std::shared_ptr<LeadingFiles> files = std::make_shared<LeadingFiles>();
@@ -75,9 +70,9 @@ struct ScannerRemovalTest : testing::Test {
 
 TEST_F(ScannerRemovalTest, ForgetsWhatLiesUnderRemovedRootsAndNothingElse) {
     const Paths stays{"/Applications/Foo.app2/x", "/Applications/Fo", "/Applications/Other.app/x"};
-    for (const auto* path : {"/Applications/Foo.app/a", "/Applications/Bar.app/a"}) found(path);
-    for (const auto& path : stays) found(path);
-    for (const auto* path : {"/Applications/Foo.app/b/c", "/usr/local/bin/tool"}) found(path);
+    found({"/Applications/Foo.app/a", "/Applications/Bar.app/a"});
+    found(stays);
+    found({"/Applications/Foo.app/b/c", "/usr/local/bin/tool"});
     EXPECT_EQ(scanner().trashGroups({"/Applications/Foo.app", "/Applications/Bar.app",
                                      "/usr/local/bin/tool", "/Applications/Gone.app"}),
               std::nullopt);
@@ -90,27 +85,30 @@ TEST_F(ScannerRemovalTest, ForgetsWhatLiesUnderRemovedRootsAndNothingElse) {
 }
 
 TEST_F(ScannerRemovalTest, GoesOnAfterFailuresAndKeepsTheFirst) {
-    for (const auto* path :
-         {"/Applications/A.app/x", "/Applications/B.app/x", "/Applications/C.app/x"})
-        found(path);
-    trash->failing = {"/Applications/A.app", "/Applications/C.app"};
-    EXPECT_EQ(scanner().trashGroups(
-                  {"/Applications/A.app", "/Applications/B.app", "/Applications/C.app"}),
-              "cannot move /Applications/A.app");
-    EXPECT_EQ(pathsOf(scanner().allHits()),
-              (Paths{"/Applications/A.app/x", "/Applications/C.app/x"}));
+    found({"/A.app/x", "/B.app/x", "/C.app/x"});
+    trash->failing = {"/A.app", "/C.app"};
+    EXPECT_EQ(scanner().trashGroups({"/A.app", "/B.app", "/C.app"}), "cannot move /A.app");
+    EXPECT_EQ(pathsOf(scanner().allHits()), (Paths{"/A.app/x", "/C.app/x"}));
     EXPECT_EQ(scanner().trashGroups({"/none"}), std::nullopt);
     EXPECT_EQ(store->writes, 2);
 }
 
+TEST_F(ScannerRemovalTest, TrashesAPathAndForgetsWhatLayUnderIt) {
+    found({"/k/wget/1/bin/wget", "/k/wget2/x"});
+    trash->failing = {"/k/wget"};
+    EXPECT_EQ(scanner().trashPath("/k/wget"), "cannot move /k/wget");
+    EXPECT_EQ(store->writes, 0);
+    trash->failing.clear();
+    EXPECT_EQ(scanner().trashPath("/k/wget"), std::nullopt);
+    EXPECT_EQ(pathsOf(scanner().allHits()), Paths{"/k/wget2/x"});
+    EXPECT_EQ(store->writes, 1);
+}
+
 TEST_F(ScannerRemovalTest, PassesOverWhatIsNeverRemovedWithoutAWord) {
-    found("/System/Library/A.app/x");
-    found("/Applications/Signed.app/x");
-    apple("/Applications/Signed.app");
-    found("/Applications/Kept.app/x");
-    found("/Applications/Kept.app/native", {"arm64"});
-    EXPECT_EQ(scanner().trashGroups(
-                  {"/System/Library/A.app", "/Applications/Signed.app", "/Applications/Kept.app"}),
+    found({"/System/Library/A.app/x", "/Signed.app/x", "/Kept.app/x"});
+    found({"/Kept.app/native"}, {"arm64"});
+    apple("/Signed.app");
+    EXPECT_EQ(scanner().trashGroups({"/System/Library/A.app", "/Signed.app", "/Kept.app"}),
               std::nullopt);
     EXPECT_TRUE(trash->asked.empty());
     EXPECT_EQ(scanner().allHits().size(), 4U);
@@ -118,10 +116,8 @@ TEST_F(ScannerRemovalTest, PassesOverWhatIsNeverRemovedWithoutAWord) {
 
 TEST_F(ScannerRemovalTest, RefusesWhatReallyLiesWhereNothingIsRemoved) {
     files->leads = {{"/a/", "/System/Library"}, {"/b/", "/Applications"}};
-    for (const auto* path :
-         {"/a/X.app/x", "/b/Signed.app/x", "/b/Kept.app/x", "/Applications/Kept.app/x"})
-        found(path);
-    found("/Applications/Kept.app/native", {"arm64"});
+    found({"/a/X.app/x", "/b/Signed.app/x", "/b/Kept.app/x", "/Applications/Kept.app/x"});
+    found({"/Applications/Kept.app/native"}, {"arm64"});
     apple("/Applications/Signed.app");
     const auto text = [](const std::string& name, const std::string& why) {
         return "“" + name + "” " + why + " and was left in its place.";
@@ -140,22 +136,11 @@ TEST_F(ScannerRemovalTest, RefusesWhatReallyLiesWhereNothingIsRemoved) {
 
 TEST_F(ScannerRemovalTest, RefusesABundleThatALinkHasReplaced) {
     const test::TemporaryTree tree;
-    found(tree.at("Foo.app/x"));
+    found({tree.at("Foo.app/x")});
     fs::create_symlink("/usr", tree.at("Foo.app"));
     EXPECT_EQ(scanner().trashGroups({tree.at("Foo.app")}),
               "“Foo.app” is only a link to what the scan found and was left in its place.");
     EXPECT_TRUE(trash->asked.empty());
-}
-
-TEST_F(ScannerRemovalTest, TrashesAPathAndForgetsWhatLayUnderIt) {
-    for (const auto* path : {"/k/wget/1/bin/wget", "/k/wget2/x"}) found(path);
-    trash->failing = {"/k/wget"};
-    EXPECT_EQ(scanner().trashPath("/k/wget"), "cannot move /k/wget");
-    EXPECT_EQ(store->writes, 0);
-    trash->failing.clear();
-    EXPECT_EQ(scanner().trashPath("/k/wget"), std::nullopt);
-    EXPECT_EQ(pathsOf(scanner().allHits()), Paths{"/k/wget2/x"});
-    EXPECT_EQ(store->writes, 1);
 }
 
 TEST(RealPlace, FollowsTheFoldersButNotTheItem) {
