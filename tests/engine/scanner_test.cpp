@@ -142,16 +142,6 @@ TEST_F(ScannerTest, DropsTheHandOversOfAnEarlierScan) {
     EXPECT_EQ(scanner->scannedCount(), 1);
 }
 
-TEST_F(ScannerTest, PublishesSignaturesEvery40Roots) {
-    for (int i = 0; i < 100; ++i) tree.file("f" + std::to_string(i), intel);
-    std::vector<std::size_t> published;
-    const auto watching = scanner->subscribe([&](ScannerField field) {
-        if (field == ScannerField::signatures) published.push_back(scanner->signatures().size());
-    });
-    scan();
-    EXPECT_EQ(published, (std::vector<std::size_t>{40, 80, 100}));
-}
-
 TEST_F(ScannerTest, MergesOverlappingSignaturePasses) {
     tree.file("a", intel);
     tree.file("b", test::thinMachO(test::cpuArm64));

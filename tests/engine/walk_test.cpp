@@ -25,8 +25,7 @@ using Paths = std::vector<std::string>;
 
 class WalkTest : public testing::Test {
 protected:
-    RecordingListener walked(std::vector<std::string> roots, HitList previous = {},
-                             unsigned threads = 0) {
+    RecordingListener walked(Paths roots, HitList previous = {}, unsigned threads = 0) {
         RecordingListener listener;
         walk(reader, {std::move(roots), std::move(previous), threads}, CancelFlag(), listener);
         return listener;
@@ -34,6 +33,7 @@ protected:
     RecordingListener walkedTree(HitList previous = {}) {
         return walked({tree.path()}, std::move(previous));
     }
+    /// Relative to the tree, in order.
     [[nodiscard]] Paths found() {
         auto paths = walkedTree().paths();
         for (auto& path : paths) path.erase(0, tree.path().size() + 1);
@@ -114,27 +114,17 @@ TEST_F(WalkTest, TakesRootsAsTheyAreGiven) {
     EXPECT_EQ(walked({tree.at("missing")}).reports, Paths{"final 0 0"});
 }
 
-TEST_F(WalkTest, ReportsEvery1000thCandidate) {
-    for (int i = 0; i < 999; ++i) tree.file("f" + std::to_string(i), "text");
-    EXPECT_EQ(walkedTree().reports, Paths{"final 0 999"});
-    tree.file("sub/last", "text");
-    EXPECT_EQ(walkedTree().reports,
-              (Paths{"progress 1000 " + tree.at("sub/last"), "final 0 1000"}));
-}
-
 void growRandomly(const test::TemporaryTree& tree, const std::string& folder, std::mt19937& random,
                   int depth) {
+    tree.folder(folder);
     const auto files = random() % (random() % 8 == 0 ? 400 : 12);
     for (unsigned i = 0; i < files; ++i) {
-        const bool hit = random() % 2 == 0;
         tree.file(folder + "/f" + std::to_string(i) + (random() % 9 == 0 ? ".db" : ""),
-                  hit ? test::thinMachO(test::cpuX86_64) : "text");
+                  random() % 2 == 0 ? test::thinMachO(test::cpuX86_64) : "text");
     }
     const auto folders = depth == 0 ? 0 : random() % 6;
     for (unsigned i = 0; i < folders; ++i) {
-        const auto below = folder + "/d" + std::to_string(i);
-        tree.folder(below);
-        growRandomly(tree, below, random, depth - 1);
+        growRandomly(tree, folder + "/d" + std::to_string(i), random, depth - 1);
     }
 }
 
@@ -142,7 +132,6 @@ TEST_F(WalkTest, ReportsWhatOneThreadInOrderWould) {
     std::mt19937 random(42);
     for (int round = 0; round < 8; ++round) {
         const auto name = "round" + std::to_string(round);
-        tree.folder(name);
         growRandomly(tree, name, random, 4);
         const Paths roots = {tree.at(name), tree.at("round0")};
         const auto expected = test::simpleWalk(reader, roots);
@@ -250,10 +239,7 @@ TEST_F(WalkTest, LosesNothingWithFewFileDescriptorsLeft) {
 TEST(ScanRoots, FollowTheChoice) {
     EXPECT_EQ(scanRoots("~/x", Scope::deep, "/home/me"), Paths{"~/x"});
     EXPECT_EQ(scanRoots(std::nullopt, Scope::deep, "/home/me"), Paths{"/"});
-    const auto smart = scanRoots(std::nullopt, Scope::smart, "/home/me");
-    ASSERT_EQ(smart.size(), 11U);
-    EXPECT_EQ(smart[1], "/home/me/Applications");
-    EXPECT_EQ(smart[3], "/home/me/Library");
+    EXPECT_EQ(scanRoots(std::nullopt, Scope::smart, "/home/me")[3], "/home/me/Library");
     EXPECT_EQ(scanRoots(std::nullopt, Scope::smart, "/")[1], "/Applications");
 }
 
@@ -262,15 +248,16 @@ TEST(FolderExclusions, ConcernAbsolutePlacesAsWholeComponents) {
         const FolderExclusions exclusions(prefix);
         return exclusions.everything() || exclusions.excludes(name);
     };
-    EXPECT_TRUE(excluded("/", "Volumes"));
-    EXPECT_TRUE(excluded("/", "dev"));
-    EXPECT_FALSE(excluded("/", "devices"));
-    EXPECT_TRUE(excluded("/Volumes/Disk/a/", "b"));
-    EXPECT_TRUE(excluded("/System/", "Volumes"));
-    EXPECT_FALSE(excluded("/System/", "Library"));
-    EXPECT_TRUE(excluded("/Library/", "Developer"));
-    EXPECT_FALSE(excluded("/Users/me/Library/", "Developer"));
-    EXPECT_TRUE(excluded("/private/var/vm/", "sleepimage"));
+    using Place = std::pair<const char*, const char*>;
+    for (const auto& [prefix, name] :
+         {Place{"/", "Volumes"}, Place{"/Volumes/Disk/a/", "b"}, Place{"/System/", "Volumes"},
+          Place{"/Library/", "Developer"}, Place{"/private/var/vm/", "sleepimage"}}) {
+        EXPECT_TRUE(excluded(prefix, name)) << prefix << name;
+    }
+    for (const auto& [prefix, name] : {Place{"/", "devices"}, Place{"/System/", "Library"},
+                                       Place{"/Users/me/Library/", "Developer"}}) {
+        EXPECT_FALSE(excluded(prefix, name)) << prefix << name;
+    }
 }
 
 }  // namespace
