@@ -18,12 +18,8 @@ ScanFile datedRecord(double date) {
 }
 
 /// Takes its time over the first record.
-class SlowStore : public ScanStore {
-public:
-    std::optional<ScanFile> readScanFile() override {
-        if (dates.empty()) return std::nullopt;
-        return datedRecord(dates.back());
-    }
+struct SlowStore : ScanStore {
+    std::optional<ScanFile> readScanFile() override { return datedRecord(dates.back()); }
     void writeScanFile(const ScanFile& record) override {
         while (!open) std::this_thread::yield();
         dates.push_back(record.date);
@@ -33,26 +29,20 @@ public:
     std::vector<double> dates;
 };
 
-TEST(BackgroundScanStore, WritesTheFirstAndTheLatestAndReadsWhatWasWritten) {
+TEST(BackgroundScanStore, WritesTheFirstAndTheLatestAndAlsoWhatIsLeftAtTheEnd) {
     const auto slow = std::make_shared<SlowStore>();
-    const auto tasks = std::make_shared<ThreadTasks>();
-    BackgroundScanStore store(slow, tasks);
-    for (const double date : {1, 2, 3, 4}) store.writeScanFile(datedRecord(date));
+    auto tasks = std::make_shared<ThreadTasks>();
+    auto store = std::make_optional<BackgroundScanStore>(slow, tasks);
+    for (const double date : {1, 2, 3, 4}) store->writeScanFile(datedRecord(date));
     slow->open = true;
-    EXPECT_EQ(store.readScanFile()->date, 4);
+    EXPECT_EQ(store->readScanFile()->date, 4);
     EXPECT_LE(slow->dates.size(), 2U);
-    store.writeScanFile(datedRecord(5));
-    EXPECT_EQ(store.readScanFile()->date, 5);
-}
-
-TEST(BackgroundScanStore, FinishesItsWorkWhenTheProgramEnds) {
-    const auto slow = std::make_shared<SlowStore>();
-    {
-        auto tasks = std::make_shared<ThreadTasks>();
-        BackgroundScanStore(slow, tasks).writeScanFile(datedRecord(7));
-        slow->open = true;
-    }
-    EXPECT_EQ(slow->dates, std::vector<double>{7});
+    slow->open = false;
+    store->writeScanFile(datedRecord(5));
+    store.reset();
+    slow->open = true;
+    tasks.reset();
+    EXPECT_EQ(slow->dates.back(), 5);
 }
 
 }  // namespace

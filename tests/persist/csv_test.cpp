@@ -8,8 +8,6 @@
 namespace vestigo {
 namespace {
 
-const std::string header =
-    "category,bundle,vendor,fix,cpu,apple_signed,created,legacy_count,path\n";
 constexpr double day = 86400;
 
 HitRef hit(std::vector<std::string> archs, double ctime) {
@@ -20,14 +18,12 @@ HitRef hit(std::vector<std::string> archs, double ctime) {
 std::string line(BundleGroup group, const SignatureMap& signatures = {}) {
     GroupList groups;
     groups.add(std::move(group));
-    return csvText(groups, signatures).substr(header.size());
+    return csvText(groups, signatures).substr(csvText({}, {}).size());
 }
 
-TEST(Csv, IsTheHeaderAloneWithoutGroups) {
-    EXPECT_EQ(csvText({}, {}), header);
-}
-
-TEST(Csv, WritesOneLinePerGroup) {
+TEST(Csv, WritesAHeaderAndOneLinePerGroup) {
+    EXPECT_EQ(csvText({}, {}),
+              "category,bundle,vendor,fix,cpu,apple_signed,created,legacy_count,path\n");
     const double june2019 = 581299200;  // 2019-06-04 00:00:00
     const std::string root = "/Library/Example/Example Agent";
     const HitList hits = {hit({"x86_64"}, june2019 + day), hit({"x86_64", "i386"}, june2019 + 5),
@@ -54,10 +50,8 @@ TEST(Csv, WritesADateOfFourDigitYearsInUtcOrNone) {
         {day * (365 * 3 + 59), "2004-02-29"},
         {year10000 - 1, "9999-12-31"},
         {year10000, ""},
-        {1e300, ""},
         {std::numeric_limits<double>::infinity(), ""},
         {std::numeric_limits<double>::quiet_NaN(), ""},
-        {0, ""},
     };
     for (const auto& [time, date] : dates) {
         EXPECT_EQ(line({"/", false, Category::cliTool, {hit({"ppc"}, time)}, Fix::homebrew, false}),

@@ -27,24 +27,29 @@ struct FakePreferences : Preferences {
 };
 
 struct Migration : testing::Test {
+    Migration() { previous.setBoolean(acceptedDisclaimer, true); }
+    void migrate() { migrateFromPreviousProduct(own, &previous, cache); }
+
     test::TemporaryTree tree;
     PosixFiles files;
     ScanCache cache{std::make_shared<PosixFiles>(), {{}, tree.path(), {}}};
     FakePreferences own, previous;
     std::string old = tree.file("Tracemole/last-scan.json", "old");
     std::string current = tree.at("Vestigo/last-scan.json");
-
-    Migration() { previous.setBoolean(acceptedDisclaimer, true); }
-    void migrate() { migrateFromPreviousProduct(own, &previous, cache); }
 };
 
-TEST_F(Migration, TakesOverAcceptanceAndLastScan) {
+TEST_F(Migration, TakesOverAcceptanceAndLastScanOnce) {
     migrate();
     EXPECT_TRUE(own.boolean(acceptedDisclaimer));
     EXPECT_TRUE(own.boolean(migratedFromTracemole));
     EXPECT_EQ(files.read(current), "old");
     EXPECT_EQ(files.read(old), "old");
     EXPECT_EQ(previous.values.size(), 1U);
+    own.values.erase(acceptedDisclaimer);
+    files.remove(current);
+    migrate();
+    EXPECT_FALSE(own.contains(acceptedDisclaimer));
+    EXPECT_FALSE(files.exists(current));
 }
 
 TEST_F(Migration, NeverOverwritesWhatIsThere) {
@@ -53,13 +58,6 @@ TEST_F(Migration, NeverOverwritesWhatIsThere) {
     migrate();
     EXPECT_FALSE(own.boolean(acceptedDisclaimer));
     EXPECT_EQ(files.read(current), "current");
-}
-
-TEST_F(Migration, DoesNothingTheSecondTime) {
-    own.setBoolean(migratedFromTracemole, true);
-    migrate();
-    EXPECT_FALSE(own.contains(acceptedDisclaimer));
-    EXPECT_FALSE(files.exists(current));
 }
 
 TEST_F(Migration, CountsAsDoneWhenNothingCouldBeTakenOver) {

@@ -1,97 +1,79 @@
 #include "persist/signature_inspector.h"
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 namespace vestigo::test {
 namespace {
 
-std::string vendor(const std::optional<std::string>& commonName,
-                   const std::optional<std::string>& team = std::nullopt) {
-    const auto info = signInfoFrom("/Applications/Example.app",
-                                   {.isCode = true, .information = {{commonName, team}}});
-    EXPECT_FALSE(info.isApple);
-    return info.vendor;
-}
+using Text = std::optional<std::string>;
 
-TEST(SignatureInspector, NamesTheVendorByTheCertificate) {
-    EXPECT_EQ(vendor("Developer ID Application: Example Corp (AB12CD34EF)", "AB12CD34EF"),
-              "Example Corp");
-    EXPECT_EQ(vendor("3rd Party Mac Developer Application: Example Corp (AB12CD34EF)"),
-              "Example Corp");
-    EXPECT_EQ(vendor("Apple Distribution: Example Corp"), "Example Corp");
-    EXPECT_EQ(vendor("Mac Developer: Jane Roe (Q1W2E3R4T5)"), "Jane Roe");
-    EXPECT_EQ(vendor("Apple Development: Jane Roe (XYZ9876543)"), "Jane Roe");
-    EXPECT_EQ(vendor("Software Signing"), "Software Signing");
-    EXPECT_EQ(vendor("developer id application: Roe"), "developer id application: Roe");
-}
-
-TEST(SignatureInspector, TrimsRolesInOrderAndAtTheFirstParenthesis) {
-    EXPECT_EQ(vendor("Developer ID Application: Mac Developer: Roe"), "Roe");
-    EXPECT_EQ(vendor("Mac Developer: Developer ID Application: Roe"),
-              "Developer ID Application: Roe");
-    EXPECT_EQ(vendor("Example (Europe) Corp (AB12CD34EF)"), "Example");
-    EXPECT_EQ(vendor("Example(Europe)"), "Example(Europe)");
-    EXPECT_EQ(vendor("Developer ID Application: ", "AB12CD34EF"), "");
-}
-
-TEST(SignatureInspector, FallsBackToTheTeamThenToUnsigned) {
-    EXPECT_EQ(vendor(std::nullopt, "AB12CD34EF"), "AB12CD34EF");
-    EXPECT_EQ(vendor(std::nullopt, ""), "unsigned");
-    EXPECT_EQ(vendor(std::nullopt), "unsigned");
-    EXPECT_EQ(vendor("unsigned (x)", "AB12CD34EF"), "AB12CD34EF");
-    EXPECT_EQ(signInfoFrom("/a", {.isCode = true, .information = {}}),
-              (SignInfo{false, "unsigned"}));
-    EXPECT_EQ(signInfoFrom("/usr/bin/a", {}), (SignInfo{false, "unsigned"}));
+TEST(SignatureInspector, NamesTheVendorByTheCertificateThenTheTeam) {
+    const std::tuple<Text, Text, std::string> cases[] = {
+        {"Developer ID Application: Example Corp (AB12CD34EF)", "AB12CD34EF", "Example Corp"},
+        {"3rd Party Mac Developer Application: Example Corp (AB12CD34EF)", {}, "Example Corp"},
+        {"Apple Distribution: Example Corp", {}, "Example Corp"},
+        {"Mac Developer: Jane Roe (Q1W2E3R4T5)", {}, "Jane Roe"},
+        {"Apple Development: Jane Roe (XYZ9876543)", {}, "Jane Roe"},
+        {"developer id application: Roe", {}, "developer id application: Roe"},
+        // Each role is taken off once, in their order.
+        {"Developer ID Application: Mac Developer: Roe", {}, "Roe"},
+        {"Mac Developer: Developer ID Application: Roe", {}, "Developer ID Application: Roe"},
+        {"Example (Europe) Corp (AB12CD34EF)", {}, "Example"},
+        {"Example(Europe)", {}, "Example(Europe)"},
+        {"Developer ID Application: ", "AB12CD34EF", ""},
+        {"unsigned (x)", "AB12CD34EF", "AB12CD34EF"},
+        {{}, "AB12CD34EF", "AB12CD34EF"},
+        {{}, "", "unsigned"},
+        {{}, {}, "unsigned"},
+    };
+    for (const auto& [name, team, vendor] : cases) {
+        const SignatureAnswers answers{.isCode = true, .information = {{name, team}}};
+        const auto info = signInfoFrom("/Applications/A.app", answers);
+        EXPECT_EQ(info.vendor, vendor);
+        EXPECT_FALSE(info.isApple);
+    }
+    for (const bool isCode : {true, false}) {
+        EXPECT_EQ(signInfoFrom("/usr/bin/a", {.isCode = isCode, .information = {}}),
+                  (SignInfo{false, "unsigned"}));
+    }
 }
 
 /// Code that is everywhere, and counts what it is asked.
-class FakeSigning : public CodeSigning {
-public:
+struct FakeSigning : CodeSigning {
+    struct Code : StaticCode {
+        explicit Code(FakeSigning& signing) : owner(signing) {}
+        bool isAnchoredToApple() override { return ++owner.appleQuestions, owner.anchored; }
+        std::optional<SigningInformation> signingInformation() override {
+            ++owner.informationQuestions;
+            return SigningInformation{"Software Signing", std::nullopt};
+        }
+        FakeSigning& owner;
+    };
     std::unique_ptr<StaticCode> staticCode(const std::string&) override {
         return std::make_unique<Code>(*this);
     }
-    bool anchored = false;
+
+    bool anchored = true;
     int appleQuestions = 0;
     int informationQuestions = 0;
-
-private:
-    class Code : public StaticCode {
-    public:
-        explicit Code(FakeSigning& owner) : owner_(owner) {}
-        bool isAnchoredToApple() override {
-            ++owner_.appleQuestions;
-            return owner_.anchored;
-        }
-        std::optional<SigningInformation> signingInformation() override {
-            ++owner_.informationQuestions;
-            return SigningInformation{"Software Signing", std::nullopt};
-        }
-
-    private:
-        FakeSigning& owner_;
-    };
 };
 
 TEST(SignatureInspector, CallsOnlySystemCodeApples) {
     for (const auto* const path :
          {"/System/a", "/usr/a", "/bin/a", "/sbin/a", "/Library/Apple/a"}) {
         FakeSigning signing;
-        signing.anchored = true;
         EXPECT_EQ(inspectSignature(signing, path), (SignInfo{true, "Apple"})) << path;
         EXPECT_EQ(signing.informationQuestions, 0) << path;
+        signing.anchored = false;
+        EXPECT_EQ(inspectSignature(signing, path), (SignInfo{false, "Software Signing"})) << path;
     }
     for (const auto* const path : {"/System", "/Applications/a", "/Library/Appl", "/x/usr/a"}) {
         FakeSigning signing;
-        signing.anchored = true;
         EXPECT_EQ(inspectSignature(signing, path), (SignInfo{false, "Software Signing"})) << path;
         EXPECT_EQ(signing.appleQuestions, 0) << path;
     }
-}
-
-TEST(SignatureInspector, NamesTheVendorOfSystemPathsThatAreNotApples) {
-    FakeSigning signing;
-    EXPECT_EQ(inspectSignature(signing, "/usr/local/bin/a"), (SignInfo{false, "Software Signing"}));
-    EXPECT_EQ(signing.appleQuestions, 1);
 }
 
 }  // namespace
