@@ -2,7 +2,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <optional>
 #include <random>
 #include <thread>
 
@@ -14,7 +13,6 @@
 #include "persist/scan_cache.h"
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/posix_files.h"
-#include "platform/run_loop.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -27,16 +25,14 @@ namespace fs = std::filesystem;
 class MemoryDisk {
 public:
     MemoryDisk() {
-        const char* const value = std::getenv("TMPDIR");
-        if (value) before_ = value;
         if (::access("/dev/shm", W_OK) == 0) ::setenv("TMPDIR", "/dev/shm", 1);
     }
-    ~MemoryDisk() { before_ ? ::setenv("TMPDIR", before_->c_str(), 1) : ::unsetenv("TMPDIR"); }
+    ~MemoryDisk() { ::setenv("TMPDIR", before_.c_str(), 1); }
     MemoryDisk(const MemoryDisk&) = delete;
     MemoryDisk& operator=(const MemoryDisk&) = delete;
 
 private:
-    std::optional<std::string> before_;
+    std::string before_ = fs::temp_directory_path();
 };
 
 /// Items that a child removes until it is killed, again and again.
@@ -51,15 +47,11 @@ struct KilledRemovalTest : testing::Test {
     }
     /// The first ones each by itself, the others together, so that it also saves all the time.
     void removeAll() {
-        Scanner scanner({.main = std::make_shared<RunLoop>(),
-                         .background = nullptr,
-                         .reader = nullptr,
-                         .store = cache,
-                         .inspect = {},
-                         .migrate = {},
-                         .now = [] { return 1.0; },
-                         .trash = std::make_shared<LinuxTrash>(home),
-                         .files = files});
+        ScannerServices services;
+        services.store = cache;
+        services.trash = std::make_shared<LinuxTrash>(home);
+        services.files = files;
+        Scanner scanner(services);
         RootSet rest;
         for (std::size_t i = 0; i < names.size(); ++i) {
             const auto path = tree.at(names[i]);

@@ -1,6 +1,5 @@
 #include "actions/leftover_finder.h"
 
-#include <chrono>
 #include <filesystem>
 #include <map>
 
@@ -37,17 +36,16 @@ struct LeftoverFinderTest : testing::Test {
     }
     std::vector<Leftover> find(const Paths& roots) {
         std::vector<BundleGroup> groups;
-        for (const auto& root : roots)
-            groups.push_back({.root = root, .isBundle = true, .hits = {}});
+        for (const auto& root : roots) groups.push_back({.root = root, .hits = {}});
         std::vector<const BundleGroup*> pointers;
         for (const auto& group : groups) pointers.push_back(&group);
         return findLeftovers(pointers, {tree.at("home"), tree.at("Library")}, bundles, files);
     }
     /// Relative to the tree.
-    Paths pathsOf(const std::vector<Leftover>& found) const {
+    Paths pathsFor(const Paths& roots) {
         Paths paths;
-        for (const auto& leftover : found) {
-            paths.push_back(leftover.path.substr(tree.path().size() + 1));
+        for (const auto& found : find(roots)) {
+            paths.push_back(found.path.substr(tree.path().size() + 1));
         }
         return paths;
     }
@@ -61,7 +59,7 @@ TEST_F(LeftoverFinderTest, FindsEveryPlaceInItsOrderWithItsFlags) {
     const Paths places{
         "home/Library/Preferences/com.example.app.plist",
         "home/Library/Containers/com.example.app/",
-        "home/Library/Caches/com.example.app/inner/",
+        "home/Library/Caches/com.example.app/",
         "home/Library/HTTPStorages/com.example.app/",
         "home/Library/HTTPStorages/com.example.app.binarycookies",
         "home/Library/Saved Application State/com.example.app.savedState/",
@@ -90,11 +88,8 @@ TEST_F(LeftoverFinderTest, FindsEveryPlaceInItsOrderWithItsFlags) {
     for (std::size_t i = 0; i < found.size(); ++i) {
         const bool fuzzy = i >= 13;
         const bool system = i >= 10 && !fuzzy;
-        auto expected = places[i] == "home/Library/Caches/com.example.app/inner/"
-                            ? "home/Library/Caches/com.example.app"
-                            : places[i];
-        if (expected.ends_with('/')) expected.pop_back();
-        EXPECT_EQ(found[i], (Leftover{tree.at(expected), fuzzy, system, !fuzzy})) << i;
+        const auto path = tree.at(places[i].substr(0, places[i].find_last_not_of('/') + 1));
+        EXPECT_EQ(found[i], (Leftover{path, fuzzy, system, !fuzzy})) << i;
     }
 }
 
@@ -105,8 +100,7 @@ TEST_F(LeftoverFinderTest, KeepsTheOrderOfTheFileSystemAndListsAFolderOnce) {
     for (const auto& name : order) tree.file("Library/LaunchDaemons/" + name);
     fs::remove(folder + "/b.gone.plist");
     fs::create_symlink("nowhere", folder + "/b.gone.plist");
-    const auto found = find({application("B.app", "b"), application("A.app", "a")});
-    EXPECT_EQ(pathsOf(found),
+    EXPECT_EQ(pathsFor({application("B.app", "b"), application("A.app", "a")}),
               (Paths{"Library/LaunchDaemons/b.two.plist", "Library/LaunchDaemons/b.plist",
                      "Library/LaunchDaemons/a.three.plist", "Library/LaunchDaemons/a.one.plist"}));
     EXPECT_EQ(files.listings, 5);
@@ -127,21 +121,18 @@ TEST_F(LeftoverFinderTest, SearchesByNameWhatHasNoUsableIdentifier) {
     tree.file("Library/LaunchDaemons/any.plist");
     const auto byName = Paths{"home/Library/Application Support/Foo"};
     for (const auto* identifier : {"", ".", "..", "../Documents", "/"}) {
-        EXPECT_EQ(pathsOf(find({application("Foo.app", identifier)})), byName) << identifier;
+        EXPECT_EQ(pathsFor({application("Foo.app", identifier)}), byName) << identifier;
     }
-    EXPECT_EQ(pathsOf(find({tree.folder("bare/Foo.app")})), byName);
-    EXPECT_EQ(pathsOf(find({tree.at("gone/Foo.app")})), byName);
+    EXPECT_EQ(pathsFor({tree.folder("bare/Foo.app")}), byName);
+    EXPECT_EQ(pathsFor({tree.at("gone/Foo.app")}), byName);
 }
 
-TEST_F(LeftoverFinderTest, NeverOffersAWholeFolderOfTheLibrary) {
+TEST_F(LeftoverFinderTest, NeverOffersAWholeFolderOfTheLibraryNorWhatIsOfNoApplication) {
     tree.folder("home/Library/Application Support");
     tree.folder("home/Library/Logs/.app");
-    for (const auto* root : {"..app", "...app"}) EXPECT_TRUE(find({tree.folder(root)}).empty());
-    EXPECT_EQ(pathsOf(find({tree.folder(".app")})), Paths{"home/Library/Logs/.app"});
-}
-
-TEST_F(LeftoverFinderTest, PassesOverWhatIsNoApplication) {
     tree.folder("home/Library/Logs/Foo");
+    EXPECT_EQ(pathsFor({tree.at("..app"), tree.at("...app"), tree.at(".app")}),
+              Paths{"home/Library/Logs/.app"});
     EXPECT_TRUE(find({}).empty());
     EXPECT_TRUE(find({application("Foo.APP", "a"), application("Foo.bundle", "a"),
                       tree.at("Foo.app/Contents/MacOS/Foo")})

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "actions/cleanup_script.h"
 #include "platform/folder_cleanup_trash.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
@@ -22,31 +23,28 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-constexpr char cancelled[] = "System items were not removed (admin prompt cancelled or failed).";
-
 /// Runs scripts as this user, or ends as told. Notes what was going on.
 class FakeAdministrator : public Administrator {
 public:
     AdministratorRun runScript(const std::string& script) override {
-        scripts.push_back(files.read(script).value_or(""));
+        if (++running > 1) overlapped = true;
+        scripts.push_back(PosixFiles().read(script).value_or(""));
         permissions = fs::status(script).permissions();
-        if (answer) return *answer;
-        return {std::system(("/bin/sh '" + script + "'").c_str()), std::nullopt};
+        const auto run = [&script] { return std::system(("/bin/sh '" + script + "'").c_str()); };
+        const auto result = answer ? *answer : AdministratorRun{run(), std::nullopt};
+        --running;
+        return result;
     }
     std::optional<AdministratorRun> answer;
     Lines scripts;
     fs::perms permissions{};
-    PosixFiles files;
+    std::atomic<int> running = 0;
+    std::atomic<bool> overlapped = false;
 };
 
 /// Keeps the jobs until they are asked for.
-class HeldTasks : public BackgroundTasks {
-public:
-    void run(Priority priority, Job job) override {
-        priorities.push_back(priority);
-        jobs.push_back(std::move(job));
-    }
-    std::vector<Priority> priorities;
+struct HeldTasks : BackgroundTasks {
+    void run(Priority, Job job) override { jobs.push_back(std::move(job)); }
     std::vector<Job> jobs;
 };
 
@@ -67,29 +65,26 @@ struct RemovalTest : testing::Test, RemovalWindow {
     }
     void showAlert(std::string message) override { log.push_back("alert " + message); }
 
-    std::optional<std::string> fails(const std::string& path) const {
+    static std::optional<std::string> fails(const std::string& path) {
         return path.find("bad") == path.npos ? std::nullopt : std::optional("no " + path);
     }
     RemovalServices services() {
-        return {.main = loop,
-                .background = tasks,
-                .authentication = owner,
-                .cleanup = cleanup,
-                .trashGroups =
-                    [this](const RootSet& roots) {
-                        std::optional<std::string> error;
-                        for (const auto& root : std::set(roots.begin(), roots.end())) {
-                            log.push_back("group " + root);
-                            if (!error) error = fails(root);
-                        }
-                        return error;
-                    },
-                .trashPath =
-                    [this](const std::string& path) {
-                        log.push_back("path " + path);
-                        return fails(path);
-                    },
-                .removalRefusal = [this](const std::string& path) { return fails(path); }};
+        RemovalServices services;
+        services.main = loop;
+        services.background = tasks;
+        services.authentication = owner;
+        services.cleanup = cleanup;
+        services.trashGroups = [this](const RootSet& roots) {
+            for (const auto& root : std::set(roots.begin(), roots.end()))
+                log.push_back("group " + root);
+            return std::optional<std::string>();
+        };
+        services.trashPath = [this](const std::string& path) {
+            log.push_back("path " + path);
+            return fails(path);
+        };
+        services.removalRefusal = fails;
+        return services;
     }
     void select(const Lines& roots) {
         for (const auto& root : roots) groups.push_back({.root = root, .hits = {}});
@@ -111,20 +106,23 @@ struct RemovalTest : testing::Test, RemovalWindow {
         std::ranges::sort(names);
         return names;
     }
+    [[nodiscard]] std::string inTrash(const std::string& name) const {
+        return files->read(trashFolder + "/" + name).value_or("nothing");
+    }
 
     test::TemporaryTree tree;
     std::string temporary = tree.folder("temporary");
-    std::string trashFolder = tree.folder("Trash");
+    std::string trashName = "o'ne \"$HOME\" Trash";
+    std::string trashFolder = tree.folder(trashName);
     std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
     std::shared_ptr<HeldTasks> tasks = std::make_shared<HeldTasks>();
     std::shared_ptr<test::FakeOwnerAuthentication> owner =
         std::make_shared<test::FakeOwnerAuthentication>();
     std::shared_ptr<FakeAdministrator> administrator = std::make_shared<FakeAdministrator>();
     std::shared_ptr<PosixFiles> files = std::make_shared<PosixFiles>();
-    std::shared_ptr<FolderCleanupTrash> places =
-        std::make_shared<FolderCleanupTrash>(trashFolder, files);
-    std::shared_ptr<AdministratorCleanup> cleanup = std::make_shared<AdministratorCleanup>(
-        AdministratorCleanupServices{administrator, files, places, temporary});
+    AdministratorCleanupServices places{
+        administrator, files, std::make_shared<FolderCleanupTrash>(trashFolder, files), temporary};
+    std::shared_ptr<AdministratorCleanup> cleanup = std::make_shared<AdministratorCleanup>(places);
     std::vector<BundleGroup> groups;
     std::vector<Leftover> ticked;
     Lines log;
@@ -138,21 +136,20 @@ TEST_F(RemovalTest, RemovesWhatIsTickedInItsOrderAndShowsTheFirstFailure) {
     tick(systemFile("one"), true);
     tick("/bad2");
     tick(systemFile("off"), true, false);
-    tick(systemFile("two"), true);
+    tick(systemFile("it's"), true);
     tick(systemFile("bad3"), true);
     removal->performDelete();
     EXPECT_EQ(log, (Lines{"group /a", "group /b", "path /bad1", "path /bad2", "alert no /bad1",
                           "ended"}));
     EXPECT_TRUE(administrator->scripts.empty());
-    EXPECT_EQ(tasks->priorities, std::vector{Priority::normal});
     settle();
-    ASSERT_EQ(administrator->scripts.size(), 1U);
-    EXPECT_EQ(administrator->scripts[0], "#!/bin/sh\nmv -f '" + tree.at("Library/one") + "' '" +
-                                             trashFolder + "'/ 2>/dev/null || true\nmv -f '" +
-                                             tree.at("Library/two") + "' '" + trashFolder +
-                                             "'/ 2>/dev/null || true\n");
+    const auto trashInQuotes = "'" + tree.at("o'\\''ne \"$HOME\" Trash") + "'/";
+    EXPECT_EQ(administrator->scripts,
+              Lines{"#!/bin/sh\nmv -f '" + tree.at("Library/one") + "' " + trashInQuotes +
+                    " 2>/dev/null || true\nmv -f '" + tree.at("Library/it'\\''s") + "' " +
+                    trashInQuotes + " 2>/dev/null || true\n"});
     EXPECT_EQ(administrator->permissions, fs::perms{0600});
-    EXPECT_EQ(namesIn(trashFolder), (Lines{"one", "two"}));
+    EXPECT_EQ(namesIn(trashFolder), (Lines{"it's", "one"}));
     EXPECT_TRUE(fs::is_empty(temporary));
     EXPECT_EQ(log.back(), "ended");
 }
@@ -188,20 +185,65 @@ TEST_F(RemovalTest, IsQuietAfterItsEndButTheScriptStillRuns) {
 
 TEST_F(RemovalTest, TellsWhyTheScriptDidNotRun) {
     const auto path = systemFile("one");
-    const auto messageAfter = [&](AdministratorRun run) {
-        administrator->answer = std::move(run);
+    const std::pair<AdministratorRun, std::string> cases[] = {
+        {{126, std::nullopt},
+         "alert System items were not removed (admin prompt cancelled or failed)."},
+        {{0, "cannot start"}, "alert cannot start"}};
+    for (const auto& [run, message] : cases) {
+        administrator->answer = run;
         tick(path, true);
         removal->performDelete();
         settle();
+        EXPECT_EQ(log.back(), message);
         EXPECT_TRUE(fs::is_empty(temporary));
-        return log.back();
-    };
-    EXPECT_EQ(messageAfter({126, std::nullopt}), std::string("alert ") + cancelled);
-    EXPECT_EQ(messageAfter({0, "cannot start"}), "alert cannot start");
+    }
     EXPECT_EQ(namesIn(tree.at("Library")), Lines{"one"});
 }
 
-TEST_F(RemovalTest, NeverUsesATemporaryFolderThatOthersCanEnter) {
+/// What is done as the administrator.
+using CleanupTest = RemovalTest;
+
+TEST_F(CleanupTest, MovesExactlyTheFilesOfAnyName) {
+    const std::string names[] = {
+        "it's", "'",         "''\\''",      "\"",          "\\",    "a b\t", "line\nfeed",
+        "-rf",  "--",        "$(touch x)",  "`touch x`",   "$HOME", "*",     "?",
+        "~",    "; touch x", "\xff\xfe",    "caf\xc3\xa9", "#",     "a\\",   "&",
+        "|",    "\r",        "\x01\x1b[0m", "!!"};
+    Lines paths;
+    for (const auto& name : names) {
+        paths.push_back(systemFile(name));
+        systemFile("decoy" + name);
+    }
+    paths.insert(paths.begin() + 3, tree.at("Library/vanished"));
+    EXPECT_EQ(cleanup->runAdminCleanup(paths), std::nullopt);
+    for (const auto& name : names) {
+        EXPECT_EQ(inTrash(name), name);
+        EXPECT_FALSE(fs::exists(tree.at("Library/" + name)));
+        EXPECT_TRUE(fs::exists(tree.at("Library/decoy" + name)));
+    }
+    EXPECT_EQ(namesIn(tree.path()).size(), 3U);
+}
+
+TEST_F(CleanupTest, KeepsEverythingWhoseNamesCollide) {
+    for (const auto* older : {"/tool.plist", "/folder/inner"})
+        tree.file(trashName + older, "older");
+    fs::create_symlink("nowhere", trashFolder + "/tool.2.plist");
+    tree.file("d/folder/inner", "newer");
+    EXPECT_EQ(cleanup->runAdminCleanup({tree.file("a/tool.plist", "a"),
+                                        tree.file("b/tool.plist", "b"), tree.at("d/folder"),
+                                        tree.file("c/free", "c"), tree.file("e/Free", "e")}),
+              std::nullopt);
+    const std::pair<const char*, const char*> expected[] = {{"tool.plist", "older"},
+                                                            {"tool.3.plist", "a"},
+                                                            {"tool.4.plist", "b"},
+                                                            {"folder/inner", "older"},
+                                                            {"folder.2/inner", "newer"},
+                                                            {"free", "c"},
+                                                            {"Free.2", "e"}};
+    for (const auto& [name, content] : expected) EXPECT_EQ(inTrash(name), content) << name;
+}
+
+TEST_F(CleanupTest, NeverUsesATemporaryFolderThatOthersCanEnter) {
     const auto path = systemFile("one");
     for (const auto shared : {fs::perms{0750}, fs::perms{0701}}) {
         fs::permissions(temporary, shared);
@@ -217,7 +259,7 @@ TEST_F(RemovalTest, NeverUsesATemporaryFolderThatOthersCanEnter) {
     EXPECT_TRUE(fs::is_empty(own));
 }
 
-TEST_F(RemovalTest, TakesTheScriptsPlaceOnlyAsAWhole) {
+TEST_F(CleanupTest, TakesTheScriptsPlaceOnlyAsAWhole) {
     tree.file("temporary/elsewhere", "untouched");
     fs::create_symlink("elsewhere", temporary + "/tm_sys_cleanup.sh");
     EXPECT_EQ(cleanup->runAdminCleanup({systemFile("one")}), std::nullopt);
@@ -228,34 +270,19 @@ TEST_F(RemovalTest, TakesTheScriptsPlaceOnlyAsAWhole) {
     EXPECT_EQ(administrator->scripts.size(), 1U);
 }
 
-/// Notices when it is asked twice at a time.
-class LonelyAdministrator : public FakeAdministrator {
-public:
-    AdministratorRun runScript(const std::string& script) override {
-        if (++running > 1) overlapped = true;
-        auto run = FakeAdministrator::runScript(script);
-        --running;
-        return run;
-    }
-    std::atomic<int> running = 0;
-    std::atomic<bool> overlapped = false;
-};
-
-TEST_F(RemovalTest, RunsOneScriptAtATime) {
-    const auto lonely = std::make_shared<LonelyAdministrator>();
+TEST_F(CleanupTest, RunsOneScriptAtATime) {
     std::vector<std::thread> programs;
     for (const auto* name : {"one", "two", "three", "four", "five", "six"}) {
-        programs.emplace_back([&, path = systemFile(name)] {
-            AdministratorCleanup own({lonely, files, places, temporary});
-            EXPECT_EQ(own.runAdminCleanup({path}), std::nullopt);
+        programs.emplace_back([this, path = systemFile(name)] {
+            EXPECT_EQ(AdministratorCleanup(places).runAdminCleanup({path}), std::nullopt);
         });
     }
     for (auto& program : programs) program.join();
-    EXPECT_FALSE(lonely->overlapped);
+    EXPECT_FALSE(administrator->overlapped);
     EXPECT_EQ(namesIn(trashFolder).size(), programs.size());
 }
 
-TEST_F(RemovalTest, LeavesProtectedItemsOutOfTheScript) {
+TEST_F(CleanupTest, LeavesProtectedItemsOutOfTheScript) {
     EXPECT_EQ(cleanup->runAdminCleanup({}), std::nullopt);
     fs::create_symlink("/usr/bin", tree.at("link"));
     const auto refused = tree.at("link/env");
@@ -267,6 +294,12 @@ TEST_F(RemovalTest, LeavesProtectedItemsOutOfTheScript) {
               "“env” is protected by the system and was left in its place.");
     ASSERT_EQ(administrator->scripts.size(), 1U);
     EXPECT_EQ(administrator->scripts[0].find("env"), std::string::npos);
+}
+
+TEST(OsascriptArguments, NameTheScriptInQuotes) {
+    const std::array<std::string, 2> arguments{
+        "-e", R"(do shell script "/bin/sh \"/tmp/x.sh\"" with administrator privileges)"};
+    EXPECT_EQ(osascriptArguments("/tmp/x.sh"), arguments);
 }
 
 }  // namespace
