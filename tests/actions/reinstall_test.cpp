@@ -71,26 +71,17 @@ protected:
         if (!reinstall_) reinstall_ = std::make_unique<Reinstall>(services_, window_);
         return *reinstall_;
     }
-    HeldProcess& holdProcess() {
-        auto held = std::make_shared<HeldProcess>();
-        services_.processes = held;
-        return *held;
-    }
     void launcher(const std::string& script) {
         const auto path = tree_.file("arch", "#!/bin/sh\ncd '" + tree_.path() + "'\n" + script);
         fs::permissions(path, fs::perms::owner_all);
     }
-    void finish(HeldProcess& process) {
-        process.ended(0);
-        loop_->runUntil([this] { return !window_.updating; });
-    }
-    void runToTheEnd() {
-        runner().startReinstall("wget", root_);
+    void start() { runner().startReinstall("wget", root_); }
+    void awaitEnd() {
         loop_->runUntil([this] { return !window_.updating; });
     }
     void makeOldCopy() {
         tree_.file("Cellar/wget/1.21.4/bin/wget", "program");
-        fs::create_directories(tree_.at("bin"));
+        tree_.folder("bin");
         fs::create_symlink("../Cellar/wget/1.21.4/bin/wget", tree_.at("bin/wget"));
     }
 
@@ -117,68 +108,62 @@ protected:
 };
 
 TEST(OldIntelCopyPath, IsTheFormulaFolderOfTheFirstCellar) {
-    EXPECT_EQ(oldIntelCopyPath("/usr/local/Cellar/wget/1.21.4"), "/usr/local/Cellar/wget");
     EXPECT_EQ(oldIntelCopyPath("/a/Cellar//wget/Cellar/x"), "/a/Cellar/wget");
-    EXPECT_EQ(oldIntelCopyPath("/usr/local/Cellar/"), std::nullopt);
-    EXPECT_EQ(oldIntelCopyPath("/usr/local/Cellar"), std::nullopt);
-    EXPECT_EQ(oldIntelCopyPath("/usr/local/myCellar/wget"), std::nullopt);
+    for (const auto* other : {"/a/Cellar/", "/a/Cellar", "/a/myCellar/wget"}) {
+        EXPECT_EQ(oldIntelCopyPath(other), std::nullopt) << other;
+    }
 }
 
 TEST_F(ReinstallTest, StreamsTheOutputAndMarksTheRootOnlyWhenItWorked) {
+    start();
+    EXPECT_EQ(window_.log, begin_ + "\nFailed to launch: No such file or directory");
+    EXPECT_FALSE(window_.updating);
     launcher("echo sorry; exit 1\n");
-    runToTheEnd();
+    start();
+    awaitEnd();
     EXPECT_EQ(window_.log, begin_ + "sorry\n\nFinished. Exit code 1.");
     EXPECT_TRUE(window_.updated.empty());
     launcher("echo \"$@\"; echo \"$PATH\" >&2; echo 'caf\xc3\xa9'\n");
-    runToTheEnd();
+    start();
+    awaitEnd();
     EXPECT_EQ(window_.log, begin_ + "-arm64 " + services_.places.brew +
                                " reinstall wget\n/usr/bin:/bin\ncaf\xc3\xa9\n"
                                "\nFinished. Exit code 0.");
     EXPECT_EQ(window_.updated, std::set{root_});
-}
-
-TEST_F(ReinstallTest, TellsWhyItCouldNotStart) {
-    runner().startReinstall("wget", root_);
-    EXPECT_EQ(window_.log, begin_ + "\nFailed to launch: No such file or directory");
-    EXPECT_FALSE(window_.updating);
     fs::remove(services_.places.brew);
-    runner().startReinstall("wget", root_);
+    start();
     EXPECT_TRUE(
         window_.log.starts_with("arm64 Homebrew not found at " + tree_.at("native") + ".\n"));
     EXPECT_FALSE(window_.updating);
 }
 
-TEST_F(ReinstallTest, RunsOneAtATimeAndShowsWhatHasComeMeanwhile) {
-    auto& process = holdProcess();
-    runner().startReinstall("wget", root_);
-    for (const auto* chunk : {"one ", "caf\xc3", "\xa9 ", "", "two"}) process.output(chunk);
+TEST_F(ReinstallTest, RunsOneAtATimeAndShowsInPortionsWhatHasComeMeanwhile) {
+    const auto process = std::make_shared<HeldProcess>();
+    services_.processes = process;
+    start();
+    for (const auto* chunk : {"one ", "caf\xc3", "\xa9 ", "", "two"}) process->output(chunk);
     runner().startReinstall("curl", "/other");
     loop_->runPosted();
-    EXPECT_EQ(window_.log, begin_ + "one two");  // Without what is no text by itself.
+    auto expected = begin_ + "one two";  // Without what is no text by itself.
+    EXPECT_EQ(window_.log, expected);
     EXPECT_TRUE(window_.updating);
-    finish(process);
-    EXPECT_EQ(process.starts, 1);
-    EXPECT_EQ(window_.updated, std::set{root_});
-}
-
-TEST_F(ReinstallTest, TakesInPortionsWhatHasPiledUp) {
-    auto& process = holdProcess();
-    runner().startReinstall("wget", root_);
-    auto expected = begin_;
     for (int i = 0; i < 100; ++i) {
         const std::string chunk(65536, static_cast<char>('a' + i % 26));
-        process.output(chunk);
+        process->output(chunk);
         expected += chunk;
     }
-    finish(process);
+    process->ended(0);
+    awaitEnd();
     EXPECT_TRUE(window_.log == expected + "\nFinished. Exit code 0.");
     EXPECT_LE(window_.longestAppend, 262144U);
+    EXPECT_EQ(process->starts, 1);
+    EXPECT_EQ(window_.updated, std::set{root_});
 }
 
 TEST_F(ReinstallTest, GoesOnWithoutItsWindow) {
     launcher("echo begun; read line < fifo; head -c 1000000 /dev/zero; : > installed\n");
     ASSERT_EQ(mkfifo(tree_.at("fifo").c_str(), 0600), 0);
-    runner().startReinstall("wget", root_);
+    start();
     loop_->runUntil([this] { return window_.log.ends_with("begun\n"); });
     reinstall_.reset();
     std::ofstream(tree_.at("fifo")) << "go\n";
@@ -205,18 +190,23 @@ TEST_F(ReinstallTest, ChangesNothingWithoutConfirmationOrWindow) {
 
 TEST_F(ReinstallTest, RemovesAtOnceWhereTheOwnerCannotBeAskedAndTellsOfFailures) {
     owner_->canAsk = false;
-    tree_.folder("Cellar/wget");
-    runner().confirmRemoveOldCopy(oldCopy_);
-    EXPECT_TRUE(window_.log.ends_with("\nCleaned 0 dead symlinks. You can close this."));
+    makeOldCopy();
+    tree_.folder("native/Cellar/wget");
+    const auto removing = [this](const std::string& path) {
+        window_.log.clear();
+        runner().confirmRemoveOldCopy(path);
+        return window_.log;
+    };
+    EXPECT_EQ(removing(tree_.at("native/Cellar/wget")),
+              "\nTrash failed: “wget” belongs to the arm64 Homebrew and was left in its place.");
+    EXPECT_TRUE(fs::exists(tree_.at("native/Cellar/wget")));
+    EXPECT_EQ(removing(oldCopy_),
+              "\nMoved " + oldCopy_ + " to Trash.\nCleaned 1 dead symlink. You can close this.");
+    EXPECT_FALSE(fs::is_symlink(tree_.at("bin/wget")));
     makeOldCopy();
     fs::remove_all(oldCopy_);
-    runner().confirmRemoveOldCopy(oldCopy_);
-    EXPECT_TRUE(window_.log.ends_with("\nTrash failed: There is no such item."));
+    EXPECT_EQ(removing(oldCopy_), "\nTrash failed: There is no such item.");
     EXPECT_TRUE(fs::is_symlink(tree_.at("bin/wget")));
-    runner().removeOldIntelCopy(tree_.folder("native/Cellar/wget"));
-    EXPECT_TRUE(window_.log.ends_with(
-        "\nTrash failed: “wget” belongs to the arm64 Homebrew and was left in its place."));
-    EXPECT_TRUE(fs::exists(tree_.at("native/Cellar/wget")));
 }
 
 }  // namespace
