@@ -4,7 +4,6 @@
 #include <memory>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "persist/scan_cache.h"
 #include "persist/scan_file_reader.h"
@@ -187,17 +186,6 @@ TEST(ScanCache, KeepsTheLastRecordThatCouldBeWritten) {
     const auto read = cache.readScanFile();
     ASSERT_TRUE(read);
     EXPECT_TRUE(sameHits(read->hits, written.hits));
-}
-
-TEST(ScanCache, TakesWhatIsNoFileForNoScan) {
-    const test::TemporaryTree tree;
-    ScanCache cache(std::make_shared<PosixFiles>(), {tree.path(), tree.path(), tree.path()});
-    ASSERT_EQ(mkfifo(cache.cacheFileURL().c_str(), 0600), 0);
-    EXPECT_FALSE(cache.readScanFile());
-    tree.file("blocked");
-    ScanCache blocked(std::make_shared<PosixFiles>(), {{}, tree.at("blocked"), {}});
-    blocked.writeScanFile(record());
-    EXPECT_FALSE(blocked.readScanFile());
 }
 
 }  // namespace

@@ -12,10 +12,8 @@ using Text = std::optional<std::string>;
 TEST(SignatureInspector, NamesTheVendorByTheCertificateThenTheTeam) {
     const std::tuple<Text, Text, std::string> cases[] = {
         {"Developer ID Application: Example Corp (AB12CD34EF)", "AB12CD34EF", "Example Corp"},
-        {"3rd Party Mac Developer Application: Example Corp (AB12CD34EF)", {}, "Example Corp"},
         {"Apple Distribution: Example Corp", {}, "Example Corp"},
         {"Mac Developer: Jane Roe (Q1W2E3R4T5)", {}, "Jane Roe"},
-        {"Apple Development: Jane Roe (XYZ9876543)", {}, "Jane Roe"},
         {"developer id application: Roe", {}, "developer id application: Roe"},
         // Each role is taken off once, in their order.
         {"Developer ID Application: Mac Developer: Roe", {}, "Roe"},
