@@ -5,11 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "persist/scan_cache.h"
 #include "persist/scan_file_reader.h"
 #include "persist/scan_file_writer.h"
-#include "platform/posix/posix_files.h"
-#include "tests/support/temporary_tree.h"
 
 namespace vestigo {
 namespace {
@@ -172,20 +169,6 @@ TEST(ScanFileReader, RefusesMalformedLists) {
           "[" + item + "]]", "{" + item + "}", "[" + item + "],1", item, std::string("[ , ]")}) {
         EXPECT_FALSE(decode(bad)) << bad;
     }
-}
-
-TEST(ScanCache, KeepsTheLastRecordThatCouldBeWritten) {
-    const test::TemporaryTree tree;
-    ScanCache cache(std::make_shared<PosixFiles>(), {tree.path(), tree.at("new"), tree.path()});
-    EXPECT_FALSE(cache.readScanFile());
-    EXPECT_EQ(cache.cacheFileURL(), tree.at("new/Vestigo/last-scan.json"));
-    const auto written = record({hit("/b"), hit("/a")});
-    cache.writeScanFile(written);
-    cache.writeScanFile(record({hit("/c", std::nan(""))}));
-    cache.writeScanFile(record({hit("/c", 1, std::numeric_limits<double>::infinity())}));
-    const auto read = cache.readScanFile();
-    ASSERT_TRUE(read);
-    EXPECT_TRUE(sameHits(read->hits, written.hits));
 }
 
 }  // namespace

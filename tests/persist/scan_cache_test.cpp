@@ -1,0 +1,131 @@
+#include "persist/scan_cache.h"
+
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "persist/background_scan_store.h"
+#include "persist/migration.h"
+#include "persist/preference_keys.h"
+#include "platform/posix/posix_files.h"
+#include "platform/posix/thread_tasks.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+using namespace preference;
+
+struct ScanCacheTest : testing::Test {
+    test::TemporaryTree tree;
+    PosixFiles files;
+    ScanCache cache{std::make_shared<PosixFiles>(), {{}, tree.path(), {}}};
+    std::string current = tree.at("Vestigo/last-scan.json");
+};
+
+TEST_F(ScanCacheTest, KeepsTheLastRecordThatCouldBeWritten) {
+    EXPECT_FALSE(cache.readScanFile());
+    const auto writeOf = [this](double mtime, double ctime) {
+        const BinaryHit hit{"/a", {"i386"}, 1, mtime, ctime};
+        ScanFile record{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = {}};
+        record.hits.push_back(std::make_shared<BinaryHit>(hit));
+        cache.writeScanFile(record);
+    };
+    writeOf(1, 2);
+    writeOf(std::nan(""), 2);
+    writeOf(1, std::numeric_limits<double>::infinity());
+    const auto read = cache.readScanFile();
+    ASSERT_TRUE(read);
+    EXPECT_EQ(*read->hits.at(0), (BinaryHit{"/a", {"i386"}, 1, 1, 2}));
+    EXPECT_TRUE(files.exists(current));
+}
+
+ScanFile datedRecord(double date) {
+    ScanFile record;
+    record.date = date;
+    return record;
+}
+
+/// Takes its time over the first record.
+struct SlowStore : ScanStore {
+    std::optional<ScanFile> readScanFile() override { return datedRecord(dates.back()); }
+    void writeScanFile(const ScanFile& record) override {
+        while (!open) std::this_thread::yield();
+        dates.push_back(record.date);
+    }
+
+    std::atomic<bool> open = false;
+    std::vector<double> dates;
+};
+
+TEST(BackgroundScanStore, WritesTheFirstAndTheLatestAndAlsoWhatIsLeftAtTheEnd) {
+    const auto slow = std::make_shared<SlowStore>();
+    auto tasks = std::make_shared<ThreadTasks>();
+    auto store = std::make_optional<BackgroundScanStore>(slow, tasks);
+    for (const double date : {1, 2, 3, 4}) store->writeScanFile(datedRecord(date));
+    slow->open = true;
+    EXPECT_EQ(store->readScanFile()->date, 4);
+    EXPECT_LE(slow->dates.size(), 2U);
+    slow->open = false;
+    store->writeScanFile(datedRecord(5));
+    store.reset();
+    slow->open = true;
+    tasks.reset();
+    EXPECT_EQ(slow->dates.back(), 5);
+}
+
+struct FakePreferences : Preferences {
+    std::map<std::string, int> values;
+
+    bool contains(const std::string& key) const override { return values.contains(key); }
+    bool boolean(const std::string& key) const override { return integer(key) != 0; }
+    int integer(const std::string& key) const override {
+        return contains(key) ? values.at(key) : 0;
+    }
+    void setBoolean(const std::string& key, bool value) override { values[key] = value ? 1 : 0; }
+    void setInteger(const std::string& key, int value) override { values[key] = value; }
+};
+
+struct Migration : ScanCacheTest {
+    Migration() { previous.setBoolean(acceptedDisclaimer, true); }
+    void migrate() { migrateFromPreviousProduct(own, &previous, cache); }
+
+    FakePreferences own, previous;
+    std::string old = tree.file("Tracemole/last-scan.json", "old");
+};
+
+TEST_F(Migration, TakesOverAcceptanceAndLastScanOnce) {
+    migrate();
+    EXPECT_TRUE(own.boolean(acceptedDisclaimer));
+    EXPECT_TRUE(own.boolean(migratedFromTracemole));
+    EXPECT_EQ(files.read(current), "old");
+    EXPECT_EQ(files.read(old), "old");
+    EXPECT_EQ(previous.values.size(), 1U);
+    own.values.erase(acceptedDisclaimer);
+    files.remove(current);
+    migrate();
+    EXPECT_FALSE(own.contains(acceptedDisclaimer));
+    EXPECT_FALSE(files.exists(current));
+}
+
+TEST_F(Migration, NeverOverwritesWhatIsThere) {
+    own.setBoolean(acceptedDisclaimer, false);
+    tree.file("Vestigo/last-scan.json", "current");
+    migrate();
+    EXPECT_FALSE(own.boolean(acceptedDisclaimer));
+    EXPECT_EQ(files.read(current), "current");
+}
+
+TEST_F(Migration, CountsAsDoneWhenNothingCouldBeTakenOver) {
+    tree.file("Vestigo", "in the way");
+    migrateFromPreviousProduct(own, nullptr, cache);
+    EXPECT_FALSE(own.contains(acceptedDisclaimer));
+    EXPECT_TRUE(own.boolean(migratedFromTracemole));
+}
+
+}  // namespace
+}  // namespace vestigo
