@@ -38,27 +38,21 @@ private:
 /// Items that a child removes until it is killed, again and again.
 struct KilledRemovalTest : testing::Test {
     KilledRemovalTest() {
-        for (int i = 0; i < 40; ++i) names.push_back(std::to_string(i) + ".app");
-        for (const auto& name : names) {
-            const auto hit = tree.file(name + "/a/b", "who");
-            tree.file(name + "/c", "le");
-            record.hits.push_back(std::make_shared<BinaryHit>(BinaryHit{hit, {"x86_64"}, 3, 0, 0}));
+        for (int i = 0; i < 40; ++i) {
+            names.push_back(std::to_string(i) + ".app");
+            const BinaryHit hit{tree.file(names.back() + "/a/b", "who"), {"x86_64"}, 3, 0, 0};
+            record.hits.push_back(std::make_shared<BinaryHit>(hit));
+            tree.file(names.back() + "/c", "le");
         }
     }
-    /// The first ones each by itself, the others together, so that it also saves all the time.
+    /// Each by itself, so that it also saves all the time.
     void removeAll() {
         ScannerServices services;
         services.store = cache;
         services.trash = std::make_shared<LinuxTrash>(home);
         services.files = files;
         Scanner scanner(services);
-        RootSet rest;
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            const auto path = tree.at(names[i]);
-            if (i < 10) static_cast<void>(scanner.trashPath(path));
-            if (i >= 10) rest.insert(path);
-        }
-        static_cast<void>(scanner.trashGroups(rest));
+        for (const auto& name : names) static_cast<void>(scanner.trashGroups({tree.at(name)}));
     }
     void removeAndKillAfter(std::chrono::microseconds delay) {
         const pid_t child = ::fork();
@@ -75,15 +69,16 @@ struct KilledRemovalTest : testing::Test {
     bool isSafe(const std::string& name) {
         const bool moved = !fs::exists(tree.at(name));
         const auto now = moved ? home + "/files/" + name : tree.at(name);
-        const auto content =
-            files->read(now + "/a/b").value_or("") + files->read(now + "/c").value_or("");
-        if (content != "whole") return false;
+        if (textOf(now + "/a/b") + textOf(now + "/c") != "whole") return false;
         if (!moved) return true;
         ++movedItems;
         fs::rename(now, tree.at(name));
-        const auto info = files->read(home + "/info/" + name + ".trashinfo").value_or("");
+        const auto info = textOf(home + "/info/" + name + ".trashinfo");
         return info.find("\nPath=" + tree.at(name) + "\nDeletionDate=") != std::string::npos &&
                info.ends_with('\n');
+    }
+    [[nodiscard]] std::string textOf(const std::string& path) const {
+        return files->read(path).value_or("");
     }
 
     MemoryDisk disk;

@@ -1,7 +1,5 @@
 #include "engine/grouping.h"
 
-#include <random>
-
 #include <gtest/gtest.h>
 
 #include "engine/regrouping.h"
@@ -74,16 +72,16 @@ HitRef hit(std::string path, std::vector<std::string> archs) {
     return std::make_shared<BinaryHit>(BinaryHit{std::move(path), std::move(archs), 1, 2, 3});
 }
 
-TEST(Regrouping, GroupsByRootAndOrdersByCategory) {
+TEST(Regrouping, GroupsByRootAndOrdersByCategoryAsHitsComeIn) {
     const SignatureMap signatures = {{"/usr/bin/apple", {true, "Apple"}}};
     Regrouping regrouping(signatures);
     const HitList hits = {
         hit("/A.app/1", {"x86_64"}),        hit("/x/b.vst", {"i386"}),
         hit("/usr/bin/apple", {"x86_64"}),  hit("/B.app/1", {"x86_64"}),
-        hit("/A.app/2", {"ppc"}),           hit("/A.app/3", {"arm64"}),
+        hit("/A.app/2", {"ppc"}),           hit("//A.app/3", {"arm64"}),
         hit("/C.app/1", {"arm64", "i386"}), hit("/usr/bin/tool", {"x86_64"}),
     };
-    regrouping.add(hits);
+    for (const auto& each : hits) regrouping.add({&each, 1});
     std::vector<std::string> rows;
     for (const auto& group : regrouping.groups()) {
         rows.push_back(group.root + " " + std::string(label(group.fix)) + " " +
@@ -98,38 +96,6 @@ TEST(Regrouping, GroupsByRootAndOrdersByCategory) {
     regrouping.add(hits);
     EXPECT_EQ(regrouping.groups().size(), 6U);
     EXPECT_EQ(regrouping.groups().begin()->legacyCount(), 3U);
-}
-
-HitRef randomHit(std::mt19937& random) {
-    static const std::vector<std::string> places = {
-        "/Applications/A.app",  "/Applications/A.app/Contents/B.framework",
-        "//Applications/A.app", "/usr/bin",
-        "/x/Extensions/y.kext", "/usr/local/Cellar/f/1",
-    };
-    static const std::vector<std::vector<std::string>> archs = {
-        {"x86_64"}, {"arm64"}, {"x86_64", "arm64"}, {"i386", "ppc"}, {"cpu(9)"}};
-    const auto name = "/" + std::to_string(random() % 20);
-    return hit(places[random() % places.size()] + name, archs[random() % archs.size()]);
-}
-
-TEST(Regrouping, InStepsGivesTheSameAsAllAtOnce) {
-    std::mt19937 random(7);
-    const SignatureMap signatures = {{"/usr/bin/3", {true, "Apple"}}};
-    Regrouping whole(signatures);
-    Regrouping stepped(signatures);
-    for (int round = 0; round < 200; ++round) {
-        HitList hits(random() % 60);
-        for (auto& each : hits) each = randomHit(random);
-        whole.restart(round % 2 == 0);
-        whole.add(hits);
-        stepped.restart(round % 2 == 0);
-        for (std::span<const HitRef> left = hits; !left.empty();) {
-            const auto step = std::min<std::size_t>(1 + random() % 7, left.size());
-            stepped.add(left.first(step));
-            left = left.subspan(step);
-        }
-        ASSERT_EQ(whole.groups(), stepped.groups());
-    }
 }
 
 TEST(Regrouping, OutlivesHitsThatAreForgottenMeanwhile) {

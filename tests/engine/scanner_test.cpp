@@ -247,17 +247,17 @@ TEST_F(ScannerRemovalTest, ForgetsWhatLiesUnderRemovedRootsAndNothingElse) {
 }
 
 TEST_F(ScannerRemovalTest, GoesOnAfterFailuresAndKeepsTheFirst) {
-    found({"/A.app/x", "/B.app/x", "/C.app/x"});
+    found({"/A.app/x", "/B.app/x", "/C.app/x", "/A.app2/x"});
     trash->failing = {"/A.app", "/C.app"};
     EXPECT_EQ(scanner().trashGroups({"/A.app", "/B.app", "/C.app"}), "cannot move /A.app");
-    EXPECT_EQ(pathsOf(scanner().allHits()), (Paths{"/A.app/x", "/C.app/x"}));
+    EXPECT_EQ(pathsOf(scanner().allHits()), (Paths{"/A.app/x", "/C.app/x", "/A.app2/x"}));
     EXPECT_EQ(scanner().trashGroups({"/none"}), std::nullopt);
     EXPECT_EQ(store->writes, 2);
     EXPECT_EQ(scanner().trashPath("/A.app"), "cannot move /A.app");
     EXPECT_EQ(store->writes, 2);
     trash->failing.clear();
     EXPECT_EQ(scanner().trashPath("/A.app"), std::nullopt);
-    EXPECT_EQ(pathsOf(scanner().allHits()), Paths{"/C.app/x"});
+    EXPECT_EQ(pathsOf(scanner().allHits()), (Paths{"/C.app/x", "/A.app2/x"}));
     EXPECT_EQ(store->writes, 3);
 }
 
