@@ -1,7 +1,6 @@
 #include "actions/leftover_finder.h"
 
 #include <filesystem>
-#include <map>
 
 #include <gtest/gtest.h>
 
@@ -16,13 +15,11 @@ namespace fs = std::filesystem;
 using Paths = std::vector<std::string>;
 
 /// Lists folders in an order of its own.
-class ShuffledFiles : public PosixFiles {
-public:
+struct ShuffledFiles : PosixFiles {
     std::optional<Paths> names(const std::string& folder) override {
-        const auto found = orders.find(folder);
-        return found == orders.end() ? PosixFiles::names(folder) : found->second;
+        return order.empty() ? PosixFiles::names(folder) : order;
     }
-    std::map<std::string, Paths> orders;
+    Paths order;
 };
 
 struct LeftoverFinderTest : testing::Test {
@@ -92,12 +89,10 @@ TEST_F(LeftoverFinderTest, FindsEveryPlaceInItsOrderWithItsFlags) {
 }
 
 TEST_F(LeftoverFinderTest, KeepsTheOrderOfTheFileSystem) {
-    const auto folder = tree.folder("Library/LaunchDaemons");
-    auto& order = files.orders[folder];
-    order = {"b.two.plist", "a.three.plist", "b.gone.plist", "a.one.plist", "b.plist", "a"};
-    for (const auto& name : order) tree.file("Library/LaunchDaemons/" + name);
-    fs::remove(folder + "/b.gone.plist");
-    fs::create_symlink("nowhere", folder + "/b.gone.plist");
+    files.order = {"b.two.plist", "a.three.plist", "b.gone.plist", "a.one.plist", "b.plist", "a"};
+    for (const auto& name : files.order) tree.file("Library/LaunchDaemons/" + name);
+    fs::remove(tree.at("Library/LaunchDaemons/b.gone.plist"));
+    fs::create_symlink("nowhere", tree.at("Library/LaunchDaemons/b.gone.plist"));
     EXPECT_EQ(pathsFor({application("B.app", "b"), application("A.app", "a")}),
               (Paths{"Library/LaunchDaemons/b.two.plist", "Library/LaunchDaemons/b.plist",
                      "Library/LaunchDaemons/a.three.plist", "Library/LaunchDaemons/a.one.plist"}));
