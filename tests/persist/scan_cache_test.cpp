@@ -50,14 +50,16 @@ ScanFile datedRecord(double date) {
     return record;
 }
 
-/// Takes its time over the first record.
+/// Takes its time over a record until it is let go.
 struct SlowStore : ScanStore {
     std::optional<ScanFile> readScanFile() override { return datedRecord(dates.back()); }
     void writeScanFile(const ScanFile& record) override {
+        ++begun;
         while (!open) std::this_thread::yield();
         dates.push_back(record.date);
     }
 
+    std::atomic<int> begun = 0;
     std::atomic<bool> open = false;
     std::vector<double> dates;
 };
@@ -66,16 +68,17 @@ TEST(BackgroundScanStore, WritesTheFirstAndTheLatestAndAlsoWhatIsLeftAtTheEnd) {
     const auto slow = std::make_shared<SlowStore>();
     auto tasks = std::make_shared<ThreadTasks>();
     auto store = std::make_optional<BackgroundScanStore>(slow, tasks);
-    for (const double date : {1, 2, 3, 4}) store->writeScanFile(datedRecord(date));
+    store->writeScanFile(datedRecord(1));
+    while (slow->begun == 0) std::this_thread::yield();
+    for (const double date : {2, 3, 4}) store->writeScanFile(datedRecord(date));
     slow->open = true;
     EXPECT_EQ(store->readScanFile()->date, 4);
-    EXPECT_LE(slow->dates.size(), 2U);
     slow->open = false;
     store->writeScanFile(datedRecord(5));
     store.reset();
     slow->open = true;
     tasks.reset();
-    EXPECT_EQ(slow->dates.back(), 5);
+    EXPECT_EQ(slow->dates, (std::vector<double>{1, 4, 5}));
 }
 
 struct FakePreferences : Preferences {
