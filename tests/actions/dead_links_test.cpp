@@ -37,7 +37,7 @@ TEST_F(DeadLinks, GoFromEveryLinkFolderHoweverTheyNameTheKeg) {
     link("lib/deep/er/.hidden", "../../../lib//./../Cellar/wget/1");
     link("lib/deep/other/x", "../../../Cellar/wget/1");
     link("lib/other/x", "../../Cellar/wget/1");
-    link("share/\xff\n' link", "../Cellar/wget/\xff");
+    link("share/caf\xc3\xa9\n' link", "../Cellar/wget/\xff");
     link("include/x", "../Cellar/wget/x");
     link("opt/wget", "../Cellar/wget");
     link("libexec/x", "../Cellar/wget/x");

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include <unistd.h>
+
 namespace vestigo::test {
 
 namespace fs = std::filesystem;
