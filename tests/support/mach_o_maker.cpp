@@ -28,12 +28,6 @@ std::string thinMachO(std::uint32_t cpu) {
     return bytes;
 }
 
-std::string thinBigEndianMachO(std::uint32_t cpu) {
-    auto bytes = bigEndian(thinMagic(cpu)) + bigEndian(cpu);
-    bytes.resize(32);
-    return bytes;
-}
-
 std::string fatMachO(const std::vector<std::uint32_t>& cpus, bool wide) {
     auto bytes = bigEndian(wide ? 0xCAFEBABF : 0xCAFEBABE) + bigEndian(cpus.size());
     for (const auto cpu : cpus) bytes += bigEndian(cpu) + std::string(wide ? 28 : 16, '\0');

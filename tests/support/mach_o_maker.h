@@ -16,8 +16,6 @@ inline constexpr std::uint32_t cpuPpc64 = 0x01000012;
 
 /// A thin image's header, little-endian as on Intel and ARM, padded to 32 bytes.
 std::string thinMachO(std::uint32_t cpu);
-/// A thin image's header, big-endian as on PowerPC.
-std::string thinBigEndianMachO(std::uint32_t cpu);
 /// A universal file's header with one entry per CPU type; 32-byte entries when `wide`.
 std::string fatMachO(const std::vector<std::uint32_t>& cpus, bool wide = false);
 

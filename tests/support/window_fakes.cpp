@@ -6,18 +6,17 @@
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
+#include "tests/support/records.h"
 
 namespace vestigo::test {
 
 WindowFixture::WindowFixture() {
-    store->record = ScanFile{
-        .version = scanFileVersion, .roots = {"/"}, .hits = {}, .signatures = SignatureMap{}};
+    store->record = savedScan();
     settings->setAcceptedDisclaimer(true);
 }
 
 void WindowFixture::found(const std::string& path, std::vector<std::string> archs, double created) {
-    store->record->hits.push_back(
-        std::make_shared<const BinaryHit>(BinaryHit{path, std::move(archs), 1, 1, created}));
+    store->record->hits.push_back(hitRef({path, std::move(archs), 1, 1, created}));
 }
 
 void WindowFixture::signedBy(const std::string& root, const std::string& vendor, bool isApple) {

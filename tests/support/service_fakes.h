@@ -1,0 +1,131 @@
+// The program's surroundings, as tests play them.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "engine/scan_store.h"
+#include "platform/desktop.h"
+#include "platform/owner_authentication.h"
+#include "platform/preferences.h"
+#include "platform/processes.h"
+#include "platform/tasks.h"
+#include "platform/trash.h"
+
+namespace vestigo::test {
+
+/// Remembers what it was asked for; answers as told.
+class FakeDesktop : public Desktop {
+public:
+    void reveal(const std::string& path) override { revealed.push_back(path); }
+    void copyText(const std::string& text) override { clipboard = text; }
+    std::optional<std::string> chooseFolder() override { return folder; }
+    std::optional<std::string> chooseCsvFile(const std::string& name) override {
+        proposedName = name;
+        return csvFile;
+    }
+
+    std::vector<std::string> revealed;
+    std::string clipboard;
+    std::string proposedName;
+    std::optional<std::string> folder;
+    std::optional<std::string> csvFile;
+};
+
+/// An owner who answers as told: keeps the questions until then.
+class FakeOwnerAuthentication : public OwnerAuthentication {
+public:
+    bool available() override { return canAsk; }
+    void authenticate(const std::string& reason, std::function<void(bool)> reply) override {
+        reasons.push_back(reason);
+        replies.push_back(std::move(reply));
+    }
+    /// Answers what has been asked and not been answered yet.
+    void answer(bool confirmed) {
+        for (const auto& reply : std::exchange(replies, {})) reply(confirmed);
+    }
+
+    bool canAsk = true;
+    std::vector<std::string> reasons;
+    std::vector<std::function<void(bool)>> replies;
+};
+
+class MemoryPreferences : public Preferences {
+public:
+    bool contains(const std::string& key) const override { return values.contains(key); }
+    bool boolean(const std::string& key) const override { return integer(key) != 0; }
+    int integer(const std::string& key) const override {
+        const auto found = values.find(key);
+        return found == values.end() ? 0 : found->second;
+    }
+    void setBoolean(const std::string& key, bool value) override { values[key] = value ? 1 : 0; }
+    void setInteger(const std::string& key, int value) override { values[key] = value; }
+
+    std::unordered_map<std::string, int> values;
+};
+
+/// A saved scan in memory.
+class MemoryStore : public ScanStore {
+public:
+    std::optional<ScanFile> readScanFile() override { return record; }
+    void writeScanFile(const ScanFile& written) override {
+        record = written;
+        ++writes;
+    }
+
+    std::optional<ScanFile> record;
+    int writes = 0;
+};
+
+/// Takes everything, and says what; or fails as told.
+class FakeTrash : public Trash {
+public:
+    std::optional<std::string> moveToTrash(const std::string& path) override {
+        if (failing.contains(path)) return "cannot move " + path;
+        if (!error) taken.push_back(path);
+        return error;
+    }
+
+    std::vector<std::string> taken;
+    std::set<std::string> failing;
+    std::optional<std::string> error;
+};
+
+/// Starts nothing: the test plays the program that is started.
+class FakeProcesses : public Processes {
+public:
+    std::optional<std::string> start(const ProcessStart& what,
+                                     std::function<void(std::string_view)> output,
+                                     std::function<void(int)> ended) override {
+        started.push_back(what);
+        print = std::move(output);
+        end = std::move(ended);
+        return error;
+    }
+
+    std::optional<std::string> error;  ///< Why it cannot be started.
+    std::vector<ProcessStart> started;
+    std::function<void(std::string_view)> print;
+    std::function<void(int)> end;
+};
+
+/// Keeps the jobs until they are asked for.
+class HeldTasks : public BackgroundTasks {
+public:
+    void run(Priority, Job job) override { jobs.push_back(std::move(job)); }
+    /// Runs what has come by now, on this thread.
+    void runHeld() {
+        for (const auto& job : std::exchange(jobs, {})) job();
+    }
+
+    std::vector<Job> jobs;
+};
+
+}  // namespace vestigo::test
