@@ -1,18 +1,15 @@
 #include "persist/csv.h"
 
 #include <limits>
-#include <memory>
 
 #include <gtest/gtest.h>
+
+#include "tests/support/records.h"
 
 namespace vestigo {
 namespace {
 
 constexpr double day = 86400;
-
-HitRef hit(std::vector<std::string> archs, double ctime) {
-    return std::make_shared<BinaryHit>(BinaryHit{"/x", std::move(archs), 0, 0, ctime});
-}
 
 /// The text of one group, without the header.
 std::string line(BundleGroup group, const SignatureMap& signatures = {}) {
@@ -26,8 +23,9 @@ TEST(Csv, WritesAHeaderAndOneLinePerGroup) {
               "category,bundle,vendor,fix,cpu,apple_signed,created,legacy_count,path\n");
     const double june2019 = 581299200;  // 2019-06-04 00:00:00
     const std::string root = "/Library/Example/Example Agent";
-    const HitList hits = {hit({"x86_64"}, june2019 + day), hit({"x86_64", "i386"}, june2019 + 5),
-                          hit({"x86_64"}, 0)};
+    const HitList hits = {test::hitRef({"/x", {"x86_64"}, 0, 0, june2019 + day}),
+                          test::hitRef({"/x", {"x86_64", "i386"}, 0, 0, june2019 + 5}),
+                          test::hitRef({"/x", {"x86_64"}})};
     EXPECT_EQ(line({root, false, Category::helper, hits, Fix::manual, false},
                    {{root, {false, "Example Corp"}}}),
               R"("Helper","Example Agent","Example Corp",Manual,"i386, x86_64",false,2019-06-04,3,)"
@@ -54,7 +52,8 @@ TEST(Csv, WritesADateOfFourDigitYearsInUtcOrNone) {
         {std::numeric_limits<double>::quiet_NaN(), ""},
     };
     for (const auto& [time, date] : dates) {
-        EXPECT_EQ(line({"/", false, Category::cliTool, {hit({"ppc"}, time)}, Fix::homebrew, false}),
+        const HitList hits = {test::hitRef({"/", {"ppc"}, 0, 0, time})};
+        EXPECT_EQ(line({"/", false, Category::cliTool, hits, Fix::homebrew, false}),
                   "\"CLI tool\",\"/\",\"\",brew,\"ppc\",false," + date + ",1,\"/\"\n");
     }
 }

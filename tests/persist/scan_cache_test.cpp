@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -13,6 +12,8 @@
 #include "persist/preference_keys.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/thread_tasks.h"
+#include "tests/support/records.h"
+#include "tests/support/service_fakes.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -30,10 +31,7 @@ struct ScanCacheTest : testing::Test {
 TEST_F(ScanCacheTest, KeepsTheLastRecordThatCouldBeWritten) {
     EXPECT_FALSE(cache.readScanFile());
     const auto writeOf = [this](double mtime, double ctime) {
-        const BinaryHit hit{"/a", {"i386"}, 1, mtime, ctime};
-        ScanFile record{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = {}};
-        record.hits.push_back(std::make_shared<BinaryHit>(hit));
-        cache.writeScanFile(record);
+        cache.writeScanFile(test::savedScan({test::hitRef({"/a", {"i386"}, 1, mtime, ctime})}));
     };
     writeOf(1, 2);
     writeOf(std::nan(""), 2);
@@ -81,33 +79,19 @@ TEST(BackgroundScanStore, WritesTheFirstAndTheLatestAndAlsoWhatIsLeftAtTheEnd) {
     EXPECT_EQ(slow->dates, (std::vector<double>{1, 4, 5}));
 }
 
-struct FakePreferences : Preferences {
-    std::map<std::string, int> values;
-
-    bool contains(const std::string& key) const override { return values.contains(key); }
-    bool boolean(const std::string& key) const override { return integer(key) != 0; }
-    int integer(const std::string& key) const override {
-        return contains(key) ? values.at(key) : 0;
-    }
-    void setBoolean(const std::string& key, bool value) override { values[key] = value ? 1 : 0; }
-    void setInteger(const std::string& key, int value) override { values[key] = value; }
-};
-
 struct Migration : ScanCacheTest {
     Migration() { previous.setBoolean(acceptedDisclaimer, true); }
     void migrate() { migrateFromPreviousProduct(own, &previous, cache); }
 
-    FakePreferences own, previous;
+    test::MemoryPreferences own, previous;
     std::string old = tree.file("Tracemole/last-scan.json", "old");
 };
 
 TEST_F(Migration, TakesOverAcceptanceAndLastScanOnce) {
     migrate();
     EXPECT_TRUE(own.boolean(acceptedDisclaimer));
-    EXPECT_TRUE(own.boolean(migratedFromTracemole));
     EXPECT_EQ(files.read(current), "old");
     EXPECT_EQ(files.read(old), "old");
-    EXPECT_EQ(previous.values.size(), 1U);
     own.values.erase(acceptedDisclaimer);
     files.remove(current);
     migrate();
@@ -121,13 +105,6 @@ TEST_F(Migration, NeverOverwritesWhatIsThere) {
     migrate();
     EXPECT_FALSE(own.boolean(acceptedDisclaimer));
     EXPECT_EQ(files.read(current), "current");
-}
-
-TEST_F(Migration, CountsAsDoneWhenNothingCouldBeTakenOver) {
-    tree.file("Vestigo", "in the way");
-    migrateFromPreviousProduct(own, nullptr, cache);
-    EXPECT_FALSE(own.contains(acceptedDisclaimer));
-    EXPECT_TRUE(own.boolean(migratedFromTracemole));
 }
 
 }  // namespace
