@@ -101,12 +101,5 @@ TEST_F(VestigoScanTest, ScansTheSmartFoldersOfItsUserWhenNoneIsNamed) {
               std::string::npos);
 }
 
-TEST_F(VestigoScanTest, ExplainsItself) {
-    EXPECT_TRUE(shell("$scan --version").output.starts_with("vestigo-scan "));
-    const auto help = shell("$scan disk --help");
-    EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.output.find("--previous FILE"), std::string::npos);
-}
-
 }  // namespace
 }  // namespace vestigo
