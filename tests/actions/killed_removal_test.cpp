@@ -1,6 +1,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <random>
 #include <thread>
 
@@ -8,7 +9,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "engine/scanner.h"
 #include "persist/scan_cache.h"
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/posix_files.h"
@@ -20,68 +20,53 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Items that a child removes until it is killed, again and again.
-struct KilledRemovalTest : testing::Test {
-    KilledRemovalTest() {
-        for (int i = 0; i < 40; ++i) {
-            names.push_back(std::to_string(i) + ".app");
-            const auto path = tree.file(names.back() + "/a/b", "who");
-            record.hits.push_back(test::hitRef({path, {"x86_64"}}));
-            tree.file(names.back() + "/c", "le");
-        }
+void runAndKillAfter(std::chrono::microseconds delay, const std::function<void()>& work) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        work();
+        for (;;) ::pause();
     }
-    /// Each by itself, so that it also saves all the time.
-    void removeAll() {
-        ScannerServices services;
-        services.store = cache;
-        services.trash = std::make_shared<LinuxTrash>(home);
-        services.files = files;
-        Scanner scanner(services);
-        for (const auto& name : names) static_cast<void>(scanner.trashGroups({tree.at(name)}));
-    }
-    void removeAndKillAfter(std::chrono::microseconds delay) {
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            removeAll();
-            for (;;) ::pause();
-        }
-        std::this_thread::sleep_for(delay);
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-    }
-    /// Whole in its place, or whole in the Trash with where it came from; then put back.
-    bool isSafe(const std::string& name) {
-        const bool moved = !fs::exists(tree.at(name));
-        const auto now = moved ? home + "/files/" + name : tree.at(name);
-        if (textOf(now + "/a/b") + textOf(now + "/c") != "whole") return false;
-        if (!moved) return true;
-        ++movedItems;
-        fs::rename(now, tree.at(name));
-        return textOf(home + "/info/" + name + ".trashinfo")
-                   .find(tree.at(name) + "\nDeletionDate=") != std::string::npos;
-    }
-    [[nodiscard]] std::string textOf(const std::string& path) const {
-        return files->read(path).value_or("");
-    }
+    std::this_thread::sleep_for(delay);
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+}
 
-    test::TemporaryTree tree;
-    std::string home = tree.at("Trash");
-    std::shared_ptr<PosixFiles> files = std::make_shared<PosixFiles>();
-    std::shared_ptr<ScanCache> cache = std::make_shared<ScanCache>(
-        files, StandardFolders{tree.path(), tree.folder("data"), tree.path()});
-    ScanFile record = test::savedScan();
-    std::vector<std::string> names;
+TEST(KilledRemoval, LosesNothing) {
+    const test::TemporaryTree tree;
+    const auto home = tree.at("Trash");
+    const auto files = std::make_shared<PosixFiles>();
+    ScanCache cache(files, {tree.path(), tree.folder("data"), tree.path()});
+    cache.writeScanFile(test::savedScan());
+    std::vector<std::string> items;
+    for (int i = 0; i < 40; ++i) {
+        items.push_back(tree.folder(std::to_string(i) + ".app"));
+        tree.file(std::to_string(i) + ".app/a/b", "who");
+        tree.file(std::to_string(i) + ".app/c", "le");
+    }
+    const auto textOf = [&](const std::string& path) { return files->read(path).value_or(""); };
     int movedItems = 0;
-};
-
-TEST_F(KilledRemovalTest, LosesNothing) {
     std::mt19937 random(4711);
     for (int round = 0; round < 200; ++round) {
-        cache->writeScanFile(record);
-        removeAndKillAfter(std::chrono::microseconds(random() % 20'000));
-        for (const auto& name : names) ASSERT_TRUE(isSafe(name)) << name << " in round " << round;
-        ASSERT_TRUE(cache->readScanFile()) << "round " << round;
+        runAndKillAfter(std::chrono::microseconds(random() % 20'000), [&] {
+            LinuxTrash trash(home);
+            for (const auto& item : items) {
+                static_cast<void>(trash.moveToTrash(item));
+                cache.writeScanFile(test::savedScan());
+            }
+        });
+        for (const auto& item : items) {
+            // Whole in its place, or whole in the Trash with where it came from.
+            const auto name = item.substr(tree.path().size());
+            if (!fs::exists(item)) {
+                ++movedItems;
+                fs::rename(home + "/files" + name, item);
+                const auto info = textOf(home + "/info" + name + ".trashinfo");
+                ASSERT_NE(info.find(item + "\nDeletionDate="), info.npos) << "round " << round;
+            }
+            ASSERT_EQ(textOf(item + "/a/b") + textOf(item + "/c"), "whole") << "round " << round;
+        }
+        ASSERT_TRUE(cache.readScanFile()) << "round " << round;
         fs::remove_all(home);
     }
     EXPECT_GT(movedItems, 0);
