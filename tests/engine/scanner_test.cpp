@@ -69,7 +69,7 @@ struct ScannerTest : testing::Test {
     std::latch gate{1};
     std::mutex mutex;
     Paths inspected;
-    std::shared_ptr<ThreadTasks> tasks = std::make_shared<ThreadTasks>();
+    std::shared_ptr<BackgroundTasks> tasks = std::make_shared<ThreadTasks>();
     std::unique_ptr<Scanner> made;
     const std::string intel = test::thinMachO(test::cpuX86_64);
 };
@@ -118,13 +118,21 @@ TEST_F(ScannerTest, ShowsTheSavedScanAgainAndInspectsWhatItLacks) {
 TEST_F(ScannerTest, StopsAtOnceAndDropsWhatComesOnceTheNextScanRuns) {
     tree.file("old/a", intel);
     const auto fresh = tree.file("new/b", intel);
+    const auto held = std::make_shared<test::HeldTasks>();
+    tasks = held;
+    openGate();
     scanner().startScan({tree.at("old")});
+    held->runHeld();
     scanner().stop();
     EXPECT_FALSE(scanner().scanning());
-    EXPECT_TRUE(scanner().walking());
     EXPECT_EQ(store->writes, 1);
     scanner().startScan({tree.at("new")});
-    settle();
+    loop->runPosted();
+    EXPECT_TRUE(scanner().walking() && scanner().allHits().empty());
+    while (!held->jobs.empty()) {
+        held->runHeld();
+        loop->runPosted();
+    }
     EXPECT_EQ(roots(), Paths{fresh});
     EXPECT_EQ(scanner().scannedCount(), 1);
 }
