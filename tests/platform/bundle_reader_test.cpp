@@ -30,20 +30,14 @@ struct BundleReaderTest : testing::Test {
     const std::string tool = "<key>CFBundleExecutable</key><string>Tool</string>";
 };
 
-TEST_F(BundleReaderTest, ReadsWhatTheInfoPlistSays) {
-    describe("Example.app/Contents/Info.plist",
-             "<key>CFBundleShortVersionString</key><string>1.2</string>");
-    const auto information = reader->read(tree.at("Example.app"));
-    ASSERT_TRUE(information);
-    EXPECT_EQ(information->identifier, "com.example.a&b");
-    EXPECT_EQ(information->version, "1.2");
-    EXPECT_EQ(information->executable, std::nullopt);
-}
-
-TEST_F(BundleReaderTest, FindsTheExecutable) {
-    describe("Named.app/Contents/Info.plist", tool);
+TEST_F(BundleReaderTest, ReadsTheInfoPlistAndFindsTheExecutable) {
+    describe("Named.app/Contents/Info.plist",
+             tool + "<key>CFBundleShortVersionString</key><string>1.2</string>");
+    EXPECT_EQ(executable("Named.app"), "none");
     tree.file("Named.app/Contents/MacOS/Tool");
     EXPECT_EQ(executable("Named.app"), "Named.app/Contents/MacOS/Tool");
+    EXPECT_EQ(reader->read(tree.at("Named.app"))->identifier, "com.example.a&b");
+    EXPECT_EQ(reader->read(tree.at("Named.app"))->version, "1.2");
 
     describe("My Driver.kext/Contents/Info.plist", "");
     tree.file("My Driver.kext/Contents/MacOS/My Driver");
@@ -55,18 +49,14 @@ TEST_F(BundleReaderTest, FindsTheExecutable) {
     fs::create_symlink("Versions/Current/Resources", tree.at("Tool.framework/Resources"));
     fs::create_symlink("Versions/Current/Tool", tree.at("Tool.framework/Tool"));
     EXPECT_EQ(executable("Tool.framework"), "Tool.framework/Versions/B/Tool");
-
-    describe("Folder.app/Contents/Info.plist", tool);
-    tree.folder("Folder.app/Contents/MacOS/Tool");
-    EXPECT_EQ(executable("Folder.app"), "none");
 }
 
 TEST_F(BundleReaderTest, IsNoBundleWithoutAReadableInfoPlist) {
-    EXPECT_EQ(executable("missing.app"), "no bundle");
     tree.folder("Empty.app");
     EXPECT_EQ(executable("Empty.app"), "no bundle");
-    for (const std::string content : {"junk", "bplist00", "<plist><array/></plist>"}) {
-        const auto bundle = "Broken" + std::to_string(content.size()) + ".app";
+    int number = 0;
+    for (const auto* const content : {"", "junk", "bplist00", "<plist><array/></plist>"}) {
+        const auto bundle = "Broken" + std::to_string(++number) + ".app";
         tree.file(bundle + "/Contents/Info.plist", content);
         EXPECT_EQ(executable(bundle), "no bundle") << content;
     }

@@ -25,49 +25,34 @@ std::string binaryPlist(const std::vector<std::string>& objects) {
            bigEndian(tableOffset);
 }
 
-struct LinuxBundleReaderTest : testing::Test {
-    void name(const std::string& infoPlist, const std::string& executable) const {
-        tree.file(infoPlist,
-                  plist("<key>CFBundleExecutable</key><string>" + executable + "</string>"));
-    }
-    [[nodiscard]] std::optional<std::string> executable(const std::string& bundle) const {
-        return LinuxBundleReader().read(tree.at(bundle)).value().executable;
-    }
-
-    TemporaryTree tree;
-};
-
-TEST_F(LinuxBundleReaderTest, FindsTheExecutableInLayoutsThatAreNotTheUsualOnes) {
-    name("Tool.framework/Versions/B/Resources/Info.plist", "Lib");
+TEST(LinuxBundleReader, FindsTheExecutableInUnusualLayoutsAndOnlyInsideTheBundle) {
+    const TemporaryTree tree;
+    const auto executable = [&tree](const std::string& infoPlist, const std::string& name) {
+        tree.file(infoPlist, plist("<key>CFBundleExecutable</key><string>" + name + "</string>"));
+        const auto bundle = tree.at(infoPlist.substr(0, infoPlist.find('/')));
+        return LinuxBundleReader().read(bundle).value().executable;
+    };
     const auto library = tree.file("Tool.framework/Versions/B/Lib");
-    EXPECT_EQ(executable("Tool.framework"), library);
-    EXPECT_EQ(executable("Tool.framework/Versions/B"), library);
-
-    name("Flat.bundle/Info.plist", "Plug");
+    EXPECT_EQ(executable("Tool.framework/Versions/B/Resources/Info.plist", "Lib"), library);
     const auto plugIn = tree.file("Flat.bundle/Plug");
-    EXPECT_EQ(executable("Flat.bundle"), plugIn);
-}
+    EXPECT_EQ(executable("Flat.bundle/Info.plist", "Plug"), plugIn);
 
-TEST_F(LinuxBundleReaderTest, KeepsTheExecutableInsideTheBundle) {
     tree.folder("Tool.app/Contents/MacOS/Folder");
     const auto outside = tree.file("outside");
-    for (const std::string& path :
-         {std::string("../../../outside"), std::string("Folder/../../../../outside"), outside}) {
-        name("Tool.app/Contents/Info.plist", path);
-        EXPECT_EQ(executable("Tool.app"), std::nullopt) << path;
+    for (const auto* const way : {"../../../outside", "Folder/../../../../outside"}) {
+        EXPECT_EQ(executable("Tool.app/Contents/Info.plist", way), std::nullopt) << way;
     }
+    EXPECT_EQ(executable("Tool.app/Contents/Info.plist", outside), std::nullopt);
 }
 
-TEST(InfoPlistParser, ReadsBinaryLists) {
+// Hostile ones overran libplist: deep nesting its recursion, shared containers its unfolding.
+TEST(InfoPlistParser, ReadsBinaryListsAndRefusesListsThatAreBuiltToHarm) {
     // A dictionary of one entry, a string of 18 letters, one of 3.
     const auto info =
         parseInfoPlist(binaryPlist({"\xD1\1\2", "\137\20\22CFBundleIdentifier", "\123a.b"}));
     ASSERT_TRUE(info);
     EXPECT_EQ(info->identifier, "a.b");
-}
 
-// Both overran libplist: deep nesting its recursion, shared containers its unfolding.
-TEST(InfoPlistParser, RefusesListsThatAreBuiltToHarm) {
     std::string deep;
     for (int i = 0; i < 120'000; ++i) deep += "<array>";
     std::vector<std::string> shared;

@@ -30,7 +30,6 @@ struct LinuxCodeSigningTest : testing::Test {
         if (!code) return "no code";
         EXPECT_FALSE(code->isAnchoredToApple());
         const auto information = code->signingInformation();
-        if (!information) return "no information";
         return information->leafCommonName.value_or("-") + "/" +
                information->teamIdentifier.value_or("-");
     }
@@ -47,7 +46,6 @@ TEST_F(LinuxCodeSigningTest, ReadsImagesOfEveryWordSizeAndByteOrder) {
         EXPECT_EQ(answerFor(machOImage(cpu, std::nullopt, isBigEndian)), "-/-") << cpu;
     }
     EXPECT_EQ(answerFor("#!/bin/sh\n"), "no code");
-    EXPECT_EQ(answer(tree.folder("folder")), "no code");
 }
 
 TEST_F(LinuxCodeSigningTest, PrefersTheArmThenTheIntelImageOfAUniversalFile) {
@@ -55,15 +53,13 @@ TEST_F(LinuxCodeSigningTest, PrefersTheArmThenTheIntelImageOfAUniversalFile) {
         return std::pair(cpu, machOImage(cpu, embeddedSignature(team, ""), cpu == cpuPpc));
     };
     const auto ppc = image(cpuPpc, "PPC");
-    const auto i386 = image(cpuI386, "I386");
     const auto intel = image(cpuX86_64, "INTEL");
     const auto arm = image(cpuArm64, "ARM");
     for (const bool wide : {false, true}) {
         EXPECT_EQ(answerFor(universalFile({ppc, intel, arm}, wide)), "-/ARM");
+        EXPECT_EQ(answerFor(universalFile({ppc, intel}, wide)), "-/INTEL");
+        EXPECT_EQ(answerFor(universalFile({}, wide)), "no code");
     }
-    EXPECT_EQ(answerFor(universalFile({ppc, i386, intel})), "-/INTEL");
-    EXPECT_EQ(answerFor(universalFile({ppc, i386})), "-/PPC");
-    EXPECT_EQ(answerFor(universalFile({})), "no code");
 }
 
 TEST_F(LinuxCodeSigningTest, FindsTheTeamWhereTheVersionAllowsOne) {
@@ -73,9 +69,7 @@ TEST_F(LinuxCodeSigningTest, FindsTheTeamWhereTheVersionAllowsOne) {
     };
     EXPECT_EQ(withDirectories(codeDirectory("MAIN"), codeDirectory("OTHER")), "-/MAIN");
     EXPECT_EQ(withDirectories(codeDirectory("OLD", 0x20100), codeDirectory("OTHER")), "-/OTHER");
-    for (const auto& noTeam : {std::string(), std::string("A\xFF"), std::string(300, 'A')}) {
-        EXPECT_EQ(withDirectories(codeDirectory(noTeam), codeDirectory("")), "-/-");
-    }
+    EXPECT_EQ(withDirectories(codeDirectory("A\xFF"), codeDirectory("")), "-/-");
 }
 
 TEST_F(LinuxCodeSigningTest, ReadsBundlesThroughTheirMainExecutableOrTheFilesBesideIt) {
@@ -134,11 +128,9 @@ TEST(CmsSigner, IsTheSignersLastCommonNameThatIsText) {
         {signatureMessage({.byKeyIdentifier = true}), developerName},
         {signatureMessage({.withoutCertificates = true}), std::nullopt},
         {signatureMessage({.commonNames = {"First", "Last \xC3\xA9"}}), "Last \xC3\xA9"},
-        {signatureMessage({.commonNames = {}}), std::nullopt},
         {signatureMessage({.commonNames = {std::string("a\0b", 3)}}), std::nullopt},
         {noText, std::nullopt},
         {"", std::nullopt},
-        {std::string(1000, '\x30'), std::nullopt},
         {message.substr(0, 500), std::nullopt},
     };
     for (const auto& [content, name] : cases) {

@@ -11,33 +11,23 @@
 namespace vestigo {
 namespace {
 
-struct LinuxStandardFoldersTest : testing::Test {
-    LinuxStandardFoldersTest() {
-        ::setenv("HOME", "/h/me", 1);
-        ::unsetenv("XDG_DATA_HOME");
+TEST(LinuxStandardFolders, FollowTheEnvironmentWhereItIsAbsolute) {
+    ::setenv("HOME", "/h/me", 1);
+    for (const auto& [data, support] :
+         {std::pair("/data//", "/data"), std::pair("relative", "/h/me/.local/share")}) {
+        ::setenv("XDG_DATA_HOME", data, 1);
+        EXPECT_EQ(linuxStandardFolders("/none").applicationSupport, support);
     }
-    [[nodiscard]] StandardFolders folders() const { return linuxStandardFolders(tree.path()); }
-    /// The temporary folder, which is never another's.
-    [[nodiscard]] std::string temporary() const {
-        auto path = folders().temporary;
+}
+
+TEST(LinuxStandardFolders, TheTemporaryFolderIsOursAlone) {
+    const test::TemporaryTree tree;
+    const auto temporary = [&tree] {
+        auto path = linuxStandardFolders(tree.path()).temporary;
         EXPECT_EQ(std::filesystem::symlink_status(path).permissions(),
                   std::filesystem::perms{0700});
         return path;
-    }
-
-    test::TemporaryTree tree;
-};
-
-TEST_F(LinuxStandardFoldersTest, FollowTheEnvironmentWhereItIsAbsolute) {
-    ::setenv("XDG_DATA_HOME", "/data//", 1);
-    EXPECT_EQ(folders().applicationSupport, "/data");
-    ::setenv("XDG_DATA_HOME", "relative", 1);
-    EXPECT_EQ(folders().applicationSupport, "/h/me/.local/share");
-    ::setenv("HOME", "/", 1);
-    EXPECT_EQ(folders().applicationSupport, "/.local/share");
-}
-
-TEST_F(LinuxStandardFoldersTest, TheTemporaryFolderIsOursAlone) {
+    };
     const auto session = tree.folder("session");
     const auto own = tree.at("vestigo-" + std::to_string(::getuid()));
     ::setenv("XDG_RUNTIME_DIR", session.c_str(), 1);
@@ -48,10 +38,9 @@ TEST_F(LinuxStandardFoldersTest, TheTemporaryFolderIsOursAlone) {
     ::chmod(own.c_str(), 0770);
     EXPECT_TRUE(temporary().starts_with(own + "-"));
     std::filesystem::remove(own);
-    std::filesystem::create_symlink(tree.folder("elsewhere"), own);
-    ::chmod(tree.at("elsewhere").c_str(), 0700);
+    ::chmod(tree.folder("elsewhere").c_str(), 0700);
+    std::filesystem::create_symlink("elsewhere", own);
     EXPECT_TRUE(temporary().starts_with(own + "-"));
-    EXPECT_EQ(linuxStandardFolders(tree.at("none")).temporary, "/h/me/.local/share");
 }
 
 }  // namespace

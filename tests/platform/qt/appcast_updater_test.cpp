@@ -23,8 +23,7 @@ QByteArray feedOf(const QByteArray& items) {
 }
 
 TEST(Appcast, ComparesVersionsPartByPart) {
-    const QStringList ascending{"0.9",     "1.0b2", "1.0-rc1", "1.0-rc10", "1",
-                                "1.0.0.1", "1.2b3", "1.2",     "1.10",     "2"};
+    const QStringList ascending{"0.9", "1.0b2", "1.0-rc1", "1.0-rc10", "1", "1.2", "1.10"};
     for (int i = 0; i < ascending.size(); ++i) {
         for (int j = 0; j < ascending.size(); ++j) {
             EXPECT_EQ(isNewer(ascending[i], ascending[j]), i > j)
@@ -32,37 +31,28 @@ TEST(Appcast, ComparesVersionsPartByPart) {
         }
     }
     EXPECT_FALSE(isNewer("1.0.0", "1"));
-    for (const auto* const none : {"", "newest", "1..2", "-1", "99999999999999999999"}) {
-        EXPECT_FALSE(isNewer(none, "0.1")) << none;
-    }
+    EXPECT_FALSE(isNewer("99999999999999999999", "0.1"));
 }
 
-TEST(Appcast, TakesTheNewestItemThatBelongsToNoChannel) {
-    const auto newest = newestItem(feedOf(
-        R"(<item><title>1.1</title><link>https://example.com/1.1</link>
-             <sparkle:version>1.1</sparkle:version></item>
-           <item><link>https://example.com/page</link>
+TEST(Appcast, TakesTheNewestItemThatBelongsToNoChannelAndNothingFromABrokenFeed) {
+    const auto feed = feedOf(
+        R"(<item><link>https://example.com/page</link>
              <description><![CDATA[<p>Faster &amp; smaller.</p><script>x()</script>]]></description>
              <enclosure url="https://example.com/v.zip" sparkle:version="130"
                         sparkle:shortVersionString="1.3"/></item>
+           <item><link>https://example.com/1.1</link><sparkle:version>1.1</sparkle:version></item>
            <item><sparkle:channel>beta</sparkle:channel><link>https://example.com/2</link>
              <sparkle:version>2.0</sparkle:version></item>
-           <item><sparkle:version>9.0</sparkle:version><link>file:///etc/passwd</link></item>)"));
+           <item><sparkle:version>9.0</sparkle:version><link>file:///etc/passwd</link></item>)");
+    const auto newest = newestItem(feed);
     ASSERT_TRUE(newest);
     EXPECT_EQ(newest->version, "1.3");
     EXPECT_EQ(newest->page, QUrl("https://example.com/page"));
     EXPECT_EQ(newest->notes.trimmed(), "Faster & smaller.");
-}
 
-TEST(Appcast, GivesNothingForWhatIsNoFeed) {
-    const auto feed = feedOf(
-        "<item><sparkle:version>1.0</sparkle:version>"
-        "<enclosure url=\"https://example.com/v.zip\"/></item>");
-    EXPECT_TRUE(newestItem(feed));
-    auto withEntity = feed.mid(21).replace("1.0<", "&a;<");
-    withEntity.prepend("<!DOCTYPE rss [<!ENTITY a \"1.0\">]>");
-    for (const auto& none : {QByteArray(), QByteArray("<html><body>Not found</body></html>"),
-                             feedOf(""), feed.chopped(8), withEntity}) {
+    auto withEntity = feed.mid(21).replace("1.1<", "&a;<");
+    withEntity.prepend("<!DOCTYPE rss [<!ENTITY a \"1.1\">]>");
+    for (const auto& none : {QByteArray("<html/>"), feedOf(""), feed.chopped(8), withEntity}) {
         EXPECT_FALSE(newestItem(none)) << none.toStdString();
     }
 }
@@ -98,6 +88,7 @@ protected:
         return std::make_unique<QSettings>(folder.filePath("updater.ini"), QSettings::IniFormat);
     }
     void start(const char* address = "https://example.com/feed.xml") {
+        requests = 0;
         auto network = std::make_unique<FeedNetwork>([this] { return ++requests, answer; });
         updater = std::make_unique<AppcastUpdater>(
             QUrl(address), "1.0",
@@ -106,24 +97,21 @@ protected:
                             .openPage = [this](const QUrl& page) { opened = page; },
                             .delay = delay});
     }
-    static QWidget* dialog() { return QApplication::activeModalWidget(); }
-    /// What the dialog that comes up says. The button closes it; none: as its window is closed.
-    static QString outcome(const char* button = nullptr) {
-        QString text;
-        EXPECT_TRUE(QTest::qWaitFor([] { return dialog() != nullptr; }));
-        if (!dialog()) return text;
-        for (const auto* const label : dialog()->findChildren<QLabel*>()) text += label->text();
-        if (button) {
-            dialog()->findChild<QPushButton*>(QLatin1String(button))->click();
-        } else {
-            dialog()->close();
-        }
-        EXPECT_TRUE(QTest::qWaitFor([] { return dialog() == nullptr; }));
-        return text;
+    /// A start for which the last check was so many seconds ago.
+    void startAfter(qint64 seconds) {
+        settings()->setValue("VGUpdaterLastCheck", QDateTime::currentSecsSinceEpoch() - seconds);
+        start();
     }
-    void expectFailure() {
-        updater->checkForUpdates();
-        EXPECT_TRUE(outcome().startsWith("Could not look for updates"));
+    static QWidget* dialog() { return QApplication::activeModalWidget(); }
+    /// Whether the dialog that comes up says this first. The button closes it, else its window.
+    static bool isTold(const char* what, const char* button = nullptr) {
+        EXPECT_TRUE(QTest::qWaitFor([] { return dialog() != nullptr; }));
+        if (!dialog()) return false;
+        const auto text = dialog()->findChild<QLabel*>()->text();
+        auto* const pressed = button ? dialog()->findChild<QPushButton*>(button) : nullptr;
+        pressed ? pressed->click() : static_cast<void>(dialog()->close());
+        EXPECT_TRUE(QTest::qWaitFor([] { return dialog() == nullptr; }));
+        return text.startsWith(what);
     }
 
     QTemporaryDir folder;
@@ -138,53 +126,38 @@ TEST_F(AppcastUpdaterTest, ShowsEveryOutcomeToTheUserWhoAsked) {
     start();
     serveVersion("1.0");
     updater->checkForUpdates();
-    EXPECT_TRUE(outcome().startsWith("You’re up to date"));
-    serve("not a feed");
-    expectFailure();
-    serve(QByteArray(2 * 1024 * 1024, ' '));
-    expectFailure();
-    answer = "file:///missing";
-    expectFailure();
-
+    EXPECT_TRUE(isTold("You’re up to date"));
     serveVersion("1.1");
-    for (const auto* const button : {"openPage", "later"}) {
-        updater->checkForUpdates();
-        const auto text = outcome(button);
-        EXPECT_TRUE(text.startsWith("A newer version") && text.contains("1.1"));
-        EXPECT_EQ(opened, QUrl("https://example.com/download"));
-    }
+    updater->checkForUpdates();
+    EXPECT_TRUE(isTold("A newer version", "openPage"));
+    EXPECT_EQ(opened, QUrl("https://example.com/download"));
+
+    serve(QByteArray(2 * 1024 * 1024, ' '));
+    updater->checkForUpdates();
+    EXPECT_TRUE(isTold("Could not look for updates"));
     start("http://example.com/feed.xml");
-    requests = 0;
-    expectFailure();
+    updater->checkForUpdates();
+    EXPECT_TRUE(isTold("Could not look for updates"));
     EXPECT_EQ(requests, 0);
 }
 
 TEST_F(AppcastUpdaterTest, ByItselfAsksOnceADayUnlessToldNotToAndKeepsFailuresToItself) {
     delay = std::chrono::milliseconds(0);
     serve("not a feed");
-    start();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return requests == 1; }));
+    // A day ago, or in the future: the clock has been set back.
+    for (const int seconds : {86401, -1000}) {
+        startAfter(seconds);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return requests == 1; })) << seconds;
+    }
     start();
     QTest::qWait(100);
-    EXPECT_EQ(requests, 1);
+    EXPECT_EQ(requests, 0);
     EXPECT_FALSE(dialog());
-
-    // A day ago, or in the future: the clock has been set back.
-    for (const qint64 away : {-86401, 1000}) {
-        settings()->setValue("VGUpdaterLastCheck", QDateTime::currentSecsSinceEpoch() + away);
-        requests = 0;
-        start();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return requests == 1; })) << away;
-    }
     serveVersion("2.0");
-    settings()->setValue("VGUpdaterLastCheck", 0);
-    start();
-    EXPECT_TRUE(outcome().startsWith("A newer version"));
-
-    requests = 0;
+    startAfter(86401);
+    EXPECT_TRUE(isTold("A newer version"));
     updater->setAutomaticallyChecksForUpdates(false);
-    settings()->setValue("VGUpdaterLastCheck", 0);
-    start();
+    startAfter(86401);
     QTest::qWait(100);
     EXPECT_EQ(requests, 0);
 }

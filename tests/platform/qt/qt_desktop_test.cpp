@@ -40,7 +40,6 @@ protected:
     std::optional<std::string> saveAsList() {
         whenOpen<QFileDialog>([name = folder.filePath("list")](QFileDialog& panel) {
             EXPECT_EQ(panel.findChild<QLineEdit*>("fileNameEdit")->text(), "proposed.csv");
-            EXPECT_EQ(panel.nameFilters(), QStringList("Comma-separated values (*.csv)"));
             panel.selectFile(name);
             panel.findChild<QLineEdit*>("fileNameEdit")->setText(name);
             QMetaObject::invokeMethod(&panel, &QDialog::accept, Qt::QueuedConnection);
@@ -52,13 +51,8 @@ protected:
     QtDesktop desktop;
 };
 
-TEST_F(QtDesktopTest, ProposesANameAndAddsTheSuffix) {
+TEST_F(QtDesktopTest, AddsTheSuffixAndAsksBeforeReplacing) {
     EXPECT_EQ(saveAsList(), added);
-    whenOpen<QFileDialog>([](QFileDialog& panel) { panel.reject(); });
-    EXPECT_FALSE(desktop.chooseCsvFile("proposed.csv"));
-}
-
-TEST_F(QtDesktopTest, AsksBeforeReplacingTheNameWithTheAddedSuffix) {
     std::ofstream(added) << "existing";
     bool asked = false;
     whenOpen<QMessageBox>([&asked](QMessageBox& box) {

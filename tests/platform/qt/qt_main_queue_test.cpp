@@ -8,7 +8,6 @@
 #include <functional>
 #include <memory>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -61,9 +60,9 @@ TEST(QtMainQueue, MayEndInItsOwnJobOrOnAnotherThread) {
     EXPECT_TRUE(QTest::qWaitFor([&] { return ran; }));
     EXPECT_EQ(owned.use_count(), 1);
 
-    auto other = std::make_shared<QtMainQueue>();
-    other->post([owned] { FAIL() << "ran after the end"; });
-    std::thread([last = std::exchange(other, nullptr)]() mutable { last.reset(); }).join();
+    queue = std::make_shared<QtMainQueue>();
+    queue->post([owned] { FAIL() << "ran after the end"; });
+    std::thread([&] { queue.reset(); }).join();
     QCoreApplication::processEvents();
     EXPECT_EQ(owned.use_count(), 1);
 }
