@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QLabel>
-#include <QMenuBar>
 #include <QPointer>
 
 #include "tests/support/on_screen.h"
@@ -36,14 +35,6 @@ protected:
     QPointer<MainWindow> window;
 };
 
-TEST_F(MainWindowTest, HasRoomForItsContentBelowAMenuBar) {
-    open();
-    window->menuBar()->addMenu("File");
-    window->resize(1, 1);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(window->centralWidget()->size(), QSize(880, 540));
-}
-
 TEST_F(MainWindowTest, SaysWhatTheLastScanFound) {
     qputenv("TZ", "UTC");
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
@@ -55,23 +46,6 @@ TEST_F(MainWindowTest, SaysWhatTheLastScanFound) {
     QLocale::setDefault(QLocale::system());
     EXPECT_EQ(texts.replaceInStrings(QString(QChar(0x202f)), " "),
               QStringList({"1 items · 2 Intel files", "Last scan: May 9, 2026, 6:13 AM"}));
-}
-
-TEST_F(MainWindowTest, ShowsThePathOfAScanWithoutGrowingWider) {
-    fixture.settings->setFontDelta(8);
-    open();
-    window->resize(880, 540);
-    window->content().scanPressed();
-    EXPECT_EQ(status(), QStringList({"Scanning… 0 files", ""}));
-    auto& path = part<QLabel>(*window, "currentPath");
-    path.setText(QStringLiteral("/Library").repeated(100));
-    QCoreApplication::processEvents();
-    EXPECT_EQ(window->width(), 880);
-    EXPECT_EQ(path.font().pixelSize(), 21);
-    EXPECT_EQ(path.geometry().right(), 880 - 8 - 1);
-    window->content().scanner().stop();
-    EXPECT_EQ(status().size(), 2);
-    EXPECT_FALSE(path.isVisible());
 }
 
 TEST_F(MainWindowTest, ScansOnReturnWhereverTheFocusIs) {
