@@ -29,9 +29,8 @@ struct LinuxCodeSigningTest : testing::Test {
         const auto code = signing.staticCode(path);
         if (!code) return "no code";
         EXPECT_FALSE(code->isAnchoredToApple());
-        const auto information = code->signingInformation();
-        return information->leafCommonName.value_or("-") + "/" +
-               information->teamIdentifier.value_or("-");
+        const auto found = code->signingInformation().value();
+        return found.leafCommonName.value_or("-") + "/" + found.teamIdentifier.value_or("-");
     }
     std::string answerFor(const std::string& content) { return answer(tree.file("code", content)); }
     TemporaryTree tree;
@@ -54,12 +53,9 @@ TEST_F(LinuxCodeSigningTest, PrefersTheArmThenTheIntelImageOfAUniversalFile) {
     };
     const auto ppc = image(cpuPpc, "PPC");
     const auto intel = image(cpuX86_64, "INTEL");
-    const auto arm = image(cpuArm64, "ARM");
-    for (const bool wide : {false, true}) {
-        EXPECT_EQ(answerFor(universalFile({ppc, intel, arm}, wide)), "-/ARM");
-        EXPECT_EQ(answerFor(universalFile({ppc, intel}, wide)), "-/INTEL");
-        EXPECT_EQ(answerFor(universalFile({}, wide)), "no code");
-    }
+    EXPECT_EQ(answerFor(universalFile({ppc, intel, image(cpuArm64, "ARM")})), "-/ARM");
+    EXPECT_EQ(answerFor(universalFile({ppc, intel}, true)), "-/INTEL");
+    EXPECT_EQ(answerFor(universalFile({})), "no code");
 }
 
 TEST_F(LinuxCodeSigningTest, FindsTheTeamWhereTheVersionAllowsOne) {
@@ -86,11 +82,9 @@ TEST_F(LinuxCodeSigningTest, ReadsBundlesThroughTheirMainExecutableOrTheFilesBes
 }
 
 TEST_F(LinuxCodeSigningTest, NeverWaitsForANamedPipe) {
-    tree.folder("Example.app/Contents");
-    for (const auto* const pipe : {"pipe", "Example.app/Contents/Info.plist"}) {
-        ASSERT_EQ(mkfifo(tree.at(pipe).c_str(), 0600), 0);
-    }
-    EXPECT_EQ(answer(tree.at("pipe")), "no code");
+    const auto pipe = tree.folder("Example.app/Contents") + "/Info.plist";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(answer(pipe), "no code");
     EXPECT_EQ(answer(tree.at("Example.app")), "no code");
 }
 

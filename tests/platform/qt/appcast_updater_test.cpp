@@ -24,11 +24,9 @@ QByteArray feedOf(const QByteArray& items) {
 
 TEST(Appcast, ComparesVersionsPartByPart) {
     const QStringList ascending{"0.9", "1.0b2", "1.0-rc1", "1.0-rc10", "1", "1.2", "1.10"};
-    for (int i = 0; i < ascending.size(); ++i) {
-        for (int j = 0; j < ascending.size(); ++j) {
-            EXPECT_EQ(isNewer(ascending[i], ascending[j]), i > j)
-                << ascending[i].toStdString() << " " << ascending[j].toStdString();
-        }
+    for (int i = 1; i < ascending.size(); ++i) {
+        EXPECT_TRUE(isNewer(ascending[i], ascending[i - 1])) << i;
+        EXPECT_FALSE(isNewer(ascending[i - 1], ascending[i])) << i;
     }
     EXPECT_FALSE(isNewer("1.0.0", "1"));
     EXPECT_FALSE(isNewer("99999999999999999999", "0.1"));
@@ -103,13 +101,12 @@ protected:
         start();
     }
     static QWidget* dialog() { return QApplication::activeModalWidget(); }
-    /// Whether the dialog that comes up says this first. The button closes it, else its window.
-    static bool isTold(const char* what, const char* button = nullptr) {
+    /// Whether the dialog that comes up says this first. The button closes it.
+    static bool isTold(const char* what, const char* button = "ok") {
         EXPECT_TRUE(QTest::qWaitFor([] { return dialog() != nullptr; }));
         if (!dialog()) return false;
         const auto text = dialog()->findChild<QLabel*>()->text();
-        auto* const pressed = button ? dialog()->findChild<QPushButton*>(button) : nullptr;
-        pressed ? pressed->click() : static_cast<void>(dialog()->close());
+        dialog()->findChild<QPushButton*>(QLatin1String(button))->click();
         EXPECT_TRUE(QTest::qWaitFor([] { return dialog() == nullptr; }));
         return text.startsWith(what);
     }
@@ -155,7 +152,7 @@ TEST_F(AppcastUpdaterTest, ByItselfAsksOnceADayUnlessToldNotToAndKeepsFailuresTo
     EXPECT_FALSE(dialog());
     serveVersion("2.0");
     startAfter(86401);
-    EXPECT_TRUE(isTold("A newer version"));
+    EXPECT_TRUE(isTold("A newer version", "later"));
     updater->setAutomaticallyChecksForUpdates(false);
     startAfter(86401);
     QTest::qWait(100);
