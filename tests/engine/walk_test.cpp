@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 
@@ -97,10 +98,65 @@ TEST_F(WalkTest, PassesOverWhatIsExcludedHiddenLinkedOrNoFile) {
     EXPECT_EQ(found(), (Paths{"Developer/a", "Store.sqlite.bak", "caches/a"}));
 }
 
-TEST_F(WalkTest, KeepsEveryByteOfAName) {
+TEST_F(WalkTest, KeepsEveryByteOfANameAndGoesDeeperThanOnePathCanName) {
     const Paths names = {"Caf\xC3\xA9", "line\nbreak", std::string(255, 'n'), "\xFF\xFE"};
     for (const auto& name : names) tree.file(name, intel);
     EXPECT_EQ(found(), names);
+
+    const auto start = fs::current_path();
+    auto deepest = tree.folder("deep");
+    for (int depth = 0; depth < 40; ++depth) {
+        fs::current_path(depth == 0 ? deepest : names[2]);
+        fs::create_directory(names[2]);
+        deepest += "/" + names[2];
+    }
+    fs::copy_file(tree.at(names[0]), names[2] + "/bottom");
+    fs::current_path(start);
+    EXPECT_EQ(walked({tree.at("deep")}).paths(), Paths{deepest + "/bottom"});
+    // The standard library cannot remove what it cannot name.
+    EXPECT_EQ(system(("rm -rf '" + tree.at("deep") + "'").c_str()), 0);
+}
+
+/// As on systems whose listing brings the attributes along: they are never asked for.
+class ListingReader : public LinuxDirectoryReader {
+    struct ListingFolder : Folder {
+        explicit ListingFolder(std::unique_ptr<Folder> folder) : real(std::move(folder)) {}
+        void list(const std::function<bool(const FolderEntry&)>& visitor) override {
+            real->list([&](FolderEntry entry) {
+                if (entry.kind == EntryKind::file) {
+                    entry.attributes = real->attributes(entry.name.data());
+                }
+                return visitor(entry);
+            });
+        }
+        std::optional<FileAttributes> attributes(const char*) override { return std::nullopt; }
+        std::unique_ptr<HeaderFile> openFile(const char* name) override {
+            return real->openFile(name);
+        }
+        std::unique_ptr<Folder> real;
+    };
+
+public:
+    std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override {
+        return std::make_unique<ListingFolder>(LinuxDirectoryReader::open(path, links));
+    }
+};
+
+TEST_F(WalkTest, GivesEachFileTheAttributesThatItsListingBrought) {
+    for (int i = 0; i < 40; ++i) {
+        const auto name = std::to_string(i);
+        tree.file((i % 3 == 0 ? "." : "f") + name, intel + std::string(name.size(), 'x'));
+        tree.file("text" + name, name);
+        tree.folder("d" + name);
+    }
+    ListingReader listing;
+    const auto expected = walkedTree().hits;
+    EXPECT_EQ(expected.size(), 26U);
+    for (const auto& previous : {HitList(), expected}) {
+        RecordingListener listener;
+        walk(listing, {{tree.path()}, previous}, CancelFlag(), listener);
+        EXPECT_TRUE(sameHits(listener.hits, expected));
+    }
 }
 
 TEST_F(WalkTest, TakesRootsAsTheyAreGiven) {

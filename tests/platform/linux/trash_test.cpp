@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -97,6 +98,41 @@ TEST_F(LinuxTrashTest, RefusesATrashThatLeadsElsewhere) {
     EXPECT_TRUE(trash.moveToTrash(item));
     EXPECT_TRUE(LinuxCleanupTrash(home).plan({"/Library/a"}).error);
     EXPECT_TRUE(fs::exists(item));
+}
+
+TEST_F(LinuxTrashTest, GivesPlacesToAScriptAndForgetsWhatDidNotArrive) {
+    tree.file("data/Trash/files/b", "older");
+    LinuxCleanupTrash places(home);
+    const auto plan = places.plan({"/Library/a", "/Library/b", "/Library/x/a"});
+    ASSERT_EQ(plan.moves.size(), 3U);
+    EXPECT_EQ(plan.moves[0].folder, home + "/files");
+    EXPECT_EQ(plan.moves[1].newName, "b.2");
+    EXPECT_EQ(plan.moves[2].newName, "a.2");
+    tree.file("data/Trash/files/a.2", "arrived");
+    places.finish(plan);
+    EXPECT_EQ(systemFiles()->names(home + "/info"), std::vector<std::string>{"a.2.trashinfo"});
+    EXPECT_EQ(originOf("a.2"), "/Library/x/a");
+}
+
+TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
+    fs::permissions(tree.folder("runtime"), fs::perms::owner_all);
+    const auto inSession = [this](const std::string& commands) {
+        const auto said = tree.at("said");
+        const auto line = "XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() +
+                          "' XDG_RUNTIME_DIR='" + tree.at("runtime") +
+                          "' timeout 60 dbus-run-session -- sh -c '" + commands + "' 2>&- >" + said;
+        EXPECT_NE(std::system(line.c_str()), -1);
+        return contentOf(said);
+    };
+    if (inSession("gio list trash:/// && echo answers") != "answers\n") {
+        GTEST_SKIP() << "no such service here";
+    }
+    const auto path = tree.file("It's mine.app/inner", "content");
+    ASSERT_EQ(trash.moveToTrash(tree.at("It's mine.app")), std::nullopt);
+    const auto listed =
+        inSession("gio trash --list; gio trash --restore \"trash:///It%27s%20mine.app\"");
+    EXPECT_NE(listed.find(tree.at("It's mine.app")), std::string::npos) << listed;
+    EXPECT_EQ(contentOf(path), "content");
 }
 
 /// Whether this process may from now on mount what it likes, and nobody else sees it.

@@ -1,0 +1,24 @@
+#include <future>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "platform/system.h"
+
+namespace vestigo {
+namespace {
+
+TEST(BackgroundTasks, OfUtilityYieldToOthersWithTheThreadsTheyStart) {
+    std::promise<int> promise;
+    const auto tasks = systemTasks();
+    tasks->run(Priority::utility, [&promise] {
+        std::thread(atPriorityOfThisThread([&promise] {
+            promise.set_value(getpriority(PRIO_PROCESS, 0));
+        })).join();
+    });
+    EXPECT_GE(promise.get_future().get(), 10);
+}
+
+}  // namespace
+}  // namespace vestigo
