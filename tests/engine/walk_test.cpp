@@ -249,7 +249,7 @@ TEST_F(WalkTest, LosesNothingWithFewFileDescriptorsLeft) {
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
     const int next = dup(0);
     close(next);
-    for (const rlim_t left : {5, 24}) {
+    for (const rlim_t left : {5U, 24U}) {
         auto few = usual;
         few.rlim_cur = static_cast<rlim_t>(next) + left;
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);

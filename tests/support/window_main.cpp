@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#ifdef __SANITIZE_THREAD__
+#ifdef VESTIGO_SANITIZES_THREADS
 // The toolkit is not built with the sanitizer, which therefore cannot see how its threads wait for
 // each other; and it starts programs in a way that the sanitizer would end the test for.
 extern "C" const char* __tsan_default_options();
