@@ -1,7 +1,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <utility>
 
 #include <sys/mman.h>
 #include <sys/resource.h>
