@@ -30,6 +30,9 @@ public:
     std::optional<ItemKind> kind(const std::string& path) override {
         return real_->kind(disk_ + path);
     }
+    std::optional<ItemIdentity> identity(const std::string& path) override {
+        return real_->identity(disk_ + path);
+    }
     std::optional<std::string> resolved(const std::string& path) override {
         const auto real = real_->resolved(disk_ + path);
         // Nothing lies outside of this world.
@@ -71,8 +74,9 @@ public:
     DemoTrash(std::shared_ptr<Trash> real, std::string disk)
         : real_(std::move(real)), disk_(std::move(disk)) {}
 
-    std::optional<std::string> moveToTrash(const std::string& path) override {
-        return real_->moveToTrash(disk_ + path);
+    std::optional<std::string> moveToTrash(const std::string& path,
+                                           const ItemIdentity& item) override {
+        return real_->moveToTrash(disk_ + path, item);
     }
 
 private:

@@ -26,7 +26,9 @@ constexpr int removedGroups = 1'000;
 /// Takes everything at once. What it is given is never looked at.
 class InstantTrash : public Trash {
 public:
-    std::optional<std::string> moveToTrash(const std::string&) override { return std::nullopt; }
+    std::optional<std::string> moveToTrash(const std::string&, const ItemIdentity&) override {
+        return std::nullopt;
+    }
 };
 
 std::string rootOf(int group) {

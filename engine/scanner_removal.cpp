@@ -94,7 +94,9 @@ Scanner::Roots Scanner::keptRoots() const {
 std::optional<std::string> Scanner::moveToTrash(const std::string& path, const Roots& kept) {
     if (!services_.trash || !services_.files) return leftInPlace(path, "has no Trash to go to");
     if (auto why = refusal(path, kept)) return why;
-    return services_.trash->moveToTrash(path);
+    // What is gone is for the Trash to report.
+    const auto item = services_.files->identity(path).value_or(ItemIdentity());
+    return services_.trash->moveToTrash(path, item);
 }
 
 /// By its path, and by where that really leads.

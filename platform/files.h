@@ -16,6 +16,19 @@ enum class Access : std::uint8_t { ownerOnly, usual };
 
 enum class ItemKind : std::uint8_t { file, folder, link, other };
 
+/// What tells an item from another one that has taken its place. It stays the same when the item
+/// is renamed within its file system, and when what is in it changes.
+struct ItemIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t number = 0;  ///< Of the inode.
+    ItemKind kind = ItemKind::other;
+    /// When it was made, in nanoseconds since 1970; 0 where the file system does not tell. File
+    /// systems soon give the number of a removed item to a new one.
+    std::int64_t created = 0;
+
+    bool operator==(const ItemIdentity&) const = default;
+};
+
 /// A folder held for one at a time, among all programs that ask for it, until this ends.
 class FolderLock {
 public:
@@ -40,6 +53,9 @@ public:
     /// What lies at the path itself: a link there is not followed. Absent when there is nothing, or
     /// nothing that can be reached.
     [[nodiscard]] virtual std::optional<ItemKind> kind(const std::string& path) = 0;
+    /// Of the item at the path itself: a link there is not followed. Absent when there is nothing,
+    /// or nothing that can be reached.
+    [[nodiscard]] virtual std::optional<ItemIdentity> identity(const std::string& path) = 0;
     /// The path without links in it, as the file system spells it. Absent when it leads nowhere.
     [[nodiscard]] virtual std::optional<std::string> resolved(const std::string& path) = 0;
     /// The names in a folder, in the order the file system gives them, without "." and "..". Absent

@@ -2,8 +2,10 @@
 #include <cstdint>
 #include <cstdio>
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -11,6 +13,11 @@
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
+namespace {
+
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+
+}  // namespace
 
 bool flushToDisk(int file) {
     return retrying([file] { return ::fsync(file); }) == 0;
@@ -21,6 +28,22 @@ bool renameIfFree(int folder, const std::string& from, const std::string& to) {
     // Of the flag, or of the call itself.
     if (errno == EINVAL || errno == ENOSYS) errno = ENOTSUP;
     return false;
+}
+
+std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path) {
+    constexpr int look = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+    constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_BTIME;
+    struct statx status {};
+    if (retrying([&] { return ::statx(folder, path.c_str(), look, wanted, &status); }) != 0) {
+        return std::nullopt;
+    }
+    ItemIdentity item{.device = std::uint64_t{status.stx_dev_major} << 32U | status.stx_dev_minor,
+                      .number = status.stx_ino,
+                      .kind = itemKindByMode(status.stx_mode)};
+    if ((status.stx_mask & STATX_BTIME) != 0) {
+        item.created = status.stx_btime.tv_sec * nanosecondsPerSecond + status.stx_btime.tv_nsec;
+    }
+    return item;
 }
 
 void preferLargePages(std::string& buffer) {

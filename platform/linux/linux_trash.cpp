@@ -13,6 +13,7 @@
 
 #include "platform/linux/trash_folder.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/system_calls.h"
 
 namespace vestigo {
 namespace {
@@ -52,8 +53,8 @@ struct Item {
     [[nodiscard]] std::string path() const { return joined(folderPath, name); }
 };
 
-/// Absent with errno.
-std::optional<Item> findItem(const std::string& path) {
+/// Absent with errno: ESTALE when another item is there.
+std::optional<Item> findItem(const std::string& path, const ItemIdentity& expected) {
     Item item;
     item.name = path.substr(path.rfind('/') + 1);
     if (path.empty() || path.front() != '/' || path.find('\0') != path.npos || item.name.empty() ||
@@ -66,9 +67,10 @@ std::optional<Item> findItem(const std::string& path) {
     if (!real) return std::nullopt;
     item.folderPath = real.get();
     item.folder = Descriptor(::open(real.get(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status {};
-    if (!item.folder ||
-        ::fstatat(item.folder.get(), item.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    const auto found = item.folder ? itemIdentity(item.folder.get(), item.name) : std::nullopt;
+    if (!found) return std::nullopt;
+    if (*found != expected) {
+        errno = ESTALE;
         return std::nullopt;
     }
     return item;
@@ -149,9 +151,10 @@ std::optional<std::string> move(const Item& item, const std::string& homeTrash) 
 
 LinuxTrash::LinuxTrash(std::string homeTrash) : homeTrash_(std::move(homeTrash)) {}
 
-std::optional<std::string> LinuxTrash::moveToTrash(const std::string& path) {
-    const auto item = findItem(path);
-    const auto why = item ? move(*item, homeTrash_) : trashErrorText(errno);
+std::optional<std::string> LinuxTrash::moveToTrash(const std::string& path,
+                                                   const ItemIdentity& item) {
+    const auto found = findItem(path, item);
+    const auto why = found ? move(*found, homeTrash_) : trashErrorText(errno);
     if (!why) return std::nullopt;
     const auto name = path.substr(path.rfind('/') + 1);
     return "“" + (name.empty() ? path : name) + "” could not be moved to the Trash: " + *why + ".";
@@ -163,6 +166,7 @@ std::string trashErrorText(int error) {
         case EPERM: return "permission denied";
         case ENOENT:
         case ENOTDIR: return "it is no longer there";
+        case ESTALE: return "another item has taken its place";
         case EROFS: return "the disk is read-only";
         case ENOSPC:
         case EDQUOT: return "the disk is full";

@@ -16,7 +16,8 @@ public:
     /// `homeTrash`: "Trash" in the user's data folder.
     explicit LinuxTrash(std::string homeTrash);
 
-    [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path) override;
+    [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path,
+                                                         const ItemIdentity& item) override;
 
 private:
     std::string homeTrash_;

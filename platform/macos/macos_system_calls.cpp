@@ -28,6 +28,20 @@ bool renameIfFree(int folder, const std::string& from, const std::string& to) {
     return false;
 }
 
+std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path) {
+    struct stat status {};
+    if (retrying([&] { return ::fstatat(folder, path.c_str(), &status, AT_SYMLINK_NOFOLLOW); }) !=
+        0) {
+        return std::nullopt;
+    }
+    constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+    const auto& made = status.st_birthtimespec;
+    return ItemIdentity{.device = static_cast<std::uint64_t>(status.st_dev),
+                        .number = status.st_ino,
+                        .kind = itemKindByMode(status.st_mode),
+                        .created = made.tv_sec * nanosecondsPerSecond + made.tv_nsec};
+}
+
 /// The system sees to it by itself.
 void preferLargePages(std::string& /*buffer*/) {}
 

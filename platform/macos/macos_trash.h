@@ -7,7 +7,8 @@ namespace vestigo {
 
 class MacOSTrash : public Trash {
 public:
-    [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path) override;
+    [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path,
+                                                         const ItemIdentity& item) override;
 };
 
 }  // namespace vestigo

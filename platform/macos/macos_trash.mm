@@ -1,8 +1,10 @@
 #include "platform/macos/macos_trash.h"
 
 #include <Foundation/Foundation.h>
+#include <fcntl.h>
 
 #include "platform/macos/macos_file_url.h"
+#include "platform/posix/system_calls.h"
 
 namespace vestigo {
 namespace {
@@ -14,7 +16,13 @@ std::string descriptionOf(NSError* error) {
 
 }  // namespace
 
-std::optional<std::string> MacOSTrash::moveToTrash(const std::string& path) {
+std::optional<std::string> MacOSTrash::moveToTrash(const std::string& path,
+                                                   const ItemIdentity& item) {
+    const auto found = itemIdentity(AT_FDCWD, path);
+    if (found && *found != item) {
+        return "“" + path.substr(path.rfind('/') + 1) +
+               "” could not be moved to the Trash: another item has taken its place.";
+    }
     @autoreleasepool {
         NSURL* const url = fileUrlOf(path);
         if (!url) return descriptionOf(nil);

@@ -191,11 +191,12 @@ bool PosixFiles::copy(const std::string& from, const std::string& to) {
 }
 
 std::optional<ItemKind> PosixFiles::kind(const std::string& path) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0) return std::nullopt;
-    if (S_ISREG(status.st_mode)) return ItemKind::file;
-    if (S_ISDIR(status.st_mode)) return ItemKind::folder;
-    return S_ISLNK(status.st_mode) ? ItemKind::link : ItemKind::other;
+    const auto found = identity(path);
+    return found ? std::optional(found->kind) : std::nullopt;
+}
+
+std::optional<ItemIdentity> PosixFiles::identity(const std::string& path) {
+    return itemIdentity(AT_FDCWD, path);
 }
 
 std::optional<std::string> PosixFiles::resolved(const std::string& path) {

@@ -17,6 +17,7 @@ public:
     bool createFolders(const std::string& path) override;
     [[nodiscard]] bool copy(const std::string& from, const std::string& to) override;
     [[nodiscard]] std::optional<ItemKind> kind(const std::string& path) override;
+    [[nodiscard]] std::optional<ItemIdentity> identity(const std::string& path) override;
     [[nodiscard]] std::optional<std::string> resolved(const std::string& path) override;
     [[nodiscard]] std::optional<std::vector<std::string>> names(const std::string& folder) override;
     [[nodiscard]] bool isPrivateFolder(const std::string& path) override;

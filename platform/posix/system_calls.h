@@ -2,11 +2,14 @@
 // its own form of these.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 
+#include "platform/files.h"
 #include "platform/posix/descriptor.h"
 #include "platform/tasks.h"
 
@@ -18,6 +21,16 @@ namespace vestigo {
 /// Renames within a folder and replaces nothing. False with errno: ENOTSUP where the file system
 /// knows no such rename.
 [[nodiscard]] bool renameIfFree(int folder, const std::string& from, const std::string& to);
+
+/// Of an entry of an open folder, or of any path below it; a link there is not followed. Absent
+/// with errno.
+[[nodiscard]] std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path);
+
+[[nodiscard]] constexpr ItemKind itemKindByMode(mode_t mode) {
+    if (S_ISREG(mode)) return ItemKind::file;
+    if (S_ISDIR(mode)) return ItemKind::folder;
+    return S_ISLNK(mode) ? ItemKind::link : ItemKind::other;
+}
 
 /// Makes a large buffer quicker to fill for the first time, where the system can.
 void preferLargePages(std::string& buffer);

@@ -87,7 +87,7 @@ public:
 /// Takes everything, and says what; or fails as told.
 class FakeTrash : public Trash {
 public:
-    std::optional<std::string> moveToTrash(const std::string& path) override {
+    std::optional<std::string> moveToTrash(const std::string& path, const ItemIdentity&) override {
         if (failing.contains(path)) return "cannot move " + path;
         if (!error) taken.push_back(path);
         return error;

@@ -32,10 +32,13 @@ struct LinuxTrashTest : testing::Test {
         EXPECT_TRUE(info.starts_with(start)) << info;
         return info.substr(start.size(), info.find('\n', start.size()) - start.size());
     }
+    [[nodiscard]] auto move(const std::string& path) {
+        return trash.moveToTrash(path, systemFiles()->identity(path).value_or(ItemIdentity()));
+    }
     /// Moves a file of this path with each content.
     void moveToTrash(const std::string& path, const std::vector<std::string>& contents) {
         for (const auto& content : contents) {
-            EXPECT_EQ(trash.moveToTrash(tree.file(path, content)), std::nullopt);
+            EXPECT_EQ(move(tree.file(path, content)), std::nullopt);
         }
     }
 
@@ -51,6 +54,19 @@ TEST_F(LinuxTrashTest, KeepsTheItemWholeWithWhereItCameFrom) {
     EXPECT_EQ(trashed(name), "content");
     EXPECT_EQ(originOf(name), tree.at("caf%C3%A9%20100%25/it%27s%0A%FF.plist"));
     EXPECT_EQ(fs::status(home).permissions(), fs::perms{0700});
+}
+
+TEST_F(LinuxTrashTest, LeavesWhatHasTakenThePlaceOfTheItem) {
+    const auto path = tree.file("Foo.app", "shown");
+    const auto shown = systemFiles()->identity(path).value();
+    fs::rename(path, tree.at("elsewhere"));
+    tree.file("Foo.app", "another");
+    EXPECT_EQ(trash.moveToTrash(path, shown),
+              "“Foo.app” could not be moved to the Trash: another item has taken its place.");
+    EXPECT_EQ(contentOf(path), "another");
+    fs::rename(tree.at("elsewhere"), path);
+    EXPECT_EQ(trash.moveToTrash(path, shown), std::nullopt);
+    EXPECT_EQ(trashed("Foo.app"), "shown");
 }
 
 TEST_F(LinuxTrashTest, KeepsBothOfOneName) {
@@ -70,7 +86,7 @@ TEST_F(LinuxTrashTest, KeepsBothOfOneName) {
 TEST_F(LinuxTrashTest, MovesALinkAndNotWhereItLeads) {
     fs::create_symlink(tree.folder("real"), tree.at("way"));
     fs::create_symlink(tree.file("target", "stays"), tree.at("real/link"));
-    EXPECT_EQ(trash.moveToTrash(tree.at("way/link")), std::nullopt);
+    EXPECT_EQ(move(tree.at("way/link")), std::nullopt);
     EXPECT_TRUE(fs::is_symlink(home + "/files/link"));
     EXPECT_EQ(contentOf(tree.at("target")), "stays");
     EXPECT_EQ(originOf("link"), tree.at("real/link"));
@@ -78,12 +94,12 @@ TEST_F(LinuxTrashTest, MovesALinkAndNotWhereItLeads) {
 
 TEST_F(LinuxTrashTest, LeavesNothingBehindWhereItFails) {
     tree.file("folder/item");
-    EXPECT_EQ(trash.moveToTrash(tree.at("gone/item")),
+    EXPECT_EQ(move(tree.at("gone/item")),
               "“item” could not be moved to the Trash: it is no longer there.");
     tree.folder("data");
     for (const auto& path : {tree.at("data"), tree.at("folder/.."), std::string("/proc"),
                              std::string("folder"), std::string()}) {
-        EXPECT_TRUE(trash.moveToTrash(path)) << path;
+        EXPECT_TRUE(move(path)) << path;
     }
     EXPECT_TRUE(fs::is_empty(home + "/info"));
 }
@@ -92,10 +108,10 @@ TEST_F(LinuxTrashTest, RefusesATrashThatLeadsElsewhere) {
     const auto item = tree.file("item");
     tree.folder("data/Trash");
     fs::create_symlink(tree.folder("elsewhere"), home + "/files");
-    EXPECT_TRUE(trash.moveToTrash(item));
+    EXPECT_TRUE(move(item));
     fs::remove_all(home);
     tree.file("data/Trash", "a file");
-    EXPECT_TRUE(trash.moveToTrash(item));
+    EXPECT_TRUE(move(item));
     EXPECT_TRUE(LinuxCleanupTrash(home).plan({"/Library/a"}).error);
     EXPECT_TRUE(fs::exists(item));
 }
@@ -128,7 +144,7 @@ TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
         GTEST_SKIP() << "no such service here";
     }
     const auto path = tree.file("It's mine.app/inner", "content");
-    ASSERT_EQ(trash.moveToTrash(tree.at("It's mine.app")), std::nullopt);
+    ASSERT_EQ(move(tree.at("It's mine.app")), std::nullopt);
     const auto listed =
         inSession("gio trash --list; gio trash --restore \"trash:///It%27s%20mine.app\"");
     EXPECT_NE(listed.find(tree.at("It's mine.app")), std::string::npos) << listed;
@@ -169,7 +185,7 @@ struct OtherDiskTest : LinuxTrashTest {
 
 TEST_F(OtherDiskTest, HasATrashOfItsOwnAndUsesTheSharedOneOnlyWhereItIsSafe) {
     const auto shared = tree.folder("disk/.Trash");
-    EXPECT_EQ(trash.moveToTrash(item), std::nullopt);
+    EXPECT_EQ(move(item), std::nullopt);
     expectInTrash(own);
     EXPECT_TRUE(fs::is_empty(shared));
     ::chmod(shared.c_str(), 01777);
@@ -179,7 +195,7 @@ TEST_F(OtherDiskTest, HasATrashOfItsOwnAndUsesTheSharedOneOnlyWhereItIsSafe) {
 
 TEST_F(OtherDiskTest, NeverFollowsATrashThatIsALink) {
     fs::create_directory_symlink(tree.folder("disk/elsewhere"), own);
-    EXPECT_TRUE(trash.moveToTrash(item));
+    EXPECT_TRUE(move(item));
     EXPECT_TRUE(fs::exists(item));
 }
 
