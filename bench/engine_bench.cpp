@@ -34,7 +34,7 @@ private:
     class Program : public HeaderFile {
     public:
         explicit Program(bool native) : image_(machOImage({native ? Cpu::arm64 : Cpu::x86_64})) {}
-        [[nodiscard]] std::size_t readStart(std::span<std::byte> buffer) override {
+        [[nodiscard]] std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
             std::memcpy(buffer.data(), image_.data(), image_.size());
             return image_.size();
         }

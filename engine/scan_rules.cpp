@@ -70,10 +70,15 @@ bool isDatabaseName(std::string_view name) {
     });
 }
 
-FolderExclusions::FolderExclusions(std::string_view prefix) {
+FolderExclusions::FolderExclusions(std::string_view prefix,
+                                   std::span<const std::string> namedRoots) {
     const auto folder = prefix.substr(0, prefix.size() - 1);
     for (const auto place : excludedPlaces) {
-        everything_ = everything_ || liesUnder(folder, place);
+        const auto opens = [&](const std::string& root) {
+            return liesUnder(folder, root) && liesUnder(root, place);
+        };
+        everything_ =
+            everything_ || (liesUnder(folder, place) && std::ranges::none_of(namedRoots, opens));
         if (place.starts_with(prefix)) {
             const auto rest = place.substr(prefix.size());
             if (rest.find('/') == std::string_view::npos) names_.push_back(rest);

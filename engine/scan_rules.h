@@ -32,7 +32,9 @@ namespace vestigo {
 class FolderExclusions {
 public:
     /// `prefix` is what stands before an entry's name in its path: the folder and a "/".
-    explicit FolderExclusions(std::string_view prefix);
+    /// `namedRoots`: roots of the walk for which the places at or above them do not count.
+    explicit FolderExclusions(std::string_view prefix,
+                              std::span<const std::string> namedRoots = {});
 
     /// The folder itself lies in an excluded place, and so does everything in it.
     [[nodiscard]] bool everything() const { return everything_; }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -49,44 +50,71 @@ HitRef reuse(const HitRef& previous, const FileAttributes& now) {
     return hit;
 }
 
+/// Keeps the first path that could not be looked at. Thread-safe.
+class Unread {
+public:
+    void note(std::string path) {
+        const std::lock_guard lock(mutex_);
+        if (!path_) path_ = std::move(path);
+    }
+    [[nodiscard]] std::optional<std::string> path() const { return path_; }
+
+private:
+    std::mutex mutex_;
+    std::optional<std::string> path_;
+};
+
+/// What all threads of a walk share.
+struct Shared {
+    DirectoryReader& reader;
+    const PreviousHits& previous;
+    const std::vector<std::string>& namedRoots;
+    const CancelFlag& cancelled;
+    WalkQueue& queue;
+    Unread& unread;
+};
+
 /// One thread of the walk.
 class Worker {
 public:
-    Worker(DirectoryReader& reader, const PreviousHits& previous, const CancelFlag& cancelled,
-           WalkQueue& queue)
-        : reader_(reader), previous_(previous), cancelled_(cancelled), queue_(queue) {}
+    explicit Worker(const Shared& shared) : shared_(shared) {}
 
     void operator()() {
-        auto work = queue_.claim();
+        auto work = shared_.queue.claim();
         while (work) {
-            if (cancelled_.cancelled()) queue_.stop();
+            if (shared_.cancelled.cancelled()) shared_.queue.stop();
             work = std::visit([this](const auto& piece) { return done(piece); }, *work);
         }
     }
 
 private:
     std::optional<WalkQueue::Work> done(const WalkQueue::ListWork& work) {
-        return queue_.listed(work, listFolder(work));
+        return shared_.queue.listed(work, listFolder(work));
     }
     std::optional<WalkQueue::Work> done(const WalkQueue::ReadWork& work) {
-        return queue_.examined(work, examineFiles(work));
+        return shared_.queue.examined(work, examineFiles(work));
     }
 
     FolderListing listFolder(const WalkQueue::ListWork& work) const {
         FolderListing listing;
-        const FolderExclusions exclusions(work.path.ends_with('/') ? work.path : work.path + '/');
+        const FolderExclusions exclusions(work.path.ends_with('/') ? work.path : work.path + '/',
+                                          shared_.namedRoots);
         if (exclusions.everything()) return listing;
-        listing.folder = reader_.open(work.path, work.links);
-        if (!listing.folder) return listing;
-        listing.folder->list([&](const FolderEntry& entry) {
-            if (cancelled_.cancelled()) return false;
-            if (!entry.hidden && !exclusions.excludes(entry.name)) sort(entry, &listing);
+        listing.folder = shared_.reader.open(work.path, work.links);
+        const bool listed = listing.folder && listing.folder->list([&](const FolderEntry& entry) {
+            if (shared_.cancelled.cancelled()) return false;
+            if (!entry.hidden && !exclusions.excludes(entry.name)) sort(entry, work, &listing);
             return true;
         });
+        if (!listed) shared_.unread.note(work.path);
         return listing;
     }
 
-    static void sort(const FolderEntry& entry, FolderListing* listing) {
+    void sort(const FolderEntry& entry, const WalkQueue::ListWork& work,
+              FolderListing* listing) const {
+        if (entry.kind == EntryKind::unknown) {
+            shared_.unread.note(work.path + "/" + std::string(entry.name));
+        }
         if (entry.kind == EntryKind::folder) listing->subFolders.add(entry.name);
         if (entry.kind != EntryKind::file || isDatabaseName(entry.name)) return;
         listing->candidates.add(entry.name);
@@ -98,7 +126,7 @@ private:
     ExaminedFiles examineFiles(const WalkQueue::ReadWork& work) {
         ExaminedFiles result;
         path_ = *work.prefix;
-        for (auto i = work.first; i < work.last && !cancelled_.cancelled(); ++i) {
+        for (auto i = work.first; i < work.last && !shared_.cancelled.cancelled(); ++i) {
             const char* const name = work.listing->candidates[i];
             path_.replace(work.prefix->size(), std::string::npos, name);
             std::optional<FileAttributes> attributes;
@@ -112,34 +140,38 @@ private:
 
     /// The file at `path_`. Null when it is no Mach-O file.
     HitRef examine(Folder& folder, const char* name, std::optional<FileAttributes> attributes) {
-        if (const auto* const previous = previous_.find(path_)) {
+        if (const auto* const previous = shared_.previous.find(path_)) {
             if (!attributes) attributes = folder.attributes(name);
-            if (!attributes) return nullptr;
+            if (!attributes) return unread();
             if (auto hit = reuse(*previous, *attributes)) return hit;
         }
         const auto file = folder.openFile(name);
-        if (!file) return nullptr;
+        if (!file) return unread();
         auto archs = readArchs(*file);
         if (archs && !attributes) {
             // A file written between the reading and the asking would keep its old answer for as
             // long as these attributes hold, so what counts is read after them.
             attributes = file->attributes();
-            if (attributes) archs = readArchs(*file);
+            if (!attributes) return unread();
+            archs = readArchs(*file);
         }
-        if (!archs || !attributes) return nullptr;
+        if (!archs) return nullptr;
         return std::make_shared<const BinaryHit>(BinaryHit{
             path_, std::move(*archs), attributes->size, attributes->mtime, attributes->ctime});
     }
 
     std::optional<std::vector<std::string>> readArchs(HeaderFile& file) {
         const auto count = file.readStart(buffer_);
-        return machOArchs(std::span(buffer_).first(count));
+        if (!count) shared_.unread.note(path_);
+        return machOArchs(std::span(buffer_).first(count.value_or(0)));
     }
 
-    DirectoryReader& reader_;
-    const PreviousHits& previous_;
-    const CancelFlag& cancelled_;
-    WalkQueue& queue_;
+    HitRef unread() const {
+        shared_.unread.note(path_);
+        return nullptr;
+    }
+
+    const Shared& shared_;
     std::string path_;
     std::array<std::byte, machOHeaderBytes> buffer_{};
 };
@@ -155,21 +187,37 @@ std::vector<std::thread> startThreads(const Worker& worker, unsigned count) {
     return threads;
 }
 
+/// The roots that open a place which scans leave out, without a slash at their end.
+std::vector<std::string> rootsInExcludedPlaces(const WalkRequest& request) {
+    std::vector<std::string> roots;
+    if (!request.rootsAreNamed) return roots;
+    for (auto root : request.roots) {
+        while (root.size() > 1 && root.ends_with('/')) root.pop_back();
+        const auto holds = [&root](std::string_view place) { return liesUnder(root, place); };
+        if (std::ranges::any_of(excludedPrefixes(), holds)) roots.push_back(std::move(root));
+    }
+    return roots;
+}
+
 }  // namespace
 
-void walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag& cancelled,
-          WalkListener& listener) {
+WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag& cancelled,
+                 WalkListener& listener) {
     const PreviousHits previous(request.previous);
+    const auto namedRoots = rootsInExcludedPlaces(request);
     const auto wanted = request.threads ? request.threads : maxThreads;
     const auto openFolders = reader.maxOpenFolders();
     const auto count = std::min(wanted, openFolders);
     WalkQueue queue(request.roots, {count, openFolders}, listener);
     if (cancelled.cancelled()) queue.stop();
-    Worker worker(reader, previous, cancelled, queue);
+    Unread unread;
+    const Shared shared{reader, previous, namedRoots, cancelled, queue, unread};
+    Worker worker(shared);
     auto threads = startThreads(worker, count - 1);
     worker();
     for (auto& thread : threads) thread.join();
     queue.finish();
+    return {unread.path()};
 }
 
 }  // namespace vestigo

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,14 +27,24 @@ public:
 
 struct WalkRequest {
     std::vector<std::string> roots;
-    HitList previous;  ///< Of the scan before: a file in it that has not changed is not read again.
+    /// Of the scan before: a file in it that has not changed is not read again.
+    HitList previous = {};
     unsigned threads = 0;  ///< At most; 0: as many as help.
+    /// Someone named the roots: a place that scans leave out does not count for a root at or below
+    /// it. What else is left out stays out, below such a root too.
+    bool rootsAreNamed = false;
+};
+
+struct WalkOutcome {
+    /// The path of something that could not be listed, opened or read, or that is gone: the first
+    /// one found. Absent when everything could be looked at, as far as the walk came.
+    std::optional<std::string> unread;
 };
 
 /// Walks the roots in their order, the files of a folder before its sub-folders, both in the order
-/// of their listing. What cannot be listed or read is passed over. Blocking. When `cancelled`, it
-/// ends within a moment and reports what was found so far.
-void walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag& cancelled,
-          WalkListener& listener);
+/// of their listing. What cannot be listed or read is passed over and told at the end. Blocking.
+/// When `cancelled`, it ends within a moment and reports what was found so far.
+WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag& cancelled,
+                 WalkListener& listener);
 
 }  // namespace vestigo

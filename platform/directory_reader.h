@@ -12,7 +12,8 @@
 
 namespace vestigo {
 
-enum class EntryKind : std::uint8_t { file, folder, link, other };
+/// `unknown`: the system did not say, or the content lies in a cloud and looking would fetch it.
+enum class EntryKind : std::uint8_t { file, folder, link, other, unknown };
 
 /// Size in bytes; times in seconds since 2001-01-01 00:00:00 UTC. What is unknown is 0.
 struct FileAttributes {
@@ -34,9 +35,9 @@ struct FolderEntry {
 class HeaderFile {
 public:
     virtual ~HeaderFile() = default;
-    /// One read from the start of the file. The number of bytes read, 0 when there are none or the
-    /// read failed.
-    [[nodiscard]] virtual std::size_t readStart(std::span<std::byte> buffer) = 0;
+    /// One read from the start of the file. The number of bytes read, 0 when there are none; absent
+    /// when the read failed.
+    [[nodiscard]] virtual std::optional<std::size_t> readStart(std::span<std::byte> buffer) = 0;
     /// Absent when it is not a regular file or cannot be asked.
     [[nodiscard]] virtual std::optional<FileAttributes> attributes() = 0;
 };
@@ -47,8 +48,9 @@ class Folder {
 public:
     virtual ~Folder() = default;
     /// Calls the visitor for every entry but "." and "..", in the system's order, until it returns
-    /// false. An error ends the listing; what was listed before it counts.
-    virtual void list(const std::function<bool(const FolderEntry&)>& visitor) = 0;
+    /// false. An error ends the listing, and the result is then false; what was listed before it
+    /// counts.
+    [[nodiscard]] virtual bool list(const std::function<bool(const FolderEntry&)>& visitor) = 0;
     /// The attributes of an entry, never through a link. Absent when it is no regular file.
     [[nodiscard]] virtual std::optional<FileAttributes> attributes(const char* name) = 0;
     /// Opens an entry without following a link and without ever blocking (a FIFO gives a file with
@@ -62,9 +64,9 @@ enum class LinkRule : std::uint8_t { refuse, follow };
 class DirectoryReader {
 public:
     virtual ~DirectoryReader() = default;
-    /// Null when the path is no folder, cannot be opened, or lies on a pseudo file system of the
-    /// kernel. `links` says what to do when the path itself is a symbolic link. Paths may be longer
-    /// than the system's limit for one call.
+    /// Null when the path is no folder or cannot be opened. A folder on a pseudo file system of the
+    /// kernel lists nothing. `links` says what to do when the path itself is a symbolic link. Paths
+    /// may be longer than the system's limit for one call.
     [[nodiscard]] virtual std::unique_ptr<Folder> open(const std::string& path, LinkRule links) = 0;
     /// How many folders, each with one of its files, may be held open at a time.
     [[nodiscard]] virtual unsigned maxOpenFolders() const = 0;

@@ -15,6 +15,7 @@
 #include "platform/clock.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/folder_access.h"
+#include "platform/posix/retrying.h"
 
 namespace vestigo {
 namespace {
@@ -83,7 +84,7 @@ std::optional<FileAttributes> attributesOf(int folder, const char* name, int fla
 EntryKind kindByLook(int folder, const char* name) {
     struct statx info {};
     const int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
-    if (statx(folder, name, flags, STATX_TYPE, &info) != 0) return EntryKind::other;
+    if (statx(folder, name, flags, STATX_TYPE, &info) != 0) return EntryKind::unknown;
     return kindByMode(info.stx_mode);
 }
 
@@ -116,7 +117,7 @@ class LinuxHeaderFile : public HeaderFile {
 public:
     explicit LinuxHeaderFile(Descriptor file) : file_(std::move(file)) {}
 
-    std::size_t readStart(std::span<std::byte> buffer) override {
+    std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
         return vestigo::readStart(file_.get(), buffer);
     }
 
@@ -132,15 +133,16 @@ class LinuxFolder : public Folder {
 public:
     explicit LinuxFolder(Descriptor folder) : folder_(std::move(folder)) {}
 
-    void list(const std::function<bool(const FolderEntry&)>& visitor) override {
+    bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
         std::array<char, 32768> records;
         for (;;) {
-            const auto filled =
-                syscall(SYS_getdents64, folder_.get(), records.data(), records.size());
-            if (filled <= 0) return;
+            const auto filled = retrying([&] {
+                return syscall(SYS_getdents64, folder_.get(), records.data(), records.size());
+            });
+            if (filled <= 0) return filled == 0;
             for (std::size_t at = 0; at < static_cast<std::size_t>(filled);) {
                 const DirectoryRecord record(records.data() + at);
-                if (!visit(record, visitor)) return;
+                if (!visit(record, visitor)) return true;
                 at += record.length();
             }
         }
@@ -175,8 +177,8 @@ private:
 std::size_t openDescriptors() {
     std::size_t count = 0;
     LinuxFolder own(Descriptor(::open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
-    own.list([&count](const FolderEntry&) { return ++count, true; });
-    return count;
+    const bool whole = own.list([&count](const FolderEntry&) { return ++count, true; });
+    return whole ? count : 0;
 }
 
 }  // namespace
@@ -185,7 +187,8 @@ std::unique_ptr<Folder> LinuxDirectoryReader::open(const std::string& path, Link
     const int linkFlag = links == LinkRule::refuse ? O_NOFOLLOW : 0;
     constexpr int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
     auto folder = openFolderPatiently(path, flags | linkFlag, O_PATH | O_DIRECTORY);
-    if (!folder || isPseudoFileSystem(folder.get())) return nullptr;
+    if (!folder) return nullptr;
+    if (isPseudoFileSystem(folder.get())) return emptyFolder();
     return std::make_unique<LinuxFolder>(std::move(folder));
 }
 

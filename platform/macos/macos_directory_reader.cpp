@@ -61,7 +61,7 @@ class MacOSHeaderFile : public HeaderFile {
 public:
     explicit MacOSHeaderFile(Descriptor file) : file_(std::move(file)) {}
 
-    std::size_t readStart(std::span<std::byte> buffer) override {
+    std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
         return vestigo::readStart(file_.get(), buffer);
     }
 
@@ -79,7 +79,7 @@ class MacOSFolder : public Folder {
 public:
     explicit MacOSFolder(Descriptor folder) : folder_(std::move(folder)) {}
 
-    void list(const std::function<bool(const FolderEntry&)>& visitor) override {
+    bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
         struct attrlist wanted {};
         wanted.bitmapcount = ATTR_BIT_MAP_COUNT;
         wanted.commonattr = BatchRequest::common;
@@ -89,9 +89,13 @@ public:
             const int count =
                 ::getattrlistbulk(folder_.get(), &wanted, batch.data(), batch.size(), 0);
             if (count < 0 && errno == EINTR) continue;
-            if (count <= 0) return;
+            if (count <= 0) return count == 0;
             const auto visitEntry = [&](const BatchEntry& entry) { return visit(entry, visitor); };
-            if (!visitBatch(batch, static_cast<std::size_t>(count), visitEntry)) return;
+            switch (visitBatch(batch, static_cast<std::size_t>(count), visitEntry)) {
+                case BatchEnd::reached: break;
+                case BatchEnd::visitorStopped: return true;
+                case BatchEnd::malformed: return false;
+            }
         }
     }
 
@@ -113,10 +117,13 @@ private:
                const std::function<bool(const FolderEntry&)>& visitor) const {
         // Not every file system leaves these two out.
         if (entry.name == "." || entry.name == "..") return true;
-        FolderEntry found{.name = entry.name, .hidden = isHidden(entry), .attributes = {}};
+        FolderEntry found{.name = entry.name,
+                          .kind = EntryKind::unknown,
+                          .hidden = isHidden(entry),
+                          .attributes = {}};
         // A scan that fetched what is kept in a cloud would fill the disk.
         if (found.hidden || entry.failed || isElsewhere(entry)) return visitor(found);
-        found.kind = kindOf(entry).value_or(EntryKind::other);
+        found.kind = kindOf(entry).value_or(EntryKind::unknown);
         if (!entry.objectType) found.kind = kindByLook(entry.name.data());
         // A rescan compares these; where one is missing they are asked for in full.
         const bool whole = entry.dataLength && entry.modified && entry.created;
@@ -128,7 +135,7 @@ private:
     EntryKind kindByLook(const char* name) const {
         struct stat status {};
         if (::fstatat(folder_.get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-            return EntryKind::other;
+            return EntryKind::unknown;
         }
         return kindByMode(status.st_mode);
     }
@@ -152,7 +159,8 @@ std::unique_ptr<Folder> MacOSDirectoryReader::open(const std::string& path, Link
     const int linkFlag = links == LinkRule::refuse ? O_NOFOLLOW : 0;
     constexpr int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
     auto folder = openFolderPatiently(path, flags | linkFlag, flags);
-    if (!folder || isPseudoFileSystem(folder.get())) return nullptr;
+    if (!folder) return nullptr;
+    if (isPseudoFileSystem(folder.get())) return emptyFolder();
     return std::make_unique<MacOSFolder>(std::move(folder));
 }
 

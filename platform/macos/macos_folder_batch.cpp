@@ -85,16 +85,19 @@ bool decode(EntryFields fields, BatchEntry& entry) {
 
 }  // namespace
 
-bool visitBatch(std::span<const std::byte> bytes, std::size_t count,
-                const std::function<bool(const BatchEntry&)>& visitor) {
+BatchEnd visitBatch(std::span<const std::byte> bytes, std::size_t count,
+                    const std::function<bool(const BatchEntry&)>& visitor) {
     for (; count > 0; --count) {
         std::uint32_t length = 0;
-        if (!EntryFields(bytes).take(length) || length > bytes.size()) return false;
+        if (!EntryFields(bytes).take(length) || length > bytes.size()) {
+            return BatchEnd::malformed;
+        }
         BatchEntry entry;
-        if (!decode(EntryFields(bytes.first(length)), entry) || !visitor(entry)) return false;
+        if (!decode(EntryFields(bytes.first(length)), entry)) return BatchEnd::malformed;
+        if (!visitor(entry)) return BatchEnd::visitorStopped;
         bytes = bytes.subspan(length);
     }
-    return true;
+    return BatchEnd::reached;
 }
 
 std::optional<EntryKind> kindOf(const BatchEntry& entry) {

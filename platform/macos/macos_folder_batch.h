@@ -49,10 +49,13 @@ struct BatchRequest {
     static constexpr std::uint32_t dataLength = 0x00000200;  ///< Of the file attributes.
 };
 
-/// Calls the visitor for up to `count` entries, until it returns false. False when it did, or when
-/// an entry does not fit into the bytes or makes no sense; nothing is read beyond them.
-bool visitBatch(std::span<const std::byte> bytes, std::size_t count,
-                const std::function<bool(const BatchEntry&)>& visitor);
+/// `malformed`: an entry does not fit into the bytes or makes no sense.
+enum class BatchEnd : std::uint8_t { reached, visitorStopped, malformed };
+
+/// Calls the visitor for up to `count` entries, until it returns false. Nothing is read beyond the
+/// bytes.
+[[nodiscard]] BatchEnd visitBatch(std::span<const std::byte> bytes, std::size_t count,
+                                  const std::function<bool(const BatchEntry&)>& visitor);
 
 /// Absent when the file system did not say.
 [[nodiscard]] std::optional<EntryKind> kindOf(const BatchEntry& entry);

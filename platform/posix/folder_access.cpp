@@ -40,9 +40,20 @@ Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlag
     return openPatiently(at.get(), std::string(path).c_str(), flags);
 }
 
-std::size_t readStart(int file, std::span<std::byte> buffer) {
+std::optional<std::size_t> readStart(int file, std::span<std::byte> buffer) {
     const auto count = retrying([&] { return ::pread(file, buffer.data(), buffer.size(), 0); });
-    return count > 0 ? static_cast<std::size_t>(count) : 0;
+    if (count < 0) return std::nullopt;
+    return static_cast<std::size_t>(count);
+}
+
+std::unique_ptr<Folder> emptyFolder() {
+    class EmptyFolder : public Folder {
+        using Visitor = std::function<bool(const FolderEntry&)>;
+        bool list(const Visitor& /*visitor*/) override { return true; }
+        std::optional<FileAttributes> attributes(const char* /*name*/) override { return {}; }
+        std::unique_ptr<HeaderFile> openFile(const char* /*name*/) override { return nullptr; }
+    };
+    return std::make_unique<EmptyFolder>();
 }
 
 unsigned maxOpenFoldersBeside(std::size_t openDescriptors) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -19,8 +21,12 @@ namespace vestigo {
 /// folders on the way.
 [[nodiscard]] Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlags);
 
-/// The first bytes of an open file: as many as there are, at most the buffer's size.
-[[nodiscard]] std::size_t readStart(int file, std::span<std::byte> buffer);
+/// The first bytes of an open file: as many as there are, at most the buffer's size. Absent when
+/// they cannot be read.
+[[nodiscard]] std::optional<std::size_t> readStart(int file, std::span<std::byte> buffer);
+
+/// A folder in which nothing is listed, for those on pseudo file systems.
+[[nodiscard]] std::unique_ptr<Folder> emptyFolder();
 
 /// How many folders a scan may have open at once, each with a file in it, next to the descriptors
 /// that are open already; at least 1.

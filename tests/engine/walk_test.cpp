@@ -121,8 +121,8 @@ TEST_F(WalkTest, KeepsEveryByteOfANameAndGoesDeeperThanOnePathCanName) {
 class ListingReader : public LinuxDirectoryReader {
     struct ListingFolder : Folder {
         explicit ListingFolder(std::unique_ptr<Folder> folder) : real(std::move(folder)) {}
-        void list(const std::function<bool(const FolderEntry&)>& visitor) override {
-            real->list([&](FolderEntry entry) {
+        bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
+            return real->list([&](FolderEntry entry) {
                 if (entry.kind == EntryKind::file) {
                     entry.attributes = real->attributes(entry.name.data());
                 }
@@ -207,6 +207,90 @@ TEST_F(WalkTest, DoesNotReadUnchangedFilesAgain) {
     EXPECT_TRUE(walkedTree({first}).hits.empty());
 }
 
+/// Fails at what it is told to, for everything named "bad".
+class FailingReader : public LinuxDirectoryReader {
+    struct FailingFile : HeaderFile {
+        FailingFile(std::unique_ptr<HeaderFile> file, const std::string& fault)
+            : real(std::move(file)), failing(fault) {}
+        std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
+            return failing == "read" ? std::nullopt : real->readStart(buffer);
+        }
+        std::optional<FileAttributes> attributes() override {
+            return failing == "attributes" ? std::nullopt : real->attributes();
+        }
+        std::unique_ptr<HeaderFile> real;
+        const std::string& failing;
+    };
+    struct FailingFolder : Folder {
+        FailingFolder(std::unique_ptr<Folder> folder, bool bad, const std::string& fault)
+            : real(std::move(folder)), isBad(bad), failing(fault) {}
+        bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
+            const bool whole = real->list([&](FolderEntry entry) {
+                if (failing == "kind" && entry.name == "bad") entry.kind = EntryKind::unknown;
+                return visitor(entry);
+            });
+            return whole && !(isBad && failing == "list");
+        }
+        std::optional<FileAttributes> attributes(const char* name) override {
+            return fails("attributes", name) ? std::nullopt : real->attributes(name);
+        }
+        std::unique_ptr<HeaderFile> openFile(const char* name) override {
+            if (fails("open", name)) return nullptr;
+            auto file = real->openFile(name);
+            if (name == std::string_view("bad")) {
+                file = std::make_unique<FailingFile>(std::move(file), failing);
+            }
+            return file;
+        }
+        bool fails(std::string_view what, const char* name) const {
+            return failing == what && name == std::string_view("bad");
+        }
+        std::unique_ptr<Folder> real;
+        bool isBad;
+        const std::string& failing;
+    };
+
+public:
+    std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override {
+        const bool bad = path.ends_with("/bad");
+        auto folder = LinuxDirectoryReader::open(path, links);
+        if (!folder || (bad && fault == "folder")) return nullptr;
+        return std::make_unique<FailingFolder>(std::move(folder), bad, fault);
+    }
+    std::string fault;
+};
+
+TEST_F(WalkTest, TellsWhatItCouldNotLookAt) {
+    const auto file = tree.file("a/bad", intel);
+    tree.file("a/good", intel);
+    tree.file("b/bad/tool", intel);
+    tree.file("c/empty");
+    fs::create_symlink("nowhere", tree.at("c/link"));
+    ASSERT_EQ(mkfifo(tree.at("c/fifo").c_str(), 0600), 0);
+    const auto all = walkedTree().hits;
+    EXPECT_EQ(all.size(), 3U);
+    FailingReader failing;
+    const auto unreadAfter = [&](const char* fault, const HitList& previous, std::size_t hits) {
+        failing.fault = fault;
+        RecordingListener listener;
+        auto outcome = walk(failing, {{tree.path()}, previous}, CancelFlag(), listener);
+        EXPECT_EQ(listener.hits.size(), hits) << fault;
+        return outcome.unread;
+    };
+    EXPECT_EQ(unreadAfter("", {}, 3), std::nullopt);
+    for (const auto* const fault : {"open", "read", "attributes"}) {
+        EXPECT_EQ(unreadAfter(fault, {}, 2), file) << fault;
+    }
+    EXPECT_EQ(unreadAfter("attributes", all, 2), file);
+    EXPECT_EQ(unreadAfter("folder", {}, 2), tree.at("b/bad"));
+    EXPECT_EQ(unreadAfter("list", {}, 3), tree.at("b/bad"));
+    EXPECT_TRUE(unreadAfter("kind", {}, 1));
+    RecordingListener listener;
+    EXPECT_EQ(walk(failing, {{tree.at("missing")}}, CancelFlag(), listener).unread,
+              tree.at("missing"));
+    EXPECT_EQ(walk(failing, {{"/proc"}}, CancelFlag(), listener).unread, std::nullopt);
+}
+
 /// Cancels a walk from its twelfth folder on.
 class CancellingReader : public LinuxDirectoryReader {
 public:
@@ -274,6 +358,14 @@ TEST(FolderExclusions, ConcernAbsolutePlacesAsWholeComponents) {
         const FolderExclusions exclusions(prefix);
         EXPECT_EQ(exclusions.everything() || exclusions.excludes(name), expected) << prefix << name;
     }
+    const std::vector<std::string> named = {"/Volumes", "/Library/Developer/a"};
+    for (const auto& [prefix, everything] :
+         {std::pair{"/Volumes/", false}, std::pair{"/Volumes/Disk/", false},
+          std::pair{"/Library/Developer/a/b/", false}, std::pair{"/Library/Developer/c/", true},
+          std::pair{"/dev/", true}}) {
+        EXPECT_EQ(FolderExclusions(prefix, named).everything(), everything) << prefix;
+    }
+    EXPECT_TRUE(FolderExclusions("/Library/", named).excludes("Developer"));
 }
 
 }  // namespace
