@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 #include <thread>
@@ -14,6 +13,7 @@
 #include "platform/folder_cleanup_trash.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
+#include "tests/support/own_script.h"
 #include "tests/support/service_fakes.h"
 #include "tests/support/temporary_tree.h"
 
@@ -23,15 +23,17 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-/// Runs scripts as this user, or ends as told. Notes what was going on.
+/// Runs scripts of the tree as this user, or ends as told. Notes what was going on.
 class FakeAdministrator : public Administrator {
 public:
+    explicit FakeAdministrator(std::string tree) : tree_(std::move(tree)) {}
+
     AdministratorRun runScript(const std::string& script) override {
         if (++running > 1) overlapped = true;
         scripts.push_back(PosixFiles().read(script).value_or(""));
         permissions = fs::status(script).permissions();
-        const auto run = [&script] { return std::system(("/bin/sh '" + script + "'").c_str()); };
-        const auto result = answer ? *answer : AdministratorRun{run(), std::nullopt};
+        const auto result =
+            answer ? *answer : AdministratorRun{test::runInTree(script, tree_), std::nullopt};
         --running;
         return result;
     }
@@ -40,6 +42,9 @@ public:
     fs::perms permissions{};
     std::atomic<int> running = 0;
     std::atomic<bool> overlapped = false;
+
+private:
+    std::string tree_;
 };
 
 /// A window whose log tells all that was done, in order.
@@ -108,7 +113,8 @@ struct RemovalTest : testing::Test, RemovalWindow {
     std::shared_ptr<test::HeldTasks> tasks = std::make_shared<test::HeldTasks>();
     std::shared_ptr<test::FakeOwnerAuthentication> owner =
         std::make_shared<test::FakeOwnerAuthentication>();
-    std::shared_ptr<FakeAdministrator> administrator = std::make_shared<FakeAdministrator>();
+    std::shared_ptr<FakeAdministrator> administrator =
+        std::make_shared<FakeAdministrator>(tree.path());
     std::shared_ptr<PosixFiles> files = std::make_shared<PosixFiles>();
     AdministratorCleanupServices places{
         administrator, files, std::make_shared<FolderCleanupTrash>(trashFolder, files), temporary};
@@ -261,6 +267,21 @@ TEST_F(CleanupTest, LeavesProtectedItemsOutOfTheScript) {
               "“env” is protected by the system and was left in its place.");
     ASSERT_EQ(administrator->scripts.size(), 1U);
     EXPECT_EQ(administrator->scripts[0].find("env"), std::string::npos);
+}
+
+TEST_F(CleanupTest, TestsRunNoScriptOnWhatIsNotTheirs) {
+    fs::create_symlink("/usr/bin", tree.at("link"));
+    const auto script = tree.at("script");
+    for (const auto& command :
+         Lines{"mv '/usr/bin/env' x", "touch 'a'; mv '" + tree.at("link/env") + "' x",
+               "mv '" + tree.path() + "'/'../x' y", "cd /", "mv \"/usr\" x", "x=/usr"}) {
+        tree.file("script", "#!/bin/sh\nfalse || " + command + "\n");
+        EXPECT_EQ(test::runInTree(script, tree.path()), -1) << command;
+    }
+    tree.file("script", "#!/bin/sh\n[ \"$HOME\" = \"$PWD\" ] && rm '" + tree.at("link") +
+                            "' 2>/dev/null || true\nexit 5\n");
+    EXPECT_EQ(test::runInTree(script, tree.path()), 5);
+    EXPECT_FALSE(fs::is_symlink(tree.at("link")));
 }
 
 TEST(OsascriptArguments, NameTheScriptInQuotes) {
