@@ -23,8 +23,12 @@ bool flushToDisk(int file) {
     return retrying([file] { return ::fsync(file); }) == 0;
 }
 
-bool renameIfFree(int folder, const std::string& from, const std::string& to) {
-    if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+bool renameIfFree(int folder, const std::string& name, int newFolder, const std::string& newName) {
+    if (retrying([&] {
+            return ::renameat2(folder, name.c_str(), newFolder, newName.c_str(), RENAME_NOREPLACE);
+        }) == 0) {
+        return true;
+    }
     // Of the flag, or of the call itself.
     if (errno == EINVAL || errno == ENOSYS) errno = ENOTSUP;
     return false;

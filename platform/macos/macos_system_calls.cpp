@@ -22,8 +22,12 @@ bool flushToDisk(int file) {
            retrying([file] { return ::fsync(file); }) == 0;
 }
 
-bool renameIfFree(int folder, const std::string& from, const std::string& to) {
-    if (::renameatx_np(folder, from.c_str(), folder, to.c_str(), RENAME_EXCL) == 0) return true;
+bool renameIfFree(int folder, const std::string& name, int newFolder, const std::string& newName) {
+    if (retrying([&] {
+            return ::renameatx_np(folder, name.c_str(), newFolder, newName.c_str(), RENAME_EXCL);
+        }) == 0) {
+        return true;
+    }
     if (errno == EINVAL) errno = ENOTSUP;
     return false;
 }

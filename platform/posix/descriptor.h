@@ -1,10 +1,8 @@
-// Owners of what the system opens.
+// The owner of what the system opens.
 #pragma once
 
-#include <memory>
 #include <utility>
 
-#include <dirent.h>
 #include <unistd.h>
 
 namespace vestigo {
@@ -29,12 +27,5 @@ public:
 private:
     int number_ = -1;
 };
-
-struct CloseListing {
-    void operator()(DIR* listing) const { ::closedir(listing); }
-};
-
-/// What opendir(3) gives; null owns nothing.
-using Listing = std::unique_ptr<DIR, CloseListing>;
 
 }  // namespace vestigo

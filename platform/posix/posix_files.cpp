@@ -7,14 +7,14 @@
 #include <system_error>
 #include <utility>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/posix/atomic_file.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/listing.h"
 #include "platform/posix/retrying.h"
 #include "platform/posix/system_calls.h"
 
@@ -54,15 +54,6 @@ std::optional<std::string> readAll(int file) {
     return content;
 }
 
-bool writeAll(int file, std::string_view content) {
-    while (!content.empty()) {
-        const auto count = retrying([&] { return ::write(file, content.data(), content.size()); });
-        if (count < 0) return false;
-        content.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
 /// Locked as long as it is open.
 class OpenFolderLock : public FolderLock {
 public:
@@ -79,83 +70,45 @@ std::pair<std::string, std::string> split(const std::string& path) {
     return {path.substr(0, slash + 1), path.substr(slash + 1)};
 }
 
-/// A name that nobody can foresee. Empty when the system gives no random bytes.
-std::string unguessableName() {
-    unsigned char bytes[16];
-    if (::getentropy(bytes, sizeof bytes) != 0) return {};
-    std::string name = ".vestigo-";
-    for (const auto byte : bytes) {
-        constexpr std::string_view digits = "0123456789abcdef";
-        name += digits[byte >> 4U];
-        name += digits[byte & 0xFU];
-    }
-    return name;
+Descriptor openFolder(const std::string& path) {
+    return Descriptor(
+        retrying([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
 }
 
-/// A new file beside `path` that takes its place once it is whole. Gone when it never does.
+/// A new file beside `path` that takes its place, or its name if that is free, once it is whole.
 class Successor {
 public:
-    Successor(const std::string& path, Access access) : Successor(split(path), access) {}
-    ~Successor() {
-        if (!placed_ && file_) ::unlinkat(folder_.get(), temporary_.c_str(), 0);
+    Successor(const std::string& path, Access access)
+        : folder_(openFolder(split(path).first)),
+          name_(split(path).second),
+          file_(withoutOrphans(), access == Access::ownerOnly ? 0600 : 0666) {
+        if (access == Access::usual) keepPermissions();
     }
-    Successor(const Successor&) = delete;
-    Successor& operator=(const Successor&) = delete;
 
     /// Writes the content and waits until it is on the disk.
     [[nodiscard]] bool write(std::string_view content) {
-        return file_ && writeAll(file_.get(), content) && flushToDisk(file_.get());
+        return !name_.empty() && file_.write(content);
     }
-
-    [[nodiscard]] bool replace() {
-        const int folder = folder_.get();
-        return placed(::renameat(folder, temporary_.c_str(), folder, name_.c_str()) == 0);
-    }
-
-    [[nodiscard]] bool placeIfFree() {
-        const int folder = folder_.get();
-        if (placed(renameIfFree(folder, temporary_, name_))) return true;
-        // File systems without such a rename have links, which never overwrite either.
-        return errno == ENOTSUP &&
-               ::linkat(folder, temporary_.c_str(), folder, name_.c_str(), 0) == 0;
-    }
+    [[nodiscard]] bool replace() { return file_.replace(name_); }
+    [[nodiscard]] bool placeIfFree() { return file_.placeIfFree(folder_.get(), name_); }
 
 private:
-    Successor(std::pair<std::string, std::string> place, Access access)
-        : name_(std::move(place.second)),
-          temporary_(unguessableName()),
-          folder_(retrying(
-              [&] { return ::open(place.first.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); })),
-          file_(create(access)) {}
-
-    [[nodiscard]] int create(Access access) const {
-        if (!folder_ || name_.empty() || temporary_.empty()) return -1;
-        const mode_t mode = access == Access::ownerOnly ? 0600 : 0666;
-        const int file = retrying([&] {
-            return ::openat(folder_.get(), temporary_.c_str(),
-                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
-        });
+    /// What killed programs have left may be what fills the disk.
+    [[nodiscard]] int withoutOrphans() const {
+        if (folder_) removeOrphans(folder_.get());
+        return folder_.get();
+    }
+    void keepPermissions() const {
         struct stat old {};
-        if (file >= 0 && access == Access::usual &&
-            ::fstatat(folder_.get(), name_.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 &&
+        if (file_ && ::fstatat(folder_.get(), name_.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 &&
             S_ISREG(old.st_mode)) {
-            ::fchmod(file, old.st_mode & 0777U);
+            ::fchmod(file_.descriptor(), old.st_mode & 0777U);
         }
-        return file;
     }
 
-    bool placed(bool renamed) {
-        placed_ = renamed;
-        // The file is whole under either name, so a folder that cannot be flushed is no failure.
-        if (placed_) static_cast<void>(flushToDisk(folder_.get()));
-        return placed_;
-    }
-
-    std::string name_;
-    std::string temporary_;
     Descriptor folder_;
-    Descriptor file_;
-    bool placed_ = false;
+    std::string name_;
+    AtomicFile file_;
 };
 
 }  // namespace
@@ -174,13 +127,16 @@ bool PosixFiles::replace(const std::string& path, std::string_view content, Acce
 
 bool PosixFiles::exists(const std::string& path) {
     struct stat status {};
-    return ::stat(path.c_str(), &status) == 0;
+    return retrying([&] { return ::stat(path.c_str(), &status); }) == 0;
 }
 
 bool PosixFiles::createFolders(const std::string& path) {
     std::error_code error;
-    std::filesystem::create_directories(path, error);
-    return std::filesystem::is_directory(path, error);
+    do {
+        std::filesystem::create_directories(path, error);
+    } while (error == std::errc::interrupted);
+    struct stat status {};
+    return retrying([&] { return ::stat(path.c_str(), &status); }) == 0 && S_ISDIR(status.st_mode);
 }
 
 bool PosixFiles::copy(const std::string& from, const std::string& to) {
@@ -200,40 +156,30 @@ std::optional<ItemIdentity> PosixFiles::identity(const std::string& path) {
 }
 
 std::optional<std::string> PosixFiles::resolved(const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
-                                                           &std::free);
+    const std::unique_ptr<char, decltype(&std::free)> real(
+        retrying([&] { return ::realpath(path.c_str(), nullptr); }), &std::free);
     return real ? std::optional<std::string>(real.get()) : std::nullopt;
 }
 
 std::optional<std::vector<std::string>> PosixFiles::names(const std::string& folder) {
-    const Listing listing(::opendir(folder.c_str()));
-    if (!listing) return std::nullopt;
-    std::vector<std::string> result;
-    for (;;) {
-        errno = 0;
-        const auto* const entry = ::readdir(listing.get());
-        if (!entry) break;
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") result.emplace_back(name);
-    }
-    return errno == 0 ? std::optional(std::move(result)) : std::nullopt;
+    const auto open = openFolder(folder);
+    return open ? namesIn(open.get()) : std::nullopt;
 }
 
 bool PosixFiles::isPrivateFolder(const std::string& path) {
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-           status.st_uid == ::geteuid() && (status.st_mode & 077U) == 0;
+    return retrying([&] { return ::lstat(path.c_str(), &status); }) == 0 &&
+           S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() && (status.st_mode & 077U) == 0;
 }
 
 std::unique_ptr<FolderLock> PosixFiles::lockFolder(const std::string& path) {
-    Descriptor folder(
-        retrying([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    auto folder = openFolder(path);
     if (!folder || retrying([&] { return ::flock(folder.get(), LOCK_EX); }) != 0) return nullptr;
     return std::make_unique<OpenFolderLock>(std::move(folder));
 }
 
 bool PosixFiles::remove(const std::string& path) {
-    return ::unlink(path.c_str()) == 0;
+    return retrying([&] { return ::unlink(path.c_str()); }) == 0;
 }
 
 }  // namespace vestigo

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "platform/posix/descriptor.h"
+#include "platform/posix/listing.h"
 
 namespace vestigo {
 namespace {
@@ -25,14 +26,6 @@ constexpr int leaveUnmounted = 0;  // Only Linux has to be told.
 #endif
 
 constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
-
-/// With a descriptor of its own. Null when it cannot be read.
-Listing openListing(int folder) {
-    const int own = openat(folder, ".", asFolder);
-    Listing listing(own < 0 ? nullptr : fdopendir(own));
-    if (!listing && own >= 0) close(own);
-    return listing;
-}
 
 /// Reads destinations into a buffer that serves all links of a walk.
 class DestinationReader {

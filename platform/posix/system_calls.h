@@ -18,9 +18,11 @@ namespace vestigo {
 /// Waits until what was written lies on the disk. False when it may not.
 [[nodiscard]] bool flushToDisk(int file);
 
-/// Renames within a folder and replaces nothing. False with errno: ENOTSUP where the file system
-/// knows no such rename.
-[[nodiscard]] bool renameIfFree(int folder, const std::string& from, const std::string& to);
+/// Moves an entry of an open folder to a name in another one, or in the same, and replaces nothing.
+/// False with errno: EEXIST where the name is taken, ENOTSUP where the file system knows no such
+/// rename.
+[[nodiscard]] bool renameIfFree(int folder, const std::string& name, int newFolder,
+                                const std::string& newName);
 
 /// Of an entry of an open folder, or of any path below it; a link there is not followed. Absent
 /// with errno.

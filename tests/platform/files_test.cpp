@@ -4,11 +4,14 @@
 #include <future>
 #include <thread>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "platform/posix/descriptor.h"
 #include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
@@ -75,6 +78,27 @@ TEST_F(FilesTest, AKilledWriterLeavesTheOldOrTheNewFileWhole) {
         const auto found = files.read(path);
         ASSERT_TRUE(found == contents[0] || found == contents[1]) << "round " << round;
     }
+}
+
+TEST_F(FilesTest, ASaveRemovesWhatKilledSavesHaveLeftAndNothingElse) {
+    const auto named = [](char letter) { return ".vestigo-" + std::string(32, letter); };
+    tree.file(named('a'), "orphan");
+    const Descriptor alive(::open(tree.file(named('b')).c_str(), O_WRONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(alive.get(), LOCK_EX), 0);
+    tree.folder(named('c'));
+    fs::create_symlink(tree.file("target"), tree.at(named('d')));
+    ASSERT_EQ(::mkfifo(tree.at(named('e')).c_str(), 0600), 0);
+    for (const auto& name :
+         {named('A'), named('f') + "f", named('f').substr(1), named('f') + "~"}) {
+        tree.file(name);
+    }
+    // Only root can give a file to somebody else.
+    const bool isRoot = ::geteuid() == 0;
+    ASSERT_TRUE(!isRoot || ::chown(tree.file(named('0')).c_str(), 4711, 4711) == 0);
+    const auto before = entries();
+    EXPECT_TRUE(files.replace(tree.at("export.csv"), "new", Access::usual));
+    EXPECT_FALSE(fs::exists(tree.at(named('a'))));
+    EXPECT_EQ(entries(), before);
 }
 
 TEST_F(FilesTest, ReadsOnlyRegularFilesOfReasonableSize) {

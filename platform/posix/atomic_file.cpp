@@ -1,0 +1,135 @@
+#include "platform/posix/atomic_file.h"
+
+#include <cerrno>
+#include <optional>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/posix/listing.h"
+#include "platform/posix/retrying.h"
+#include "platform/posix/system_calls.h"
+
+namespace vestigo {
+namespace {
+
+constexpr std::string_view prefix = ".vestigo-";
+constexpr std::string_view digits = "0123456789abcdef";
+constexpr std::size_t randomBytes = 16;
+
+bool writeAll(int file, std::string_view content) {
+    while (!content.empty()) {
+        const auto count = retrying([&] { return ::write(file, content.data(), content.size()); });
+        if (count < 0) return false;
+        content.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+bool unlinkIn(int folder, const std::string& name) {
+    return retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }) == 0;
+}
+
+/// Whether an open file is a regular one of this user.
+bool isOwnFile(int file) {
+    struct stat status {};
+    return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
+}
+
+/// Whether an open file is still in the folder under this name.
+bool isStillNamed(int file, int folder, const std::string& name) {
+    struct stat open {};
+    struct stat named {};
+    return ::fstat(file, &open) == 0 &&
+           ::fstatat(folder, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
+void removeIfOrphan(int folder, const std::string& name) {
+    // Open for writing, as locks need it on network file systems; nothing waits for a FIFO.
+    const Descriptor file(retrying([&] {
+        return ::openat(folder, name.c_str(),
+                        O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    }));
+    if (!file || !isOwnFile(file.get())) return;
+    if (retrying([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) != 0) return;
+    // It may have been placed between the listing and the lock. No other file gets this name.
+    if (isStillNamed(file.get(), folder, name)) static_cast<void>(unlinkIn(folder, name));
+}
+
+}  // namespace
+
+std::string unguessableName() {
+    unsigned char bytes[randomBytes];
+    if (retrying([&] { return ::getentropy(bytes, sizeof bytes); }) != 0) return {};
+    std::string name(prefix);
+    for (const auto byte : bytes) (name += digits[byte >> 4U]) += digits[byte & 0xFU];
+    return name;
+}
+
+bool isUnguessableName(std::string_view name) {
+    return name.size() == prefix.size() + 2 * randomBytes && name.starts_with(prefix) &&
+           name.find_first_not_of(digits, prefix.size()) == name.npos;
+}
+
+void removeOrphans(int folder) {
+    for (const auto& name : namesIn(folder).value_or(std::vector<std::string>())) {
+        if (isUnguessableName(name)) removeIfOrphan(folder, name);
+    }
+}
+
+AtomicFile::AtomicFile(int folder, mode_t mode) : folder_(folder) {
+    create(mode);
+}
+
+AtomicFile::~AtomicFile() {
+    if (!placed_ && file_) static_cast<void>(unlinkIn(folder_, temporary_));
+}
+
+/// Whoever removes orphans may meet the file before it is locked, and remove it.
+void AtomicFile::create(mode_t mode) {
+    struct stat status {};
+    do {
+        temporary_ = unguessableName();
+        if (temporary_.empty()) return;
+        file_ = Descriptor(retrying([&] {
+            return ::openat(folder_, temporary_.c_str(),
+                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+        }));
+        // Where there are no locks, nobody removes orphans either.
+        if (file_) static_cast<void>(retrying([&] { return ::flock(file_.get(), LOCK_EX); }));
+    } while (file_ && ::fstat(file_.get(), &status) == 0 && status.st_nlink == 0);
+}
+
+bool AtomicFile::write(std::string_view content) {
+    return file_ && writeAll(file_.get(), content) && flushToDisk(file_.get());
+}
+
+bool AtomicFile::replace(const std::string& name) {
+    placed_ = file_ && retrying([&] {
+                           return ::renameat(folder_, temporary_.c_str(), folder_, name.c_str());
+                       }) == 0;
+    // The file is whole under either name, so a folder that cannot be flushed is no failure.
+    if (placed_) static_cast<void>(flushToDisk(folder_));
+    return placed_;
+}
+
+bool AtomicFile::placeIfFree(int folder, const std::string& name) {
+    if (!file_) return false;
+    placed_ = renameIfFree(folder_, temporary_, folder, name);
+    // File systems without such a rename may have links, which never overwrite either.
+    if (!placed_ && errno == ENOTSUP) {
+        placed_ = retrying([&] {
+                      return ::linkat(folder_, temporary_.c_str(), folder, name.c_str(), 0);
+                  }) == 0;
+        if (placed_) static_cast<void>(unlinkIn(folder_, temporary_));
+    }
+    if (placed_) static_cast<void>(flushToDisk(folder));
+    return placed_;
+}
+
+}  // namespace vestigo
