@@ -88,18 +88,26 @@ private:
               std::pair{"/Application Scripts/", ""}}) {
             offer({.path = own_ + before + id + after});
         }
-        offerEach(byHost_, own_ + "/Preferences/ByHost/", id + ".", "", false);
-        offerEach(ownAgents_, own_ + "/LaunchAgents/", id, ".plist", false);
-        offerEach(agents_, machine_ + "/LaunchAgents/", id, ".plist", true);
-        offerEach(daemons_, machine_ + "/LaunchDaemons/", id, ".plist", true);
-        offerEach(tools_, machine_ + "/PrivilegedHelperTools/", id, "", true);
+        // An identifier of one word ("com") begins the names of many makers' files. As a prefix it
+        // says no more than an application's name does, so its matches are called name matches
+        // too: the sheet then says that others may share them and why they are off.
+        const bool fuzzy = id.find('.') == id.npos;
+        offerEach(byHost_, own_ + "/Preferences/ByHost/", id + ".", "", {.path = {}, .fuzzy = fuzzy});
+        offerEach(ownAgents_, own_ + "/LaunchAgents/", id, ".plist", {.path = {}, .fuzzy = fuzzy});
+        const Leftover machineWide{.path = {}, .fuzzy = fuzzy, .system = true};
+        offerEach(agents_, machine_ + "/LaunchAgents/", id, ".plist", machineWide);
+        offerEach(daemons_, machine_ + "/LaunchDaemons/", id, ".plist", machineWide);
+        offerEach(tools_, machine_ + "/PrivilegedHelperTools/", id, "", machineWide);
     }
 
     void offerEach(const Listing& listing, const std::string& folder, std::string_view prefix,
-                   std::string_view suffix, bool system) {
+                   std::string_view suffix, const Leftover& kind) {
         for (const auto name : listing.beginningWith(prefix)) {
             if (!name.ends_with(suffix)) continue;
-            offer({.path = folder + std::string(name), .system = system});
+            offer({.path = folder + std::string(name),
+                   .fuzzy = kind.fuzzy,
+                   .system = kind.system,
+                   .on = !kind.fuzzy});
         }
     }
 

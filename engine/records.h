@@ -117,7 +117,7 @@ using SignatureMap = std::unordered_map<std::string, SignInfo, TextHash, std::eq
 /// A support file or folder of a bundle that is about to be removed.
 struct Leftover {
     std::string path;
-    bool fuzzy = false;   ///< Matched by the application's name rather than its identifier.
+    bool fuzzy = false;   ///< Matched by a name, which others may share.
     bool system = false;  ///< Needs administrator rights to remove.
     bool on = true;       ///< Will be removed; the user can toggle it.
 
