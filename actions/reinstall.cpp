@@ -10,6 +10,20 @@
 #include "engine/text.h"
 
 namespace vestigo {
+namespace {
+
+/// Whether moving the item would take the native Homebrew, or something in it, whatever links lead
+/// there from the item's path.
+bool takesNative(const std::string& path, const std::string& installation, Files& files) {
+    const auto takes = [](const std::string& item, const std::string& place) {
+        return liesUnder(item, place) || liesUnder(place, item);
+    };
+    const auto item = realPlace(path, files).value_or(path);
+    return takes(path, installation) ||
+           takes(item, files.resolved(installation).value_or(installation));
+}
+
+}  // namespace
 
 /// Goes with the reinstall; what comes later finds out by that. Main thread only, but to see
 /// whether it still is.
@@ -128,7 +142,7 @@ void Reinstall::confirmRemoveOldCopy(const std::string& path) {
 }
 
 void Reinstall::removeOldIntelCopy(const std::string& path) {
-    const auto message = liesUnder(path, services_.places.installation)
+    const auto message = takesNative(path, services_.places.installation, *services_.files)
                              ? leftInPlace(path, "belongs to the arm64 Homebrew")
                              : services_.trashPath(path);
     if (message) {

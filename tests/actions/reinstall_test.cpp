@@ -145,12 +145,24 @@ TEST_F(ReinstallTest, ChangesNothingWithoutConfirmationOrWindow) {
     }
 }
 
+TEST_F(ReinstallTest, LeavesTheNativeBuildWhateverLinksLeadThere) {
+    owner_->canAsk = false;
+    const auto native = tree_.folder("native/Cellar/wget");
+    const auto kept =
+        "\nTrash failed: “wget” belongs to the arm64 Homebrew and was left in its place.";
+    runner().confirmRemoveOldCopy(native);
+    fs::create_symlink(tree_.at("native/Cellar"), tree_.at("Cellar"));
+    runner().confirmRemoveOldCopy(oldCopy_);
+    fs::rename(tree_.at("native"), tree_.at("elsewhere"));
+    fs::create_symlink(tree_.at("elsewhere"), tree_.at("native"));
+    runner().confirmRemoveOldCopy(tree_.at("elsewhere/Cellar/wget"));
+    EXPECT_TRUE(fs::exists(native));
+    EXPECT_EQ(window_.log, std::string(kept) + kept + kept);
+}
+
 TEST_F(ReinstallTest, RemovesTheOldCopyWithItsLinksAndNothingWhereThatFails) {
     owner_->canAsk = false;
-    tree_.folder("native/Cellar/wget");
     makeOldCopy();
-    runner().confirmRemoveOldCopy(tree_.at("native/Cellar/wget"));
-    EXPECT_TRUE(fs::exists(tree_.at("native/Cellar/wget")));
     runner().confirmRemoveOldCopy(oldCopy_);
     EXPECT_FALSE(fs::exists(oldCopy_) || fs::is_symlink(tree_.at("bin/wget")));
     makeOldCopy();
@@ -158,10 +170,8 @@ TEST_F(ReinstallTest, RemovesTheOldCopyWithItsLinksAndNothingWhereThatFails) {
     runner().confirmRemoveOldCopy(oldCopy_);
     EXPECT_TRUE(fs::is_symlink(tree_.at("bin/wget")));
     const auto moved = "\nMoved " + oldCopy_ + " to Trash.";
-    EXPECT_EQ(window_.log,
-              "\nTrash failed: “wget” belongs to the arm64 Homebrew and was left in its place." +
-                  moved + "\nCleaned 1 dead symlink. You can close this." +
-                  "\nTrash failed: There is no such item.");
+    EXPECT_EQ(window_.log, moved + "\nCleaned 1 dead symlink. You can close this." +
+                               "\nTrash failed: There is no such item.");
 }
 
 }  // namespace
