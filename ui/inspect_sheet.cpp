@@ -109,7 +109,7 @@ void InspectSheet::changeEvent(QEvent* event) {
 
 void InspectSheet::show(InspectedBundle bundle) {
     bundle_ = std::move(bundle);
-    setWindowTitle(shown(bundle_.title));
+    setWindowTitle(plainTitle(shown(bundle_.title)));
     title_.setText(shown(bundle_.title));
     summary_.setText(shown(bundle_.summary));
     fillList();

@@ -41,8 +41,8 @@ public:
     QVariant data(const QModelIndex& index, int role) const override {
         const auto& shownLine = line(index);
         switch (role) {
-            case Qt::DisplayRole:
-            case Qt::ToolTipRole: return shown(shownLine.path);
+            case Qt::DisplayRole: return shown(shownLine.path);
+            case Qt::ToolTipRole: return plainToolTip(shown(shownLine.path));
             case Qt::AccessibleTextRole: return spoken(shownLine);
             case Qt::CheckStateRole:
                 if (!shownLine.on) return {};

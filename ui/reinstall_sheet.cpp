@@ -148,7 +148,7 @@ void ReinstallSheet::showProgress() {
 void ReinstallSheet::showRemoval() {
     const auto oldCopy = content_.removableOldCopy();
     oldCopy_->setText(shown(oldCopy.value_or("")));
-    oldCopy_->setToolTip(oldCopy_->text());
+    setPlainToolTip(*oldCopy_, oldCopy_->text());
     for (auto* const part : removal_) part->setVisible(oldCopy.has_value());
 }
 

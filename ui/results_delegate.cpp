@@ -163,13 +163,8 @@ bool ResultsDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
     const auto symbolArea = parts.button.united(parts.symbol);
     const bool onSymbol = cell.symbol && symbolArea.contains(event->pos());
     const auto help = shown(onSymbol ? cell.symbol->help : std::string_view(cell.help));
-    // As rich text, which breaks into lines; a path may hold what looks like a tag.
-    const auto text =
-        help.isEmpty()
-            ? help
-            : QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(help.toHtmlEscaped());
     const auto area = onSymbol ? symbolArea.toAlignedRect() : option.rect;
-    QToolTip::showText(event->globalPos(), text, view->viewport(), area);
+    QToolTip::showText(event->globalPos(), plainToolTip(help), view->viewport(), area);
     return true;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QWidget>
 #include <string_view>
 
 namespace vestigo {
@@ -9,6 +10,24 @@ namespace vestigo {
 /// For showing only: bytes that are no UTF-8 become replacement characters.
 [[nodiscard]] inline QString shown(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+/// A tooltip that shows exactly this text, broken into lines. Qt takes a tooltip for rich text when
+/// it looks like it, and the name of a file may.
+[[nodiscard]] inline QString plainToolTip(const QString& text) {
+    if (text.isEmpty()) return text;
+    return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(text.toHtmlEscaped());
+}
+
+/// The same for a whole widget, which a screen reader would describe by its tooltip's marks.
+inline void setPlainToolTip(QWidget& widget, const QString& text) {
+    widget.setToolTip(plainToolTip(text));
+    widget.setAccessibleDescription(text);
+}
+
+/// A window's title that is shown as it is: Qt has a placeholder of its own in titles.
+[[nodiscard]] inline QString plainTitle(QString text) {
+    return text.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
 }
 
 }  // namespace vestigo

@@ -28,10 +28,12 @@ std::optional<std::string> bytesOf(const QString& path) {
 }
 
 bool confirmsReplacing(const QString& path) {
-    return QMessageBox::warning(
-               QApplication::activeWindow(), QObject::tr("Save"),
-               QObject::tr("%1 already exists.\nDo you want to replace it?").arg(path),
-               QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
+    QMessageBox question(QMessageBox::Warning, QObject::tr("Save"),
+                         QObject::tr("%1 already exists.\nDo you want to replace it?").arg(path),
+                         QMessageBox::Yes | QMessageBox::No, QApplication::activeWindow());
+    question.setTextFormat(Qt::PlainText);
+    question.setDefaultButton(QMessageBox::No);
+    return question.exec() == QMessageBox::Yes;
 }
 
 }  // namespace

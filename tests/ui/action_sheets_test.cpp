@@ -1,6 +1,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QTextDocumentFragment>
 
 #include "tests/support/on_screen.h"
 #include "tests/support/temporary_tree.h"
@@ -11,6 +12,12 @@ namespace vestigo::test {
 namespace {
 
 using Texts = std::vector<std::string>;
+
+/// What a tooltip says once it is drawn.
+QString drawn(const QString& toolTip) {
+    if (!Qt::mightBeRichText(toolTip)) return toolTip;
+    return QTextDocumentFragment::fromHtml(toolTip).toPlainText();
+}
 
 class DeleteSheetTest : public SheetsTest {
 protected:
@@ -101,6 +108,15 @@ TEST_F(DeleteSheetTest, CancelRemovesNothingAndForgetsTheChoices) {
     EXPECT_EQ(fixture.authentication->reasons.size(), 2U);
 }
 
+TEST_F(DeleteSheetTest, ShowsPathsAsTheyAreWhateverTheyLookLike) {
+    const auto path = tree.file("<b>x</b> &amp;  y.app");
+    fixture.found(path);
+    show();
+    auto& dialog = open({path});
+    const auto line = list(dialog, "groups").model()->index(0, 0);
+    EXPECT_EQ(drawn(line.data(Qt::ToolTipRole).toString()).toStdString(), path);
+}
+
 TEST_F(DeleteSheetTest, LeftoversGoFromTheListWithTheirApplication) {
     show();
     auto& dialog = open({tree.at("Foo.app"), tree.at("tool")});
@@ -142,7 +158,7 @@ protected:
         refresher->flush();
     }
 
-    const std::string root = "/usr/local/Cellar/wget/1.2/bin/wget";
+    const std::string root = "/usr/local/Cellar/wget<b>/1.2/bin/wget";
     TemporaryTree tree;
 };
 
@@ -150,7 +166,7 @@ TEST_F(ReinstallSheetTest, RunsTheCommandThatItShows) {
     show();
     auto& dialog = open();
     EXPECT_EQ(part<QLabel>(dialog, "command").text(),
-              "arch -arm64 /opt/homebrew/bin/brew reinstall wget");
+              "arch -arm64 /opt/homebrew/bin/brew reinstall wget<b>");
     key(dialog, Qt::Key_Return);
     EXPECT_TRUE(logOn(dialog).startsWith("arm64 Homebrew not found at /opt/homebrew.\nInstall"));
     EXPECT_TRUE(fixture.processes->started.empty());
@@ -163,7 +179,7 @@ TEST_F(ReinstallSheetTest, RunsTheCommandThatItShows) {
     fixture.processes->print("==> Fetching ü\n");
     reportEnd(1);
     EXPECT_EQ(logOn(dialog),
-              "$ arch -arm64 brew reinstall wget\n==> Fetching ü\n\nFinished. Exit code 1.");
+              "$ arch -arm64 brew reinstall wget<b>\n==> Fetching ü\n\nFinished. Exit code 1.");
     EXPECT_TRUE(part(dialog, "run").isEnabled());
     EXPECT_FALSE(part(dialog, "removeOldCopy").isVisible());
 }
@@ -177,15 +193,16 @@ TEST_F(ReinstallSheetTest, OffersTheOldCopyAlsoWhenItWasClosedMeanwhile) {
     EXPECT_FALSE(sheet("reinstall"));
     reportEnd(0);
     auto& second = open();
+    EXPECT_EQ(drawn(part(second, "oldCopy").toolTip()), "/usr/local/Cellar/wget<b>");
     click(part(second, "removeOldCopy"));
     EXPECT_EQ(fixture.authentication->reasons, Texts{"confirm removing the old Intel build"});
     fixture.authentication->answer(true);
     fixture.settle();
     refresher->flush();
-    EXPECT_EQ(fixture.trash->taken, Texts{"/usr/local/Cellar/wget"});
+    EXPECT_EQ(fixture.trash->taken, Texts{"/usr/local/Cellar/wget<b>"});
     EXPECT_EQ(content().groupCount(), 0U);
     EXPECT_EQ(logOn(second),
-              "\nMoved /usr/local/Cellar/wget to Trash.\nCleaned 0 dead symlinks. You can close "
+              "\nMoved /usr/local/Cellar/wget<b> to Trash.\nCleaned 0 dead symlinks. You can close "
               "this.");
 }
 

@@ -56,7 +56,7 @@ TEST_F(QtDesktopTest, AddsTheSuffixAndAsksBeforeReplacing) {
     std::ofstream(added) << "existing";
     bool asked = false;
     whenOpen<QMessageBox>([&asked](QMessageBox& box) {
-        asked = true;
+        asked = box.textFormat() == Qt::PlainText;
         box.button(QMessageBox::Yes)->click();
     });
     EXPECT_EQ(saveAsList(), added);
