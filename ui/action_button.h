@@ -10,6 +10,14 @@
 
 namespace vestigo {
 
+/// Whether Return presses the button that has the focus, as is usual on Linux. Else, and from
+/// anywhere but a button, it presses the default button.
+#ifdef Q_OS_MACOS
+inline constexpr bool returnPressesFocusedButton = false;
+#else
+inline constexpr bool returnPressesFocusedButton = true;
+#endif
+
 enum class ButtonRole : std::uint8_t { plain, destructive };
 
 /// A text, with a symbol before it where it has one. A destructive button shows them in red while

@@ -2,9 +2,13 @@
 
 #include <QBoxLayout>
 #include <QKeyEvent>
+#include <QPushButton>
 #include <QScreen>
 #include <QShowEvent>
+#include <QToolButton>
 #include <utility>
+
+#include "ui/action_button.h"
 
 namespace vestigo {
 namespace {
@@ -18,6 +22,14 @@ QWidget* divider(QWidget* parent) {
     line->setAutoFillBackground(true);
     line->setBackgroundRole(QPalette::Mid);
     return line;
+}
+
+/// Null when the focus is on something that is only ticked, chosen or looked at.
+QAbstractButton* focusedButton(const QWidget& window) {
+    auto* const focused = window.focusWidget();
+    const bool pressable =
+        qobject_cast<QPushButton*>(focused) || qobject_cast<QToolButton*>(focused);
+    return pressable ? static_cast<QAbstractButton*>(focused) : nullptr;
 }
 
 }  // namespace
@@ -78,7 +90,12 @@ void MainWindow::keyPressEvent(QKeyEvent* event) {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
     if (!isReturn || !plain) return QMainWindow::keyPressEvent(event);
-    if (!event->isAutoRepeat()) content_.scanPressed();
+    if (event->isAutoRepeat()) return;
+    if (auto* const button = focusedButton(*this); button && returnPressesFocusedButton) {
+        button->click();
+    } else {
+        content_.scanPressed();
+    }
 }
 
 }  // namespace vestigo

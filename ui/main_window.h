@@ -17,8 +17,8 @@
 namespace vestigo {
 
 /// Owns its model and with it an engine. Deletes itself when closed, also in the middle of a scan,
-/// which then ends by itself. Return scans wherever the focus is, unless what has it takes the key.
-/// The menu bar is left to whoever opens the window.
+/// which then ends by itself. Return scans wherever the focus is, unless that is on a button (not
+/// on a Mac) or what has it takes the key. The menu bar is left to whoever opens the window.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:

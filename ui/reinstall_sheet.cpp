@@ -142,6 +142,8 @@ void ReinstallSheet::showLog() {
 
 void ReinstallSheet::showProgress() {
     for (auto* const part : progress_) part->setVisible(content_.updating());
+    // A disabled button would pass its focus on to "Close", which a second Return would then press.
+    if (content_.updating() && run_->hasFocus()) log_->setFocus();
     run_->setEnabled(!content_.updating());
 }
 

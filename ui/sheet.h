@@ -48,7 +48,7 @@ protected:
     /// Warns by its colour.
     QPushButton& addDestructiveButton(QHBoxLayout& row, const char* name, const QString& text,
                                       std::optional<Symbol> symbol, std::function<void()> action);
-    /// The one that Return presses.
+    /// The one that Return presses from anywhere but another button (on a Mac, also from there).
     static void makeDefault(QPushButton& button);
 
 private:

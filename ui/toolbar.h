@@ -15,7 +15,7 @@
 namespace vestigo {
 
 /// Starts and stops scans, chooses what is scanned and shown, removes and exports. "Scan" is drawn
-/// as the default button; the window brings it the Return key.
+/// as the default button; the window brings it, or the focused button, the Return key.
 class Toolbar : public QWidget {
     Q_OBJECT
 public:
