@@ -92,7 +92,8 @@ private:
         // says no more than an application's name does, so its matches are called name matches
         // too: the sheet then says that others may share them and why they are off.
         const bool fuzzy = id.find('.') == id.npos;
-        offerEach(byHost_, own_ + "/Preferences/ByHost/", id + ".", "", {.path = {}, .fuzzy = fuzzy});
+        offerEach(byHost_, own_ + "/Preferences/ByHost/", id + ".", "",
+                  {.path = {}, .fuzzy = fuzzy});
         offerEach(ownAgents_, own_ + "/LaunchAgents/", id, ".plist", {.path = {}, .fuzzy = fuzzy});
         const Leftover machineWide{.path = {}, .fuzzy = fuzzy, .system = true};
         offerEach(agents_, machine_ + "/LaunchAgents/", id, ".plist", machineWide);
