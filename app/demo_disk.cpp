@@ -15,8 +15,8 @@ public:
     Reader(std::shared_ptr<DirectoryReader> real, std::string disk)
         : real_(std::move(real)), disk_(std::move(disk)) {}
 
-    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override {
-        return real_->open(disk_ + path, links);
+    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path) override {
+        return real_->open(disk_ + path);
     }
     [[nodiscard]] unsigned maxOpenFolders() const override { return real_->maxOpenFolders(); }
 

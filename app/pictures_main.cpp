@@ -28,13 +28,37 @@
 namespace vestigo {
 namespace {
 
+constexpr auto openingTime = std::chrono::milliseconds(30);
+
+class LeisurelyFolder : public Folder {
+public:
+    explicit LeisurelyFolder(std::unique_ptr<Folder> real) : real_(std::move(real)) {}
+    bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
+        return real_->list(visitor);
+    }
+    std::optional<FileAttributes> attributes(const char* name) override {
+        return real_->attributes(name);
+    }
+    std::unique_ptr<HeaderFile> openFile(const char* name) override {
+        return real_->openFile(name);
+    }
+    std::unique_ptr<Folder> openFolder(std::string_view path) override {
+        std::this_thread::sleep_for(openingTime);
+        return real_->openFolder(path);
+    }
+
+private:
+    std::unique_ptr<Folder> real_;
+};
+
 /// Slow enough to be watched.
 class LeisurelyReader : public DirectoryReader {
 public:
     explicit LeisurelyReader(std::shared_ptr<DirectoryReader> real) : real_(std::move(real)) {}
-    std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override {
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        return real_->open(path, links);
+    std::unique_ptr<Folder> open(const std::string& path) override {
+        auto folder = real_->open(path);
+        if (!folder) return nullptr;
+        return std::make_unique<LeisurelyFolder>(std::move(folder));
     }
     unsigned maxOpenFolders() const override { return real_->maxOpenFolders(); }
 

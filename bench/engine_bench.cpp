@@ -25,7 +25,7 @@ constexpr int hitsPerBundle = 4;
 /// A disk in memory: bundles of legacy files, some of them with a native one.
 class Disk : public DirectoryReader {
 public:
-    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path, LinkRule) override {
+    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path) override {
         return std::make_unique<Listing>(path == "/Applications");
     }
     [[nodiscard]] unsigned maxOpenFolders() const override { return 64; }
@@ -49,7 +49,7 @@ private:
     class Listing : public Folder {
     public:
         explicit Listing(bool top) : top_(top) {}
-        void list(const std::function<bool(const FolderEntry&)>& visitor) override {
+        bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
             const auto kind = top_ ? EntryKind::folder : EntryKind::file;
             for (int i = 0; i < (top_ ? hitCount / hitsPerBundle : hitsPerBundle); ++i) {
                 const auto name = top_ ? "Example Application " + std::to_string(i) + ".app"
@@ -57,12 +57,16 @@ private:
                 if (!visitor({.name = name, .kind = kind, .hidden = false, .attributes = {}}))
                     break;
             }
+            return true;
         }
         [[nodiscard]] std::optional<FileAttributes> attributes(const char* name) override {
             return Program(isNative(name)).attributes();
         }
         [[nodiscard]] std::unique_ptr<HeaderFile> openFile(const char* name) override {
             return std::make_unique<Program>(isNative(name));
+        }
+        [[nodiscard]] std::unique_ptr<Folder> openFolder(std::string_view) override {
+            return std::make_unique<Listing>(false);
         }
 
     private:

@@ -68,7 +68,8 @@ private:
 struct Shared {
     DirectoryReader& reader;
     const PreviousHits& previous;
-    const std::vector<std::string>& namedRoots;
+    const bool rootsAreNamed;
+    const std::vector<std::string>& rootsInExcludedPlaces;
     const CancelFlag& cancelled;
     WalkQueue& queue;
     Unread& unread;
@@ -98,15 +99,32 @@ private:
     FolderListing listFolder(const WalkQueue::ListWork& work) const {
         FolderListing listing;
         const FolderExclusions exclusions(work.path.ends_with('/') ? work.path : work.path + '/',
-                                          shared_.namedRoots);
+                                          shared_.rootsInExcludedPlaces);
         if (exclusions.everything()) return listing;
-        listing.folder = shared_.reader.open(work.path, work.links);
+        listing.folder = openFolder(work);
+        if (!listing.folder && !work.root && shared_.rootsAreNamed) return listFile(work.path);
         const bool listed = listing.folder && listing.folder->list([&](const FolderEntry& entry) {
             if (shared_.cancelled.cancelled()) return false;
             if (!entry.hidden && !exclusions.excludes(entry.name)) sort(entry, work, &listing);
             return true;
         });
         if (!listed) shared_.unread.note(work.path);
+        return listing;
+    }
+
+    std::shared_ptr<Folder> openFolder(const WalkQueue::ListWork& work) const {
+        if (!work.root) return shared_.reader.open(work.path);
+        return work.root->openFolder(std::string_view(work.path).substr(work.rootPrefixSize));
+    }
+
+    FolderListing listFile(const std::string& path) const {
+        FolderListing listing;
+        const auto name = path.rfind('/') + 1;
+        listing.filePrefix = path.substr(0, name);
+        listing.folder = shared_.reader.open(listing.filePrefix);
+        const bool isFile = listing.folder && listing.folder->attributes(&path[name]);
+        if (!isFile) shared_.unread.note(path);
+        if (isFile && !isDatabaseName(&path[name])) listing.candidates.add(&path[name]);
         return listing;
     }
 
@@ -204,14 +222,14 @@ std::vector<std::string> rootsInExcludedPlaces(const WalkRequest& request) {
 WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag& cancelled,
                  WalkListener& listener) {
     const PreviousHits previous(request.previous);
-    const auto namedRoots = rootsInExcludedPlaces(request);
+    const auto opened = rootsInExcludedPlaces(request);
     const auto wanted = request.threads ? request.threads : maxThreads;
     const auto openFolders = reader.maxOpenFolders();
     const auto count = std::min(wanted, openFolders);
     WalkQueue queue(request.roots, {count, openFolders}, listener);
     if (cancelled.cancelled()) queue.stop();
     Unread unread;
-    const Shared shared{reader, previous, namedRoots, cancelled, queue, unread};
+    const Shared shared{reader, previous, request.rootsAreNamed, opened, cancelled, queue, unread};
     Worker worker(shared);
     auto threads = startThreads(worker, count - 1);
     worker();

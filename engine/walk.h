@@ -31,7 +31,7 @@ struct WalkRequest {
     HitList previous = {};
     unsigned threads = 0;  ///< At most; 0: as many as help.
     /// Someone named the roots: a place that scans leave out does not count for a root at or below
-    /// it. What else is left out stays out, below such a root too.
+    /// it. What else is left out stays out, below such a root too. And a root may be a file.
     bool rootsAreNamed = false;
 };
 

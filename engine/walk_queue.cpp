@@ -95,21 +95,20 @@ std::optional<WalkQueue::Work> WalkQueue::takeFirst() {
 }
 
 WalkQueue::Work WalkQueue::enterNext(Node& run) {
-    // The roots stand as they were given, below nothing.
-    const auto links = run.prefix.empty() ? LinkRule::follow : LinkRule::refuse;
-    ListWork work{nullptr, run.prefix + run.listing.subFolders[run.nextSubFolder++], links};
+    auto path = run.prefix + run.listing.subFolders[run.nextSubFolder++];
     const auto place = order_.emplace(run.place);
     auto& files = *place;
     files.place = place;
-    files.prefix = prefixOf(work.path);
+    files.prefix = prefixOf(path);
+    files.root = run.root;
     files.workPlace = work_.insert(run.workPlace, &files);
     if (run.nextSubFolder == run.listing.subFolders.size()) {
         work_.erase(run.workPlace);
         order_.erase(run.place);
     }
-    work.files = &files;
     ++openFolders_;
-    return work;
+    auto* const root = files.root ? files.root->folder.get() : nullptr;
+    return ListWork{&files, std::move(path), root, root ? files.root->prefixSize : 0};
 }
 
 WalkQueue::Work WalkQueue::takeBatch(Node& files) {
@@ -139,9 +138,14 @@ std::optional<WalkQueue::Work> WalkQueue::listed(const ListWork& work, FolderLis
 void WalkQueue::takeListing(Node& files, FolderListing listing, Done& done) {
     files.isListed = true;
     files.batches.resize(batchCount(listing.candidates));
+    if (!listing.filePrefix.empty()) files.prefix = listing.filePrefix;
     if (!listing.subFolders.empty()) {
-        addSubFolders(files, files.prefix, std::exchange(listing.subFolders, {}));
+        if (!files.root) {
+            files.root = std::make_shared<const Root>(Root{listing.folder, files.prefix.size()});
+        }
+        addSubFolders(files, std::exchange(listing.subFolders, {}));
     }
+    done.root = std::exchange(files.root, nullptr);
     files.listing = std::move(listing);
     if (!files.batches.empty()) return;
     close(files, done);
@@ -149,11 +153,12 @@ void WalkQueue::takeListing(Node& files, FolderListing listing, Done& done) {
     deliverReady(done);
 }
 
-void WalkQueue::addSubFolders(const Node& after, std::string prefix, NameList names) {
+void WalkQueue::addSubFolders(const Node& after, NameList names) {
     const auto place = order_.emplace(std::next(after.place));
     place->place = place;
     place->isSubFolders = true;
-    place->prefix = std::move(prefix);
+    place->root = after.root;
+    place->prefix = after.prefix;
     place->listing.subFolders = std::move(names);
     place->workPlace = work_.insert(std::next(after.workPlace), &*place);
 }

@@ -26,16 +26,23 @@ namespace vestigo {
 
 /// What a folder's listing gave.
 struct FolderListing {
-    std::unique_ptr<Folder> folder;  ///< Null when it could not be opened.
+    std::shared_ptr<Folder> folder;  ///< Null when it could not be opened.
     NameList candidates;
     /// Of the candidates, as far as the listing brought them along; may be shorter.
     std::vector<std::optional<FileAttributes>> attributes;
     NameList subFolders;
+    std::string filePrefix;  ///< Of a root that is a file itself: what stands before its name.
 };
 
 /// Thread-safe. Work that was claimed is always handed back, also after a stop.
 class WalkQueue {
     struct Node;
+
+    /// A root that has been opened. All folders below it are opened from there.
+    struct Root {
+        std::shared_ptr<Folder> folder;
+        std::size_t prefixSize;  ///< Of the paths below it, what stands before the relative path.
+    };
 
 public:
     struct Limits {
@@ -49,7 +56,8 @@ public:
     struct ListWork {
         Node* files;
         std::string path;
-        LinkRule links;
+        Folder* root;                ///< To open it from; null: the path is a root itself.
+        std::size_t rootPrefixSize;  ///< Of `path`: where the path below the root begins.
     };
     /// Some of a folder's candidates to read: positions [first, last).
     struct ReadWork {
@@ -80,6 +88,7 @@ private:
 
     /// The files of a folder, or the sub-folders of one that are not entered yet.
     struct Node {
+        std::shared_ptr<const Root> root;  ///< Until the folder is listed; null for roots.
         std::string prefix;
         FolderListing listing;
         Order::iterator place;
@@ -98,7 +107,8 @@ private:
     /// What is closed and released once the lock is: declared before the lock is taken.
     struct Done {
         Order delivered;
-        std::unique_ptr<Folder> folder;
+        std::shared_ptr<Folder> folder;
+        std::shared_ptr<const Root> root;
     };
 
     [[nodiscard]] Lock lockSoon();
@@ -109,7 +119,7 @@ private:
     [[nodiscard]] bool tooFarAhead() const;
     void takeListing(Node& files, FolderListing listing, Done& done);
     void close(Node& files, Done& done);
-    void addSubFolders(const Node& after, std::string prefix, NameList names);
+    void addSubFolders(const Node& after, NameList names);
     void deliverReady(Done& done);
     void deliverNextBatch(Node& files);
     bool isDelivered(const Node& files) const;

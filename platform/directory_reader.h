@@ -43,7 +43,8 @@ public:
 };
 
 /// A folder opened for reading; closed on destruction. `list` is called once, by one thread;
-/// afterwards `attributes` and `openFile` may be called by several threads at a time.
+/// afterwards everything else may be called by several threads at a time. A folder on a pseudo file
+/// system of the kernel lists nothing.
 class Folder {
 public:
     virtual ~Folder() = default;
@@ -56,19 +57,21 @@ public:
     /// Opens an entry without following a link and without ever blocking (a FIFO gives a file with
     /// no bytes). Null when it cannot be opened.
     [[nodiscard]] virtual std::unique_ptr<HeaderFile> openFile(const char* name) = 0;
+    /// Opens a folder below this one by its relative path, passing through no symbolic link: what
+    /// has been swapped for one leads nowhere. Null when it is no folder or cannot be opened. Paths
+    /// may be longer than the system's limit for one call.
+    [[nodiscard]] virtual std::unique_ptr<Folder> openFolder(std::string_view path) = 0;
 };
-
-enum class LinkRule : std::uint8_t { refuse, follow };
 
 /// Opens folders. Thread-safe.
 class DirectoryReader {
 public:
     virtual ~DirectoryReader() = default;
-    /// Null when the path is no folder or cannot be opened. A folder on a pseudo file system of the
-    /// kernel lists nothing. `links` says what to do when the path itself is a symbolic link. Paths
-    /// may be longer than the system's limit for one call.
-    [[nodiscard]] virtual std::unique_ptr<Folder> open(const std::string& path, LinkRule links) = 0;
-    /// How many folders, each with one of its files, may be held open at a time.
+    /// Symbolic links in the path are followed. Null when it is no folder or cannot be opened.
+    /// Paths may be longer than the system's limit for one call.
+    [[nodiscard]] virtual std::unique_ptr<Folder> open(const std::string& path) = 0;
+    /// How many folders may be held open at a time, each with one of its files, next to as many
+    /// folders that others are opened below.
     [[nodiscard]] virtual unsigned maxOpenFolders() const = 0;
 };
 

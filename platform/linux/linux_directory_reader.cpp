@@ -129,6 +129,12 @@ private:
     Descriptor file_;
 };
 
+constexpr int listingFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
+constexpr int throughFlags = O_PATH | O_DIRECTORY;
+
+/// Null where there is no folder.
+std::unique_ptr<Folder> readable(Descriptor folder);
+
 class LinuxFolder : public Folder {
 public:
     explicit LinuxFolder(Descriptor folder) : folder_(std::move(folder)) {}
@@ -159,6 +165,10 @@ public:
         return std::make_unique<LinuxHeaderFile>(std::move(file));
     }
 
+    std::unique_ptr<Folder> openFolder(std::string_view path) override {
+        return readable(openFolderBelow(folder_.get(), path, listingFlags, throughFlags));
+    }
+
 private:
     bool visit(const DirectoryRecord& record,
                const std::function<bool(const FolderEntry&)>& visitor) const {
@@ -174,6 +184,12 @@ private:
     Descriptor folder_;
 };
 
+std::unique_ptr<Folder> readable(Descriptor folder) {
+    if (!folder) return nullptr;
+    if (isPseudoFileSystem(folder.get())) return emptyFolder();
+    return std::make_unique<LinuxFolder>(std::move(folder));
+}
+
 std::size_t openDescriptors() {
     std::size_t count = 0;
     LinuxFolder own(Descriptor(::open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
@@ -183,13 +199,8 @@ std::size_t openDescriptors() {
 
 }  // namespace
 
-std::unique_ptr<Folder> LinuxDirectoryReader::open(const std::string& path, LinkRule links) {
-    const int linkFlag = links == LinkRule::refuse ? O_NOFOLLOW : 0;
-    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
-    auto folder = openFolderPatiently(path, flags | linkFlag, O_PATH | O_DIRECTORY);
-    if (!folder) return nullptr;
-    if (isPseudoFileSystem(folder.get())) return emptyFolder();
-    return std::make_unique<LinuxFolder>(std::move(folder));
+std::unique_ptr<Folder> LinuxDirectoryReader::open(const std::string& path) {
+    return readable(openFolderPatiently(path, listingFlags, throughFlags));
 }
 
 unsigned LinuxDirectoryReader::maxOpenFolders() const {

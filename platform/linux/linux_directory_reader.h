@@ -9,8 +9,8 @@ namespace vestigo {
 /// Where the process runs out of file descriptors it waits a moment for some to come free.
 class LinuxDirectoryReader : public DirectoryReader {
 public:
-    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override;
-    /// Half of what this process may still open now, less a few to spare.
+    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path) override;
+    /// A third of what this process may still open now, less a few to spare.
     [[nodiscard]] unsigned maxOpenFolders() const override;
 };
 

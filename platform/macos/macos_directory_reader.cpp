@@ -75,6 +75,12 @@ private:
     Descriptor file_;
 };
 
+constexpr int listingFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
+constexpr int throughFlags = listingFlags;
+
+/// Null where there is no folder.
+std::unique_ptr<Folder> readable(Descriptor folder);
+
 class MacOSFolder : public Folder {
 public:
     explicit MacOSFolder(Descriptor folder) : folder_(std::move(folder)) {}
@@ -112,6 +118,10 @@ public:
         return std::make_unique<MacOSHeaderFile>(std::move(file));
     }
 
+    std::unique_ptr<Folder> openFolder(std::string_view path) override {
+        return readable(openFolderBelow(folder_.get(), path, listingFlags, throughFlags));
+    }
+
 private:
     bool visit(const BatchEntry& entry,
                const std::function<bool(const FolderEntry&)>& visitor) const {
@@ -143,6 +153,12 @@ private:
     Descriptor folder_;
 };
 
+std::unique_ptr<Folder> readable(Descriptor folder) {
+    if (!folder) return nullptr;
+    if (isPseudoFileSystem(folder.get())) return emptyFolder();
+    return std::make_unique<MacOSFolder>(std::move(folder));
+}
+
 std::size_t openDescriptors() {
     // Asked without a buffer, the system answers with more room than it needs.
     const int room = ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, nullptr, 0);
@@ -155,13 +171,8 @@ std::size_t openDescriptors() {
 
 }  // namespace
 
-std::unique_ptr<Folder> MacOSDirectoryReader::open(const std::string& path, LinkRule links) {
-    const int linkFlag = links == LinkRule::refuse ? O_NOFOLLOW : 0;
-    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
-    auto folder = openFolderPatiently(path, flags | linkFlag, flags);
-    if (!folder) return nullptr;
-    if (isPseudoFileSystem(folder.get())) return emptyFolder();
-    return std::make_unique<MacOSFolder>(std::move(folder));
+std::unique_ptr<Folder> MacOSDirectoryReader::open(const std::string& path) {
+    return readable(openFolderPatiently(path, listingFlags, throughFlags));
 }
 
 unsigned MacOSDirectoryReader::maxOpenFolders() const {

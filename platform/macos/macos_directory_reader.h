@@ -11,7 +11,7 @@ namespace vestigo {
 /// come free.
 class MacOSDirectoryReader : public DirectoryReader {
 public:
-    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override;
+    [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path) override;
     /// Half of what this process may still open now, less a few to spare.
     [[nodiscard]] unsigned maxOpenFolders() const override;
 };

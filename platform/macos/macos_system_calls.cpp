@@ -15,6 +15,10 @@
 
 namespace vestigo {
 
+int openThroughNoLink(int folder, const char* path, int flags) {
+    return ::openat(folder, path, flags | O_NOFOLLOW_ANY);
+}
+
 /// An fsync alone leaves the bytes in the drive's own memory here. Not every volume knows the full
 /// flush; there the plain one has to do.
 bool flushToDisk(int file) {

@@ -12,14 +12,18 @@
 #include <unistd.h>
 
 #include "platform/posix/retrying.h"
+#include "platform/posix/system_calls.h"
 
 namespace vestigo {
 
+namespace {
+
 // Other threads close what they hold within moments; someone else's descriptors may take longer.
-Descriptor openPatiently(int folder, const char* path, int flags) {
+template <class Open>
+Descriptor patiently(Open open) {
     constexpr int patience = 400;
     for (int tries = 0;; ++tries) {
-        const int number = retrying([&] { return ::openat(folder, path, flags | O_CLOEXEC); });
+        const int number = retrying(open);
         if (number >= 0) return Descriptor(number);
         const bool exhausted = errno == EMFILE || errno == ENFILE;
         if (!exhausted || tries == patience) return {};
@@ -28,16 +32,50 @@ Descriptor openPatiently(int folder, const char* path, int flags) {
 }
 
 // One call takes at most PATH_MAX bytes: a longer path is opened in pieces, each below the last.
-Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlags) {
-    Descriptor at(AT_FDCWD);
+template <class Open>
+Descriptor openInPieces(int start, std::string_view path, int flags, int throughFlags, Open open) {
+    Descriptor at;
     while (path.size() >= PATH_MAX) {
         const auto cut = path.rfind('/', PATH_MAX - 1);
         if (cut == std::string_view::npos || cut == 0) return {};
-        at = openPatiently(at.get(), std::string(path.substr(0, cut)).c_str(), throughFlags);
+        const std::string piece(path.substr(0, cut));
+        at = open(at ? at.get() : start, piece.c_str(), throughFlags);
         if (!at) return {};
         path.remove_prefix(std::min(path.find_first_not_of('/', cut), path.size()));
     }
-    return openPatiently(at.get(), std::string(path).c_str(), flags);
+    return open(at ? at.get() : start, std::string(path).c_str(), flags);
+}
+
+Descriptor openPatientlyThroughNoLink(int folder, const char* path, int flags) {
+    return patiently([&] { return openThroughNoLink(folder, path, flags | O_CLOEXEC); });
+}
+
+}  // namespace
+
+Descriptor openPatiently(int folder, const char* path, int flags) {
+    return patiently([&] { return ::openat(folder, path, flags | O_CLOEXEC); });
+}
+
+Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlags) {
+    return openInPieces(AT_FDCWD, path, flags, throughFlags, openPatiently);
+}
+
+Descriptor openFolderBelow(int root, std::string_view path, int flags, int throughFlags) {
+    auto folder = openInPieces(root, path, flags, throughFlags, openPatientlyThroughNoLink);
+    if (folder || errno != ENOSYS) return folder;
+    return openFolderBelowStepwise(root, path, flags, throughFlags);
+}
+
+Descriptor openFolderBelowStepwise(int root, std::string_view path, int flags, int throughFlags) {
+    Descriptor at;
+    for (;;) {
+        const auto slash = path.find('/');
+        const std::string name(path.substr(0, slash));
+        const int stepFlags = slash == std::string_view::npos ? flags : throughFlags;
+        at = openPatiently(at ? at.get() : root, name.c_str(), stepFlags | O_NOFOLLOW);
+        if (!at || slash == std::string_view::npos) return at;
+        path.remove_prefix(slash + 1);
+    }
 }
 
 std::optional<std::size_t> readStart(int file, std::span<std::byte> buffer) {
@@ -52,6 +90,7 @@ std::unique_ptr<Folder> emptyFolder() {
         bool list(const Visitor& /*visitor*/) override { return true; }
         std::optional<FileAttributes> attributes(const char* /*name*/) override { return {}; }
         std::unique_ptr<HeaderFile> openFile(const char* /*name*/) override { return nullptr; }
+        std::unique_ptr<Folder> openFolder(std::string_view /*path*/) override { return nullptr; }
     };
     return std::make_unique<EmptyFolder>();
 }
@@ -61,7 +100,7 @@ unsigned maxOpenFoldersBeside(std::size_t openDescriptors) {
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
     constexpr std::size_t spare = 2;  // For whoever else in this process opens something.
     const auto used = std::max<std::size_t>(openDescriptors, 3) + spare;
-    const auto available = limit.rlim_cur > used ? (limit.rlim_cur - used) / 2 : 0;
+    const auto available = limit.rlim_cur > used ? (limit.rlim_cur - used) / 3 : 0;
     return static_cast<unsigned>(std::clamp<rlim_t>(available, 1, 1024));
 }
 

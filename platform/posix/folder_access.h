@@ -21,6 +21,14 @@ namespace vestigo {
 /// folders on the way.
 [[nodiscard]] Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlags);
 
+/// Opens a folder below another by its relative path, through no symbolic link, just as patiently.
+[[nodiscard]] Descriptor openFolderBelow(int root, std::string_view path, int flags,
+                                         int throughFlags);
+
+/// The same one folder at a time, for systems that have no call for it.
+[[nodiscard]] Descriptor openFolderBelowStepwise(int root, std::string_view path, int flags,
+                                                 int throughFlags);
+
 /// The first bytes of an open file: as many as there are, at most the buffer's size. Absent when
 /// they cannot be read.
 [[nodiscard]] std::optional<std::size_t> readStart(int file, std::span<std::byte> buffer);
@@ -28,8 +36,8 @@ namespace vestigo {
 /// A folder in which nothing is listed, for those on pseudo file systems.
 [[nodiscard]] std::unique_ptr<Folder> emptyFolder();
 
-/// How many folders a scan may have open at once, each with a file in it, next to the descriptors
-/// that are open already; at least 1.
+/// How many folders a scan may have open at once, each with a file in it and the root above it,
+/// next to the descriptors that are open already; at least 1.
 [[nodiscard]] unsigned maxOpenFoldersBeside(std::size_t openDescriptors);
 
 [[nodiscard]] constexpr EntryKind kindByMode(mode_t mode) {

@@ -15,6 +15,10 @@
 
 namespace vestigo {
 
+/// Opens as openat(2) does, but passes through no symbolic link at all. ENOSYS where the system
+/// cannot do so in one call.
+[[nodiscard]] int openThroughNoLink(int folder, const char* path, int flags);
+
 /// Waits until what was written lies on the disk. False when it may not.
 [[nodiscard]] bool flushToDisk(int file);
 

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
+#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -117,10 +119,32 @@ TEST_F(WalkTest, KeepsEveryByteOfANameAndGoesDeeperThanOnePathCanName) {
     EXPECT_EQ(system(("rm -rf '" + tree.at("deep") + "'").c_str()), 0);
 }
 
+/// A real folder; so are those below it, after whatever `Changed` makes of them.
+template <class Changed>
+struct RealFolder : Folder {
+    explicit RealFolder(std::unique_ptr<Folder> folder) : real(std::move(folder)) {}
+    bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
+        return real->list(visitor);
+    }
+    std::optional<FileAttributes> attributes(const char* name) override {
+        return real->attributes(name);
+    }
+    std::unique_ptr<HeaderFile> openFile(const char* name) override { return real->openFile(name); }
+    std::unique_ptr<Folder> openFolder(std::string_view path) override {
+        auto folder = real->openFolder(path);
+        if (!folder) return nullptr;
+        return static_cast<Changed*>(this)->changed(std::move(folder), path);
+    }
+    std::unique_ptr<Folder> real;
+};
+
 /// As on systems whose listing brings the attributes along: they are never asked for.
 class ListingReader : public LinuxDirectoryReader {
-    struct ListingFolder : Folder {
-        explicit ListingFolder(std::unique_ptr<Folder> folder) : real(std::move(folder)) {}
+    struct ListingFolder : RealFolder<ListingFolder> {
+        using RealFolder::RealFolder;
+        static std::unique_ptr<Folder> changed(std::unique_ptr<Folder> folder, std::string_view) {
+            return std::make_unique<ListingFolder>(std::move(folder));
+        }
         bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
             return real->list([&](FolderEntry entry) {
                 if (entry.kind == EntryKind::file) {
@@ -130,15 +154,11 @@ class ListingReader : public LinuxDirectoryReader {
             });
         }
         std::optional<FileAttributes> attributes(const char*) override { return std::nullopt; }
-        std::unique_ptr<HeaderFile> openFile(const char* name) override {
-            return real->openFile(name);
-        }
-        std::unique_ptr<Folder> real;
     };
 
 public:
-    std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override {
-        return std::make_unique<ListingFolder>(LinuxDirectoryReader::open(path, links));
+    std::unique_ptr<Folder> open(const std::string& path) override {
+        return std::make_unique<ListingFolder>(LinuxDirectoryReader::open(path));
     }
 };
 
@@ -166,6 +186,42 @@ TEST_F(WalkTest, TakesRootsAsTheyAreGiven) {
     EXPECT_EQ(walked({tree.at("real"), tree.at("real")}).paths(), (Paths{file, file}));
     EXPECT_TRUE(walked({file, tree.at("missing"), "/proc/self", "/sys"}).hits.empty());
     EXPECT_EQ(walked({}).reports, Paths{"0 of 0"});
+}
+
+TEST_F(WalkTest, TakesAFileAsARootWhereSomeoneNamedIt) {
+    const auto file = tree.file("bin/tool", intel);
+    tree.file("bin/other", intel);
+    tree.file("a.db", intel);
+    RecordingListener listener;
+    WalkRequest request{.roots = {file, tree.at("a.db")}};
+    EXPECT_EQ(walk(reader, request, CancelFlag(), listener).unread, file);
+    request.rootsAreNamed = true;
+    EXPECT_EQ(walk(reader, request, CancelFlag(), listener).unread, std::nullopt);
+    EXPECT_EQ(listener.paths(), Paths{file});
+    ASSERT_EQ(mkfifo(tree.at("fifo").c_str(), 0600), 0);
+    request.roots = {tree.at("fifo")};
+    EXPECT_EQ(walk(reader, request, CancelFlag(), listener).unread, tree.at("fifo"));
+}
+
+TEST_F(WalkTest, StaysBelowItsRootWhenAFolderIsSwappedForALink) {
+    for (int i = 0; i < 30; ++i) tree.file("root/a/b/d" + std::to_string(i) + "/inside", intel);
+    for (int i = 0; i < 30; ++i) tree.file("outside/b/d" + std::to_string(i) + "/outside", intel);
+    fs::create_directory_symlink(tree.at("outside"), tree.at("link"));
+    const auto folder = tree.at("root/a");
+    const auto link = tree.at("link");
+    std::atomic<bool> done = false;
+    std::thread swapping([&] {
+        while (!done) {
+            renameat2(AT_FDCWD, folder.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE);
+        }
+    });
+    for (int i = 0; i < 300 && !HasFailure(); ++i) {
+        for (const auto& path : walked({tree.at("root")}).paths()) {
+            EXPECT_TRUE(path.ends_with("/inside")) << path;
+        }
+    }
+    done = true;
+    swapping.join();
 }
 
 TEST_F(WalkTest, ReportsTheSameWithAnyNumberOfThreads) {
@@ -221,9 +277,14 @@ class FailingReader : public LinuxDirectoryReader {
         std::unique_ptr<HeaderFile> real;
         const std::string& failing;
     };
-    struct FailingFolder : Folder {
+    struct FailingFolder : RealFolder<FailingFolder> {
         FailingFolder(std::unique_ptr<Folder> folder, bool bad, const std::string& fault)
-            : real(std::move(folder)), isBad(bad), failing(fault) {}
+            : RealFolder(std::move(folder)), isBad(bad), failing(fault) {}
+        std::unique_ptr<Folder> changed(std::unique_ptr<Folder> folder, std::string_view path) {
+            const bool bad = path.ends_with("/bad");
+            if (bad && failing == "folder") return nullptr;
+            return std::make_unique<FailingFolder>(std::move(folder), bad, failing);
+        }
         bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
             const bool whole = real->list([&](FolderEntry entry) {
                 if (failing == "kind" && entry.name == "bad") entry.kind = EntryKind::unknown;
@@ -245,17 +306,15 @@ class FailingReader : public LinuxDirectoryReader {
         bool fails(std::string_view what, const char* name) const {
             return failing == what && name == std::string_view("bad");
         }
-        std::unique_ptr<Folder> real;
         bool isBad;
         const std::string& failing;
     };
 
 public:
-    std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override {
-        const bool bad = path.ends_with("/bad");
-        auto folder = LinuxDirectoryReader::open(path, links);
-        if (!folder || (bad && fault == "folder")) return nullptr;
-        return std::make_unique<FailingFolder>(std::move(folder), bad, fault);
+    std::unique_ptr<Folder> open(const std::string& path) override {
+        auto folder = LinuxDirectoryReader::open(path);
+        if (!folder) return nullptr;
+        return std::make_unique<FailingFolder>(std::move(folder), false, fault);
     }
     std::string fault;
 };
@@ -293,12 +352,21 @@ TEST_F(WalkTest, TellsWhatItCouldNotLookAt) {
 
 /// Cancels a walk from its twelfth folder on.
 class CancellingReader : public LinuxDirectoryReader {
+    struct CancellingFolder : RealFolder<CancellingFolder> {
+        CancellingFolder(std::unique_ptr<Folder> folder, CancellingReader& reader)
+            : RealFolder(std::move(folder)), owner(reader) {}
+        std::unique_ptr<Folder> changed(std::unique_ptr<Folder> folder, std::string_view) {
+            if (++owner.opened >= 12) owner.flag.cancel();
+            return folder;
+        }
+        CancellingReader& owner;
+    };
+
 public:
-    std::unique_ptr<Folder> open(const std::string& path, LinkRule links) override {
-        if (++opened >= 12) flag.cancel();
-        return LinuxDirectoryReader::open(path, links);
+    std::unique_ptr<Folder> open(const std::string& path) override {
+        return std::make_unique<CancellingFolder>(LinuxDirectoryReader::open(path), *this);
     }
-    std::atomic<int> opened = 0;
+    std::atomic<int> opened = 1;
     CancelFlag flag;
 };
 

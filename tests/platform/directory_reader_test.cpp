@@ -3,10 +3,12 @@
 #include <filesystem>
 #include <map>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 
+#include "platform/posix/folder_access.h"
 #include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
@@ -26,7 +28,7 @@ TEST_F(DirectoryReaderTest, TellsKindsApartAndOpensFilesOnlyWithoutEverBlocking)
     tree.file(".hidden");
     fs::create_symlink("file", tree.at("link"));
     ASSERT_EQ(mkfifo(tree.at("fifo").c_str(), 0600), 0);
-    const auto folder = reader->open(tree.path(), LinkRule::refuse);
+    const auto folder = reader->open(tree.path());
     std::map<std::string, EntryKind> kinds;
     const bool listed = folder->list([&](const FolderEntry& entry) {
         EXPECT_EQ(entry.hidden, entry.name == ".hidden") << entry.name;
@@ -52,7 +54,7 @@ TEST_F(DirectoryReaderTest, ListsLargeFoldersWholeAndStopsWhenAsked) {
     for (int i = 0; i < 3000; ++i) tree.file("a-rather-long-name-" + std::to_string(i));
     for (const int limit : {5, 4000}) {
         int count = 0;
-        const auto folder = reader->open(tree.path(), LinkRule::refuse);
+        const auto folder = reader->open(tree.path());
         EXPECT_TRUE(folder->list([&](const FolderEntry&) { return ++count < limit; }));
         EXPECT_EQ(count, std::min(limit, 3000));
     }
@@ -62,7 +64,7 @@ TEST_F(DirectoryReaderTest, TellsSizeAndTimesAlikeInEveryWay) {
     const auto path = tree.file("file", "0123456789");
     const timeval times[2] = {{}, {978307200 + 86400, 500000}};  // Modified on 2001-01-02.
     ASSERT_EQ(utimes(path.c_str(), times), 0);
-    const auto folder = reader->open(tree.path(), LinkRule::refuse);
+    const auto folder = reader->open(tree.path());
     const auto asked = folder->attributes("file");
     auto listed = asked;
     EXPECT_TRUE(folder->list([&](const FolderEntry& entry) {
@@ -80,13 +82,22 @@ TEST_F(DirectoryReaderTest, TellsSizeAndTimesAlikeInEveryWay) {
 TEST_F(DirectoryReaderTest, OpensRealFoldersOnly) {
     tree.file("file");
     fs::create_directory_symlink(tree.path(), tree.at("link"));
-    EXPECT_NE(reader->open(tree.at("link"), LinkRule::follow), nullptr);
-    for (const auto& path : {tree.at("file"), tree.at("missing"), tree.at("link")}) {
-        EXPECT_EQ(reader->open(path, LinkRule::refuse), nullptr) << path;
+    EXPECT_NE(reader->open(tree.at("link")), nullptr);
+    tree.file("folder/below/file");
+    fs::create_directory_symlink("folder", tree.at("inner"));
+    const auto root = reader->open(tree.at("link"));
+    EXPECT_NE(root->openFolder("folder/below"), nullptr);
+    constexpr int flags = O_RDONLY | O_DIRECTORY;
+    const Descriptor open(::open(tree.path().c_str(), flags));
+    EXPECT_TRUE(openFolderBelowStepwise(open.get(), "folder/below", flags, flags));
+    for (const std::string path : {"file", "missing", "link", "inner/below", "folder/below/file"}) {
+        EXPECT_EQ(root->openFolder(path), nullptr) << path;
+        EXPECT_FALSE(openFolderBelowStepwise(open.get(), path, flags, flags)) << path;
+        EXPECT_EQ(reader->open(tree.at(path)) != nullptr, path == "link" || path == "inner/below");
     }
     // Every system has other pseudo file systems; what has no such folder opens none.
     for (const std::string path : {"/proc/self/task", "/sys", "/dev/fd"}) {
-        const auto folder = reader->open(path, LinkRule::follow);
+        const auto folder = reader->open(path);
         const auto unexpected = [](const FolderEntry&) { return ADD_FAILURE(), false; };
         EXPECT_TRUE(!folder || folder->list(unexpected)) << path;
     }
