@@ -1,0 +1,59 @@
+-- What an administrator asks first. "To do" is whatever is neither Apple's nor there as an arm64 build too.
+
+\set ON_ERROR_STOP on
+\pset null ''
+
+\echo How far are we? Silent machines have not reported for 14 days and count with their latest report.
+SELECT count(*) AS machines,
+       count(*) FILTER (WHERE taken_at < now() - interval '14 days') AS silent,
+       count(*) FILTER (WHERE components > 0) AS with_legacy_code,
+       count(*) FILTER (WHERE components IS NULL) AS clean,
+       sum(components) AS components, sum(files) AS files
+FROM latest_report
+LEFT JOIN (SELECT report, sum(components) AS components, sum(files) AS files
+           FROM tally WHERE to_do GROUP BY report) tally ON tally.report = latest_report.id;
+
+\echo Which machines have most to do?
+SELECT host, machine, taken_at::date AS reported, sum(components) AS components, sum(files) AS files
+FROM latest_report JOIN tally ON tally.report = latest_report.id
+WHERE to_do GROUP BY machine, host, taken_at
+ORDER BY components DESC, files DESC, machine LIMIT 10;
+
+\echo What is to be done?
+SELECT fix, category, count(*) AS components, count(DISTINCT machine) AS machines
+FROM latest GROUP BY fix, category ORDER BY fix, components DESC;
+
+\echo Which products are on most machines?
+SELECT bundle, vendor, fix, count(DISTINCT machine) AS machines
+FROM latest WHERE to_do
+GROUP BY bundle, vendor, fix ORDER BY machines DESC, bundle LIMIT 15;
+
+\echo Whose are they?
+SELECT vendor, count(DISTINCT machine) AS machines, count(DISTINCT bundle) AS products
+FROM latest WHERE to_do
+GROUP BY vendor ORDER BY machines DESC, vendor LIMIT 15;
+
+\echo What has changed from the report before to the latest, on machines that have both?
+SELECT change, count(*) AS components, count(DISTINCT machine) AS machines
+FROM change GROUP BY change ORDER BY change;
+
+\echo What has come newly, on most machines?
+SELECT bundle, vendor, path, count(*) AS machines
+FROM change JOIN component ON component.id = change.component
+WHERE change = 'new' GROUP BY bundle, vendor, path ORDER BY machines DESC, path LIMIT 10;
+
+\echo Which machines have not reported for 14 days?
+SELECT host, machine, taken_at AS last_report FROM latest_report
+WHERE taken_at < now() - interval '14 days' ORDER BY taken_at, machine LIMIT 20;
+
+\echo Which machines could not look everywhere?
+SELECT access, count(*) AS machines, (array_agg(host ORDER BY host))[1:5] AS among_them
+FROM latest_report WHERE access <> 'full' GROUP BY access ORDER BY access;
+
+\echo Which machines have had several names? Copied virtual machines have one identity, too.
+SELECT machine, array_agg(DISTINCT host) AS hosts
+FROM report WHERE taken_at > now() - interval '90 days'
+GROUP BY machine HAVING count(DISTINCT host) > 1 ORDER BY machine LIMIT 20;
+
+\echo Which files were refused?
+SELECT file, reason, refused_at FROM refused ORDER BY file LIMIT 20;
