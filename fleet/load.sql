@@ -60,12 +60,16 @@ SELECT digest, category, bundle, vendor, fix, cpu, apple_signed, path, path_byte
 FROM incoming_component
 ON CONFLICT (digest) DO NOTHING;
 
+-- Made and attached, since making it in place would keep all questions waiting until the load has ended.
 DO $$
-DECLARE monday date;
+DECLARE monday date; partition text;
 BEGIN
     FOR monday IN SELECT DISTINCT week FROM new_report LOOP
-        EXECUTE format('CREATE TABLE IF NOT EXISTS %I PARTITION OF found FOR VALUES FROM (%L) TO (%L)',
-                       'found_' || to_char(monday, 'YYYY_MM_DD'), monday, monday + 7);
+        partition := 'found_' || to_char(monday, 'YYYY_MM_DD');
+        CONTINUE WHEN to_regclass(partition) IS NOT NULL;
+        EXECUTE format('CREATE TABLE %I (LIKE found INCLUDING ALL)', partition);
+        EXECUTE format('ALTER TABLE found ATTACH PARTITION %I FOR VALUES FROM (%L) TO (%L)',
+                       partition, monday, monday + 7);
     END LOOP;
 END $$;
 

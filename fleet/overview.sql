@@ -56,4 +56,5 @@ FROM report WHERE taken_at > now() - interval '90 days'
 GROUP BY machine HAVING count(DISTINCT host) > 1 ORDER BY machine LIMIT 20;
 
 \echo Which files were refused?
-SELECT file, reason, refused_at FROM refused ORDER BY file LIMIT 20;
+SELECT file, reason, refused_at FROM refused
+WHERE refused_at > now() - interval '14 days' ORDER BY file LIMIT 20;

@@ -47,7 +47,7 @@ CREATE TABLE component (
     path_digest uuid NOT NULL,
     to_do       boolean NOT NULL GENERATED ALWAYS AS (fix NOT IN ('Keep', 'Apple')) STORED
 );
-CREATE INDEX ON component (bundle);
+CREATE INDEX ON component USING hash (bundle);   -- A report may hold a name of any length.
 
 -- No foreign keys: checking them doubles the time of a load, and only load.sql writes here.
 CREATE TABLE found (
