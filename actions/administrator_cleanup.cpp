@@ -41,9 +41,7 @@ std::optional<std::string> AdministratorCleanup::run(const std::vector<std::stri
     if (!lock || !services_.files->isPrivateFolder(services_.temporary)) return notPrivate;
     const auto plan = services_.trash->plan(paths);
     if (plan.error) return plan.error;
-    auto error = runScript(cleanupScript(plan.moves));
-    services_.trash->finish(plan);
-    return error;
+    return runScript(cleanupScript(plan));
 }
 
 std::optional<std::string> AdministratorCleanup::runScript(const std::string& text) {

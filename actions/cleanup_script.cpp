@@ -1,13 +1,135 @@
+// The script takes each name in the Trash before it moves anything there: it makes an empty
+// placeholder in a way that fails when something has the name (mkdir for a folder, a hard link for
+// anything else), and only then lets mv replace the placeholder, its own. So nothing is ever
+// overwritten, whatever comes into the Trash meanwhile. A hard link and not a redirection, because
+// a shell that may not overwrite still opens links and devices; and always "into a folder", because
+// ln and mv would take a folder that has just got the name for their target.
+//
+// The text is for dash and for the bash 3.2 of a Mac, with the tools of GNU or of BSD. A failed
+// redirection of ":" would end the shell, one of "true" does not.
 #include "actions/cleanup_script.h"
+
+#include "platform/trash_names.h"
 
 namespace vestigo {
 namespace {
 
-std::string command(const CleanupMove& move) {
-    if (!move.newName) {
-        return "mv -f " + shellQuoted(move.path) + " " + shellQuoted(move.folder) + "/";
+constexpr char start[] = R"sh(exec 2>/dev/null
+umask 077
+name=
+exists() { [ -e "$1" ] || [ -L "$1" ]; }
+is_folder() { [ -d "$1" ] && [ ! -L "$1" ]; }
+is_folder "$trash" || exit 1
+)sh";
+
+// What a journal in the Trash holds is described where the Trash makes it.
+constexpr char withNotes[] = R"sh([ "$(cd -P "$trash" && pwd -P)" = "$trash" ] || exit 1
+is_folder "$notes" && exec 9<"$journal" && flock -n -s 9 || exit 1
+note() { # name, number; 1: taken, 2: impossible
+    ln "$journal/notes/$2" "$journal/info/$1$ending" || return 2
+    ln "$journal/info/$1$ending" "$notes"/ && return
+    rm -f "$journal/info/$1$ending"
+    exists "$notes/$1$ending" && return 1
+    return 2
+}
+drop_note() { # name
+    [ ! "$journal/info/$1$ending" -ef "$notes/$1$ending" ] || rm -f "$notes/$1$ending"
+}
+end_note() { rm -f "$journal/info/$1$ending"; } # name
+move_as() { mv -fT "$1" "$trash/$2"; } # item, name
+finish() { exit 0; }
+)sh";
+
+// Where mv knows no -T, a folder gets its name in a folder that nobody else may enter. It can be
+// seen in the Trash, so whatever a killed script leaves in it is not lost.
+constexpr char withoutNotes[] = R"sh(journal=$(mktemp -d "$trash"/.vestigo-XXXXXXXX) &&
+    mkdir "$journal/files" || exit 1
+note() { return 0; }
+drop_note() { return 0; }
+end_note() { return 0; }
+move_as() { # item, name
+    if is_folder "$1"; then
+        mkdir "$trash/Vestigo $$" || return
+        mv -f "$1" "$trash/Vestigo $$/$2" && mv -f "$trash/Vestigo $$/$2" "$trash"/
+        rmdir "$trash/Vestigo $$"
+    else
+        mv -f "$1" "$trash/$2"
+    fi
+}
+finish() {
+    rmdir "$journal/files" "$journal"
+    exit 0
+}
+)sh";
+
+constexpr char common[] = R"sh(take() { # item, name, number; 1: taken, 2: impossible
+    exists "$1" || return 2
+    exists "$trash/$2" && return 1
+    note "$2" "$3" || return
+    if true >"$journal/files/$2" && place "$1" "$2"; then
+        name=$2
+        placeholder=$(ls -ldi "$trash/$2")
+        return 0
+    fi
+    rm -f "$journal/files/$2"
+    drop_note "$2"
+    end_note "$2"
+    exists "$trash/$2" && return 1
+    return 2
+}
+place() { # item, name
+    if is_folder "$1"; then mkdir -m 0 "$trash/$2"; else ln "$journal/files/$2" "$trash"/; fi
+}
+move_renamed() { # item, stem, ending, number
+    attempt=2
+    while [ "$attempt" -lt 100000 ]; do
+        take "$1" "$2.$attempt$3" "$4"
+        case $? in
+            0) move_as "$1" "$name"; return ;;
+            2) return ;;
+        esac
+        attempt=$((attempt + 1))
+    done
+}
+settle() { # takes away what nothing has been moved over
+    [ "$name" ] || return
+    if [ "$placeholder" ] && [ "$(ls -ldi "$trash/$name")" = "$placeholder" ]; then
+        if is_folder "$trash/$name"; then rmdir "$trash/$name"; else rm -f "$trash/$name"; fi
+    fi
+    exists "$trash/$name" || drop_note "$name"
+    end_note "$name"
+    rm -f "$journal/files/$name"
+    name=
+}
+)sh";
+
+std::string assigned(std::string_view name, const std::string& value) {
+    return std::string(name) + "=" + shellQuoted(value) + "\n";
+}
+
+std::string header(const CleanupPlan& plan) {
+    auto text = assigned("trash", plan.folder);
+    if (plan.notes) {
+        text += assigned("notes", plan.notes->folder) + assigned("ending", plan.notes->ending) +
+                assigned("journal", plan.notes->journal);
     }
-    return "mv -n " + shellQuoted(move.path) + " " + shellQuoted(move.folder + "/" + *move.newName);
+    return text + start + (plan.notes ? withNotes : withoutNotes) + common;
+}
+
+/// Of the item with this number, from 1 on.
+std::string moveOf(const CleanupPlan& plan, std::size_t number) {
+    const auto& path = plan.paths[number - 1];
+    const auto item = shellQuoted(path);
+    const auto own = path.substr(path.rfind('/') + 1);
+    const auto [stem, ending] = trashNameParts(own, plan.longestName);
+    const auto note = std::to_string(number);
+    const auto renamed = "move_renamed " + item + " " + shellQuoted(stem) + " " +
+                         shellQuoted(ending) + " " + note + "\n";
+    // A name that is too long for the Trash cannot be taken.
+    if (own.size() > plan.longestName) return renamed + "settle\n";
+    return "if take " + item + " " + shellQuoted(own) + " " + note + "; then\n" + "mv -f " + item +
+           " " + shellQuoted(plan.folder) + "/ 2>/dev/null || true\nelse\n" + renamed +
+           "fi\nsettle\n";
 }
 
 }  // namespace
@@ -24,10 +146,12 @@ std::string shellQuoted(std::string_view text) {
     return quoted += '\'';
 }
 
-std::string cleanupScript(std::span<const CleanupMove> moves) {
-    std::string script = "#!/bin/sh\n";
-    for (const auto& move : moves) script.append(command(move)).append(" 2>/dev/null || true\n");
-    return script;
+std::string cleanupScript(const CleanupPlan& plan) {
+    auto script = "#!/bin/sh\n" + header(plan);
+    for (std::size_t number = 1; number <= plan.paths.size(); ++number) {
+        script += moveOf(plan, number);
+    }
+    return script += "finish\n";
 }
 
 std::array<std::string, 2> osascriptArguments(std::string_view scriptPath) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -13,9 +12,11 @@ namespace vestigo {
 /// As one word of a shell command that stands for exactly these bytes. They hold no NUL.
 [[nodiscard]] std::string shellQuoted(std::string_view text);
 
-/// One line for each move, in order; one that fails does not stop the others. What gets a name of
-/// its own never takes the place of anything.
-[[nodiscard]] std::string cleanupScript(std::span<const CleanupMove> moves);
+/// Moves the plan's items in order; one that fails does not stop the others. An item whose name is
+/// taken in the Trash when it is its turn gets the next free one; nothing is ever overwritten. The
+/// script ends with 0 once it has tried each item, and with another status, before it has moved
+/// anything, where the Trash is no real folder or cannot be written to.
+[[nodiscard]] std::string cleanupScript(const CleanupPlan& plan);
 
 /// What /usr/bin/osascript is given so that it asks for an administrator and runs the script.
 [[nodiscard]] std::array<std::string, 2> osascriptArguments(std::string_view scriptPath);

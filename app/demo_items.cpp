@@ -143,7 +143,6 @@ public:
                                [this](const std::string& path) { return disk_ + path; });
         return real_->plan(real);
     }
-    void finish(const CleanupPlan& plan) override { real_->finish(plan); }
 
 private:
     std::shared_ptr<CleanupTrash> real_;

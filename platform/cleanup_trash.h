@@ -1,34 +1,44 @@
 // Where in the user's Trash an administrator's script puts things.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vestigo {
 
-struct CleanupMove {
-    std::string path;
-    std::string folder;  ///< In the Trash.
-    /// Present where the item's own name is taken: what it is called there instead.
-    std::optional<std::string> newName;
+/// Where a script finds a note for each item, which tells where the item came from, and where it
+/// puts the notes of those that it moves.
+struct CleanupNotes {
+    std::string folder;  ///< In the Trash. A note there takes its item's name plus `ending`.
+    std::string ending;
+    /// A folder that holds "notes/1", "notes/2", ... in the order of the paths, and the empty
+    /// folders "info" and "files". The script holds a shared lock on it, and keeps a second link
+    /// there to whatever it has put into the Trash without an item.
+    std::string journal;
 };
 
+/// A script takes names in the Trash itself, at the moment of each move: nobody else can keep them
+/// for it while the password is asked for, and it may be the only one who is allowed to look there.
 struct CleanupPlan {
-    std::vector<CleanupMove> moves;
-    /// Why there is no plan, for the user to read. `moves` is then empty.
+    std::vector<std::string> paths;
+    std::string folder;             ///< In the Trash, where the items go.
+    std::size_t longestName = 255;  ///< In bytes, of an item in the Trash.
+    std::optional<CleanupNotes> notes;
+    /// Why there is no plan, for the user to read. `paths` is then empty.
     std::optional<std::string> error;
+    /// Ends with the last copy of the plan: then whatever was prepared for the script, or left by
+    /// it, is cleared away.
+    std::shared_ptr<void> prepared;
 };
 
 /// Thread-safe; blocking.
 class CleanupTrash {
 public:
     virtual ~CleanupTrash() = default;
-    /// A place for each path, in order: one that nothing lies at, and that no other of them gets.
-    /// Each plan without an error is to be finished.
+    /// For these absolute paths, in order.
     [[nodiscard]] virtual CleanupPlan plan(const std::vector<std::string>& paths) = 0;
-    /// The script has run, or will not run any more.
-    virtual void finish(const CleanupPlan& plan) = 0;
 };
 
 }  // namespace vestigo

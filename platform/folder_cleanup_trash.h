@@ -12,9 +12,8 @@ class FolderCleanupTrash : public CleanupTrash {
 public:
     FolderCleanupTrash(std::string folder, std::shared_ptr<Files> files);
 
-    /// Always has a place. Names that differ only in the case of Latin letters count as one.
+    /// Never fails. The folder is made when it is missing.
     [[nodiscard]] CleanupPlan plan(const std::vector<std::string>& paths) override;
-    void finish(const CleanupPlan&) override {}
 
 private:
     std::string folder_;

@@ -10,4 +10,11 @@ namespace vestigo {
 /// ... It never has more bytes than `longest`; what is too long loses the end of its stem.
 [[nodiscard]] std::string trashName(std::string_view name, unsigned attempt, std::size_t longest);
 
+/// What stands before and after the number in such names, from ".2" to ".99999".
+struct TrashNameParts {
+    std::string stem;
+    std::string ending;
+};
+[[nodiscard]] TrashNameParts trashNameParts(std::string_view name, std::size_t longest);
+
 }  // namespace vestigo

@@ -3,43 +3,33 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/linux/cleanup_journal.h"
 #include "platform/linux/linux_trash.h"
-#include "platform/linux/trash_folder.h"
+#include "platform/posix/posix_files.h"
 
 namespace vestigo {
-namespace {
-
-std::string nameOf(const std::string& path) {
-    return path.substr(path.rfind('/') + 1);
-}
-
-}  // namespace
 
 LinuxCleanupTrash::LinuxCleanupTrash(std::string homeTrash) : homeTrash_(std::move(homeTrash)) {}
 
 CleanupPlan LinuxCleanupTrash::plan(const std::vector<std::string>& paths) {
+    auto trash = TrashFolder::openHome(homeTrash_);
+    // The user may have put their Trash elsewhere by a link; the script follows none.
+    const auto place = trash ? PosixFiles().resolved(homeTrash_) : std::nullopt;
+    std::shared_ptr<CleanupJournal> journal;
+    if (place) journal = CleanupJournal::make(std::move(*trash), paths);
     CleanupPlan plan;
-    const auto trash = TrashFolder::openHome(homeTrash_);
-    for (const auto& path : paths) {
-        auto taken = trash ? trash->reserve(nameOf(path), path) : std::nullopt;
-        if (!taken) {
-            auto why = "The Trash cannot be used: " + trashErrorText(errno) + ".";
-            finish(plan);
-            return {.moves = {}, .error = std::move(why)};
-        }
-        if (*taken == nameOf(path)) taken.reset();
-        plan.moves.push_back({path, homeTrash_ + "/files", std::move(taken)});
+    if (!journal) {
+        plan.error = "The Trash cannot be used: " + trashErrorText(errno) + ".";
+        return plan;
     }
+    plan.paths = paths;
+    plan.folder = *place + "/files";
+    plan.longestName = longestTrashName;
+    plan.notes = CleanupNotes{.folder = *place + "/info",
+                              .ending = trashNoteEnding,
+                              .journal = *place + "/" + journal->name()};
+    plan.prepared = std::move(journal);
     return plan;
-}
-
-void LinuxCleanupTrash::finish(const CleanupPlan& plan) {
-    const auto trash = TrashFolder::openHome(homeTrash_);
-    if (!trash) return;
-    for (const auto& move : plan.moves) {
-        const auto taken = move.newName.value_or(nameOf(move.path));
-        if (!trash->holds(taken)) trash->release(taken);
-    }
 }
 
 }  // namespace vestigo

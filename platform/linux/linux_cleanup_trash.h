@@ -8,14 +8,13 @@
 namespace vestigo {
 
 /// The user's main Trash. Where each item comes from is written, as the user, when the plan is
-/// made; what has not arrived when it is finished leaves no trace there.
+/// made; what has not arrived when it ends leaves no trace there.
 class LinuxCleanupTrash : public CleanupTrash {
 public:
     /// `homeTrash`: "Trash" in the user's data folder.
     explicit LinuxCleanupTrash(std::string homeTrash);
 
     [[nodiscard]] CleanupPlan plan(const std::vector<std::string>& paths) override;
-    void finish(const CleanupPlan& plan) override;
 
 private:
     std::string homeTrash_;

@@ -6,13 +6,16 @@
 #include <memory>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/trash_folder.h"
+#include "platform/posix/atomic_file.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/retrying.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
@@ -26,10 +29,12 @@ struct Mount {
     bool operator==(const Mount&) const = default;
 };
 
+/// Absent with errno.
 std::optional<Mount> mountOf(int folder, const char* path) {
+    constexpr int look = AT_EMPTY_PATH | AT_NO_AUTOMOUNT;
     struct statx status {};
-    if (::statx(folder, path, AT_EMPTY_PATH | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_MNT_ID,
-                &status) != 0) {
+    if (retrying([&] { return ::statx(folder, path, look, STATX_TYPE | STATX_MNT_ID, &status); }) !=
+        0) {
         return std::nullopt;
     }
     return Mount{status.stx_dev_major, status.stx_dev_minor, status.stx_mnt_id};
@@ -44,39 +49,49 @@ std::string joined(const std::string& folder, const std::string& name) {
     return folder.ends_with('/') ? folder + name : folder + "/" + name;
 }
 
-/// An entry of a folder that is held open, so that nothing can take the folder's place meanwhile.
+/// An entry of a folder. Both are held open: so nothing can take the folder's place, and no other
+/// item gets the number of this one.
 struct Item {
     std::string folderPath;  ///< Without links.
     Descriptor folder;
     std::string name;
+    Descriptor handle;
 
     [[nodiscard]] std::string path() const { return joined(folderPath, name); }
+    [[nodiscard]] bool isStillThere() const { return isOpenAs(handle.get(), folder.get(), name); }
 };
+
+Descriptor openAsPlace(int folder, const char* path, int flags) {
+    return Descriptor(
+        retrying([&] { return ::openat(folder, path, O_PATH | O_NOFOLLOW | O_CLOEXEC | flags); }));
+}
+
+bool namesAnEntry(const std::string& path) {
+    return path.starts_with('/') && path.find('\0') == path.npos && !path.ends_with('/') &&
+           !path.ends_with("/.") && !path.ends_with("/..");
+}
 
 /// Absent with errno: ESTALE when another item is there.
 std::optional<Item> findItem(const std::string& path, const ItemIdentity& expected) {
-    Item item;
-    item.name = path.substr(path.rfind('/') + 1);
-    if (path.empty() || path.front() != '/' || path.find('\0') != path.npos || item.name.empty() ||
-        item.name == "." || item.name == "..") {
+    if (!namesAnEntry(path)) {
         errno = ENOTSUP;
         return std::nullopt;
     }
     const std::unique_ptr<char, decltype(&std::free)> real(
-        ::realpath(parentOf(path).c_str(), nullptr), &std::free);
+        retrying([&] { return ::realpath(parentOf(path).c_str(), nullptr); }), &std::free);
     if (!real) return std::nullopt;
-    item.folderPath = real.get();
-    item.folder = Descriptor(::open(real.get(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    const auto found = item.folder ? itemIdentity(item.folder.get(), item.name) : std::nullopt;
+    Item item{real.get(), {}, path.substr(path.rfind('/') + 1), {}};
+    item.folder = openAsPlace(AT_FDCWD, real.get(), O_DIRECTORY);
+    if (!item.folder) return std::nullopt;
+    item.handle = openAsPlace(item.folder.get(), item.name.c_str(), 0);
+    const auto found = item.handle ? itemIdentity(item.folder.get(), item.name) : std::nullopt;
     if (!found) return std::nullopt;
-    if (*found != expected) {
-        errno = ESTALE;
-        return std::nullopt;
-    }
-    return item;
+    if (*found == expected && item.isStillThere()) return item;
+    errno = ESTALE;
+    return std::nullopt;
 }
 
-/// Where the folder is, or would be if it were made.
+/// Where the folder is, or would be if it were made. Absent with errno.
 std::optional<Mount> futureMountOf(std::string folder) {
     for (;;) {
         const auto mount = mountOf(AT_FDCWD, folder.c_str());
@@ -85,8 +100,12 @@ std::optional<Mount> futureMountOf(std::string folder) {
     }
 }
 
-std::string topOf(std::string folder, const Mount& mount) {
-    while (folder != "/" && mountOf(AT_FDCWD, parentOf(folder).c_str()) == mount) {
+/// The uppermost folder of the mount that a folder lies on. Absent with errno.
+std::optional<std::string> topOf(std::string folder, const Mount& mount) {
+    while (folder != "/") {
+        const auto above = mountOf(AT_FDCWD, parentOf(folder).c_str());
+        if (!above) return std::nullopt;
+        if (*above != mount) break;
         folder = parentOf(folder);
     }
     return folder;
@@ -95,69 +114,119 @@ std::string topOf(std::string folder, const Mount& mount) {
 /// The one all users share must be a real folder in which they cannot touch each other's.
 bool isSharedTrash(int top) {
     struct stat status {};
-    return ::fstatat(top, ".Trash", &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(status.st_mode) &&
-           (status.st_mode & S_ISVTX) != 0;
+    return retrying([&] { return ::fstatat(top, ".Trash", &status, AT_SYMLINK_NOFOLLOW); }) == 0 &&
+           S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
 }
 
+Descriptor openRealFolder(int parent, const char* path) {
+    return Descriptor(retrying(
+        [&] { return ::openat(parent, path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
+}
+
+/// Absent with errno.
 std::optional<TrashFolder> openTopTrash(const std::string& top) {
     const auto user = std::to_string(::geteuid());
-    const Descriptor folder(::open(top.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const auto folder = openRealFolder(AT_FDCWD, top.c_str());
     if (!folder) return std::nullopt;
     if (isSharedTrash(folder.get())) {
-        const Descriptor shared(
-            ::openat(folder.get(), ".Trash", O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        const auto shared = openRealFolder(folder.get(), ".Trash");
         auto own = shared ? TrashFolder::openIn(shared.get(), user) : std::nullopt;
         if (own) return own;
     }
     return TrashFolder::openIn(folder.get(), ".Trash-" + user);
 }
 
-/// 0 or the error.
-int moveInto(const TrashFolder& trash, const Item& item, const std::string& origin) {
-    for (;;) {
-        const auto taken = trash.reserve(item.name, origin);
-        if (!taken) return errno;
-        const int error = trash.takeIn(item.folder.get(), item.name, *taken);
-        if (error == 0) return 0;
-        trash.release(*taken);
-        if (error != EEXIST) return error;
+using Failure = std::optional<std::string>;
+
+/// Whatever has come under the item's name between the last look and the move goes back to its
+/// place. Absent when it was the item itself.
+Failure sendBackIntruder(const TrashFolder& trash, const Item& item,
+                         const TrashReservation& taken) {
+    struct stat meant {};
+    struct stat arrived {};
+    // The move has been done: not being able to look makes it no failure.
+    if (::fstat(item.handle.get(), &meant) != 0 ||
+        ::fstatat(trash.files(), taken.name.c_str(), &arrived, AT_SYMLINK_NOFOLLOW) != 0 ||
+        (meant.st_dev == arrived.st_dev && meant.st_ino == arrived.st_ino)) {
+        return std::nullopt;
     }
+    if (!renameIfFree(trash.files(), taken.name, item.folder.get(), item.name)) {
+        return trashErrorText(ESTALE) + " and lies in the Trash as “" + taken.name + "”";
+    }
+    trash.release(taken);
+    return trashErrorText(ESTALE);
 }
 
-std::string noTrash(int error) {
-    return "there is no Trash for its disk (" + trashErrorText(error) + ")";
+Failure moveInto(const TrashFolder& trash, const Item& item, const std::string& origin) {
+    constexpr int mostCollisions = 100;  // Of items that come without a note.
+    unsigned attempt = 0;
+    for (int i = 0; i < mostCollisions; ++i) {
+        const auto taken = trash.reserve(item.name, origin, attempt);
+        if (!taken) return trashErrorText(errno);
+        attempt = taken->attempt;
+        const int error =
+            item.isStillThere() ? trash.takeIn(item.folder.get(), item.name, *taken) : ESTALE;
+        if (error == 0) return sendBackIntruder(trash, item, *taken);
+        trash.release(*taken);
+        if (error != EEXIST) return trashErrorText(error);
+    }
+    return trashErrorText(EEXIST);
 }
 
-std::optional<std::string> failure(int error) {
-    return error == 0 ? std::nullopt : std::optional(trashErrorText(error));
+/// A Trash, and what of the item's path its note is to tell.
+struct Destination {
+    TrashFolder trash;
+    std::string top;  ///< Of the Trash's disk; empty for the user's main one.
+    std::string origin;
+};
+
+using DestinationOrReason = std::variant<Destination, std::string>;
+
+std::string withReason(const char* what) {
+    return what + (" (" + trashErrorText(errno)) + ")";
 }
 
-/// Absent when it worked, else why not.
-std::optional<std::string> move(const Item& item, const std::string& homeTrash) {
+DestinationOrReason destinationOf(const Item& item, const std::string& homeTrash) {
     const auto mount = mountOf(item.folder.get(), "");
-    if (!mount) return trashErrorText(errno);
-    if (futureMountOf(homeTrash) == mount) {
-        const auto trash = TrashFolder::openHome(homeTrash);
-        if (!trash) return "the Trash cannot be used (" + trashErrorText(errno) + ")";
-        return failure(moveInto(*trash, item, item.path()));
+    if (!mount) return withReason("its disk cannot be looked at");
+    const auto home = futureMountOf(homeTrash);
+    if (!home) return withReason("the Trash cannot be looked at");
+    if (*home == *mount) {
+        auto trash = TrashFolder::openHome(homeTrash);
+        if (!trash) return withReason("the Trash cannot be used");
+        return Destination{std::move(*trash), {}, item.path()};
     }
     const auto top = topOf(item.folderPath, *mount);
-    const auto trash = openTopTrash(top);
-    if (!trash) return noTrash(errno);
-    return failure(moveInto(*trash, item, item.path().substr(joined(top, "").size())));
+    auto trash = top ? openTopTrash(*top) : std::nullopt;
+    if (!trash) return withReason("there is no Trash for its disk");
+    return Destination{std::move(*trash), *top, item.path().substr(joined(*top, "").size())};
+}
+
+std::string notMoved(const std::string& path, const std::string& why) {
+    const auto name = path.substr(path.rfind('/') + 1);
+    return "“" + (name.empty() ? path : name) + "” could not be moved to the Trash: " + why + ".";
 }
 
 }  // namespace
 
-LinuxTrash::LinuxTrash(std::string homeTrash) : homeTrash_(std::move(homeTrash)) {}
+LinuxTrash::LinuxTrash(std::string homeTrash) : homeTrash_(std::move(homeTrash)) {
+    struct stat status {};
+    if (retrying([&] { return ::lstat(homeTrash_.c_str(), &status); }) != 0) return;
+    if (const auto trash = TrashFolder::openHome(homeTrash_)) trash->clearLeftovers();
+}
 
 std::optional<std::string> LinuxTrash::moveToTrash(const std::string& path,
                                                    const ItemIdentity& item) {
     const auto found = findItem(path, item);
-    const auto why = found ? move(*found, homeTrash_) : trashErrorText(errno);
-    if (!why) return std::nullopt;
-    const auto name = path.substr(path.rfind('/') + 1);
-    return "“" + (name.empty() ? path : name) + "” could not be moved to the Trash: " + *why + ".";
+    if (!found) return notMoved(path, trashErrorText(errno));
+    const auto place = destinationOf(*found, homeTrash_);
+    const auto* const destination = std::get_if<Destination>(&place);
+    if (!destination) return notMoved(path, std::get<std::string>(place));
+    const bool isOtherDisk = !destination->top.empty();
+    if (isOtherDisk && cleared_.insert(destination->top).second)
+        destination->trash.clearLeftovers();
+    const auto why = moveInto(destination->trash, *found, destination->origin);
+    return why ? std::optional(notMoved(path, *why)) : std::nullopt;
 }
 
 std::string trashErrorText(int error) {
@@ -167,6 +236,8 @@ std::string trashErrorText(int error) {
         case ENOENT:
         case ENOTDIR: return "it is no longer there";
         case ESTALE: return "another item has taken its place";
+        case EEXIST: return "the Trash has no free name for it";
+        case EIO: return "the disk could not be read or written";
         case EROFS: return "the disk is read-only";
         case ENOSPC:
         case EDQUOT: return "the disk is full";

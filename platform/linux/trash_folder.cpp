@@ -4,24 +4,31 @@
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
-#include <filesystem>
 #include <string_view>
-#include <system_error>
+#include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/linux/cleanup_journal.h"
+#include "platform/posix/listing.h"
+#include "platform/posix/posix_files.h"
+#include "platform/posix/retrying.h"
+#include "platform/posix/system_calls.h"
 #include "platform/trash_names.h"
 
 namespace vestigo {
 namespace {
 
-constexpr std::string_view infoEnding = ".trashinfo";
-constexpr std::size_t longestName = 255 - infoEnding.size();
 constexpr unsigned mostAttempts = 100'000;
 constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+/// Other programs ignore lines that they do not know.
+constexpr std::string_view ownLine = "X-Vestigo-Moved=true\n";
+constexpr std::size_t longestNote = 32'768;
 
 /// As in a URL; the bytes, whatever they stand for.
 std::string percentEncoded(std::string_view path) {
@@ -48,101 +55,145 @@ std::string localTime() {
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &local)};
 }
 
-std::string infoText(const std::string& origin) {
-    return "[Trash Info]\nPath=" + percentEncoded(origin) + "\nDeletionDate=" + localTime() + "\n";
-}
-
-std::string infoName(const std::string& taken) {
-    return taken + std::string(infoEnding);
-}
-
-/// A real folder of this user in an open one, made when missing. Owns nothing, with errno, where it
-/// is anything else.
-Descriptor ownFolderIn(int folder, const char* name) {
-    if (::mkdirat(folder, name, 0700) != 0 && errno != EEXIST) return {};
-    Descriptor own(::openat(folder, name, asFolder | O_NOFOLLOW));
+/// Whether something lies there. Absent, with errno, when that cannot be told.
+std::optional<bool> holds(int folder, const std::string& name) {
     struct stat status {};
-    if (own && ::fstat(own.get(), &status) == 0 && status.st_uid == ::geteuid()) return own;
-    if (own) errno = EACCES;
-    return {};
+    if (retrying([&] { return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW); }) ==
+        0) {
+        return true;
+    }
+    return errno == ENOENT ? std::optional(false) : std::nullopt;
 }
 
-bool writeAll(int file, std::string_view text) {
-    while (!text.empty()) {
-        const auto count = ::write(file, text.data(), text.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(count));
+bool isOwnNote(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
+        return false;
     }
-    return ::fsync(file) == 0;
+    std::array<char, longestNote> text{};
+    const auto length = retrying([&] { return ::pread(file, text.data(), text.size(), 0); });
+    return length > 0 &&
+           std::string_view(text.data(), static_cast<std::size_t>(length)).ends_with(ownLine);
 }
 
 }  // namespace
 
+std::string trashNote(const std::string& origin) {
+    return "[Trash Info]\nPath=" + percentEncoded(origin) + "\nDeletionDate=" + localTime() + "\n" +
+           std::string(ownLine);
+}
+
+Descriptor openOwnFolder(int folder, const std::string& name) {
+    if (retrying([&] { return ::mkdirat(folder, name.c_str(), 0700); }) != 0 && errno != EEXIST) {
+        return {};
+    }
+    Descriptor own(retrying([&] { return ::openat(folder, name.c_str(), asFolder | O_NOFOLLOW); }));
+    struct stat status {};
+    if (own && retrying([&] { return ::fstat(own.get(), &status); }) != 0) return {};
+    if (own && status.st_uid == ::geteuid()) return own;
+    if (own) errno = EACCES;
+    return {};
+}
+
 std::optional<TrashFolder> TrashFolder::openHome(const std::string& path) {
-    std::error_code error;
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return std::nullopt;
-    return layOut(Descriptor(::open(path.c_str(), asFolder)));
+    static_cast<void>(PosixFiles().createFolders(path.substr(0, path.rfind('/'))));
+    if (retrying([&] { return ::mkdir(path.c_str(), 0700); }) != 0 && errno != EEXIST) {
+        return std::nullopt;
+    }
+    return layOut(Descriptor(retrying([&] { return ::open(path.c_str(), asFolder); })));
 }
 
 std::optional<TrashFolder> TrashFolder::openIn(int folder, const std::string& name) {
-    return layOut(ownFolderIn(folder, name.c_str()));
+    return layOut(openOwnFolder(folder, name));
 }
 
 std::optional<TrashFolder> TrashFolder::layOut(Descriptor folder) {
     if (!folder) return std::nullopt;
     TrashFolder trash;
-    trash.files_ = ownFolderIn(folder.get(), "files");
+    trash.files_ = openOwnFolder(folder.get(), "files");
     if (!trash.files_) return std::nullopt;
-    trash.info_ = ownFolderIn(folder.get(), "info");
+    trash.info_ = openOwnFolder(folder.get(), "info");
     if (!trash.info_) return std::nullopt;
+    trash.folder_ = std::move(folder);
     return trash;
 }
 
-std::optional<std::string> TrashFolder::reserve(const std::string& itemName,
-                                                const std::string& origin) const {
-    const auto text = infoText(origin);
-    for (unsigned attempt = 1; attempt <= mostAttempts; ++attempt) {
-        auto taken = trashName(itemName, attempt, longestName);
-        if (holds(taken)) continue;
-        if (writeInfo(taken, text)) return taken;
-        if (errno != EEXIST) return std::nullopt;
+std::optional<TrashReservation> TrashFolder::reserve(const std::string& itemName,
+                                                     const std::string& origin,
+                                                     unsigned after) const {
+    auto note = std::make_unique<AtomicFile>(folder_.get(), 0600);
+    if (!note->write(trashNote(origin))) return std::nullopt;
+    for (unsigned attempt = after + 1; attempt <= mostAttempts; ++attempt) {
+        auto name = trashName(itemName, attempt, longestTrashName);
+        const auto held = holds(files_.get(), name);
+        if (!held) return std::nullopt;
+        if (*held) continue;
+        if (!note->placeIfFree(info_.get(), name + trashNoteEnding)) {
+            if (errno == EEXIST) continue;
+            return std::nullopt;
+        }
+        TrashReservation reservation{std::move(name), attempt, std::move(note)};
+        // Flushed under its name: that takes one wait for the disk and not two.
+        if (flushToDisk(reservation.note->descriptor())) return reservation;
+        const int error = errno;
+        release(reservation);
+        errno = error;
+        return std::nullopt;
     }
     errno = EEXIST;
     return std::nullopt;
 }
 
-bool TrashFolder::writeInfo(const std::string& taken, const std::string& text) const {
-    const Descriptor file(::openat(info_.get(), infoName(taken).c_str(),
-                                   O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!file) return false;
-    if (writeAll(file.get(), text)) return true;
-    const int error = errno;
-    release(taken);
-    // Never "taken already": whatever this is, another name does not help.
-    errno = error;
-    return false;
-}
-
-int TrashFolder::takeIn(int folder, const std::string& name, const std::string& taken) const {
-    const auto* const from = name.c_str();
-    const auto* const to = taken.c_str();
-    if (::renameat2(folder, from, files_.get(), to, RENAME_NOREPLACE) == 0) return 0;
-    if (errno != EINVAL && errno != ENOSYS) return errno;
+int TrashFolder::takeIn(int folder, const std::string& name,
+                        const TrashReservation& reservation) const {
+    const auto& taken = reservation.name;
+    if (renameIfFree(folder, name, files_.get(), taken)) return 0;
+    if (errno != ENOTSUP) return errno;
     // File systems without such a rename: the name is reserved, so whoever keeps to the rules
     // leaves it alone.
-    if (holds(taken)) return EEXIST;
-    return ::renameat(folder, from, files_.get(), to) == 0 ? 0 : errno;
+    const auto held = holds(files_.get(), taken);
+    if (!held) return errno;
+    if (*held) return EEXIST;
+    return retrying(
+               [&] { return ::renameat(folder, name.c_str(), files_.get(), taken.c_str()); }) == 0
+               ? 0
+               : errno;
 }
 
-void TrashFolder::release(const std::string& taken) const {
-    ::unlinkat(info_.get(), infoName(taken).c_str(), 0);
+void TrashFolder::release(const TrashReservation& reservation) const {
+    const auto note = reservation.name + trashNoteEnding;
+    static_cast<void>(retrying([&] { return ::unlinkat(info_.get(), note.c_str(), 0); }));
 }
 
-bool TrashFolder::holds(const std::string& taken) const {
-    struct stat status {};
-    return ::fstatat(files_.get(), taken.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+void TrashFolder::clearLeftovers() const {
+    removeOrphans(folder_.get());
+    // A live script's notes are not locked themselves.
+    if (!clearCleanupJournals(*this)) return;
+    const auto notes = namesIn(info_.get());
+    const auto items = namesIn(files_.get());
+    if (!notes || !items) return;
+    const std::unordered_set<std::string_view> present(items->begin(), items->end());
+    for (const auto& note : *notes) {
+        if (!note.ends_with(trashNoteEnding)) continue;
+        const std::string_view item(note.data(), note.size() + 1 - sizeof trashNoteEnding);
+        if (!present.contains(item)) removeIfStale(note);
+    }
+}
+
+void TrashFolder::removeIfStale(const std::string& noteName) const {
+    // Open for writing, as locks need it on network file systems.
+    const Descriptor note(retrying([&] {
+        return ::openat(info_.get(), noteName.c_str(),
+                        O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    }));
+    if (!note || !isOwnNote(note.get())) return;
+    if (retrying([&] { return ::flock(note.get(), LOCK_EX | LOCK_NB); }) != 0) return;
+    // Its item may have come before the lock was free.
+    const auto item = noteName.substr(0, noteName.size() + 1 - sizeof trashNoteEnding);
+    if (holds(files_.get(), item) != std::optional(false)) return;
+    if (isOpenAs(note.get(), info_.get(), noteName)) {
+        static_cast<void>(retrying([&] { return ::unlinkat(info_.get(), noteName.c_str(), 0); }));
+    }
 }
 
 }  // namespace vestigo

@@ -37,16 +37,8 @@ bool unlinkIn(int folder, const std::string& name) {
 /// Whether an open file is a regular one of this user.
 bool isOwnFile(int file) {
     struct stat status {};
-    return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
-}
-
-/// Whether an open file is still in the folder under this name.
-bool isStillNamed(int file, int folder, const std::string& name) {
-    struct stat open {};
-    struct stat named {};
-    return ::fstat(file, &open) == 0 &&
-           ::fstatat(folder, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    return retrying([&] { return ::fstat(file, &status); }) == 0 && S_ISREG(status.st_mode) &&
+           status.st_uid == ::geteuid();
 }
 
 void removeIfOrphan(int folder, const std::string& name) {
@@ -58,7 +50,7 @@ void removeIfOrphan(int folder, const std::string& name) {
     if (!file || !isOwnFile(file.get())) return;
     if (retrying([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) != 0) return;
     // It may have been placed between the listing and the lock. No other file gets this name.
-    if (isStillNamed(file.get(), folder, name)) static_cast<void>(unlinkIn(folder, name));
+    if (isOpenAs(file.get(), folder, name)) static_cast<void>(unlinkIn(folder, name));
 }
 
 }  // namespace
@@ -74,6 +66,15 @@ std::string unguessableName() {
 bool isUnguessableName(std::string_view name) {
     return name.size() == prefix.size() + 2 * randomBytes && name.starts_with(prefix) &&
            name.find_first_not_of(digits, prefix.size()) == name.npos;
+}
+
+bool isOpenAs(int file, int folder, const std::string& name) {
+    struct stat open {};
+    struct stat named {};
+    return retrying([&] { return ::fstat(file, &open); }) == 0 &&
+           retrying([&] { return ::fstatat(folder, name.c_str(), &named, AT_SYMLINK_NOFOLLOW); }) ==
+               0 &&
+           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
 void removeOrphans(int folder) {
@@ -102,17 +103,16 @@ void AtomicFile::create(mode_t mode) {
         }));
         // Where there are no locks, nobody removes orphans either.
         if (file_) static_cast<void>(retrying([&] { return ::flock(file_.get(), LOCK_EX); }));
-    } while (file_ && ::fstat(file_.get(), &status) == 0 && status.st_nlink == 0);
+    } while (file_ && retrying([&] { return ::fstat(file_.get(), &status); }) == 0 &&
+             status.st_nlink == 0);
 }
 
 bool AtomicFile::write(std::string_view content) {
-    return file_ && writeAll(file_.get(), content) && flushToDisk(file_.get());
+    return file_ && writeAll(file_.get(), content);
 }
 
 bool AtomicFile::replace(const std::string& name) {
-    placed_ = file_ && retrying([&] {
-                           return ::renameat(folder_, temporary_.c_str(), folder_, name.c_str());
-                       }) == 0;
+    placed_ = file_ && flushToDisk(file_.get()) && renamedTo(folder_, name);
     // The file is whole under either name, so a folder that cannot be flushed is no failure.
     if (placed_) static_cast<void>(flushToDisk(folder_));
     return placed_;
@@ -121,15 +121,38 @@ bool AtomicFile::replace(const std::string& name) {
 bool AtomicFile::placeIfFree(int folder, const std::string& name) {
     if (!file_) return false;
     placed_ = renameIfFree(folder_, temporary_, folder, name);
-    // File systems without such a rename may have links, which never overwrite either.
-    if (!placed_ && errno == ENOTSUP) {
-        placed_ = retrying([&] {
-                      return ::linkat(folder_, temporary_.c_str(), folder, name.c_str(), 0);
-                  }) == 0;
-        if (placed_) static_cast<void>(unlinkIn(folder_, temporary_));
-    }
-    if (placed_) static_cast<void>(flushToDisk(folder));
+    if (!placed_ && errno == ENOTSUP) placed_ = linkedAs(folder, name);
+    if (!placed_ && (errno == EPERM || errno == ENOTSUP)) placed_ = renamedIfFree(folder, name);
     return placed_;
+}
+
+bool AtomicFile::renamedTo(int folder, const std::string& name) const {
+    return retrying(
+               [&] { return ::renameat(folder_, temporary_.c_str(), folder, name.c_str()); }) == 0;
+}
+
+/// Links never replace anything either.
+bool AtomicFile::linkedAs(int folder, const std::string& name) const {
+    if (retrying([&] { return ::linkat(folder_, temporary_.c_str(), folder, name.c_str(), 0); }) !=
+        0) {
+        return false;
+    }
+    static_cast<void>(unlinkIn(folder_, temporary_));
+    return true;
+}
+
+/// For file systems with no links: replaces an empty file that this makes to take the name.
+bool AtomicFile::renamedIfFree(int folder, const std::string& name) const {
+    const Descriptor taken(retrying([&] {
+        return ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                        0600);
+    }));
+    if (!taken) return false;
+    if (renamedTo(folder, name)) return true;
+    const int error = errno;
+    static_cast<void>(unlinkIn(folder, name));
+    errno = error;
+    return false;
 }
 
 }  // namespace vestigo

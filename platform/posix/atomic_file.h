@@ -26,16 +26,21 @@ public:
     /// The open file; negative when it could not be made.
     [[nodiscard]] int descriptor() const { return file_.get(); }
 
-    /// Writes the content and waits until it is on the disk. False with errno.
+    /// False with errno.
     [[nodiscard]] bool write(std::string_view content);
-    /// Puts the file in the place of what has this name in its folder. False with errno.
+    /// Puts the file in the place of what has this name in its folder, once its content is on the
+    /// disk. False with errno.
     [[nodiscard]] bool replace(const std::string& name);
     /// Gives the file this name in an open folder, its own or another one of its file system. Never
-    /// replaces anything. False with errno: EEXIST where the name is taken.
+    /// replaces anything, and leaves the flushing to the caller. False with errno: EEXIST where the
+    /// name is taken.
     [[nodiscard]] bool placeIfFree(int folder, const std::string& name);
 
 private:
     void create(mode_t mode);
+    [[nodiscard]] bool renamedTo(int folder, const std::string& name) const;
+    [[nodiscard]] bool linkedAs(int folder, const std::string& name) const;
+    [[nodiscard]] bool renamedIfFree(int folder, const std::string& name) const;
 
     int folder_;
     std::string temporary_;
@@ -49,6 +54,9 @@ private:
 
 /// Whether a name has exactly the form of those.
 [[nodiscard]] bool isUnguessableName(std::string_view name);
+
+/// Whether the open file has this name in an open folder.
+[[nodiscard]] bool isOpenAs(int file, int folder, const std::string& name);
 
 /// Removes from an open folder the files that killed programs of this user have not placed: regular
 /// files of this user with exactly such a name that no live program has locked. Failures are

@@ -85,12 +85,13 @@ public:
         if (access == Access::usual) keepPermissions();
     }
 
-    /// Writes the content and waits until it is on the disk.
     [[nodiscard]] bool write(std::string_view content) {
         return !name_.empty() && file_.write(content);
     }
     [[nodiscard]] bool replace() { return file_.replace(name_); }
-    [[nodiscard]] bool placeIfFree() { return file_.placeIfFree(folder_.get(), name_); }
+    [[nodiscard]] bool placeIfFree() {
+        return flushToDisk(file_.descriptor()) && file_.placeIfFree(folder_.get(), name_);
+    }
 
 private:
     /// What killed programs have left may be what fills the disk.

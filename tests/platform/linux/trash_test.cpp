@@ -1,15 +1,22 @@
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/posix/descriptor.h"
 #include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
@@ -116,18 +123,56 @@ TEST_F(LinuxTrashTest, RefusesATrashThatLeadsElsewhere) {
     EXPECT_TRUE(fs::exists(item));
 }
 
-TEST_F(LinuxTrashTest, GivesPlacesToAScriptAndForgetsWhatDidNotArrive) {
-    tree.file("data/Trash/files/b", "older");
-    LinuxCleanupTrash places(home);
-    const auto plan = places.plan({"/Library/a", "/Library/b", "/Library/x/a"});
-    ASSERT_EQ(plan.moves.size(), 3U);
-    EXPECT_EQ(plan.moves[0].folder, home + "/files");
-    EXPECT_EQ(plan.moves[1].newName, "b.2");
-    EXPECT_EQ(plan.moves[2].newName, "a.2");
-    tree.file("data/Trash/files/a.2", "arrived");
-    places.finish(plan);
-    EXPECT_EQ(systemFiles()->names(home + "/info"), std::vector<std::string>{"a.2.trashinfo"});
-    EXPECT_EQ(originOf("a.2"), "/Library/x/a");
+TEST_F(LinuxTrashTest, ClearsWhatKilledMovesHaveLeftAndNothingElse) {
+    moveToTrash("item", {"arrived"});
+    const auto notes = home + "/info/";
+    const auto ours = contentOf(notes + "item.trashinfo");
+    tree.file("data/Trash/info/killed.trashinfo", ours);
+    tree.file("data/Trash/info/held.trashinfo", ours);
+    tree.file("data/Trash/info/other program.trashinfo", "[Trash Info]\nPath=/x\n");
+    tree.file("data/Trash/info/empty.trashinfo");
+    tree.file("data/Trash/.vestigo-" + std::string(32, '0'), "not placed yet");
+    tree.file("data/Trash/directorysizes", "of another program");
+    const Descriptor held(::open((notes + "held.trashinfo").c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(held.get(), LOCK_EX), 0);
+    const LinuxTrash next(home);
+    auto left = systemFiles()->names(home + "/info").value();
+    std::ranges::sort(left);
+    EXPECT_EQ(left, (std::vector<std::string>{"empty.trashinfo", "held.trashinfo", "item.trashinfo",
+                                              "other program.trashinfo"}));
+    EXPECT_EQ(systemFiles()->names(home)->size(), 3U);
+    EXPECT_EQ(trashed("item"), "arrived");
+}
+
+TEST_F(LinuxTrashTest, TakesOnlyTheItemThatWasMeantHoweverQuicklyItIsExchanged) {
+    const auto path = tree.at("Foo.app");
+    const auto aside = tree.at("aside");
+    int moved = 0;
+    for (int round = 0; round < 30; ++round) {
+        tree.file("Foo.app", "meant");
+        tree.file("aside", "another");
+        const auto meant = systemFiles()->identity(path).value();
+        std::atomic<bool> done = false;
+        std::thread exchanger([&] {
+            while (!done) {
+                ::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, aside.c_str(), RENAME_EXCHANGE);
+            }
+        });
+        const auto refusal = trash.moveToTrash(path, meant);
+        done = true;
+        exchanger.join();
+        ASSERT_TRUE(contentOf(path) == "another" || contentOf(aside) == "another");
+        if (refusal) {
+            EXPECT_NE(refusal->find("another item has taken its place"), refusal->npos) << *refusal;
+        } else {
+            ++moved;
+            EXPECT_NE(contentOf(path), "meant");
+            EXPECT_NE(contentOf(aside), "meant");
+        }
+    }
+    EXPECT_EQ(systemFiles()->names(home + "/files").value().size(),
+              static_cast<std::size_t>(moved));
+    EXPECT_EQ(systemFiles()->names(home + "/info").value().size(), static_cast<std::size_t>(moved));
 }
 
 TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
@@ -191,6 +236,18 @@ TEST_F(OtherDiskTest, HasATrashOfItsOwnAndUsesTheSharedOneOnlyWhereItIsSafe) {
     ::chmod(shared.c_str(), 01777);
     moveToTrash("disk/sub folder/item", {"x"});
     expectInTrash(shared + "/" + user);
+}
+
+TEST_F(OtherDiskTest, LeavesTheItemWhereTheTrashCannotBeLookedAt) {
+    tree.file("disk/file");
+    for (const auto& unreachable : {disk + "/file/Trash", disk + "/" + std::string(300, 'n')}) {
+        LinuxTrash lost(unreachable);
+        const auto why = lost.moveToTrash(item, systemFiles()->identity(item).value());
+        ASSERT_TRUE(why);
+        EXPECT_NE(why->find("the Trash cannot be looked at ("), why->npos) << *why;
+        EXPECT_TRUE(fs::exists(item));
+        EXPECT_FALSE(fs::exists(own));
+    }
 }
 
 TEST_F(OtherDiskTest, NeverFollowsATrashThatIsALink) {
