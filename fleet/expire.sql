@@ -10,6 +10,8 @@ SELECT date_trunc('week', now() AT TIME ZONE 'UTC')::date - 7 * :weeks AS first_
 
 UPDATE report SET expired = true WHERE week < :'first_kept' AND NOT expired;
 
+DELETE FROM change USING report WHERE report.id = change.report AND report.expired;
+
 SELECT format('DROP TABLE %I', relname)
 FROM pg_inherits JOIN pg_class ON pg_class.oid = inhrelid
 WHERE inhparent = 'found'::regclass AND to_date(relname, '"found_"YYYY_MM_DD') < :'first_kept'

@@ -82,17 +82,12 @@ JOIN component USING (digest)
 ORDER BY new_report.week, new_report.id;
 
 INSERT INTO tally (report, fix, components, files)
-SELECT new_report.id, incoming_component.fix, count(*), sum(incoming_found.legacy_count)
+SELECT new_report.id, fix, count(*), sum(incoming_found.legacy_count)
 FROM incoming_found
 JOIN new_report ON new_report.number = incoming_found.report
 JOIN incoming_component ON incoming_component.number = incoming_found.component
-GROUP BY new_report.id, incoming_component.fix;
+GROUP BY new_report.id, fix;
 
-DELETE FROM refused WHERE file IN (SELECT file FROM incoming_report);
-INSERT INTO refused (file, reason) SELECT file, reason FROM incoming_refused
-ON CONFLICT (file) DO UPDATE SET reason = excluded.reason, refused_at = excluded.refused_at;
-
--- The questions may come right after, before the server looks at the tables by itself.
 DO $$
 DECLARE monday date;
 BEGIN
@@ -100,7 +95,52 @@ BEGIN
         EXECUTE format('ANALYZE %I', 'found_' || to_char(monday, 'YYYY_MM_DD'));
     END LOOP;
 END $$;
-ANALYZE machine, report, component, tally;
+ANALYZE machine, report, component, tally, new_report;
+
+-- What differs from the report before: in the new reports, and in those that a late one now stands before.
+CREATE TEMPORARY TABLE pair ON COMMIT DROP AS
+WITH affected AS (
+    SELECT id FROM new_report
+    UNION
+    SELECT next.id FROM new_report JOIN report USING (id)
+    CROSS JOIN LATERAL (SELECT id FROM report later
+                        WHERE later.machine = report.machine AND later.taken_at > report.taken_at
+                        ORDER BY taken_at LIMIT 1) next
+)
+SELECT report.id AS report, report.week, before.id AS before, before.week AS before_week
+FROM affected JOIN report USING (id)
+CROSS JOIN LATERAL (SELECT id, week, expired FROM report earlier
+                    WHERE earlier.machine = report.machine AND earlier.taken_at < report.taken_at
+                    ORDER BY taken_at DESC LIMIT 1) before
+WHERE NOT report.expired AND NOT before.expired;
+ANALYZE pair;
+
+DELETE FROM change WHERE report IN (SELECT report FROM pair);
+
+-- Components are compared first, since nearly all stay as they are; paths only matter for the others.
+WITH now AS (
+    SELECT pair.report, found.component, true AS there
+    FROM pair CROSS JOIN LATERAL (SELECT * FROM found WHERE found.week = pair.week
+                                  AND found.report = pair.report OFFSET 0) found
+), before AS (
+    SELECT pair.report, found.component, true AS there
+    FROM pair CROSS JOIN LATERAL (SELECT * FROM found WHERE found.week = pair.before_week
+                                  AND found.report = pair.before OFFSET 0) found
+), differing AS MATERIALIZED (
+    SELECT report, id AS component, path_digest, CASE WHEN now.there THEN 'new' ELSE 'gone' END AS change
+    FROM now FULL JOIN before USING (report, component)
+    JOIN component ON component.id = component AND component.to_do
+    WHERE now.there IS NULL OR before.there IS NULL
+)
+INSERT INTO change (report, component, change)
+SELECT report, component, change FROM differing
+WHERE (report, path_digest) NOT IN (
+    SELECT report, path_digest FROM differing GROUP BY report, path_digest HAVING count(*) > 1);
+ANALYZE change;
+
+DELETE FROM refused WHERE file IN (SELECT file FROM incoming_report);
+INSERT INTO refused (file, reason) SELECT file, reason FROM incoming_refused
+ON CONFLICT (file) DO UPDATE SET reason = excluded.reason, refused_at = excluded.refused_at;
 
 SELECT count(*) AS loaded,
        (SELECT count(*) FROM incoming_report WHERE file NOT IN (SELECT file FROM incoming_refused))

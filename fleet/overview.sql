@@ -20,27 +20,33 @@ WHERE to_do GROUP BY machine, host, taken_at
 ORDER BY components DESC, files DESC, machine LIMIT 10;
 
 \echo What is to be done?
-SELECT fix, category, count(*) AS components, count(DISTINCT machine) AS machines
-FROM latest GROUP BY fix, category ORDER BY fix, components DESC;
+SELECT fix, category, sum(components) AS components, count(*) AS machines
+FROM (SELECT fix, category, report, count(*) AS components FROM latest GROUP BY fix, category, report) had
+GROUP BY fix, category ORDER BY fix, components DESC;
 
 \echo Which products are on most machines?
-SELECT bundle, vendor, fix, count(DISTINCT machine) AS machines
-FROM latest WHERE to_do
-GROUP BY bundle, vendor, fix ORDER BY machines DESC, bundle LIMIT 15;
+WITH product AS (
+    SELECT id, min(id) OVER (PARTITION BY bundle, vendor, fix) AS product FROM component WHERE to_do
+), spread AS (
+    SELECT product, count(DISTINCT report) AS machines FROM latest JOIN product USING (id) GROUP BY product
+)
+SELECT bundle, vendor, fix, machines
+FROM spread JOIN component ON component.id = product
+ORDER BY machines DESC, bundle LIMIT 15;
 
 \echo Whose are they?
-SELECT vendor, count(DISTINCT machine) AS machines, count(DISTINCT bundle) AS products
-FROM latest WHERE to_do
+SELECT vendor, count(*) AS machines, sum(components) AS components
+FROM (SELECT vendor, report, count(*) AS components FROM latest WHERE to_do GROUP BY vendor, report) had
 GROUP BY vendor ORDER BY machines DESC, vendor LIMIT 15;
 
 \echo What has changed from the report before to the latest, on machines that have both?
-SELECT change, count(*) AS components, count(DISTINCT machine) AS machines
-FROM change GROUP BY change ORDER BY change;
+SELECT change, count(*) AS components, count(DISTINCT report) AS machines
+FROM latest_change GROUP BY change ORDER BY change;
 
 \echo What has come newly, on most machines?
 SELECT bundle, vendor, path, count(*) AS machines
-FROM change JOIN component ON component.id = change.component
-WHERE change = 'new' GROUP BY bundle, vendor, path ORDER BY machines DESC, path LIMIT 10;
+FROM latest_change WHERE change = 'new'
+GROUP BY bundle, vendor, path ORDER BY machines DESC, path LIMIT 10;
 
 \echo Which machines have not reported for 14 days?
 SELECT host, machine, taken_at AS last_report FROM latest_report

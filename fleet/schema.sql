@@ -49,7 +49,7 @@ CREATE TABLE component (
 );
 CREATE INDEX ON component USING hash (bundle);   -- A report may hold a name of any length.
 
--- No foreign keys: checking them doubles the time of a load, and only load.sql writes here.
+-- No foreign keys, since checking them would double the time of a load, and only load.sql writes here.
 CREATE TABLE found (
     week         date NOT NULL,
     report       int NOT NULL,
@@ -67,6 +67,15 @@ CREATE TABLE tally (
     files       bigint NOT NULL,
     to_do       boolean NOT NULL GENERATED ALWAYS AS (fix NOT IN ('Keep', 'Apple')) STORED,
     PRIMARY KEY (report, fix)
+);
+
+-- How a report differs from the same machine's report before it, by path, in what there is to do: a program
+-- that became native is gone, one that was merely signed anew is neither. A first report differs in nothing.
+CREATE TABLE change (
+    report      int REFERENCES report,
+    component   int REFERENCES component,
+    change      text NOT NULL,          -- gone or new
+    PRIMARY KEY (report, component)
 );
 
 CREATE TABLE refused (

@@ -11,43 +11,22 @@ CROSS JOIN LATERAL (SELECT * FROM report WHERE report.machine = machine.uuid
                     ORDER BY taken_at DESC LIMIT 1) report
 WHERE machine.retired_at IS NULL OR report.taken_at > machine.retired_at;
 
--- The one before it, while it is kept. Without one, nothing that a machine has is "new".
-CREATE OR REPLACE VIEW previous_report AS
-SELECT report.*
-FROM latest_report
-CROSS JOIN LATERAL (SELECT * FROM report WHERE report.machine = latest_report.machine
-                    AND report.taken_at < latest_report.taken_at
-                    ORDER BY taken_at DESC LIMIT 1) report
-WHERE NOT report.expired;
-
--- What the machines have, by their latest reports.
+-- What the machines have, by their latest reports. OFFSET 0 has the database look up each report in its
+-- week; left to itself it may read through all weeks that there are.
 CREATE OR REPLACE VIEW latest AS
-SELECT report.machine, report.host, report.taken_at, component.*, found.legacy_count, found.created
+SELECT report.id AS report, report.machine, report.host, report.taken_at,
+       component.*, found.legacy_count, found.created
 FROM latest_report report
-JOIN found ON found.week = report.week AND found.report = report.id
+CROSS JOIN LATERAL (SELECT * FROM found WHERE found.week = report.week AND found.report = report.id
+                    OFFSET 0) found
 JOIN component ON component.id = found.component;
 
--- What there was to do before and is not now ("gone"), or the other way round ("new"), by path: a program
--- that became native is gone, one that was merely signed anew is neither.
-CREATE OR REPLACE VIEW change AS
-WITH now AS (
-    SELECT report.machine, component.path_digest, component.id AS component
-    FROM latest_report report
-    JOIN previous_report USING (machine)
-    JOIN found ON found.week = report.week AND found.report = report.id
-    JOIN component ON component.id = found.component
-    WHERE component.to_do
-), before AS (
-    SELECT report.machine, component.path_digest, component.id AS component
-    FROM previous_report report
-    JOIN found ON found.week = report.week AND found.report = report.id
-    JOIN component ON component.id = found.component
-    WHERE component.to_do
-)
-SELECT machine, CASE WHEN now.component IS NULL THEN 'gone' ELSE 'new' END AS change,
-       coalesce(now.component, before.component) AS component
-FROM now FULL JOIN before USING (machine, path_digest)
-WHERE now.component IS NULL OR before.component IS NULL;
+-- What has come and gone since the reports before.
+CREATE OR REPLACE VIEW latest_change AS
+SELECT report.id AS report, report.machine, report.host, report.taken_at, change.change, component.*
+FROM latest_report report
+JOIN change ON change.report = report.id
+JOIN component ON component.id = change.component;
 
 -- The report that stands for a machine in a week: its last one up to the week's end, for at most four
 -- weeks, so that holidays leave no gap and machines that are gone leave the count.
