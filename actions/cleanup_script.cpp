@@ -29,8 +29,7 @@ note() { # name, number; 1: taken, 2: impossible
     ln "$journal/notes/$2" "$journal/info/$1$ending" || return 2
     ln "$journal/info/$1$ending" "$notes"/ && return
     rm -f "$journal/info/$1$ending"
-    exists "$notes/$1$ending" && return 1
-    return 2
+    failed "$notes/$1$ending"
 }
 drop_note() { # name
     [ ! "$journal/info/$1$ending" -ef "$notes/$1$ending" ] || rm -f "$notes/$1$ending"
@@ -62,7 +61,14 @@ finish() {
 }
 )sh";
 
-constexpr char common[] = R"sh(take() { # item, name, number; 1: taken, 2: impossible
+constexpr char common[] = R"sh(misses=0
+failed() { # place; whoever had it may have gone again, so only many failures are one
+    exists "$1" && return 1
+    misses=$((misses + 1))
+    [ "$misses" -lt 50 ] && return 1
+    return 2
+}
+take() { # item, name, number; 1: taken, 2: impossible
     exists "$1" || return 2
     exists "$trash/$2" && return 1
     note "$2" "$3" || return
@@ -74,8 +80,7 @@ constexpr char common[] = R"sh(take() { # item, name, number; 1: taken, 2: impos
     rm -f "$journal/files/$2"
     drop_note "$2"
     end_note "$2"
-    exists "$trash/$2" && return 1
-    return 2
+    failed "$trash/$2"
 }
 place() { # item, name
     if is_folder "$1"; then mkdir -m 0 "$trash/$2"; else ln "$journal/files/$2" "$trash"/; fi
@@ -92,6 +97,7 @@ move_renamed() { # item, stem, ending, number
     done
 }
 settle() { # takes away what nothing has been moved over
+    misses=0
     [ "$name" ] || return
     if [ "$placeholder" ] && [ "$(ls -ldi "$trash/$name")" = "$placeholder" ]; then
         if is_folder "$trash/$name"; then rmdir "$trash/$name"; else rm -f "$trash/$name"; fi

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <thread>
 #include <utility>
@@ -32,11 +33,13 @@ public:
         if (++running > 1) overlapped = true;
         scripts.push_back(PosixFiles().read(script).value_or(""));
         permissions = fs::status(script).permissions();
+        if (meanwhile) meanwhile();
         const auto result =
             answer ? *answer : AdministratorRun{test::runInTree(script, tree_), std::nullopt};
         --running;
         return result;
     }
+    std::function<void()> meanwhile;  ///< Happens while the password is asked for.
     std::optional<AdministratorRun> answer;
     Lines scripts;
     fs::perms permissions{};
@@ -217,20 +220,35 @@ TEST_F(CleanupTest, MovesExactlyTheFilesOfAnyName) {
     EXPECT_EQ(namesIn(tree.path()).size(), 3U);
 }
 
-TEST_F(CleanupTest, KeepsEverythingWhoseNamesCollide) {
-    tree.file(trashName + "/tool.plist", "older");
-    tree.file(trashName + "/folder/inner", "older");
-    fs::create_symlink("nowhere", trashFolder + "/tool.2.plist");
+TEST_F(CleanupTest, KeepsEverythingWhoseNamesCollideWhileThePasswordIsAskedFor) {
     tree.file("d/folder/inner", "newer");
-    EXPECT_EQ(cleanup->runAdminCleanup({tree.file("a/tool.plist", "a"), tree.at("d/folder"),
-                                        tree.file("b/free", "b"), tree.file("c/Free", "c")}),
-              std::nullopt);
+    const Lines paths{tree.file("a/tool.plist", "a"), tree.at("d/folder"), tree.file("b/free", "b"),
+                      tree.file("c/free", "c"), tree.file("d/way", "d")};
+    administrator->meanwhile = [this] {
+        tree.file(trashName + "/tool.plist", "older");
+        tree.file(trashName + "/folder/inner", "older");
+        fs::create_symlink("nowhere", trashFolder + "/tool.2.plist");
+        fs::create_symlink("/dev/null", trashFolder + "/way");
+    };
+    EXPECT_EQ(cleanup->runAdminCleanup(paths), std::nullopt);
     for (const auto& [name, content] :
          {std::pair{"tool.plist", "older"}, std::pair{"tool.3.plist", "a"},
           std::pair{"folder/inner", "older"}, std::pair{"folder.2/inner", "newer"},
-          std::pair{"free", "b"}, std::pair{"Free.2", "c"}}) {
+          std::pair{"free", "b"}, std::pair{"free.2", "c"}, std::pair{"way.2", "d"}}) {
         EXPECT_EQ(inTrash(name), content) << name;
     }
+    EXPECT_EQ(namesIn(trashFolder).size(), 9U);
+}
+
+TEST_F(CleanupTest, MovesNothingWhereTheTrashHasBecomeALink) {
+    const auto path = systemFile("one");
+    administrator->meanwhile = [this] {
+        fs::rename(trashFolder, tree.at("elsewhere"));
+        fs::create_directory_symlink(tree.at("elsewhere"), trashFolder);
+    };
+    EXPECT_TRUE(cleanup->runAdminCleanup({path}));
+    EXPECT_TRUE(fs::exists(path));
+    EXPECT_TRUE(fs::is_empty(tree.at("elsewhere")));
 }
 
 TEST_F(CleanupTest, NeverUsesATemporaryFolderThatOthersCanEnter) {
