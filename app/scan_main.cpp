@@ -151,5 +151,6 @@ int runProgram(const std::vector<std::string>& arguments) {
 }  // namespace vestigo
 
 int main(int argc, char** argv) {
+    vestigo::endWhenOutOfMemory("vestigo-scan: out of memory");
     return vestigo::runProgram({argv + (argc > 0 ? 1 : 0), argv + argc});
 }

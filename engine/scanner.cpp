@@ -1,5 +1,6 @@
 #include "engine/scanner.h"
 
+#include <new>
 #include <utility>
 
 #include "engine/scan_rules.h"
@@ -38,6 +39,10 @@ public:
         post([](Scanner& scanner) { scanner.takeFinish(); });
     }
 
+    void failed() {
+        post([](Scanner& scanner) { scanner.takeFailure(); });
+    }
+
 private:
     template <class Report>
     void post(Report report) {
@@ -64,6 +69,16 @@ public:
           missing_(std::move(missing)) {}
 
     void operator()() {
+        try {
+            inspectAll();
+        } catch (const std::bad_alloc&) {
+            end();
+            throw;
+        }
+    }
+
+private:
+    void inspectAll() {
         SignatureMap found;
         for (const auto& root : missing_) {
             if (closing_.cancelled()) return;
@@ -71,12 +86,15 @@ public:
             if (found.size() == rootsPerPublication) publish(std::exchange(found, {}));
         }
         publish(std::move(found));
+        end();
+    }
+
+    void end() {
         main_->post([handle = handle_] {
             if (handle->scanner) handle->scanner->takePassEnd();
         });
     }
 
-private:
     void publish(SignatureMap found) {
         main_->post([handle = handle_, found = std::move(found)] {
             if (handle->scanner) handle->scanner->takeSignatures(found);
@@ -116,10 +134,16 @@ void Scanner::startScan(std::vector<std::string> roots) {
     task_ = CancelFlag();
     ScanReports reports(services_.main, handle_, ++scanNumber_);
     regrouping_.restart(intelOnly_);
-    services_.background->run(
-        services_.priority,
-        [reader = services_.reader, request = std::move(request), cancelled = *task_,
-         reports = std::move(reports)]() mutable { walk(*reader, request, cancelled, reports); });
+    services_.background->run(services_.priority,
+                              [reader = services_.reader, request = std::move(request),
+                               cancelled = *task_, reports = std::move(reports)]() mutable {
+                                  try {
+                                      walk(*reader, request, cancelled, reports);
+                                  } catch (const std::bad_alloc&) {
+                                      reports.failed();
+                                      throw;
+                                  }
+                              });
     for (const auto field :
          {ScannerField::scanning, ScannerField::scannedCount, ScannerField::currentPath,
           ScannerField::lastRoots, ScannerField::allHits, ScannerField::groups}) {
@@ -154,6 +178,14 @@ void Scanner::takeFinish() {
     changed(ScannerField::scanning);
     changed(ScannerField::currentPath);
     changed(ScannerField::lastScanDate);
+}
+
+void Scanner::takeFailure() {
+    scanning_ = false;
+    walking_ = false;
+    currentPath_.clear();
+    changed(ScannerField::scanning);
+    changed(ScannerField::currentPath);
 }
 
 void Scanner::stop() {

@@ -92,7 +92,7 @@ public:
     /// Makes an earlier scan's results its own, without grouping them: for a scan that follows.
     /// Ignored while a scan runs.
     void takeOver(ScanFile record);
-    /// Ignored while a scan runs.
+    /// Ignored while a scan runs. A scan that runs out of memory ends with what was found by then.
     void startScan(std::vector<std::string> roots);
     /// The scan ends within a moment; what it found by then is still handed over.
     void stop();
@@ -130,6 +130,7 @@ private:
     void takeProgress(std::int64_t count, std::string path);
     void takeHits(const HitList& added, std::int64_t count);
     void takeFinish();
+    void takeFailure();
     void takeSignatures(const SignatureMap& found);
     void takePassEnd();
     using Roots = std::unordered_set<std::string_view>;

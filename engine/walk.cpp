@@ -2,15 +2,16 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <mutex>
+#include <new>
 #include <string_view>
-#include <system_error>
-#include <thread>
 #include <unordered_map>
 
 #include "engine/mach_o.h"
 #include "engine/scan_rules.h"
 #include "engine/walk_queue.h"
+#include "platform/threads.h"
 
 namespace vestigo {
 namespace {
@@ -64,6 +65,60 @@ private:
     std::optional<std::string> path_;
 };
 
+/// The threads of a walk: at first only the one that called for it, and another whenever there is
+/// work for one more. Thread-safe.
+class Crew {
+public:
+    /// Every thread runs `work`, which calls `grow`; most of them find that there are enough.
+    Crew(unsigned most, WalkQueue& queue) : most_(most), queue_(queue) { threads_.reserve(most); }
+
+    void run(std::function<void()> work) {
+        work_ = std::move(work);
+        runOne();
+        for (auto thread = next(); thread; thread = next()) thread.reset();
+        if (failed_) throw std::bad_alloc();
+    }
+
+    void grow() {
+        const std::unique_lock lock(mutex_, std::try_to_lock);
+        if (!lock || count_ >= most_) return;
+        auto thread = startSmallThread([this] { runOne(); });
+        // Once the system has no more to give, asking again would only take time.
+        if (!thread) most_ = count_;
+        if (!thread) return;
+        ++count_;
+        threads_.push_back(std::move(thread));
+    }
+
+private:
+    void runOne() noexcept {
+        try {
+            work_();
+        } catch (const std::bad_alloc&) {
+            failed_ = true;
+            queue_.stop();
+        }
+    }
+
+    /// One to wait for. When there is none left, there will be no other.
+    std::unique_ptr<Thread> next() {
+        const std::lock_guard lock(mutex_);
+        most_ = 0;
+        if (threads_.empty()) return nullptr;
+        auto thread = std::move(threads_.back());
+        threads_.pop_back();
+        return thread;
+    }
+
+    std::mutex mutex_;
+    unsigned most_;
+    unsigned count_ = 1;
+    WalkQueue& queue_;
+    std::function<void()> work_;
+    std::atomic<bool> failed_ = false;
+    std::vector<std::unique_ptr<Thread>> threads_;
+};
+
 /// What all threads of a walk share.
 struct Shared {
     DirectoryReader& reader;
@@ -73,6 +128,7 @@ struct Shared {
     const CancelFlag& cancelled;
     WalkQueue& queue;
     Unread& unread;
+    Crew& crew;
 };
 
 /// One thread of the walk.
@@ -80,10 +136,11 @@ class Worker {
 public:
     explicit Worker(const Shared& shared) : shared_(shared) {}
 
-    void operator()() {
+    void run() {
         auto work = shared_.queue.claim();
         while (work) {
             if (shared_.cancelled.cancelled()) shared_.queue.stop();
+            if (shared_.queue.wantsAnotherThread()) shared_.crew.grow();
             work = std::visit([this](const auto& piece) { return done(piece); }, *work);
         }
     }
@@ -194,17 +251,6 @@ private:
     std::array<std::byte, machOHeaderBytes> buffer_{};
 };
 
-/// Starts as many of the threads as the system grants.
-std::vector<std::thread> startThreads(const Worker& worker, unsigned count) {
-    std::vector<std::thread> threads;
-    try {
-        while (threads.size() < count) threads.emplace_back(atPriorityOfThisThread(worker));
-    } catch (const std::system_error&) {
-        return threads;
-    }
-    return threads;
-}
-
 /// The roots that open a place which scans leave out, without a slash at their end.
 std::vector<std::string> rootsInExcludedPlaces(const WalkRequest& request) {
     std::vector<std::string> roots;
@@ -227,13 +273,12 @@ WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const Canc
     const auto openFolders = reader.maxOpenFolders();
     const auto count = std::min(wanted, openFolders);
     WalkQueue queue(request.roots, {count, openFolders}, listener);
+    Crew crew(count, queue);
     if (cancelled.cancelled()) queue.stop();
     Unread unread;
-    const Shared shared{reader, previous, request.rootsAreNamed, opened, cancelled, queue, unread};
-    Worker worker(shared);
-    auto threads = startThreads(worker, count - 1);
-    worker();
-    for (auto& thread : threads) thread.join();
+    const Shared shared{reader, previous, request.rootsAreNamed, opened, cancelled, queue,
+                        unread, crew};
+    crew.run([&shared] { Worker(shared).run(); });
     queue.finish();
     return {unread.path()};
 }

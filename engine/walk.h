@@ -43,7 +43,8 @@ struct WalkOutcome {
 
 /// Walks the roots in their order, the files of a folder before its sub-folders, both in the order
 /// of their listing. What cannot be listed or read is passed over and told at the end. Blocking.
-/// When `cancelled`, it ends within a moment and reports what was found so far.
+/// When `cancelled`, it ends within a moment and reports what was found so far. Where the memory
+/// does not suffice it throws std::bad_alloc, and nothing more is reported.
 WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag& cancelled,
                  WalkListener& listener);
 

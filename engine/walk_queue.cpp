@@ -74,7 +74,9 @@ std::optional<WalkQueue::Work> WalkQueue::tryClaim() {
     auto work = takeFirst();
     if (!work) return std::nullopt;
     ++busy_;
-    if (waiting_ > 0 && busy_ < governor_.limit() && !tooFarAhead()) changed_.notify_one();
+    const bool isMoreToDo = !work_.empty() && busy_ < governor_.limit() && !tooFarAhead();
+    if (waiting_ > 0 && isMoreToDo) changed_.notify_one();
+    understaffed_.store(waiting_ == 0 && isMoreToDo, std::memory_order_relaxed);
     return work;
 }
 

@@ -7,6 +7,7 @@
 // does not grow with the disk.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <list>
@@ -77,6 +78,11 @@ public:
     [[nodiscard]] std::optional<Work> listed(const ListWork& work, FolderListing listing);
     [[nodiscard]] std::optional<Work> examined(const ReadWork& work, ExaminedFiles result);
 
+    /// Whether one more thread would have found work when some was last claimed.
+    [[nodiscard]] bool wantsAnotherThread() const {
+        return understaffed_.load(std::memory_order_relaxed);
+    }
+
     /// Gives out no more work.
     void stop();
     /// Delivers what a stop has left, then ends the delivery. Called once, when no work is out.
@@ -137,6 +143,7 @@ private:
     unsigned waiting_ = 0;
     std::size_t ahead_ = 0;  ///< Candidates claimed and not delivered.
     bool stopped_ = false;
+    std::atomic<bool> understaffed_ = false;
 };
 
 }  // namespace vestigo

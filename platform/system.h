@@ -1,6 +1,7 @@
 // The services of the system that the program is built for.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -19,7 +20,12 @@
 
 namespace vestigo {
 
-[[nodiscard]] std::shared_ptr<BackgroundTasks> systemTasks();
+/// `outOfMemory` is called on the thread of a task that ran out of memory, once the task has let go
+/// of what it had. Empty: the program then ends.
+[[nodiscard]] std::shared_ptr<BackgroundTasks> systemTasks(std::function<void()> outOfMemory = {});
+/// From now on, when this program runs out of memory in whatever thread, it prints the line on
+/// standard error and ends with exit status 1.
+void endWhenOutOfMemory(std::string line);
 [[nodiscard]] std::shared_ptr<DirectoryReader> systemDirectoryReader();
 [[nodiscard]] std::shared_ptr<CodeSigning> systemCodeSigning();
 [[nodiscard]] std::shared_ptr<BundleReader> systemBundles();

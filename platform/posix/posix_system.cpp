@@ -1,5 +1,9 @@
 // The services that are the same on every POSIX system.
+#include <cstdlib>
+#include <new>
 #include <utility>
+
+#include <unistd.h>
 
 #include "platform/posix/home_folder.h"
 #include "platform/posix/posix_files.h"
@@ -10,8 +14,18 @@
 
 namespace vestigo {
 
-std::shared_ptr<BackgroundTasks> systemTasks() {
-    return std::make_shared<ThreadTasks>();
+std::shared_ptr<BackgroundTasks> systemTasks(std::function<void()> outOfMemory) {
+    return std::make_shared<ThreadTasks>(std::move(outOfMemory));
+}
+
+void endWhenOutOfMemory(std::string line) {
+    // There is no memory to be had by then, not even for a stream.
+    static std::string lastWords;
+    lastWords = std::move(line) + '\n';
+    std::set_new_handler([] {
+        (void)!::write(STDERR_FILENO, lastWords.data(), lastWords.size());
+        ::_exit(EXIT_FAILURE);
+    });
 }
 
 std::shared_ptr<Files> systemFiles() {

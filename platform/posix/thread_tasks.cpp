@@ -2,13 +2,20 @@
 
 #include <condition_variable>
 #include <mutex>
-#include <system_error>
+#include <new>
 #include <thread>
 #include <utility>
 
+#include "platform/posix/posix_threads.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
+namespace {
+
+// Reading signatures and property lists goes some frames deep.
+constexpr std::size_t stackBytes = std::size_t{1} << 20U;
+
+}  // namespace
 
 struct ThreadTasks::Running {
     std::mutex mutex;
@@ -16,7 +23,8 @@ struct ThreadTasks::Running {
     std::size_t count = 0;
 };
 
-ThreadTasks::ThreadTasks() : running_(std::make_unique<Running>()) {}
+ThreadTasks::ThreadTasks(std::function<void()> outOfMemory)
+    : running_(std::make_unique<Running>()), outOfMemory_(std::move(outOfMemory)) {}
 
 ThreadTasks::~ThreadTasks() {
     std::unique_lock lock(running_->mutex);
@@ -24,25 +32,34 @@ ThreadTasks::~ThreadTasks() {
 }
 
 void ThreadTasks::run(Priority priority, Job job) {
+    const Job body = [this, caller = std::this_thread::get_id(), priority,
+                      job = std::move(job)]() mutable {
+        if (std::this_thread::get_id() != caller) setPriorityOfThisThread(priority);
+        runToItsEnd(std::exchange(job, nullptr));
+        const std::lock_guard lock(running_->mutex);
+        --running_->count;
+        // Under the lock: once it is released, the waiting destructor may take all this away.
+        running_->none.notify_all();
+    };
     {
         const std::lock_guard lock(running_->mutex);
         ++running_->count;
     }
-    auto body = [running = running_.get(), caller = std::this_thread::get_id(), priority,
-                 job = std::move(job)]() mutable {
-        if (std::this_thread::get_id() != caller) setPriorityOfThisThread(priority);
-        job();
-        job = nullptr;
-        const std::lock_guard lock(running->mutex);
-        --running->count;
-        // Under the lock: once it is released, the waiting destructor may take all this away.
-        running->none.notify_all();
-    };
-    try {
-        std::thread(body).detach();
-    } catch (const std::system_error&) {
+    if (const auto thread = startThread(stackBytes, body)) {
+        ::pthread_detach(*thread);
+    } else {
         // No more threads to be had: late is better than never.
         body();
+    }
+}
+
+void ThreadTasks::runToItsEnd(Job job) const {
+    try {
+        job();
+    } catch (const std::bad_alloc&) {
+        if (!outOfMemory_) throw;
+        job = nullptr;
+        outOfMemory_();
     }
 }
 

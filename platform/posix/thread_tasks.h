@@ -1,6 +1,7 @@
 // Background tasks on threads of their own.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "platform/tasks.h"
@@ -11,14 +12,19 @@ namespace vestigo {
 /// are given `atPriorityOfThisThread`.
 class ThreadTasks : public BackgroundTasks {
 public:
-    ThreadTasks();
+    /// `outOfMemory` is called on the thread of a task that ran out of memory, after it has ended.
+    /// Empty: the program then ends.
+    explicit ThreadTasks(std::function<void()> outOfMemory = {});
     /// Waits for every task.
     ~ThreadTasks() override;
     void run(Priority priority, Job job) override;
 
 private:
     struct Running;
+    void runToItsEnd(Job job) const;
+
     std::unique_ptr<Running> running_;
+    std::function<void()> outOfMemory_;
 };
 
 }  // namespace vestigo

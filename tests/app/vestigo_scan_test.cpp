@@ -1,6 +1,7 @@
 // The real program, as a script would call it.
 #include <cstdlib>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -99,6 +100,23 @@ TEST_F(VestigoScanTest, ScansTheSmartFoldersOfItsUserWhenNoneIsNamed) {
     tree.file("Applications/Mine.app/x", test::thinMachO(test::cpuI386));
     EXPECT_NE(shell("$scan --no-signatures").output.find(tree.at("Applications/Mine.app")),
               std::string::npos);
+}
+
+TEST_F(VestigoScanTest, SaysThatItRanOutOfMemory) {
+    // Sanitizers take more address space than any limit leaves them.
+    if (shell("ulimit -v 100000; $scan --version").status != 0) GTEST_SKIP();
+    for (int i = 0; i < 800; ++i) {
+        tree.file("disk/d" + std::to_string(i % 40) + "/f" + std::to_string(i),
+                  test::thinMachO(test::cpuX86_64));
+    }
+    const auto expected = shell("$scan disk | md5sum").output;
+    const auto outcomes = shell(
+        "for limit in {26..80..6}; do (ulimit -v ${limit}000; $scan disk >found 2>said)"
+        " && md5sum <found || echo $? $(cat said); done");
+    std::istringstream lines(outcomes.output);
+    std::set<std::string> different;
+    for (std::string line; std::getline(lines, line);) different.insert(line + "\n");
+    EXPECT_EQ(different, (std::set{expected, std::string("1 vestigo-scan: out of memory\n")}));
 }
 
 }  // namespace

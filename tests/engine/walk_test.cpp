@@ -193,7 +193,7 @@ TEST_F(WalkTest, TakesAFileAsARootWhereSomeoneNamedIt) {
     tree.file("bin/other", intel);
     tree.file("a.db", intel);
     RecordingListener listener;
-    WalkRequest request{.roots = {file, tree.at("a.db")}};
+    WalkRequest request{.roots = {file, tree.at("a.db")}, .threads = 1};
     EXPECT_EQ(walk(reader, request, CancelFlag(), listener).unread, file);
     request.rootsAreNamed = true;
     EXPECT_EQ(walk(reader, request, CancelFlag(), listener).unread, std::nullopt);

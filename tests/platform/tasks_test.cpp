@@ -2,6 +2,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <new>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -27,6 +28,18 @@ TEST(BackgroundTasks, RunBesideTheirCallerAndEachOtherAndAreWaitedFor) {
         tasks->run(Priority::normal, [&go] { go.set_value(); });
     }
     EXPECT_EQ(ended, 3);
+}
+
+TEST(BackgroundTasks, SayWhenOneRanOutOfMemoryAndGoOn) {
+    std::atomic<int> failures = 0;
+    std::atomic<int> ended = 0;
+    {
+        const auto tasks = systemTasks([&failures] { ++failures; });
+        tasks->run(Priority::normal, [] { throw std::bad_alloc(); });
+        tasks->run(Priority::normal, [&ended] { ++ended; });
+    }
+    EXPECT_EQ(failures, 1);
+    EXPECT_EQ(ended, 1);
 }
 
 TEST(BackgroundTasks, LetGoOfWhatAJobOwnedBeforeTheyCountAsDone) {
