@@ -1,17 +1,35 @@
 #include "actions/removal.h"
 
+#include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 namespace vestigo {
+namespace {
+
+void keepFirst(std::optional<std::string>& first, std::optional<std::string> next) {
+    if (!first) first = std::move(next);
+}
+
+std::vector<std::string> tickedPaths(const RemovalPlan& plan, bool system) {
+    std::vector<std::string> paths;
+    for (const auto& leftover : plan.leftovers) {
+        if (leftover.on && leftover.system == system) paths.push_back(leftover.path);
+    }
+    return paths;
+}
+
+}  // namespace
 
 /// How replies reach their Removal. Only the main thread looks inside.
 struct Removal::Handle {
     Removal* removal;
 };
 
-Removal::Removal(RemovalServices services, RemovalWindow& window)
+Removal::Removal(RemovalServices services, Scanner& scanner, RemovalEvents events)
     : services_(std::move(services)),
-      window_(window),
+      scanner_(scanner),
+      events_(std::move(events)),
       handle_(std::make_shared<Handle>(Handle{this})),
       question_(services_.main, services_.authentication) {}
 
@@ -19,33 +37,98 @@ Removal::~Removal() {
     handle_->removal = nullptr;
 }
 
+void Removal::open(std::span<const BundleGroup* const> groups) {
+    close();
+    looks_ = scanner_.removalLooks();
+    for (const auto* const group : groups) {
+        plan_.groups.push_back(group->root);
+        note(group->root, CodeRule::noArm64);
+        looks_->add(items_.at(group->root));
+    }
+    plan_.leftovers = findLeftovers(groups, services_.places, *services_.bundles, *services_.files);
+    for (const auto& leftover : plan_.leftovers) {
+        note(leftover.path, CodeRule::noKeptGroup);
+        if (leftover.on) looks_->add(items_.at(leftover.path));
+    }
+}
+
+void Removal::note(const std::string& path, CodeRule rule) {
+    items_[path] = {path, services_.files->identity(path), rule};
+}
+
+bool Removal::retain(std::span<const BundleGroup* const> groups) {
+    const std::unordered_set<std::string> planned(plan_.groups.begin(), plan_.groups.end());
+    std::vector<const BundleGroup*> staying;
+    std::ranges::copy_if(groups, std::back_inserter(staying),
+                         [&](const auto* group) { return planned.contains(group->root); });
+    if (staying.size() == planned.size()) return false;
+    std::unordered_set<std::string> left(planned);
+    for (const auto* const group : staying) left.erase(group->root);
+    std::erase_if(plan_.groups, [&](const auto& root) { return left.contains(root); });
+    for (const auto& root : left) looks_->drop(root);
+    // A leftover goes with the last group that it is found for.
+    std::unordered_set<std::string> found;
+    for (auto& leftover :
+         findLeftovers(staying, services_.places, *services_.bundles, *services_.files)) {
+        found.insert(std::move(leftover.path));
+    }
+    std::erase_if(plan_.leftovers, [&](const Leftover& leftover) {
+        if (found.contains(leftover.path)) return false;
+        looks_->drop(leftover.path);
+        return true;
+    });
+    return true;
+}
+
+void Removal::setLeftoverOn(const std::string& path, bool on) {
+    const auto found = std::ranges::find(plan_.leftovers, path, &Leftover::path);
+    if (found == plan_.leftovers.end()) return;
+    found->on = on;
+    if (on) {
+        looks_->add(items_.at(path));
+    } else {
+        looks_->drop(path);
+    }
+}
+
+void Removal::close() {
+    question_.withdraw();
+    looks_.reset();
+    items_.clear();
+    plan_ = {};
+    setChecking(false);
+}
+
 void Removal::confirmDelete() {
-    const auto count = window_.deletableSelection().size();
-    question_.ask("confirm moving " + std::to_string(count) + " item(s) to the Trash",
-                  [this] { performDelete(); });
+    if (checking_) return;
+    question_.ask("confirm moving " + std::to_string(plan_.groups.size()) + " item(s) to the Trash",
+                  [this] { performWhenLookedInto(); });
+}
+
+void Removal::performWhenLookedInto() {
+    if (!looks_) return;
+    setChecking(true);
+    looks_->whenIdle([this] {
+        setChecking(false);
+        performDelete();
+    });
+}
+
+void Removal::setChecking(bool value) {
+    if (std::exchange(checking_, value) != value) events_.checkingChanged();
 }
 
 void Removal::performDelete() {
-    // What is removed is what was ticked when it began.
-    const auto leftovers = window_.leftovers();
-    auto message = trashSelection();
-    std::vector<std::string> systemPaths;
-    for (const auto& leftover : leftovers) {
-        if (!leftover.on) continue;
-        auto error = leftover.system ? services_.removalRefusal(leftover.path)
-                                     : services_.trashPath(leftover.path);
-        if (leftover.system && !error) systemPaths.push_back(leftover.path);
-        if (!message) message = std::move(error);
-    }
-    if (message) window_.showAlert(std::move(*message));
-    window_.removalEnded();
+    // Taken whole: what the removal changes in the findings must not change it any more.
+    const auto plan = std::exchange(plan_, {});
+    const auto looks = std::move(looks_);
+    auto message = scanner_.trashGroups({plan.groups.begin(), plan.groups.end()}, looks.get());
+    keepFirst(message, scanner_.trashPaths(tickedPaths(plan, false), looks.get()));
+    auto [systemPaths, refusal] = scanner_.removable(tickedPaths(plan, true), looks.get());
+    keepFirst(message, std::move(refusal));
+    close();
+    events_.ended(std::move(message));
     if (!systemPaths.empty()) runAdminCleanup(std::move(systemPaths));
-}
-
-std::optional<std::string> Removal::trashSelection() {
-    RootSet roots;
-    for (const auto* group : window_.deletableSelection()) roots.insert(group->root);
-    return services_.trashGroups(roots);
 }
 
 void Removal::runAdminCleanup(std::vector<std::string> paths) {
@@ -54,7 +137,7 @@ void Removal::runAdminCleanup(std::vector<std::string> paths) {
         auto message = cleanup->runAdminCleanup(paths);
         if (!message) return;
         main->post([handle, message = std::move(*message)] {
-            if (handle->removal) handle->removal->window_.showAlert(message);
+            if (handle->removal) handle->removal->events_.cleanupFailed(message);
         });
     });
 }

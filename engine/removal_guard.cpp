@@ -22,11 +22,18 @@ std::optional<std::string> protectionOf(const std::string& path, Files& files) {
     return leftInPlace(path, "is protected by the system");
 }
 
-std::string leftInPlace(std::string_view path, std::string_view why) {
+std::string quotedName(std::string_view path) {
     const auto name = path.substr(path.rfind('/') + 1);
     std::string text = "“";
-    text.append(name.empty() ? path : name).append("” ").append(why);
-    return text.append(" and was left in its place.");
+    return text.append(name.empty() ? path : name).append("”");
+}
+
+std::string leftInPlace(std::string_view path, std::string_view why) {
+    return quotedName(path).append(" ").append(why).append(" and was left in its place.");
+}
+
+std::string leftInPlace(std::string_view path, std::string_view held, std::string_view why) {
+    return leftInPlace(path, "holds " + quotedName(held) + ", which " + std::string(why) + ",");
 }
 
 }  // namespace vestigo

@@ -17,7 +17,13 @@ namespace vestigo {
 /// by where that leads. Absent when it may go. Blocking.
 [[nodiscard]] std::optional<std::string> protectionOf(const std::string& path, Files& files);
 
+/// The last component in quotation marks, for texts that the user reads.
+[[nodiscard]] std::string quotedName(std::string_view path);
+
 /// The reason given for an item that is left alone, in its own words: "“Foo.app” …".
 [[nodiscard]] std::string leftInPlace(std::string_view path, std::string_view why);
+/// The same for an item that holds another one, of which "why" tells.
+[[nodiscard]] std::string leftInPlace(std::string_view path, std::string_view held,
+                                      std::string_view why);
 
 }  // namespace vestigo

@@ -1,6 +1,7 @@
 // Where the Scanner keeps its results between launches.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "engine/records.h"
@@ -14,6 +15,28 @@ public:
     /// Absent when there is no usable record.
     [[nodiscard]] virtual std::optional<ScanFile> readScanFile() = 0;
     virtual void writeScanFile(const ScanFile& record) = 0;
+};
+
+/// The order in which the scans of the program began, over all its Scanners. What is saved gives
+/// way only to a scan begun later, and to what becomes of the same scan, its signatures and
+/// removals: an older window whose signatures come in late does not undo the newer scan of another
+/// one. Main thread only.
+class ScanOrder {
+public:
+    /// The number of a scan that begins now, higher than that of every scan before.
+    [[nodiscard]] std::uint64_t begin() { return ++begun_; }
+    /// The number of the scan that is saved; 0 for one of an earlier launch.
+    [[nodiscard]] std::uint64_t saved() const { return saved_; }
+    /// Whether the results of this scan may take the place of what is saved; if so, they do.
+    [[nodiscard]] bool save(std::uint64_t scan) {
+        if (scan < saved_) return false;
+        saved_ = scan;
+        return true;
+    }
+
+private:
+    std::uint64_t begun_ = 0;
+    std::uint64_t saved_ = 0;
 };
 
 }  // namespace vestigo

@@ -30,8 +30,8 @@ public:
         post([count, path](Scanner& scanner) { scanner.takeProgress(count, path); });
     }
     void partial(HitList added, std::int64_t count) override {
-        post([added = std::move(added), count](Scanner& scanner) {
-            scanner.takeHits(added, count);
+        post([added = std::move(added), count](Scanner& scanner) mutable {
+            scanner.takeHits(std::move(added), count);
         });
     }
     void final(HitList added, std::int64_t count) override {
@@ -46,9 +46,9 @@ public:
 private:
     template <class Report>
     void post(Report report) {
-        main_->post([handle = handle_, number = number_, report = std::move(report)] {
+        main_->post([handle = handle_, number = number_, report = std::move(report)]() mutable {
             auto* const scanner = handle->scanner;
-            if (scanner && scanner->scanNumber_ == number) report(*scanner);
+            if (scanner && scanner->scan_ == number) report(*scanner);
         });
     }
 
@@ -127,12 +127,14 @@ void Scanner::startScan(std::vector<std::string> roots) {
     if (scanning_) return;
     scanning_ = true;
     walking_ = true;
+    goneInScan_.clear();
     scannedCount_ = 0;
     currentPath_.clear();
     results_.roots = roots;
     WalkRequest request{std::move(roots), std::exchange(results_.hits, {})};
     task_ = CancelFlag();
-    ScanReports reports(services_.main, handle_, ++scanNumber_);
+    scan_ = services_.order->begin();
+    ScanReports reports(services_.main, handle_, scan_);
     regrouping_.restart(intelOnly_);
     services_.background->run(services_.priority,
                               [reader = services_.reader, request = std::move(request),
@@ -158,7 +160,11 @@ void Scanner::takeProgress(std::int64_t count, std::string path) {
     changed(ScannerField::scannedCount);
 }
 
-void Scanner::takeHits(const HitList& added, std::int64_t count) {
+void Scanner::takeHits(HitList added, std::int64_t count) {
+    if (!goneInScan_.empty()) {
+        RootMatcher gone(goneInScan_);
+        std::erase_if(added, [&gone](const HitRef& hit) { return gone.covers(hit->path); });
+    }
     results_.hits.insert(results_.hits.end(), added.begin(), added.end());
     scannedCount_ = count;
     regrouping_.add(added);
@@ -170,6 +176,7 @@ void Scanner::takeHits(const HitList& added, std::int64_t count) {
 void Scanner::takeFinish() {
     scanning_ = false;
     walking_ = false;
+    goneInScan_.clear();
     currentPath_.clear();
     lastScanDate_ = services_.now();
     if (signaturesNewer_) regroup();
@@ -236,6 +243,7 @@ void Scanner::takePassEnd() {
 }
 
 void Scanner::saveCache() {
+    if (!services_.order->save(scan_)) return;
     results_.date = lastScanDate_ ? *lastScanDate_ : services_.now();
     services_.store->writeScanFile(results_);
 }
@@ -243,6 +251,7 @@ void Scanner::saveCache() {
 void Scanner::loadCache() {
     auto record = services_.store->readScanFile();
     if (!record) return;
+    scan_ = services_.order->saved();
     takeOver(std::move(*record));
     regroup();
     refreshSignatures();
@@ -267,8 +276,7 @@ bool Scanner::isAppleSigned(const std::string& root) const {
 }
 
 void Scanner::pruneHits(const std::string& path) {
-    std::erase_if(results_.hits, [&path](const HitRef& hit) { return liesUnder(hit->path, path); });
-    changed(ScannerField::allHits);
+    static_cast<void>(forget({path}));
 }
 
 Subscription Scanner::subscribe(std::function<void(ScannerField)> observer) {

@@ -7,12 +7,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "engine/observers.h"
 #include "engine/records.h"
 #include "engine/regrouping.h"
+#include "engine/removal_look.h"
+#include "engine/root_matcher.h"
 #include "engine/scan_store.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
@@ -20,8 +21,6 @@
 #include "platform/trash.h"
 
 namespace vestigo {
-
-using RootSet = std::unordered_set<std::string, TextHash, std::equal_to<>>;
 
 /// What the Scanner is given to work with.
 struct ScannerServices {
@@ -40,6 +39,8 @@ struct ScannerServices {
     /// What removals need. Both may be null: then nothing can be removed.
     std::shared_ptr<Trash> trash = {};
     std::shared_ptr<Files> files = {};
+    /// One for all Scanners that share the store.
+    std::shared_ptr<ScanOrder> order = std::make_shared<ScanOrder>();
 };
 
 /// The published fields, as named to observers.
@@ -53,6 +54,11 @@ enum class ScannerField : std::uint8_t {
     lastScanDate,
     lastRoots,
     intelOnly,
+};
+
+struct RemovablePaths {
+    std::vector<std::string> paths;      ///< In their order.
+    std::optional<std::string> refusal;  ///< Why the first of the others must stay.
 };
 
 /// Main thread only. May be destroyed at any moment but in a call of an observer: what runs in the
@@ -106,17 +112,33 @@ public:
     /// Forgets the hit at `path` and those below it. The groups follow with the next `regroup`.
     void pruneHits(const std::string& path);
 
-    /// Moves the groups with these roots to the Trash and forgets their hits; then regroups and
-    /// saves once, whatever came of it. What is protected, Apple-signed or to be kept is passed
-    /// over. Why the first group that could not go stayed; absent when none did. Blocking.
-    [[nodiscard]] std::optional<std::string> trashGroups(const RootSet& roots);
-    /// Moves one item (a link itself) to the Trash, forgets the hits under it, regroups and saves.
-    /// Else why not, and nothing has changed. Blocking.
-    [[nodiscard]] std::optional<std::string> trashPath(const std::string& path);
+    /// Whether a removal may take the group, as far as the findings tell: it is not protected, not
+    /// signed by Apple and not to be kept.
+    [[nodiscard]] bool isRemovable(const BundleGroup& group) const;
+    /// For the items of a removal, from the moment when the user is shown them.
+    [[nodiscard]] std::unique_ptr<RemovalLooks> removalLooks() const;
 
-    /// Why no removal may take this item, for the user to read: it is protected, Apple-signed or a
-    /// group to be kept, by its path or by where that leads. Absent when it may go. Blocking.
-    [[nodiscard]] std::optional<std::string> removalRefusal(const std::string& path) const;
+    // Each removal looks at the item anew right before it goes: only what was shown goes, and
+    // nothing that is protected, signed by Apple or to be kept, whatever the findings say. Without
+    // `looks` an item is taken as it is now.
+
+    /// Moves the groups with these roots to the Trash and forgets their hits; then regroups and
+    /// saves once, whatever came of it. What is not removable is passed over. Why the first other
+    /// group stayed; absent when none did. Blocking.
+    [[nodiscard]] std::optional<std::string> trashGroups(const RootSet& roots,
+                                                         const RemovalLooks* looks = nullptr);
+    /// Moves one item (a link itself) to the Trash and forgets the hits under it. Else why not, and
+    /// nothing has changed. Blocking.
+    [[nodiscard]] std::optional<std::string> trashPath(const std::string& path);
+    /// The same for several, one after the other; regroups and saves once when hits have gone. Why
+    /// the first one that stayed did. Blocking.
+    [[nodiscard]] std::optional<std::string> trashPaths(const std::vector<std::string>& paths,
+                                                        const RemovalLooks* looks = nullptr);
+
+    /// Which of several items a removal by other means may take: all that `trashPaths` would move.
+    /// Blocking.
+    [[nodiscard]] RemovablePaths removable(const std::vector<std::string>& paths,
+                                           const RemovalLooks* looks = nullptr) const;
 
     /// Calls `observer` after each change of a field. It must not destroy the Scanner.
     [[nodiscard]] Subscription subscribe(std::function<void(ScannerField)> observer);
@@ -125,22 +147,17 @@ private:
     struct Handle;
     class ScanReports;
     class SignaturePass;
+    class Guard;
 
     void loadCache();
     void takeProgress(std::int64_t count, std::string path);
-    void takeHits(const HitList& added, std::int64_t count);
+    void takeHits(HitList added, std::int64_t count);
     void takeFinish();
     void takeFailure();
     void takeSignatures(const SignatureMap& found);
     void takePassEnd();
-    using Roots = std::unordered_set<std::string_view>;
-    [[nodiscard]] bool mayGo(const BundleGroup& group) const;
-    [[nodiscard]] Roots keptRoots() const;
-    [[nodiscard]] std::optional<std::string> refusal(const std::string& path,
-                                                     const Roots& kept) const;
-    [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path,
-                                                         const Roots& kept);
-    void forget(const RootSet& gone);
+    /// Whether there were hits of these roots. While a scan runs, none of them come back.
+    bool forget(const RootSet& gone);
     void changed(ScannerField field) { observers_.notify(field); }
 
     ScannerServices services_;
@@ -149,12 +166,13 @@ private:
     bool signaturesNewer_ = false;  ///< Than what the groups were started over with.
     bool scanning_ = false;
     bool walking_ = false;
+    RootSet goneInScan_;  ///< What was removed since the running scan began.
     std::int64_t scannedCount_ = 0;
     std::string currentPath_;
     std::optional<double> lastScanDate_;
     bool intelOnly_ = true;
     std::optional<CancelFlag> task_;  ///< Of the running or last scan.
-    std::uint64_t scanNumber_ = 0;
+    std::uint64_t scan_ = 0;          ///< Which one the results are of, by `order`.
     std::size_t passes_ = 0;
     CancelFlag closing_;
     std::shared_ptr<Handle> handle_;

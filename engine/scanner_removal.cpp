@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/grouping.h"
 #include "engine/protected_places.h"
 #include "engine/removal_guard.h"
 #include "engine/scanner.h"
@@ -10,108 +11,169 @@
 namespace vestigo {
 namespace {
 
-/// Answers whether a path is one of the roots or lies under one, at the cost of a look-up for each
-/// of its folders that is as long as some root.
-class RootMatcher {
+/// The groups that the findings say to keep, found by the folders they lie in.
+class KeptGroups {
 public:
-    explicit RootMatcher(const RootSet& roots) : roots_(roots) {
-        for (const auto& root : roots) {
-            if (root.size() >= lengths_.size()) lengths_.resize(root.size() + 1);
-            lengths_[root.size()] = true;
+    KeptGroups(const GroupList& groups, const SignatureMap& signatures) {
+        for (const auto& group : groups) {
+            if (group.fix == Fix::keep && isKept(group)) {
+                kept_.push_back({group.root, "also runs natively"});
+            }
         }
+        for (const auto& [root, signature] : signatures) {
+            if (signature.isApple) kept_.push_back({root, "is signed by Apple"});
+        }
+        std::ranges::sort(kept_);
     }
 
-    bool covers(std::string_view path) {
-        if (under(path, latest_)) return true;
-        const auto longest = std::min(path.size() + 1, lengths_.size());
-        for (std::size_t length = 0; length < longest; ++length) {
-            if (!lengths_[length] || (length < path.size() && path[length] != '/')) continue;
-            const auto found = roots_.find(path.substr(0, length));
-            if (found == roots_.end()) continue;
-            latest_ = *found;
-            return true;
-        }
-        return false;
+    /// Why nothing may take away what lies at the place; absent when the findings allow it. The
+    /// item is named by its path.
+    [[nodiscard]] std::optional<std::string> refusal(const std::string& path,
+                                                     const std::string& place) const {
+        const auto itself = firstFrom(place);
+        if (itself != kept_.end() && itself->root == place) return leftInPlace(path, itself->why);
+        const auto folder = place + "/";
+        const auto below = firstFrom(folder);
+        if (below == kept_.end() || !below->root.starts_with(folder)) return std::nullopt;
+        return leftInPlace(path, below->root, below->why);
     }
 
 private:
-    static bool under(std::string_view path, std::string_view root) {
-        return !root.empty() && path.starts_with(root) &&
-               (path.size() == root.size() || path[root.size()] == '/');
+    struct Kept {
+        std::string_view root;
+        std::string_view why;
+        auto operator<=>(const Kept&) const = default;
+    };
+    using List = std::vector<Kept>;
+
+    /// A universal file that lies in no bundle is listed among the groups to be kept only when
+    /// every file is; it keeps nothing in its place.
+    static bool isKept(const BundleGroup& group) {
+        return group.isBundle || std::ranges::any_of(group.hits, [](const HitRef& hit) {
+                   return isLegacy(hit->archs);
+               });
+    }
+    [[nodiscard]] List::const_iterator firstFrom(std::string_view root) const {
+        return std::ranges::lower_bound(kept_, root, {}, &Kept::root);
     }
 
-    const RootSet& roots_;
-    std::vector<bool> lengths_;  ///< Whether some root is that long.
-    std::string_view latest_;    ///< Files of a root come in a row.
+    List kept_;  ///< In the order of the roots.
 };
+
+LookServices lookServices(const ScannerServices& services) {
+    return {services.reader, services.files, services.inspect};
+}
 
 }  // namespace
 
-std::optional<std::string> Scanner::trashGroups(const RootSet& roots) {
+/// Asks everything that keeps an item in its place, right before it would go.
+class Scanner::Guard {
+public:
+    /// `looks` may be null: then each item is looked into as it is now.
+    Guard(const Scanner& scanner, const RemovalLooks* looks)
+        : services_(scanner.services_),
+          looks_(looks),
+          kept_(scanner.groups(), scanner.signatures()) {}
+
+    /// Why the item must stay; absent when it may go. Its identity is then for the Trash.
+    [[nodiscard]] std::optional<std::string> refusal(const std::string& path, CodeRule rule) {
+        if (!services_.trash || !services_.files) return leftInPlace(path, "has no Trash to go to");
+        auto& files = *services_.files;
+        if (auto why = protectionOf(path, files)) return why;
+        if (auto why = kept_.refusal(path, path)) return why;
+        if (auto why = kept_.refusal(path, realPlace(path, files).value_or(path))) return why;
+        if (looks_) {
+            identity_ = looks_->identity(path);
+            return looks_->refusal(path);
+        }
+        identity_ = files.identity(path);
+        return ItemLook({path, identity_, rule}, lookServices(services_)).refusal(CancelFlag());
+    }
+
+    /// Moves the item, unless something keeps it; then why it stayed.
+    [[nodiscard]] std::optional<std::string> remove(const std::string& path, CodeRule rule) {
+        if (auto why = refusal(path, rule)) return why;
+        // What has gone by now is for the Trash to report.
+        return services_.trash->moveToTrash(path, identity_.value_or(ItemIdentity()));
+    }
+
+private:
+    const ScannerServices& services_;
+    const RemovalLooks* looks_;
+    KeptGroups kept_;
+    std::optional<ItemIdentity> identity_;  ///< Of the item asked for last.
+};
+
+std::unique_ptr<RemovalLooks> Scanner::removalLooks() const {
+    return std::make_unique<RemovalLooks>(lookServices(services_), services_.main,
+                                          services_.background);
+}
+
+bool Scanner::isRemovable(const BundleGroup& group) const {
+    return !isProtected(group.root) && !isAppleSigned(group.root) && group.fix != Fix::keep;
+}
+
+std::optional<std::string> Scanner::trashGroups(const RootSet& roots, const RemovalLooks* looks) {
     const auto candidates = sharedGroups();
-    const auto kept = keptRoots();
+    Guard guard(*this, looks);
     std::optional<std::string> firstError;
     RootSet gone;
     for (const auto& group : *candidates) {
-        if (!roots.contains(group.root) || !mayGo(group)) continue;
+        if (!roots.contains(group.root) || !isRemovable(group)) continue;
         auto error = services_.files && services_.files->kind(group.root) == ItemKind::link
                          ? leftInPlace(group.root, "is only a link to what the scan found")
-                         : moveToTrash(group.root, kept);
+                         : guard.remove(group.root, CodeRule::noArm64);
         if (!error) gone.insert(group.root);
         if (error && !firstError) firstError = std::move(error);
     }
-    if (!gone.empty()) forget(gone);
+    static_cast<void>(forget(gone));
     regroup();
     saveCache();
     return firstError;
 }
 
 std::optional<std::string> Scanner::trashPath(const std::string& path) {
-    if (auto error = moveToTrash(path, keptRoots())) return error;
-    pruneHits(path);
-    regroup();
-    saveCache();
-    return std::nullopt;
+    return trashPaths({path}, nullptr);
 }
 
-std::optional<std::string> Scanner::removalRefusal(const std::string& path) const {
-    if (!services_.files) return leftInPlace(path, "has no Trash to go to");
-    return refusal(path, keptRoots());
-}
-
-bool Scanner::mayGo(const BundleGroup& group) const {
-    return !isProtected(group.root) && !isAppleSigned(group.root) && group.fix != Fix::keep;
-}
-
-Scanner::Roots Scanner::keptRoots() const {
-    Roots kept;
-    for (const auto& group : groups()) {
-        if (group.fix == Fix::keep) kept.insert(group.root);
+std::optional<std::string> Scanner::trashPaths(const std::vector<std::string>& paths,
+                                               const RemovalLooks* looks) {
+    Guard guard(*this, looks);
+    std::optional<std::string> firstError;
+    RootSet gone;
+    for (const auto& path : paths) {
+        auto error = guard.remove(path, CodeRule::noKeptGroup);
+        if (!error) gone.insert(path);
+        if (error && !firstError) firstError = std::move(error);
     }
-    return kept;
+    // Where no finding has gone, the groups and the saved scan are what they were.
+    if (forget(gone)) {
+        regroup();
+        saveCache();
+    }
+    return firstError;
 }
 
-std::optional<std::string> Scanner::moveToTrash(const std::string& path, const Roots& kept) {
-    if (!services_.trash || !services_.files) return leftInPlace(path, "has no Trash to go to");
-    if (auto why = refusal(path, kept)) return why;
-    // What is gone is for the Trash to report.
-    const auto item = services_.files->identity(path).value_or(ItemIdentity());
-    return services_.trash->moveToTrash(path, item);
+RemovablePaths Scanner::removable(const std::vector<std::string>& paths,
+                                  const RemovalLooks* looks) const {
+    RemovablePaths result;
+    Guard guard(*this, looks);
+    for (const auto& path : paths) {
+        auto why = guard.refusal(path, CodeRule::noKeptGroup);
+        if (!why) result.paths.push_back(path);
+        if (why && !result.refusal) result.refusal = std::move(why);
+    }
+    return result;
 }
 
-/// By its path, and by where that really leads.
-std::optional<std::string> Scanner::refusal(const std::string& path, const Roots& kept) const {
-    if (auto why = protectionOf(path, *services_.files)) return why;
-    const auto real = realPlace(path, *services_.files).value_or(path);
-    if (isAppleSigned(path) || isAppleSigned(real)) return leftInPlace(path, "is signed by Apple");
-    if (kept.contains(path) || kept.contains(real)) return leftInPlace(path, "also runs natively");
-    return std::nullopt;
-}
-
-void Scanner::forget(const RootSet& gone) {
+bool Scanner::forget(const RootSet& gone) {
+    if (gone.empty()) return false;
+    if (walking_) goneInScan_.insert(gone.begin(), gone.end());
     RootMatcher matcher(gone);
-    std::erase_if(results_.hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
-    changed(ScannerField::allHits);
+    const auto count =
+        std::erase_if(results_.hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
+    if (count > 0) changed(ScannerField::allHits);
+    return count > 0;
 }
 
 }  // namespace vestigo

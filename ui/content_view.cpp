@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "engine/grouping.h"
-#include "engine/protected_places.h"
 #include "engine/scan_rules.h"
 #include "persist/csv.h"
 
@@ -15,15 +14,14 @@ constexpr double smallFontSize = 13;
 /// Room that the columns' widths were laid out without.
 constexpr double widthReserve = 1.06;
 
-RemovalServices removalServices(const ContentServices& services, Scanner& scanner) {
+RemovalServices removalServices(const ContentServices& services) {
     return {.main = services.scanner.main,
             .background = services.scanner.background,
             .authentication = services.authentication,
             .cleanup = services.cleanup,
-            .trashGroups = [&scanner](const RootSet& roots) { return scanner.trashGroups(roots); },
-            .trashPath = [&scanner](const std::string& path) { return scanner.trashPath(path); },
-            .removalRefusal =
-                [&scanner](const std::string& path) { return scanner.removalRefusal(path); }};
+            .bundles = services.bundles,
+            .files = services.files,
+            .places = services.places};
 }
 
 ReinstallServices reinstallServices(const ContentServices& services, Scanner& scanner) {
@@ -44,18 +42,15 @@ ContentView::ContentView(const ContentServices& services)
       files_(services.files),
       exportFiles_(services.exportFiles),
       settings_(services.settings),
-      bundles_(services.bundles),
-      places_(services.places),
+      home_(services.places.home),
       terminate_(services.terminate),
-      removal_(removalServices(services, scanner_), *this),
+      removal_(removalServices(services), scanner_, removalEvents()),
       reinstall_(reinstallServices(services, scanner_), *this) {
     subscriptions_ = {
         // A signature may arrive when its row is selected already.
         scanner_.subscribe([this](ScannerField field) {
             if (field == ScannerField::signatures) selectionChanged();
-            if (field == ScannerField::signatures || field == ScannerField::groups) {
-                updateLeftovers();
-            }
+            if (field == ScannerField::signatures || field == ScannerField::groups) updatePlan();
         }),
         settings_->subscribe([this] { observers_.notify(ContentField::fontDelta); }),
         services.notifications->subscribe([this](std::string_view name) {
@@ -137,8 +132,7 @@ const BundleGroup* ContentView::groupWithRoot(std::string_view root) const {
 }
 
 bool ContentView::isDeletable(const BundleGroup& group) const {
-    return !isProtected(group.root) && !scanner_.isAppleSigned(group.root) &&
-           group.fix != Fix::keep;
+    return scanner_.isRemovable(group);
 }
 
 std::vector<const BundleGroup*> ContentView::deletableSelection() const {
@@ -171,7 +165,7 @@ double ContentView::columnWidth(double base) const {
 }
 
 std::vector<std::string> ContentView::scanRoots() const {
-    return vestigo::scanRoots(customRoot_, scope_, places_.home);
+    return vestigo::scanRoots(customRoot_, scope_, home_);
 }
 
 void ContentView::scanPressed() {
@@ -208,39 +202,40 @@ void ContentView::setShowDeleteConfirm(bool value) {
     change(showDeleteConfirm_, value, ContentField::showDeleteConfirm);
 }
 
-void ContentView::setLeftovers(std::vector<Leftover> leftovers) {
-    leftovers_ = std::move(leftovers);
+RemovalEvents ContentView::removalEvents() {
+    return {.checkingChanged = [this] { observers_.notify(ContentField::checkingRemoval); },
+            .ended =
+                [this](std::optional<std::string> message) {
+                    if (message) showAlert(std::move(*message));
+                    removalEnded();
+                },
+            .cleanupFailed = [this](std::string message) { showAlert(std::move(message)); }};
+}
+
+void ContentView::planRemoval() {
+    removal_.open(deletableSelection());
+    notifyPlan();
+}
+
+void ContentView::notifyPlan() {
+    observers_.notify(ContentField::plannedGroups);
     observers_.notify(ContentField::leftovers);
 }
 
-void ContentView::searchLeftovers() {
-    const auto groups = deletableSelection();
-    leftoversOf_.clear();
-    for (const auto* const group : groups) leftoversOf_.push_back(group->root);
-    setLeftovers(findLeftovers(groups, places_, *bundles_, *files_));
-}
-
-void ContentView::updateLeftovers() {
-    if (leftovers_.empty()) return;
-    const auto same =
-        std::ranges::equal(deletableSelection(), leftoversOf_, {}, &BundleGroup::root);
-    if (same) return;
-    const auto before = leftovers_;
-    searchLeftovers();
-    for (const auto& [path, fuzzy, system, on] : before) setLeftoverOn(path, on);
+void ContentView::updatePlan() {
+    if (plannedGroups().empty()) return;
+    if (removal_.retain(deletableSelection())) notifyPlan();
 }
 
 void ContentView::setLeftoverOn(const std::string& path, bool on) {
-    const auto found = std::ranges::find(leftovers_, path, &Leftover::path);
-    if (found == leftovers_.end()) return;
-    found->on = on;
+    removal_.setLeftoverOn(path, on);
     observers_.notify(ContentField::leftovers);
 }
 
 void ContentView::cancelDelete() {
-    removal_.withdraw();
     setShowDeleteConfirm(false);
-    setLeftovers({});
+    removal_.close();
+    notifyPlan();
 }
 
 void ContentView::confirmDelete() {

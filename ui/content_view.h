@@ -15,7 +15,6 @@
 #include "actions/reinstall.h"
 #include "actions/reinstall_window.h"
 #include "actions/removal.h"
-#include "actions/removal_window.h"
 #include "engine/observers.h"
 #include "engine/records.h"
 #include "engine/scanner.h"
@@ -73,7 +72,9 @@ enum class ContentField : std::uint8_t {
     showDisclaimer,
     showAbout,
     showHelp,
+    plannedGroups,
     leftovers,
+    checkingRemoval,
     inspectGroup,
     updateTarget,
     updateLog,
@@ -83,7 +84,7 @@ enum class ContentField : std::uint8_t {
 };
 
 /// Main thread only. A sheet is open exactly while its field is set.
-class ContentView : private RemovalWindow, private ReinstallWindow {
+class ContentView : private ReinstallWindow {
 public:
     /// Creates the Scanner, which migrates and loads the saved scan.
     explicit ContentView(const ContentServices& services);
@@ -130,10 +131,10 @@ public:
     /// The group with this root; null when there is none. Good until the groups start over.
     [[nodiscard]] const BundleGroup* groupWithRoot(std::string_view root) const;
 
-    /// Neither protected nor Apple-signed nor to be kept.
+    /// Neither protected nor Apple-signed nor to be kept, as far as the findings tell.
     [[nodiscard]] bool isDeletable(const BundleGroup& group) const;
-    /// What a removal would take, in the Scanner's order. Good until the groups start over.
-    [[nodiscard]] std::vector<const BundleGroup*> deletableSelection() const override;
+    /// What a removal would begin with, in the Scanner's order. Good until the groups start over.
+    [[nodiscard]] std::vector<const BundleGroup*> deletableSelection() const;
 
     /// The text of table and status bar, in points.
     [[nodiscard]] double tableFontSize() const;
@@ -153,17 +154,26 @@ public:
     /// Selects just this row first.
     void requestDeleteOfRow(const BundleGroup& group);
     [[nodiscard]] bool showDeleteConfirm() const { return showDeleteConfirm_; }
-    /// Looks anew for what the applications among the deletable selection keep elsewhere; earlier
-    /// choices are dropped. Blocking.
-    void searchLeftovers();
-    [[nodiscard]] const std::vector<Leftover>& leftovers() const override { return leftovers_; }
+    /// Fixes what the confirmation is about: the deletable selection, and what its applications
+    /// keep elsewhere, looked for anew. Earlier choices are dropped. Blocking.
+    void planRemoval();
+    /// The roots that the confirmation is about, in the Scanner's order. Nothing joins them; what
+    /// is no longer deletable leaves.
+    [[nodiscard]] const std::vector<std::string>& plannedGroups() const {
+        return removal_.plan().groups;
+    }
+    [[nodiscard]] const std::vector<Leftover>& leftovers() const {
+        return removal_.plan().leftovers;
+    }
     /// Ignored for a path that is not among them.
     void setLeftoverOn(const std::string& path, bool on);
     /// Closes the confirmation; nothing is removed.
     void cancelDelete();
-    /// Asks the owner, then moves the deletable selection and the leftovers that are on to the
-    /// Trash. The confirmation stays open until then.
+    /// Asks the owner, then moves the planned groups and the leftovers that are on to the Trash.
+    /// The confirmation stays open until then.
     void confirmDelete();
+    /// The owner has agreed; what is to go is still being looked into.
+    [[nodiscard]] bool checkingRemoval() const { return removal_.checking(); }
 
     [[nodiscard]] const std::optional<BundleGroup>& inspectGroup() const { return inspectGroup_; }
     void inspect(const BundleGroup& group);
@@ -193,7 +203,7 @@ public:
 
     /// A message on screen until it is dismissed; a later one takes its place.
     [[nodiscard]] const std::optional<std::string>& alert() const { return alert_; }
-    void showAlert(std::string message) override;
+    void showAlert(std::string message);
     void dismissAlert();
 
     /// Opens the disclaimer until it has been accepted once.
@@ -219,10 +229,11 @@ private:
     void change(Value& field, Value value, ContentField name);
 
     void setShowDeleteConfirm(bool value);
-    void setLeftovers(std::vector<Leftover> leftovers);
-    /// What is no longer to be removed takes its leftovers with it; choices stay.
-    void updateLeftovers();
-    void removalEnded() override;
+    [[nodiscard]] RemovalEvents removalEvents();
+    /// What is no longer deletable leaves the plan with its leftovers; choices stay.
+    void updatePlan();
+    void notifyPlan();
+    void removalEnded();
     void setUpdateLog(std::string text) override;
     void appendToUpdateLog(std::string_view text) override;
     void setUpdating(bool value) override;
@@ -233,8 +244,7 @@ private:
     std::shared_ptr<Files> files_;
     std::shared_ptr<Files> exportFiles_;
     std::shared_ptr<Settings> settings_;
-    std::shared_ptr<BundleReader> bundles_;
-    LeftoverPlaces places_;
+    std::string home_;
     std::function<void()> terminate_;
     Removal removal_;
     Reinstall reinstall_;
@@ -251,8 +261,6 @@ private:
     bool showDisclaimer_ = false;
     bool showAbout_ = false;
     bool showHelp_ = false;
-    std::vector<Leftover> leftovers_;
-    std::vector<std::string> leftoversOf_;  ///< The roots that they were looked for with.
     std::optional<BundleGroup> inspectGroup_;
     std::optional<BundleGroup> updateTarget_;
     UpdateLog updateLog_;

@@ -5,6 +5,8 @@
 
 #include "ui/action_button.h"
 #include "ui/fonts.h"
+#include "ui/spinner.h"
+#include "ui/tinted_label.h"
 
 namespace vestigo {
 namespace {
@@ -44,9 +46,10 @@ DeleteSheet::DeleteSheet(ContentView& content, QWidget* window)
     column().addWidget(&groups_);
     addLeftovers();
     addButtons();
-    content.searchLeftovers();
+    content.planRemoval();
     showGroups();
     showLeftovers();
+    showChecking();
 }
 
 void DeleteSheet::addLeftovers() {
@@ -62,6 +65,12 @@ void DeleteSheet::addLeftovers() {
 
 void DeleteSheet::addButtons() {
     auto& row = addRow();
+    auto* const spinner = new Spinner(this);
+    auto* const checking = new TintedLabel(Tint::secondary, this);
+    checking->setObjectName(QStringLiteral("checking"));
+    checking->setText(tr("Checking what is inside…"));
+    checking_ = {spinner, checking};
+    for (auto* const part : checking_) row.addWidget(part);
     row.addStretch();
     auto& cancel = addButton(row, "cancel", tr("Cancel"), [this] { content_.cancelDelete(); });
     auto& trash = addDestructiveButton(row, "moveToTrash", tr("Move to Trash"), std::nullopt,
@@ -71,21 +80,24 @@ void DeleteSheet::addButtons() {
 }
 
 void DeleteSheet::refresh(const Changes& changes) {
-    if (changes.hasAny(ContentField::selection) ||
-        changes.hasAny(ScannerField::groups, ScannerField::signatures)) {
-        showGroups();
-    }
+    if (changes.has(ContentField::plannedGroups)) showGroups();
     if (changes.has(ContentField::leftovers)) showLeftovers();
+    if (changes.has(ContentField::checkingRemoval)) showChecking();
 }
 
 void DeleteSheet::showGroups() {
     std::vector<PathLine> lines;
-    for (const auto* const group : content_.deletableSelection()) lines.push_back({group->root});
+    for (const auto& root : content_.plannedGroups()) lines.push_back({root});
     const auto count = lines.size();
     summary_.setText(QString::number(count) + (count == 1 ? tr(" item") : tr(" items")) +
                      tr(" will be moved to the Trash. You can restore them from the Trash until "
                         "you empty it."));
     groups_.setLines(std::move(lines));
+}
+
+/// The owner has agreed, but the items may only go once it is known what they hold.
+void DeleteSheet::showChecking() {
+    for (auto* const part : checking_) part->setVisible(content_.checkingRemoval());
 }
 
 void DeleteSheet::showLeftovers() {

@@ -1,6 +1,9 @@
 // The last question before anything is moved to the Trash.
 #pragma once
 
+#include <QWidget>
+#include <vector>
+
 #include "ui/content_view.h"
 #include "ui/path_list.h"
 #include "ui/sheet.h"
@@ -20,6 +23,7 @@ private:
     void addButtons();
     void showGroups();
     void showLeftovers();
+    void showChecking();
 
     ContentView& content_;
     SheetText& summary_;
@@ -27,6 +31,7 @@ private:
     SheetText& leftoversHeading_;
     PathList& leftovers_;
     SheetText& note_;
+    std::vector<QWidget*> checking_;  ///< Shown while the removal waits for the looks.
 };
 
 }  // namespace vestigo

@@ -11,6 +11,7 @@
 
 #include "engine/scanner.h"
 #include "persist/scan_cache.h"
+#include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/posix_files.h"
 #include "tests/support/records.h"
@@ -43,6 +44,7 @@ TEST(KilledRemoval, LosesNothing) {
     services.store = cache;
     services.trash = std::make_shared<LinuxTrash>(home);
     services.files = files;
+    services.reader = std::make_shared<LinuxDirectoryReader>();
     auto record = test::savedScan();
     std::vector<std::string> items;
     for (int i = 0; i < 40; ++i) {

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <filesystem>
 #include <functional>
-#include <set>
 #include <thread>
 #include <utility>
 
@@ -12,9 +11,13 @@
 
 #include "actions/cleanup_script.h"
 #include "platform/folder_cleanup_trash.h"
+#include "platform/linux/linux_bundle_reader.h"
+#include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
+#include "tests/support/mach_o_maker.h"
 #include "tests/support/own_script.h"
+#include "tests/support/records.h"
 #include "tests/support/service_fakes.h"
 #include "tests/support/temporary_tree.h"
 
@@ -50,54 +53,82 @@ private:
     std::string tree_;
 };
 
-/// A window whose log tells all that was done, in order.
-struct RemovalTest : testing::Test, RemovalWindow {
-    RemovalTest() { fs::permissions(temporary, fs::perms::owner_all); }
+/// Findings over real files, and a Trash and an administrator that tell what they were asked for.
+struct RemovalTest : testing::Test {
+    RemovalTest() {
+        fs::permissions(temporary, fs::perms::owner_all);
+        store->record = test::savedScan();
+    }
 
-    std::vector<const BundleGroup*> deletableSelection() const override {
-        std::vector<const BundleGroup*> result;
-        for (const auto& group : groups) result.push_back(&group);
-        return result;
+    /// An application with an identifier, to be found by its name in lower case.
+    std::string application(const std::string& name, const std::vector<std::uint32_t>& cpus) {
+        tree.file(name + ".app/Contents/Info.plist",
+                  "<plist><dict><key>CFBundleIdentifier</key><string>com.example." + name +
+                      "</string></dict></plist>");
+        const auto file = tree.file(name + ".app/Contents/MacOS/run", test::fatMachO(cpus));
+        store->record->hits.push_back(test::hitRef({file, {"x86_64"}}));
+        return tree.at(name + ".app");
     }
-    const std::vector<Leftover>& leftovers() const override { return ticked; }
-    void removalEnded() override {
-        log.emplace_back("ended");
-        groups.clear();
-        ticked.clear();
+    std::string intelApplication(const std::string& name) {
+        return application(name, {test::cpuX86_64});
     }
-    void showAlert(std::string message) override { log.push_back("alert " + message); }
-
-    static std::optional<std::string> fails(const std::string& path) {
-        return path.find("bad") == path.npos ? std::nullopt : std::optional("no " + path);
+    std::string preferences(const std::string& name) {
+        return tree.file("home/Library/Preferences/com.example." + name + ".plist");
     }
-    RemovalServices services() {
-        RemovalServices services;
-        services.main = loop;
-        services.background = tasks;
-        services.authentication = owner;
-        services.cleanup = cleanup;
-        services.trashGroups = [this](const RootSet& roots) {
-            for (const auto& root : std::set(roots.begin(), roots.end()))
-                log.push_back("group " + root);
-            return std::optional<std::string>();
-        };
-        services.trashPath = [this](const std::string& path) {
-            log.push_back("path " + path);
-            return fails(path);
-        };
-        services.removalRefusal = fails;
-        return services;
+    std::string daemon(const std::string& name) {
+        return tree.file("Library/LaunchDaemons/com.example." + name + ".plist");
     }
-    void select(const Lines& roots) {
-        for (const auto& root : roots) groups.push_back({.root = root, .hits = {}});
+    Scanner& scanner() {
+        if (scanner_) return *scanner_;
+        scanner_ = std::make_unique<Scanner>(
+            ScannerServices{.main = loop,
+                            .background = tasks,
+                            .reader = std::make_shared<LinuxDirectoryReader>(),
+                            .store = store,
+                            .inspect = {},
+                            .migrate = {},
+                            .now = [] { return 1.0; },
+                            .trash = trash,
+                            .files = files});
+        return *scanner_;
     }
-    void tick(const std::string& path, bool system = false, bool on = true) {
-        ticked.push_back({path, false, system, on});
+    Removal& removal() {
+        if (removal_) return *removal_;
+        RemovalServices services{.main = loop,
+                                 .background = tasks,
+                                 .authentication = owner,
+                                 .cleanup = cleanup,
+                                 .bundles = std::make_shared<LinuxBundleReader>(),
+                                 .files = files,
+                                 .places = {tree.at("home"), tree.at("Library")}};
+        RemovalEvents events{
+            .checkingChanged = [] {},
+            .ended =
+                [this](std::optional<std::string> message) {
+                    log.push_back("ended " + message.value_or("well"));
+                },
+            .cleanupFailed =
+                [this](const std::string& message) { log.push_back("cleanup " + message); }};
+        removal_ = std::make_unique<Removal>(services, scanner(), std::move(events));
+        return *removal_;
+    }
+    /// As if the user had selected them all.
+    std::vector<const BundleGroup*> allGroups() {
+        std::vector<const BundleGroup*> groups;
+        for (const auto& group : scanner().groups()) groups.push_back(&group);
+        return groups;
+    }
+    void open() { removal().open(allGroups()); }
+    void answer(bool confirmed) {
+        owner->answer(confirmed);
+        settle();
     }
     std::string systemFile(const std::string& name) { return tree.file("Library/" + name, name); }
     void settle() {
-        tasks->runHeld();
-        loop->runPosted();
+        do {
+            tasks->runHeld();
+            loop->runPosted();
+        } while (!tasks->jobs.empty());
     }
     [[nodiscard]] Lines namesIn(const std::string& folder) const {
         auto names = files->names(folder).value_or(Lines{"unreadable"});
@@ -122,78 +153,140 @@ struct RemovalTest : testing::Test, RemovalWindow {
     AdministratorCleanupServices places{
         administrator, files, std::make_shared<FolderCleanupTrash>(trashFolder, files), temporary};
     std::shared_ptr<AdministratorCleanup> cleanup = std::make_shared<AdministratorCleanup>(places);
-    std::vector<BundleGroup> groups;
-    std::vector<Leftover> ticked;
+    std::shared_ptr<test::MemoryStore> store = std::make_shared<test::MemoryStore>();
+    std::shared_ptr<test::FakeTrash> trash = std::make_shared<test::FakeTrash>();
     Lines log;
-    std::unique_ptr<Removal> removal = std::make_unique<Removal>(services(), *this);
+
+    std::unique_ptr<Scanner> scanner_;
+    std::unique_ptr<Removal> removal_;
 };
 
-TEST_F(RemovalTest, RemovesWhatIsTickedInItsOrderAndShowsTheFirstFailure) {
-    select({"/a", "/b"});
-    tick("/bad1");
-    tick("/off", false, false);
-    tick(systemFile("one"), true);
-    tick("/bad2");
-    tick(systemFile("off"), true, false);
-    tick(systemFile("it's"), true);
-    tick(systemFile("bad3"), true);
-    removal->performDelete();
-    EXPECT_EQ(log, (Lines{"group /a", "group /b", "path /bad1", "path /bad2", "alert no /bad1",
-                          "ended"}));
+TEST_F(RemovalTest, RemovesWhatIsTickedInItsOrderAndTellsTheFirstFailure) {
+    const Lines groups{intelApplication("a"), intelApplication("it's")};
+    const Lines own{preferences("a"), preferences("it's")};
+    const Lines machine{daemon("a"), daemon("it's")};
+    const auto unticked = tree.folder("home/Library/Logs/a");
+    trash->failing = {own[0], groups[1]};
+    open();
+    removal().performDelete();
+    EXPECT_EQ(trash->taken, (Lines{groups[0], own[1]}));
+    EXPECT_EQ(log, Lines{"ended cannot move " + groups[1]});
     EXPECT_TRUE(administrator->scripts.empty());
     settle();
-    const auto trashInQuotes = "'" + tree.at("o'\\''ne \"$HOME\" Trash") + "'/";
     ASSERT_EQ(administrator->scripts.size(), 1U);
-    const auto& script = administrator->scripts[0];
-    EXPECT_TRUE(script.starts_with("#!/bin/sh\n"));
-    const auto first = script.find("\nmv -f '" + tree.at("Library/one") + "' " + trashInQuotes +
-                                   " 2>/dev/null || true\n");
-    const auto second = script.find("\nmv -f '" + tree.at("Library/it'\\''s") + "' " +
-                                    trashInQuotes + " 2>/dev/null || true\n");
-    EXPECT_LT(first, second);
-    EXPECT_NE(second, std::string::npos);
+    for (const auto* const name : {"com.example.a.plist", "com.example.it'\\''s.plist"}) {
+        const auto line = "\nmv -f '" + tree.at("Library/LaunchDaemons/") + name + "' '" +
+                          tree.at("o'\\''ne \"$HOME\" Trash") + "'/ 2>/dev/null || true\n";
+        EXPECT_NE(administrator->scripts[0].find(line), std::string::npos) << line;
+    }
     EXPECT_EQ(administrator->permissions, fs::perms{0600});
-    EXPECT_EQ(namesIn(trashFolder), (Lines{"it's", "one"}));
+    EXPECT_EQ(namesIn(trashFolder), (Lines{"com.example.a.plist", "com.example.it's.plist"}));
     EXPECT_TRUE(fs::is_empty(temporary));
-    EXPECT_EQ(log.back(), "ended");
+    EXPECT_EQ(log.size(), 1U);
 }
 
 TEST_F(RemovalTest, AsksTheOwnerOnceAndDoesNothingUnlessConfirmed) {
-    select({"/a", "/b", "/c"});
-    tick("/leftover");
-    removal->confirmDelete();
-    removal->confirmDelete();
-    EXPECT_EQ(owner->reasons, Lines{"confirm moving 3 item(s) to the Trash"});
-    owner->answer(false);
-    loop->runPosted();
+    const Lines groups{intelApplication("a"), intelApplication("b")};
+    open();
+    removal().confirmDelete();
+    removal().confirmDelete();
+    EXPECT_EQ(owner->reasons, Lines{"confirm moving 2 item(s) to the Trash"});
+    answer(false);
     EXPECT_TRUE(log.empty());
-    removal->confirmDelete();
+    removal().confirmDelete();
     owner->answer(true);
-    EXPECT_TRUE(log.empty());  // Not on the thread of the reply.
-    groups.pop_back();
-    loop->runPosted();
-    EXPECT_EQ(log, (Lines{"group /a", "group /b", "path /leftover", "ended"}));
+    EXPECT_TRUE(trash->taken.empty());  // Not on the thread of the reply.
+    settle();
+    EXPECT_EQ(trash->taken, groups);
+}
+
+TEST_F(RemovalTest, WaitsUntilEverythingHasBeenLookedIntoAndCanBeGivenUpMeanwhile) {
+    const auto group = intelApplication("a");
+    owner->canAsk = false;
+    for (const bool givenUp : {true, false}) {
+        open();
+        removal().confirmDelete();
+        loop->runPosted();
+        EXPECT_TRUE(removal().checking() && trash->taken.empty());
+        if (givenUp) removal().close();
+        EXPECT_NE(removal().checking(), givenUp);
+        settle();
+        EXPECT_EQ(trash->taken, givenUp ? Lines() : Lines{group});
+    }
+}
+
+TEST_F(RemovalTest, TakesNoMoreThanWasShownAndLessWhereThatMayNotGoAnyMore) {
+    const Lines groups{intelApplication("a"), intelApplication("b")};
+    const Lines own{preferences("a"), preferences("b")};
+    removal().open(std::vector<const BundleGroup*>(1, allGroups()[0]));
+    // While the owner is asked, more of the selection becomes known and more is found beside it.
+    removal().confirmDelete();
+    const auto late = daemon("a");
+    EXPECT_FALSE(removal().retain(allGroups()));
+    EXPECT_EQ(removal().plan().groups, Lines{groups[0]});
+    answer(true);
+    EXPECT_EQ(trash->taken, (Lines{groups[0], own[0]}));
+    EXPECT_TRUE(fs::exists(late));
+
+    // What leaves takes its leftovers with it and does not come back; choices stay.
+    intelApplication("c");
+    const auto third = preferences("c");
+    scanner().takeOver(*store->record);
+    scanner().regroup();
+    open();
+    removal().setLeftoverOn(third, false);
+    EXPECT_TRUE(removal().retain(std::vector<const BundleGroup*>{allGroups().back()}));
+    EXPECT_FALSE(removal().retain(allGroups()));
+    EXPECT_EQ(removal().plan().groups, Lines{tree.at("c.app")});
+    EXPECT_EQ(removal().plan().leftovers, (std::vector<Leftover>{{third, false, false, false}}));
+}
+
+TEST_F(RemovalTest, LeavesWhatHasChangedSinceItWasShown) {
+    const Lines groups{intelApplication("a"), intelApplication("b"), intelApplication("c")};
+    const auto own = preferences("a");
+    const auto machine = daemon("a");
+    open();
+    settle();  // All have been looked into, and nothing keeps them.
+    for (const auto& path : {groups[0], own, machine}) fs::rename(path, path + ".before");
+    for (const auto* const path : {"a.app/x", "home/Library/Preferences/com.example.a.plist",
+                                   "Library/LaunchDaemons/com.example.a.plist"}) {
+        tree.file(path, "another");
+    }
+    tree.file("b.app/Contents/MacOS/run", test::fatMachO({test::cpuX86_64, test::cpuArm64}));
+    removal().performDelete();
+    settle();
+    EXPECT_EQ(trash->taken, Lines{groups[2]});
+    EXPECT_TRUE(administrator->scripts.empty());
+    EXPECT_EQ(log,
+              Lines{"ended “a.app” is not the item that was shown and was left in its place."});
+    open();
+    removal().performDelete();
+    EXPECT_EQ(log.back(), "ended “b.app” also runs natively and was left in its place.");
 }
 
 TEST_F(RemovalTest, IsQuietAfterItsEndButTheScriptStillRuns) {
-    tick(systemFile("one"), true);
-    removal->performDelete();
-    removal->confirmDelete();
+    intelApplication("a");
+    daemon("a");
+    open();
+    removal().performDelete();
+    open();
+    removal().confirmDelete();
     log.clear();
-    removal.reset();
-    owner->answer(true);
-    settle();
+    removal_.reset();
+    answer(true);
     EXPECT_TRUE(log.empty());
-    EXPECT_EQ(namesIn(trashFolder), Lines{"one"});
+    EXPECT_EQ(namesIn(trashFolder), Lines{"com.example.a.plist"});
 }
 
 TEST_F(RemovalTest, TellsWhenTheScriptDidNotRun) {
     administrator->answer = {126, std::nullopt};
-    tick(systemFile("one"), true);
-    removal->performDelete();
+    intelApplication("a");
+    daemon("a");
+    open();
+    removal().performDelete();
     settle();
     EXPECT_EQ(log.back(),
-              "alert System items were not removed (admin prompt cancelled or failed).");
+              "cleanup System items were not removed (admin prompt cancelled or failed).");
     EXPECT_TRUE(fs::is_empty(temporary));
 }
 

@@ -26,7 +26,10 @@ struct ScannerTest : testing::Test {
     ~ScannerTest() override { openGate(); }
 
     Scanner& scanner() {
-        if (made) return *made;
+        if (!made) made = std::make_unique<Scanner>(servicesOf());
+        return *made;
+    }
+    ScannerServices servicesOf() {
         ScannerServices services;
         services.main = loop;
         services.background = tasks;
@@ -36,8 +39,8 @@ struct ScannerTest : testing::Test {
         services.now = [] { return 99.5; };
         services.trash = trash;
         services.files = std::make_shared<PosixFiles>();
-        made = std::make_unique<Scanner>(services);
-        return *made;
+        services.order = order;
+        return services;
     }
     SignInfo inspect(const std::string& root) {
         gate.wait();
@@ -66,6 +69,7 @@ struct ScannerTest : testing::Test {
     std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
     std::shared_ptr<test::MemoryStore> store = std::make_shared<test::MemoryStore>();
     std::shared_ptr<test::FakeTrash> trash = std::make_shared<test::FakeTrash>();
+    std::shared_ptr<ScanOrder> order = std::make_shared<ScanOrder>();
     std::latch gate{1};
     std::mutex mutex;
     Paths inspected;
@@ -223,6 +227,45 @@ TEST_F(ScannerRemovalTest, ForgetsWhatLiesUnderRemovedRootsAndNothingElse) {
     EXPECT_EQ(scanner().trashPath(tree.at("Bad.app")), std::nullopt);
     EXPECT_EQ(left(), (Paths{stays[0], stays[1], stays[3]}));
     EXPECT_EQ(store->writes, 2);
+}
+
+TEST_F(ScannerRemovalTest, WhatWasRemovedDoesNotComeBackWhileItsScanRuns) {
+    for (int i = 0; i < 3000; ++i) tree.file("a/Foo.app/" + std::to_string(i), intel);
+    tree.file("b/Foo.app2", intel);
+    openGate();
+    scanner().startScan({tree.at("a"), tree.at("b")});
+    loop->runUntil([this] { return !scanner().groups().empty(); });
+    ASSERT_TRUE(scanner().walking());
+    EXPECT_EQ(trashGroups({"a/Foo.app"}), std::nullopt);
+    EXPECT_TRUE(left().empty());
+    loop->runUntil([this] { return !scanner().walking(); });
+    EXPECT_EQ(left(), Paths{"b/Foo.app2"});
+    EXPECT_EQ(store->record->hits.size(), 1U);
+    // The Trash of this test has moved nothing, so the next scan finds it again.
+    scanner().startScan({tree.at("a")});
+    loop->runUntil([this] { return !scanner().walking(); });
+    EXPECT_EQ(left().size(), 3000U);
+}
+
+TEST_F(ScannerTest, ALateSaveDoesNotUndoTheLaterScanOfAnotherWindow) {
+    tree.file("old", intel);
+    scanner().startScan({tree.path()});
+    loop->runUntil([this] { return !scanner().walking(); });
+    ASSERT_EQ(scanner().signaturePasses(), 1U);
+    ScannerServices services = servicesOf();
+    Scanner other(services);
+    tree.file("new", intel);
+    other.startScan({tree.path()});
+    loop->runUntil([&other] { return !other.walking(); });
+    openGate();
+    loop->runUntil([&] { return scanner().signaturePasses() + other.signaturePasses() == 0; });
+    scanner().setIntelOnly(false);
+    scanner().saveCache();
+    EXPECT_EQ(store->record->hits.size(), 2U);
+    // Of the same scan all may be saved, and a later scan takes the place of every other.
+    scanner().startScan({tree.at("none")});
+    loop->runUntil([this] { return !scanner().walking(); });
+    EXPECT_TRUE(store->record->hits.empty());
 }
 
 TEST_F(ScannerRemovalTest, NeverTakesWhatIsProtectedSignedByAppleKeptOrOnlyALink) {

@@ -29,6 +29,7 @@ ContentServices WindowFixture::services() {
     services.scanner.background = tasks;
     services.scanner.reader = std::make_shared<LinuxDirectoryReader>();
     services.scanner.store = store;
+    services.scanner.inspect = inspect;
     services.scanner.now = [] { return 800000000.0; };
     const auto files = std::make_shared<PosixFiles>();
     services.scanner.files = files;

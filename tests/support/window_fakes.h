@@ -38,6 +38,8 @@ struct WindowFixture {
         std::make_shared<FakeOwnerAuthentication>();
     LeftoverPlaces places{.home = "/Users/me"};
     HomebrewPlaces homebrew;
+    /// Empty: no signatures are read.
+    std::function<SignInfo(const std::string& root)> inspect;
     bool terminated = false;
 
 private:

@@ -118,11 +118,14 @@ TEST_F(DeleteSheetTest, ShowsPathsAsTheyAreWhateverTheyLookLike) {
 }
 
 TEST_F(DeleteSheetTest, LeftoversGoFromTheListWithTheirApplication) {
+    fixture.inspect = [](const std::string& root) {
+        return SignInfo{root.ends_with("Foo.app"), "Software Signing"};
+    };
     show();
     auto& dialog = open({tree.at("Foo.app"), tree.at("tool")});
     EXPECT_EQ(content().leftovers().size(), 3U);
-    fixture.signedBy(tree.at("Foo.app"), "Software Signing", true);
-    showNews();
+    fixture.settle();
+    refresher->flush();
     EXPECT_TRUE(content().leftovers().empty());
     EXPECT_EQ(list(dialog, "groups").model()->rowCount(), 1);
 }
@@ -131,7 +134,11 @@ TEST_F(DeleteSheetTest, AFailureIsShownAndWhatFailedStaysInTheTable) {
     fixture.authentication->canAsk = false;
     fixture.trash->error = "The Trash is full.";
     show();
-    QTest::keyClick(&open({tree.at("tool")}), Qt::Key_Return);
+    auto& dialog = open({tree.at("tool")});
+    QTest::keyClick(&dialog, Qt::Key_Return);
+    refresher->flush();
+    EXPECT_TRUE(part(dialog, "checking").isVisible());
+    fixture.settle();
     EXPECT_FALSE(sheet("delete"));
     EXPECT_TRUE(sheet("alert"));
     EXPECT_EQ(content().alert(), "The Trash is full.");

@@ -60,9 +60,10 @@ TEST_F(DemoWindow, ShowsEveryCategoryAndEveryFixOnTheDiskItPlays) {
 
 TEST_F(DemoWindow, MovesAnApplicationAndItsLeftoversToTheTrashOfItsOwnDisk) {
     content->requestDeleteOfRow(*content->groupWithRoot("/Applications/Sound Studio.app"));
-    content->searchLeftovers();
+    content->planRemoval();
     ASSERT_EQ(content->leftovers().size(), 5U);
     content->confirmDelete();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !content->showDeleteConfirm(); }, 20000));
     EXPECT_FALSE(content->groupWithRoot("/Applications/Sound Studio.app"));
     EXPECT_FALSE(has("/Applications/Sound Studio.app"));
     ASSERT_TRUE(QTest::qWaitFor(

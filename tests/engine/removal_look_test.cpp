@@ -1,0 +1,146 @@
+#include "engine/removal_look.h"
+
+#include <filesystem>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/linux_directory_reader.h"
+#include "platform/posix/posix_files.h"
+#include "platform/run_loop.h"
+#include "tests/support/mach_o_maker.h"
+#include "tests/support/service_fakes.h"
+#include "tests/support/temporary_tree.h"
+
+namespace vestigo {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Cannot open a folder of this name.
+class RefusingReader : public LinuxDirectoryReader {
+public:
+    std::unique_ptr<Folder> open(const std::string& path) override {
+        return path.ends_with("/refused.app") ? nullptr : LinuxDirectoryReader::open(path);
+    }
+};
+
+struct RemovalLookTest : testing::Test {
+    void add(const std::string& path, const std::string& content) { tree.file(path, content); }
+    RemovalItem item(const std::string& path, CodeRule rule) {
+        return {tree.at(path), services.files->identity(tree.at(path)), rule};
+    }
+    /// What a first look says, without the name of the item and what all refusals end with.
+    std::string why(const std::string& path, CodeRule rule) {
+        return reason(ItemLook(item(path, rule), services).refusal(CancelFlag()));
+    }
+    static std::string reason(const std::optional<std::string>& refusal) {
+        if (!refusal) return "";
+        const auto begin = refusal->find("” ") + std::string("” ").size();
+        return refusal->substr(begin, refusal->find(" and was left in its place.") - begin);
+    }
+
+    const std::string intel = test::thinMachO(test::cpuX86_64);
+    const std::string native = test::thinMachO(test::cpuArm64);
+    const std::string universal = test::fatMachO({test::cpuX86_64, test::cpuArm64});
+    test::TemporaryTree tree;
+    LookServices services{.reader = std::make_shared<RefusingReader>(),
+                          .files = std::make_shared<PosixFiles>(),
+                          .inspect = [](const std::string& root) {
+                              return SignInfo{root.ends_with("/apple"), "Vendor"};
+                          }};
+};
+
+constexpr auto group = CodeRule::noArm64;
+constexpr auto leftover = CodeRule::noKeptGroup;
+constexpr char runs[] = "also runs natively";
+
+TEST_F(RemovalLookTest, AnyArm64CodeKeepsAGroup) {
+    add("Old.app/Contents/MacOS/old", intel);
+    add("Old.app/Contents/Caches/left/out", native);
+    add("Late.app/Contents/MacOS/late", intel);
+    add("Late.app/Contents/Frameworks/deep/er/helper", native);
+    add("tool", intel);
+    add("universal", universal);
+    EXPECT_EQ(why("Old.app", group), "");
+    EXPECT_EQ(why("Late.app", group), runs);
+    EXPECT_EQ(why("tool", group), "");
+    EXPECT_EQ(why("universal", group), runs);
+}
+
+TEST_F(RemovalLookTest, OnlyAKeptGroupKeepsALeftover) {
+    add("Support/updater", universal);
+    add("Support/Old.app/old", intel);
+    EXPECT_EQ(why("Support", leftover), "");
+    add("Support/in/Kept.app/Contents/Inner.framework/kept", universal);
+    EXPECT_EQ(why("Support", leftover), "holds “Kept.app”, which also runs natively,");
+    // The identifier makes it a bundle by its name, and its universal file no group to be kept.
+    add("Containers/com.example.app/updater", universal);
+    EXPECT_EQ(why("Containers/com.example.app", leftover), "");
+    add("Containers/com.example.app/old", intel);
+    EXPECT_EQ(why("Containers/com.example.app", leftover), runs);
+    // What is behind a link stays where it is.
+    fs::create_symlink("Support", tree.at("link"));
+    EXPECT_EQ(why("link", leftover), "");
+}
+
+TEST_F(RemovalLookTest, WhatAppleSignedOrNobodyCouldReadKeepsTheItem) {
+    add("apple", intel);
+    add("Keg/1.0/apple", intel);
+    add("Keg/1.0/other", intel);
+    EXPECT_EQ(why("apple", group), "is signed by Apple");
+    EXPECT_EQ(why("Keg", leftover), "holds “apple”, which is signed by Apple,");
+    add("refused.app/old", intel);
+    EXPECT_EQ(why("refused.app", group), "could not be looked into (“refused.app”)");
+    fs::create_symlink("/usr/bin", tree.at("bin"));
+    EXPECT_EQ(why("bin/env", group), "is protected by the system");
+}
+
+TEST_F(RemovalLookTest, ALaterLookSeesWhatHasChanged) {
+    add("Old.app/old", intel);
+    const auto shown = item("Old.app", group);
+    ItemLook look(shown, services);
+    EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    const auto time = fs::last_write_time(tree.at("Old.app/old"));
+    add("Old.app/old", native);
+    fs::last_write_time(tree.at("Old.app/old"), time);
+    EXPECT_EQ(reason(look.refusal(CancelFlag())), runs);
+    add("Old.app/old", intel);
+    EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    fs::rename(tree.at("Old.app"), tree.at("Moved.app"));
+    // Whoever is to move it says that it is gone.
+    EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    add("Old.app/old", intel);
+    EXPECT_EQ(reason(look.refusal(CancelFlag())), "is not the item that was shown");
+    const RemovalItem never{tree.at("New.app"), std::nullopt, group};
+    add("New.app/new", intel);
+    EXPECT_EQ(reason(ItemLook(never, services).refusal(CancelFlag())),
+              "is not the item that was shown");
+}
+
+TEST_F(RemovalLookTest, LooksOneAfterTheOtherAndTellsWhenAllAreDone) {
+    add("A.app/a", intel);
+    add("B.app/b", native);
+    const auto loop = std::make_shared<RunLoop>();
+    const auto tasks = std::make_shared<test::HeldTasks>();
+    RemovalLooks looks(services, loop, tasks);
+    int told = 0;
+    looks.add(item("A.app", group));
+    looks.add(item("B.app", group));
+    looks.add(item("C.app", group));
+    looks.drop(tree.at("C.app"));
+    looks.whenIdle([&told] { ++told; });
+    for (int pass = 0; pass < 2; ++pass) {
+        EXPECT_TRUE(looks.busy() && told == 0);
+        ASSERT_EQ(tasks->jobs.size(), 1U);
+        tasks->runHeld();
+        loop->runPosted();
+    }
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(looks.refusal(tree.at("A.app")), std::nullopt);
+    EXPECT_EQ(reason(looks.refusal(tree.at("B.app"))), runs);
+    EXPECT_TRUE(looks.refusal(tree.at("C.app")));
+}
+
+}  // namespace
+}  // namespace vestigo
