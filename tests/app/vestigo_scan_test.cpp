@@ -105,13 +105,14 @@ TEST_F(VestigoScanTest, ScansTheSmartFoldersOfItsUserWhenNoneIsNamed) {
 TEST_F(VestigoScanTest, SaysThatItRanOutOfMemory) {
     // Sanitizers take more address space than any limit leaves them.
     if (shell("ulimit -v 100000; $scan --version").status != 0) GTEST_SKIP();
-    for (int i = 0; i < 800; ++i) {
-        tree.file("disk/d" + std::to_string(i % 40) + "/f" + std::to_string(i),
-                  test::thinMachO(test::cpuX86_64));
+    std::string folder = "disk";
+    for (int depth = 0; depth < 5; ++depth) folder += "/" + std::string(200, 'd');
+    for (int i = 0; i < 2000; ++i) {
+        tree.file(folder + "/" + std::to_string(i), test::thinMachO(test::cpuX86_64));
     }
     const auto expected = shell("$scan disk | md5sum").output;
     const auto outcomes = shell(
-        "for limit in {26..80..6}; do (ulimit -v ${limit}000; $scan disk >found 2>said)"
+        "for limit in 25 31 38 46 55 300; do (ulimit -v ${limit}000; $scan disk >found 2>said)"
         " && md5sum <found || echo $? $(cat said); done");
     std::istringstream lines(outcomes.output);
     std::set<std::string> different;
