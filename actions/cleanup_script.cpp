@@ -69,12 +69,12 @@ failed() { # place; whoever had it may have gone again, so only many failures ar
     return 2
 }
 take() { # item, name, number; 1: taken, 2: impossible
+    name=
     exists "$1" || return 2
     exists "$trash/$2" && return 1
     note "$2" "$3" || return
     if true >"$journal/files/$2" && place "$1" "$2"; then
         name=$2
-        placeholder=$(ls -ldi "$trash/$2")
         return 0
     fi
     rm -f "$journal/files/$2"
@@ -83,7 +83,11 @@ take() { # item, name, number; 1: taken, 2: impossible
     failed "$trash/$2"
 }
 place() { # item, name
-    if is_folder "$1"; then mkdir -m 0 "$trash/$2"; else ln "$journal/files/$2" "$trash"/; fi
+    is_folder "$1" || { ln "$journal/files/$2" "$trash"/; return; }
+    mkdir -m 0 "$trash/$2" || return
+    placeholder=$(ls -ldi "$trash/$2") && return
+    rmdir "$trash/$2"
+    return 1
 }
 move_renamed() { # item, stem, ending, number
     attempt=2
@@ -98,14 +102,18 @@ move_renamed() { # item, stem, ending, number
 }
 settle() { # takes away what nothing has been moved over
     misses=0
-    [ "$name" ] || return
-    if [ "$placeholder" ] && [ "$(ls -ldi "$trash/$name")" = "$placeholder" ]; then
-        if is_folder "$trash/$name"; then rmdir "$trash/$name"; else rm -f "$trash/$name"; fi
-    fi
+    [ "$name" ] && give_back "$trash/$name" || return
     exists "$trash/$name" || drop_note "$name"
     end_note "$name"
     rm -f "$journal/files/$name"
-    name=
+}
+give_back() { # place; fails where it cannot be told or removed, which the journal then remembers
+    if is_folder "$1"; then
+        now=$(ls -ldi "$1") || return
+        [ "$now" != "$placeholder" ] || rmdir "$1"
+    else
+        [ ! "$1" -ef "$journal/files/$name" ] || rm -f "$1"
+    fi
 }
 )sh";
 

@@ -1,14 +1,11 @@
 #include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <future>
-#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "platform/posix/descriptor.h"
@@ -59,25 +56,6 @@ TEST_F(FilesTest, AFailedReplacementOrCopyChangesNothing) {
     EXPECT_EQ(files.read(file), "old");
     EXPECT_EQ(entries(), 4);
     EXPECT_TRUE(fs::is_empty(folder));
-}
-
-TEST_F(FilesTest, AKilledWriterLeavesTheOldOrTheNewFileWhole) {
-    const auto path = tree.at("file");
-    const std::string contents[] = {std::string(300000, 'a'), std::string(500000, 'b')};
-    ASSERT_TRUE(files.replace(path, contents[0], Access::ownerOnly));
-    for (int round = 0; round < 40; ++round) {
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            for (unsigned i = 0;; ++i)
-                static_cast<void>(files.replace(path, contents[i % 2], Access::ownerOnly));
-        }
-        std::this_thread::sleep_for(std::chrono::microseconds(2000 + round * 317));
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-        const auto found = files.read(path);
-        ASSERT_TRUE(found == contents[0] || found == contents[1]) << "round " << round;
-    }
 }
 
 TEST_F(FilesTest, ASaveRemovesWhatKilledSavesHaveLeftAndNothingElse) {
