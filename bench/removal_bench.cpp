@@ -1,16 +1,24 @@
-// What a removal costs beside the moves themselves: the engine's part for 1,000 groups of 50 hits
-// out of 200,000, also as a multiple of one regroup and one save ("times"), and the search for the
-// leftovers of 100 applications in folders of 5,000 entries.
+// What a removal costs beside the moves themselves, for 200,000 hits, also as a multiple of one
+// regroup and one save ("times"): the engine's part for 1,000 groups of 50 hits, and all of it for
+// 100 applications with 5 leftovers each. The look into a bundle of 30,000 files before it goes,
+// also as a multiple of the walk of that bundle, and the search for the leftovers of 100
+// applications in folders of 5,000 entries.
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 
 #include <benchmark/benchmark.h>
 
 #include "actions/leftover_finder.h"
+#include "actions/removal.h"
+#include "engine/removal_look.h"
 #include "engine/scanner.h"
+#include "engine/walk.h"
 #include "persist/scan_cache.h"
 #include "platform/linux/linux_bundle_reader.h"
+#include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "tests/support/temporary_tree.h"
@@ -35,27 +43,36 @@ std::string rootOf(int group) {
     return "/Applications/Example Application " + std::to_string(group) + ".app";
 }
 
-ScanFile savedScan() {
+/// The roots lie below `disk`.
+ScanFile savedScan(const std::string& disk = "") {
     ScanFile record{
         .version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}};
     for (int i = 0; i < hitCount; ++i) {
-        auto path = rootOf(i / hitsPerGroup) + "/Contents/Frameworks/libexample." +
+        auto path = disk + rootOf(i / hitsPerGroup) + "/Contents/Frameworks/libexample." +
                     std::to_string(i) + ".dylib";
         record.hits.push_back(
             std::make_shared<BinaryHit>(BinaryHit{std::move(path), {"x86_64"}, 4096, 6e8, 5e8}));
     }
     for (int i = 0; i < hitCount / hitsPerGroup; ++i) {
-        record.signatures->emplace(rootOf(i), SignInfo{false, "Example Vendor"});
+        record.signatures->emplace(disk + rootOf(i), SignInfo{false, "Example Vendor"});
     }
     return record;
 }
 
+/// Runs each job at once.
+class ImmediateTasks : public BackgroundTasks {
+public:
+    void run(Priority, Job job) override { job(); }
+};
+
 struct World {
     test::TemporaryTree tree;
     std::shared_ptr<PosixFiles> files = std::make_shared<PosixFiles>();
-    Scanner scanner{{.main = std::make_shared<RunLoop>(),
-                     .background = nullptr,
-                     .reader = nullptr,
+    std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
+    std::shared_ptr<BackgroundTasks> tasks = std::make_shared<ImmediateTasks>();
+    Scanner scanner{{.main = loop,
+                     .background = tasks,
+                     .reader = std::make_shared<LinuxDirectoryReader>(),
                      .store = std::make_shared<ScanCache>(
                          files, StandardFolders{tree.path(), tree.path(), tree.path()}),
                      .inspect = {},
@@ -97,6 +114,100 @@ void trashGroups(benchmark::State& state) {
     state.counters["times"] = removal / base;
 }
 
+/// Of the groups, those that are really there; each with its leftovers.
+std::vector<const BundleGroup*> makeApplications(const World& world, int count) {
+    std::vector<const BundleGroup*> groups;
+    for (const auto& group : world.scanner.groups()) {
+        if (groups.size() == static_cast<std::size_t>(count)) break;
+        const auto id = "com.example." + std::to_string(1'000 + groups.size());
+        std::filesystem::create_directories(group.root + "/Contents");
+        std::ofstream(group.root + "/Contents/Info.plist")
+            << "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>" << id
+            << "</string></dict></plist>";
+        world.tree.file("home/Library/Preferences/" + id + ".plist");
+        for (const auto* const folder : {"Containers/", "Caches/", "WebKit/", "HTTPStorages/"}) {
+            world.tree.folder("home/Library/" + std::string(folder) + id);
+        }
+        groups.push_back(&group);
+    }
+    return groups;
+}
+
+void performDelete(benchmark::State& state) {
+    constexpr int applications = 100;
+    World world;
+    const auto record = savedScan(world.tree.path());
+    const RemovalServices services{.main = world.loop,
+                                   .background = world.tasks,
+                                   .authentication = nullptr,
+                                   .cleanup = nullptr,
+                                   .bundles = std::make_shared<LinuxBundleReader>(),
+                                   .files = world.files,
+                                   .places = {world.tree.at("home"), world.tree.at("Library")}};
+    bool well = false;
+    Removal removal(services, world.scanner,
+                    {.checkingChanged = [] {},
+                     .ended = [&](const auto& message) { well = !message; },
+                     .cleanupFailed = [](const auto&) {}});
+    double base = 0;
+    double whole = 0;
+    for (auto _ : state) {
+        world.scanner.takeOver(record);
+        base += seconds([&] {
+            world.scanner.regroup();
+            world.scanner.saveCache();
+        });
+        removal.open(makeApplications(world, applications));
+        world.loop->runPosted();
+        if (removal.plan().leftovers.size() != 5 * applications) state.SkipWithError("leftovers");
+        const double once = seconds([&] { removal.performDelete(); });
+        whole += once;
+        state.SetIterationTime(once);
+        if (!well) state.SkipWithError("something stayed");
+    }
+    state.counters["times"] = whole / base;
+}
+
+/// Takes in nothing.
+struct Deaf : WalkListener {
+    void progress(std::int64_t, const std::string&) override {}
+    void partial(HitList, std::int64_t) override {}
+    void final(HitList, std::int64_t) override {}
+};
+
+void lookInto(benchmark::State& state) {
+    constexpr int files = 30'000;
+    constexpr int filesPerFolder = 100;
+    const test::TemporaryTree tree;
+    const std::string intel("\xcf\xfa\xed\xfe\x07\x00\x00\x01", 8);
+    for (int i = 0; i < files; ++i) {
+        tree.file("Big.app/" + std::to_string(i / filesPerFolder) + "/" + std::to_string(i),
+                  i % 20 == 0 ? intel : "neither code nor a bundle");
+    }
+    const LookServices services{.reader = std::make_shared<LinuxDirectoryReader>(),
+                                .files = std::make_shared<PosixFiles>(),
+                                .inspect = {}};
+    const auto path = tree.at("Big.app");
+    const RemovalItem item{path, services.files->identity(path), CodeRule::noArm64};
+    double walks = 0;
+    double looks = 0;
+    double again = 0;
+    for (auto _ : state) {
+        Deaf deaf;
+        walks += seconds([&] { walk(*services.reader, {.roots = {path}}, CancelFlag(), deaf); });
+        ItemLook look(item, services);
+        const auto refused = [&] {
+            if (look.refusal(CancelFlag())) state.SkipWithError("it must not stay");
+        };
+        looks += seconds(refused);
+        const double once = seconds(refused);
+        again += once;
+        state.SetIterationTime(once);
+    }
+    state.counters["first"] = looks / walks;
+    state.counters["again"] = again / walks;
+}
+
 void findLeftovers(benchmark::State& state) {
     constexpr int applications = 100;
     constexpr int entries = 5'000;
@@ -130,6 +241,8 @@ void findLeftovers(benchmark::State& state) {
 }
 
 BENCHMARK(trashGroups)->Unit(benchmark::kMillisecond)->UseManualTime();
+BENCHMARK(performDelete)->Unit(benchmark::kMillisecond)->UseManualTime();
+BENCHMARK(lookInto)->Unit(benchmark::kMillisecond)->UseManualTime();
 BENCHMARK(findLeftovers)->Unit(benchmark::kMillisecond);
 
 }  // namespace

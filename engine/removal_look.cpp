@@ -1,6 +1,7 @@
 #include "engine/removal_look.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
@@ -40,15 +41,17 @@ std::optional<std::string> refusalByCode(const RemovalItem& item, const ItemFact
 /// Collects what a walk finds.
 class Hits : public WalkListener {
 public:
-    explicit Hits(HitList& hits) : hits_(hits) {}
+    Hits(HitList& hits, std::int64_t& files) : hits_(hits), files_(files) {}
     void progress(std::int64_t, const std::string&) override {}
-    void partial(HitList added, std::int64_t) override {
+    void partial(HitList added, std::int64_t count) override {
         hits_.insert(hits_.end(), added.begin(), added.end());
+        files_ = count;
     }
     void final(HitList added, std::int64_t count) override { partial(std::move(added), count); }
 
 private:
     HitList& hits_;
+    std::int64_t& files_;
 };
 
 }  // namespace
@@ -71,27 +74,41 @@ std::optional<std::string> refusal(const RemovalItem& item, const ItemFacts& fac
 }
 
 ItemLook::ItemLook(RemovalItem item, LookServices services)
-    : item_(std::move(item)), services_(std::move(services)) {}
+    : item_(std::move(item)), services_(std::move(services)) {
+    facts_.place = item_.path;
+}
 
 std::optional<std::string> ItemLook::refusal(const CancelFlag& cancelled) {
     const std::lock_guard lock(mutex_);
     if (auto why = protectionOf(item_.path, *services_.files)) return why;
-    gather(cancelled);
+    try {
+        gather(cancelled);
+    } catch (const std::bad_alloc&) {
+        facts_.hits = {};
+        signaturesRead_ = false;
+        return leftInPlace(item_.path, "could not be looked into for want of memory");
+    }
     return vestigo::refusal(item_, facts_);
+}
+
+std::string ItemLook::place() const {
+    const std::lock_guard lock(mutex_);
+    return facts_.place;
 }
 
 void ItemLook::gather(const CancelFlag& cancelled) {
     facts_.unread.reset();
     facts_.identity = services_.files->identity(item_.path);
-    auto place = realPlace(item_.path, *services_.files);
-    if (!facts_.identity || !place) return;
-    facts_.place = std::move(*place);
+    facts_.place = realPlace(item_.path, *services_.files).value_or(item_.path);
+    if (!facts_.identity) return;
     const auto before = std::exchange(facts_.hits, {});
     // A link goes without what it leads to.
     const auto kind = facts_.identity->kind;
     if (kind == ItemKind::folder || kind == ItemKind::file) {
-        Hits hits(facts_.hits);
-        const WalkRequest request{.roots = {facts_.place}, .rootsAreNamed = true};
+        Hits hits(facts_.hits, files_);
+        const WalkRequest request{.roots = {facts_.place},
+                                  .threads = files_ < manyFiles ? 1U : 0U,
+                                  .rootsAreNamed = true};
         facts_.unread = walk(*services_.reader, request, cancelled, hits).unread;
     }
     if (!signaturesRead_ || !sameHits(before, facts_.hits)) readSignatures(cancelled);
@@ -169,15 +186,9 @@ void RemovalLooks::lookEnded() {
     if (!busy() && idle_) std::exchange(idle_, {})();
 }
 
-std::optional<std::string> RemovalLooks::refusal(const std::string& path) const {
+std::shared_ptr<ItemLook> RemovalLooks::find(const std::string& path) const {
     const auto found = entries_.find(path);
-    if (found == entries_.end()) return leftInPlace(path, "was not looked into");
-    return found->second.look->refusal(CancelFlag());
-}
-
-std::optional<ItemIdentity> RemovalLooks::identity(const std::string& path) const {
-    const auto found = entries_.find(path);
-    return found == entries_.end() ? std::nullopt : found->second.look->item().identity;
+    return found == entries_.end() ? nullptr : found->second.look;
 }
 
 }  // namespace vestigo

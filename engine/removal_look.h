@@ -70,16 +70,22 @@ public:
     /// item is looked into for the first time. When `cancelled`, it ends within a moment with any
     /// answer.
     [[nodiscard]] std::optional<std::string> refusal(const CancelFlag& cancelled);
+    /// Where the item really lies, as the latest look found it.
+    [[nodiscard]] std::string place() const;
 
 private:
+    /// Into fewer files one thread looks as quickly as several.
+    static constexpr std::int64_t manyFiles = 1000;
+
     void gather(const CancelFlag& cancelled);
     void readSignatures(const CancelFlag& cancelled);
 
     const RemovalItem item_;
     const LookServices services_;
-    std::mutex mutex_;
-    ItemFacts facts_;              ///< Of the latest look.
-    bool signaturesRead_ = false;  ///< Of `facts_.hits`, to the end.
+    mutable std::mutex mutex_;
+    ItemFacts facts_;                 ///< Of the latest look.
+    std::int64_t files_ = manyFiles;  ///< In the item, as the latest look found them.
+    bool signaturesRead_ = false;     ///< Of `facts_.hits`, to the end.
 };
 
 /// The looks of one removal, one after the other in the background. Main thread only. What is under
@@ -101,11 +107,8 @@ public:
     /// takes the place of an earlier one; an empty one ends the waiting.
     void whenIdle(std::function<void()> idle);
 
-    /// Looks at this item once more; why it must stay, or absent. An item that was never added must
-    /// stay. Blocking.
-    [[nodiscard]] std::optional<std::string> refusal(const std::string& path) const;
-    /// As the item was when it was added; absent when nothing was there, or it was never added.
-    [[nodiscard]] std::optional<ItemIdentity> identity(const std::string& path) const;
+    /// The looks into this item; null for one that was never added.
+    [[nodiscard]] std::shared_ptr<ItemLook> find(const std::string& path) const;
 
 private:
     struct Handle;

@@ -78,16 +78,12 @@ public:
     /// Why the item must stay; absent when it may go. Its identity is then for the Trash.
     [[nodiscard]] std::optional<std::string> refusal(const std::string& path, CodeRule rule) {
         if (!services_.trash || !services_.files) return leftInPlace(path, "has no Trash to go to");
-        auto& files = *services_.files;
-        if (auto why = protectionOf(path, files)) return why;
+        const auto look = looks_ ? looks_->find(path) : newLook(path, rule);
+        if (!look) return leftInPlace(path, "was not looked into");
+        identity_ = look->item().identity;
+        if (auto why = look->refusal(CancelFlag())) return why;
         if (auto why = kept_.refusal(path, path)) return why;
-        if (auto why = kept_.refusal(path, realPlace(path, files).value_or(path))) return why;
-        if (looks_) {
-            identity_ = looks_->identity(path);
-            return looks_->refusal(path);
-        }
-        identity_ = files.identity(path);
-        return ItemLook({path, identity_, rule}, lookServices(services_)).refusal(CancelFlag());
+        return kept_.refusal(path, look->place());
     }
 
     /// Moves the item, unless something keeps it; then why it stayed.
@@ -98,6 +94,11 @@ public:
     }
 
 private:
+    [[nodiscard]] std::shared_ptr<ItemLook> newLook(const std::string& path, CodeRule rule) const {
+        return std::make_shared<ItemLook>(RemovalItem{path, services_.files->identity(path), rule},
+                                          lookServices(services_));
+    }
+
     const ScannerServices& services_;
     const RemovalLooks* looks_;
     KeptGroups kept_;

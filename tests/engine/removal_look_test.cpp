@@ -137,9 +137,9 @@ TEST_F(RemovalLookTest, LooksOneAfterTheOtherAndTellsWhenAllAreDone) {
         loop->runPosted();
     }
     EXPECT_EQ(told, 1);
-    EXPECT_EQ(looks.refusal(tree.at("A.app")), std::nullopt);
-    EXPECT_EQ(reason(looks.refusal(tree.at("B.app"))), runs);
-    EXPECT_TRUE(looks.refusal(tree.at("C.app")));
+    EXPECT_EQ(looks.find(tree.at("A.app"))->refusal(CancelFlag()), std::nullopt);
+    EXPECT_EQ(reason(looks.find(tree.at("B.app"))->refusal(CancelFlag())), runs);
+    EXPECT_FALSE(looks.find(tree.at("C.app")));
 }
 
 }  // namespace
