@@ -142,14 +142,9 @@ using Failure = std::optional<std::string>;
 /// place. Absent when it was the item itself.
 Failure sendBackIntruder(const TrashFolder& trash, const Item& item,
                          const TrashReservation& taken) {
-    struct stat meant {};
-    struct stat arrived {};
     // The move has been done: not being able to look makes it no failure.
-    if (::fstat(item.handle.get(), &meant) != 0 ||
-        ::fstatat(trash.files(), taken.name.c_str(), &arrived, AT_SYMLINK_NOFOLLOW) != 0 ||
-        (meant.st_dev == arrived.st_dev && meant.st_ino == arrived.st_ino)) {
-        return std::nullopt;
-    }
+    const auto arrived = itemIdentity(trash.files(), taken.name);
+    if (!arrived || isOpenAs(item.handle.get(), trash.files(), taken.name)) return std::nullopt;
     if (!renameIfFree(trash.files(), taken.name, item.folder.get(), item.name)) {
         return trashErrorText(ESTALE) + " and lies in the Trash as “" + taken.name + "”";
     }

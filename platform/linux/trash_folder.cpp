@@ -67,7 +67,8 @@ std::optional<bool> holds(int folder, const std::string& name) {
 
 bool isOwnNote(int file) {
     struct stat status {};
-    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
+    if (retrying([&] { return ::fstat(file, &status); }) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_uid != ::geteuid()) {
         return false;
     }
     std::array<char, longestNote> text{};

@@ -144,6 +144,28 @@ TEST_F(LinuxTrashTest, ClearsWhatKilledMovesHaveLeftAndNothingElse) {
     EXPECT_EQ(trashed("item"), "arrived");
 }
 
+TEST_F(LinuxTrashTest, GivesBackWhatAScriptHadTakenOnceNobodyHoldsItsJournal) {
+    tree.file("data/Trash/files/arrived", "item");
+    auto plan = LinuxCleanupTrash(home).plan({"/Library/arrived", "/Library/not"});
+    ASSERT_TRUE(plan.notes);
+    const auto& [info, ending, journal] = *plan.notes;
+    for (const auto* name : {"/arrived", "/not", "/folder"}) {
+        fs::create_hard_link(journal + "/notes/1", journal + "/info" + name + ending);
+        fs::create_hard_link(journal + "/notes/1", info + name + ending);
+        tree.file(fs::relative(journal, tree.path()).string() + "/files" + name);
+    }
+    fs::create_hard_link(journal + "/files/not", plan.folder + "/not");
+    fs::permissions(tree.folder("data/Trash/files/folder"), fs::perms::none);
+    const LinuxTrash meanwhile(home);
+    EXPECT_EQ(systemFiles()->names(info)->size(), 3U);
+    EXPECT_EQ(systemFiles()->names(plan.folder)->size(), 3U);
+    plan.prepared.reset();
+    EXPECT_EQ(systemFiles()->names(info), std::vector<std::string>{"arrived.trashinfo"});
+    EXPECT_EQ(systemFiles()->names(plan.folder), std::vector<std::string>{"arrived"});
+    EXPECT_EQ(originOf("arrived"), "/Library/arrived");
+    EXPECT_EQ(systemFiles()->names(home)->size(), 2U);
+}
+
 TEST_F(LinuxTrashTest, TakesOnlyTheItemThatWasMeantHoweverQuicklyItIsExchanged) {
     const auto path = tree.at("Foo.app");
     const auto aside = tree.at("aside");
