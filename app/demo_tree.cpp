@@ -38,6 +38,13 @@ public:
         succeeded_ = succeeded_ && !error && stream.good();
     }
     void program(const std::string& path, const Cpus& cpus) { file(path, machOImage(cpus)); }
+    /// Nobody but the superuser can read it.
+    void lockedProgram(const std::string& path, const Cpus& cpus) {
+        program(path, cpus);
+        std::error_code error;
+        std::filesystem::permissions(root_ + path, std::filesystem::perms::none, error);
+        succeeded_ = succeeded_ && !error;
+    }
     void script(const std::string& path, std::string_view content) {
         file(path, content);
         std::error_code error;
@@ -90,11 +97,14 @@ void addApplications(TreeMaker& tree) {
 
     const std::string desk = "/Applications/Photo Desk.app";
     tree.bundle(desk, "com.example.photodesk", "Photo Desk", universal);
-    tree.program(desk + "/Contents/MacOS/import-helper", intel);
+    // A scan of this folder alone sees nothing that runs natively.
+    tree.program(desk + "/Contents/Helpers/import-helper", intel);
 
     tree.bundle("/Applications/Old Writer.app", "com.example.oldwriter", "Old Writer", powerPC);
     tree.program("/Applications/Old Writer.app/Contents/MacOS/spelling", powerPCAndIntel);
     tree.bundle("/Applications/Modern Notes.app", "com.example.notes", "Modern Notes", native);
+    tree.bundle("/Applications/Locked Box.app", "com.example.lockedbox", "Locked Box", intel);
+    tree.lockedProgram("/Applications/Locked Box.app/Contents/Resources/vault", intel);
     tree.bundle(std::string(demoHome) + "/Applications/Kleines \"Spiel\".app", "com.example.spiel",
                 "Spiel", oldIntel);
 }
@@ -124,6 +134,7 @@ void addCommands(TreeMaker& tree) {
     tree.link("/usr/local/lib/libpng16.16.dylib", "../Cellar/libpng/1.6.40/lib/libpng16.16.dylib");
     tree.program("/opt/homebrew/Cellar/jq/1.7/bin/jq", native);
     tree.program("/opt/homebrew/lib/libold.1.dylib", intel);
+    tree.program("/opt/homebrew/Cellar/pngtool/1.2/bin/pngtool", intel);
     tree.program("/opt/local/bin/gsed", intel);
     tree.program("/opt/local/lib/libz.1.dylib", bothIntel);
     tree.program("/usr/local/bin/measure", intel);
@@ -158,6 +169,8 @@ void addSupportFiles(TreeMaker& tree) {
     tree.file(library + "/Caches/com.example.soundstudio/waveforms", "cached");
     tree.program(library + "/Caches/com.example.oldwriter/helper", intel);
     tree.file(library + "/Application Support/Old Writer/documents.sqlite", "SQLite format 3");
+    tree.bundle(library + "/Application Support/Old Writer/Writer Viewer.app",
+                "com.example.writerviewer", "Writer Viewer", universal);
     tree.file(library + "/LaunchAgents/com.example.soundstudio.updater.plist", "bplist00");
     tree.file("/Library/LaunchDaemons/com.example.soundstudio.plist", "bplist00");
 }

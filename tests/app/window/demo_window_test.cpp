@@ -73,6 +73,30 @@ TEST_F(DemoWindow, MovesAnApplicationAndItsLeftoversToTheTrashOfItsOwnDisk) {
     EXPECT_EQ(trashed().size(), 5U);
 }
 
+TEST_F(DemoWindow, SaysWhatKeepsAnItemThatTheFindingsLetGo) {
+    const auto reasonFor = [this](const std::string& root, const std::string& ticked = "") {
+        content->dismissAlert();
+        content->requestDeleteOfRow(*content->groupWithRoot(root));
+        content->planRemoval();
+        content->setLeftoverOn(ticked, true);
+        content->confirmDelete();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !content->showDeleteConfirm(); }, 20000));
+        return content->alert().value_or("");
+    };
+    const std::string support = "/Users/demo/Library/Application Support/Old Writer";
+    EXPECT_EQ(reasonFor("/Applications/Old Writer.app", support),
+              "“Old Writer” holds “Writer Viewer.app”, which also runs natively, and was left in "
+              "its place.");
+    EXPECT_TRUE(has(support) && !has("/Applications/Old Writer.app"));
+    content->chooseFolder("/Applications/Photo Desk.app/Contents/Helpers");
+    content->scanPressed();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !content->scanner().walking(); }, 20000));
+    EXPECT_EQ(content->fixCount(Fix::manual), 1U);
+    EXPECT_EQ(reasonFor("/Applications/Photo Desk.app"),
+              "“Photo Desk.app” also runs natively and was left in its place.");
+    EXPECT_TRUE(has("/Applications/Photo Desk.app"));
+}
+
 TEST_F(DemoWindow, ReinstallsAFormulaAndRemovesTheOldCopyWithItsLinks) {
     content->requestReinstall(*content->groupWithRoot("/usr/local/Cellar/wget/1.21.4/bin/wget"));
     content->startReinstall();
