@@ -10,6 +10,7 @@
 #include "platform/code_signing.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
+#include "platform/lasting_processes.h"
 #include "platform/launched_administrator.h"
 #include "platform/links.h"
 #include "platform/owner_authentication.h"
@@ -33,6 +34,9 @@ void endWhenOutOfMemory(std::string line);
 [[nodiscard]] std::shared_ptr<Links> systemLinks();
 /// Each program that runs is one of the tasks.
 [[nodiscard]] std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks);
+/// Each program that is followed is one of the tasks.
+[[nodiscard]] std::shared_ptr<LastingProcesses> systemLastingProcesses(
+    std::shared_ptr<BackgroundTasks> tasks);
 
 [[nodiscard]] StandardFolders systemFolders();
 /// Only the home folder; touches nothing.

@@ -7,6 +7,7 @@
 
 #include "platform/posix/home_folder.h"
 #include "platform/posix/posix_files.h"
+#include "platform/posix/posix_lasting_processes.h"
 #include "platform/posix/posix_links.h"
 #include "platform/posix/posix_processes.h"
 #include "platform/posix/thread_tasks.h"
@@ -38,6 +39,10 @@ std::shared_ptr<Links> systemLinks() {
 
 std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks) {
     return std::make_shared<PosixProcesses>(std::move(tasks));
+}
+
+std::shared_ptr<LastingProcesses> systemLastingProcesses(std::shared_ptr<BackgroundTasks> tasks) {
+    return std::make_shared<PosixLastingProcesses>(std::move(tasks));
 }
 
 std::string systemHomeFolder() {

@@ -1,0 +1,293 @@
+// A program is started through a shell that stands in for this program: it leads the session, waits
+// for the program and puts its exit status aside. Each run has a folder with these files:
+//
+//   note    what the starter noted. The stand-in, and nobody else, holds a lock on it (through its
+//           standard input, which it hands on to nobody), so the run has ended when the lock is
+//           free. Unlike a process number a lock cannot come to mean another process, and a
+//           restarted computer holds none.
+//   output  what the program writes. It is read like any growing file, so a reader may come, go
+//           and be killed without the program noticing.
+//   status  the exit status in decimal, renamed into its place. Missing when the stand-in was
+//   killed.
+//
+// Whoever follows a run holds a lock on its folder. The folder of all runs is locked while a run is
+// made and while somebody looks for one, so nobody meets a run that is only half made; what a
+// killed program has left half made is without "output", which comes last.
+#include "platform/posix/posix_lasting_processes.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/posix/descriptor.h"
+#include "platform/posix/listing.h"
+#include "platform/posix/posix_files.h"
+#include "platform/posix/retrying.h"
+#include "platform/posix/spawn.h"
+
+namespace vestigo {
+namespace {
+
+constexpr std::size_t chunkSize = 65536;
+/// The two systems tell of a growing file in different ways and not on every file system; looking
+/// at it this often, and only while a program runs, works everywhere and nobody sees the delay.
+constexpr std::chrono::milliseconds readInterval{50};
+
+/// Gets the path for the exit status, then the command. The trap lets it live on where a whole
+/// session is asked to end; the program itself gets those signals as usual. It has no variables of
+/// its own, since those might be in the program's environment.
+constexpr const char* standIn =
+    "trap : HUP INT TERM\n"
+    "(shift; exec \"$@\" </dev/null)\n"
+    "echo $? >\"$1.new\" && exec /bin/mv -f \"$1.new\" \"$1\"\n";
+
+std::string notePath(const std::string& folder) {
+    return folder + "/note";
+}
+std::string outputPath(const std::string& folder) {
+    return folder + "/output";
+}
+std::string statusPath(const std::string& folder) {
+    return folder + "/status";
+}
+
+std::string lastError() {
+    return std::generic_category().message(errno);
+}
+
+Descriptor openFile(const std::string& path, int flags) {
+    return Descriptor(retrying(
+        [&] { return ::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR); }));
+}
+
+/// Above the standard descriptors, where a child's are put, even if this program has closed its
+/// own.
+Descriptor makeFile(const std::string& path, int flags) {
+    const auto file = openFile(path, flags | O_CREAT | O_EXCL);
+    return Descriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+bool lock(const Descriptor& file, int kind) {
+    return file && retrying([&] { return ::flock(file.get(), kind); }) == 0;
+}
+
+/// Owns nothing when the folder is missing or, with LOCK_NB, when somebody else holds it.
+Descriptor lockedFolder(const std::string& path, int kind) {
+    auto folder = openFile(path, O_RDONLY | O_DIRECTORY);
+    return lock(folder, kind) ? std::move(folder) : Descriptor();
+}
+
+/// What is not a run's own keeps the folder from being removed.
+void removeRun(const std::string& folder) {
+    for (const auto& path :
+         {outputPath(folder), statusPath(folder), statusPath(folder) + ".new", notePath(folder)}) {
+        ::unlink(path.c_str());
+    }
+    ::rmdir(folder.c_str());
+}
+
+/// Absent when nobody has put one aside.
+std::optional<int> statusIn(const std::string& folder) {
+    const auto text = PosixFiles().read(statusPath(folder));
+    int status = 0;
+    if (!text || !text->ends_with('\n')) return std::nullopt;
+    const auto* const end = text->data() + text->size() - 1;
+    const auto [stop, error] = std::from_chars(text->data(), end, status);
+    return error == std::errc() && stop == end ? std::optional(status) : std::nullopt;
+}
+
+/// Whether the stand-in lives. The lock is only tried.
+bool lockedByStandIn(const Descriptor& note) {
+    if (!lock(note, LOCK_SH | LOCK_NB)) return note && errno == EWOULDBLOCK;
+    lock(note, LOCK_UN);
+    return false;
+}
+
+/// Hands on the output of a run on a thread of its own, until the end or until it is told to let
+/// go.
+class Follower {
+public:
+    Follower(std::string folder, std::function<void(std::string_view)> output,
+             std::function<void(std::optional<int>)> ended)
+        : folder_(std::move(folder)),
+          note_(openFile(notePath(folder_), O_RDWR)),
+          output_(openFile(outputPath(folder_), O_RDONLY)),
+          onOutput_(std::move(output)),
+          onEnd_(std::move(ended)) {}
+
+    void run() {
+        for (;;) {
+            // Asked first, so that nothing written before the end is missed.
+            const bool running = lockedByStandIn(note_);
+            if (!handOnWhatIsThere()) return;
+            if (!running) return onEnd_(statusIn(folder_));
+            if (letsGoWithin(readInterval)) return;
+        }
+    }
+
+    void letGo() {
+        const std::lock_guard guard(mutex_);
+        letGo_ = true;
+        changed_.notify_all();
+    }
+
+private:
+    bool letsGoWithin(std::chrono::milliseconds time) {
+        std::unique_lock guard(mutex_);
+        return changed_.wait_for(guard, time, [this] { return letGo_; });
+    }
+
+    /// No more than there is now: what the program has left running may write for ever. False when
+    /// it is told to let go.
+    bool handOnWhatIsThere() {
+        struct stat status {};
+        if (::fstat(output_.get(), &status) != 0) return true;
+        while (position_ < status.st_size) {
+            if (letsGoWithin(std::chrono::milliseconds::zero())) return false;
+            const auto count = retrying([this] {
+                return ::pread(output_.get(), buffer_.data(), buffer_.size(), position_);
+            });
+            if (count <= 0) return true;
+            handOn({buffer_.data(), static_cast<std::size_t>(count)});
+        }
+        return true;
+    }
+
+    /// A full buffer may end within a line, and within a character.
+    void handOn(std::string_view chunk) {
+        const auto line = chunk.rfind('\n');
+        if (chunk.size() == buffer_.size() && line != chunk.npos) chunk = chunk.substr(0, line + 1);
+        position_ += static_cast<off_t>(chunk.size());
+        onOutput_(chunk);
+    }
+
+    std::string folder_;
+    Descriptor note_;
+    Descriptor output_;
+    std::function<void(std::string_view)> onOutput_;
+    std::function<void(std::optional<int>)> onEnd_;
+    off_t position_ = 0;
+    std::array<char, chunkSize> buffer_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool letGo_ = false;
+};
+
+class PosixLastingRun : public LastingRun {
+public:
+    /// `held` is the folder, with its lock.
+    PosixLastingRun(std::string folder, Descriptor held, std::string note,
+                    std::shared_ptr<BackgroundTasks> tasks)
+        : folder_(std::move(folder)),
+          held_(std::move(held)),
+          note_(std::move(note)),
+          tasks_(std::move(tasks)) {}
+    ~PosixLastingRun() override {
+        if (follower_) follower_->letGo();
+        // At once, though a child that is just being started may still have the descriptor.
+        lock(held_, LOCK_UN);
+    }
+    PosixLastingRun(const PosixLastingRun&) = delete;
+    PosixLastingRun& operator=(const PosixLastingRun&) = delete;
+
+    [[nodiscard]] const std::string& note() const override { return note_; }
+    [[nodiscard]] bool running() const override {
+        return lockedByStandIn(openFile(notePath(folder_), O_RDWR));
+    }
+    void follow(std::function<void(std::string_view)> output,
+                std::function<void(std::optional<int>)> ended) override {
+        follower_ = std::make_shared<Follower>(folder_, std::move(output), std::move(ended));
+        tasks_->run(Priority::normal, [follower = follower_] { follower->run(); });
+    }
+    void forget() override { removeRun(folder_); }
+
+private:
+    std::string folder_;
+    Descriptor held_;
+    std::string note_;
+    std::shared_ptr<BackgroundTasks> tasks_;
+    std::shared_ptr<Follower> follower_;
+};
+
+/// The stand-in's process, or nothing with errno.
+std::optional<pid_t> startIn(const std::string& folder, const ProcessStart& what,
+                             const std::string& note) {
+    const auto noted = makeFile(notePath(folder), O_RDWR);
+    if (!lock(noted, LOCK_EX | LOCK_NB)) return std::nullopt;
+    const auto written = ::write(noted.get(), note.data(), note.size());
+    if (written != static_cast<ssize_t>(note.size())) return std::nullopt;
+    const auto output = makeFile(outputPath(folder), O_WRONLY | O_APPEND);
+    if (!output) return std::nullopt;
+    ProcessStart shell{.program = "/bin/sh",
+                       .arguments = {"-c", standIn, "sh", statusPath(folder), what.program},
+                       .environment = what.environment};
+    shell.arguments.insert(shell.arguments.end(), what.arguments.begin(), what.arguments.end());
+    pid_t child = 0;
+    errno = spawn(shell, noted.get(), output.get(), child);
+    return errno == 0 ? std::optional(child) : std::nullopt;
+}
+
+}  // namespace
+
+PosixLastingProcesses::PosixLastingProcesses(std::shared_ptr<BackgroundTasks> tasks)
+    : tasks_(std::move(tasks)) {}
+
+LastingProcesses::Started PosixLastingProcesses::start(const ProcessStart& what,
+                                                       const std::string& folder,
+                                                       const std::string& note) {
+    collectEnded();
+    // The stand-in could only say so in the output.
+    if (::access(what.program.c_str(), X_OK) != 0) return lastError();
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    const auto all = lockedFolder(folder, LOCK_EX);
+    auto own = folder + "/XXXXXX";
+    if (!all || !::mkdtemp(own.data())) return lastError();
+    auto held = lockedFolder(own, LOCK_EX | LOCK_NB);
+    const auto child = held ? startIn(own, what, note) : std::nullopt;
+    if (!child) {
+        auto reason = lastError();
+        removeRun(own);
+        return reason;
+    }
+    children_.push_back(*child);
+    return std::make_unique<PosixLastingRun>(own, std::move(held), note, tasks_);
+}
+
+std::unique_ptr<LastingRun> PosixLastingProcesses::takeOver(const std::string& folder) {
+    collectEnded();
+    const auto all = lockedFolder(folder, LOCK_EX);
+    if (!all) return nullptr;
+    for (const auto& name : namesIn(all.get()).value_or(std::vector<std::string>())) {
+        const auto own = folder + "/" + name;
+        auto held = lockedFolder(own, LOCK_EX | LOCK_NB);
+        if (!held) continue;
+        auto note = PosixFiles().read(notePath(own));
+        if (note && PosixFiles().exists(outputPath(own))) {
+            return std::make_unique<PosixLastingRun>(own, std::move(held), std::move(*note),
+                                                     tasks_);
+        }
+        removeRun(own);
+    }
+    return nullptr;
+}
+
+/// So that no stand-in stays a zombie for longer than until the next run.
+void PosixLastingProcesses::collectEnded() {
+    std::erase_if(children_, [](pid_t child) { return ::waitpid(child, nullptr, WNOHANG) != 0; });
+}
+
+}  // namespace vestigo
