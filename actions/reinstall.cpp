@@ -23,6 +23,61 @@ bool takesNative(const std::string& path, const std::string& installation, Files
            takes(item, files.resolved(installation).value_or(installation));
 }
 
+/// Of a reinstall that failed unseen, the end of its output may say why.
+constexpr std::size_t lastOutputSize = 1500;
+
+std::string quoted(const std::string& formula) {
+    return "“" + formula + "”";
+}
+
+std::string firstLine(const ReinstallTarget& target) {
+    return "$ arch -arm64 brew reinstall " + target.formula + "\n";
+}
+
+std::string lastLine(std::optional<int> status) {
+    return status ? "\nFinished. Exit code " + std::to_string(*status) + "."
+                  : "\nEnded without an exit code.";
+}
+
+std::string stillRunsText(const ReinstallTarget& target) {
+    return "Homebrew is still reinstalling " + quoted(target.formula) +
+           ", which was started before this window was opened. Vestigo will say when that has "
+           "ended.";
+}
+
+std::string endText(const ReinstallEnd& end, const std::string& lastOutput) {
+    const auto which =
+        "he reinstall of " + quoted(end.target.formula) + " that was started earlier";
+    if (!end.status) {
+        return "How t" + which +
+               " ended is not known: the computer was restarted meanwhile, or something ended it "
+               "by force. Run it again to be sure.";
+    }
+    auto text = "T" + which + " has ended with exit code " + std::to_string(*end.status) + ".";
+    if (*end.status == 0) return text + " The arm64 build is installed.";
+    return lastOutput.empty() ? text : text + " The last that it wrote:\n\n" + lastOutput;
+}
+
+/// Formulas are file names, and so hold no such byte.
+constexpr char betweenFields = '\0';
+
+std::string encoded(const ReinstallTarget& target) {
+    return target.formula + betweenFields + target.root;
+}
+
+ReinstallTarget decoded(const std::string& note) {
+    const auto end = note.find(betweenFields);
+    if (end == note.npos) return {note, {}};
+    return {note.substr(0, end), note.substr(end + 1)};
+}
+
+/// The last whole lines that have room.
+void keepLastLines(std::string& text) {
+    if (text.size() <= lastOutputSize) return;
+    const auto line = text.find('\n', text.size() - lastOutputSize);
+    text.erase(0, line == text.npos ? text.size() : line + 1);
+}
+
 }  // namespace
 
 /// Goes with the reinstall; what comes later finds out by that. Main thread only, but to see
@@ -31,12 +86,13 @@ struct Reinstall::Handle {
     Reinstall* reinstall;
 };
 
-/// Brings what a process prints to the log, and its end after that. The process may print faster
-/// than the log takes it in: what piles up is kept in portions, one of which each job delivers.
+/// Brings what a process prints to the main thread, and its end after that. The process may print
+/// faster than the log takes it in: what piles up is kept in portions, one of which each job
+/// delivers.
 class Reinstall::Output : public std::enable_shared_from_this<Output> {
 public:
-    Output(std::shared_ptr<MainQueue> main, std::weak_ptr<Handle> handle, std::string root)
-        : main_(std::move(main)), handle_(std::move(handle)), root_(std::move(root)) {}
+    Output(std::shared_ptr<MainQueue> main, std::weak_ptr<Handle> handle)
+        : main_(std::move(main)), handle_(std::move(handle)) {}
 
     /// A chunk that is no text by itself is left out.
     void add(std::string_view chunk) {
@@ -48,13 +104,16 @@ public:
         schedule();
     }
 
-    void end(int status) {
+    void end(std::optional<int> status) {
         const std::lock_guard lock(mutex_);
-        status_ = status;
+        end_ = End{status};
         schedule();
     }
 
 private:
+    struct End {
+        std::optional<int> status;
+    };
     static constexpr std::size_t portionSize = 262144;
 
     /// With the lock held.
@@ -68,58 +127,65 @@ private:
         const auto handle = handle_.lock();
         if (!handle) return;
         std::string text;
-        std::optional<int> status;
+        std::optional<End> end;
         {
             const std::lock_guard lock(mutex_);
             scheduled_ = false;
             if (portions_.empty()) {
-                status = std::exchange(status_, std::nullopt);
+                end = std::exchange(end_, std::nullopt);
             } else {
                 text = std::move(portions_.front());
                 portions_.pop_front();
-                if (!portions_.empty() || status_) schedule();
+                if (!portions_.empty() || end_) schedule();
             }
         }
-        if (!text.empty()) handle->reinstall->window_.appendToUpdateLog(text);
-        if (status) handle->reinstall->ended(*status, root_);
+        if (!text.empty()) handle->reinstall->printed(std::move(text));
+        if (end) handle->reinstall->ended(end->status);
     }
 
     std::shared_ptr<MainQueue> main_;
     std::weak_ptr<Handle> handle_;
-    std::string root_;
     std::mutex mutex_;
     std::deque<std::string> portions_;
-    std::optional<int> status_;
+    std::optional<End> end_;
     bool scheduled_ = false;
 };
 
-Reinstall::Reinstall(ReinstallServices services, ReinstallWindow& window)
+Reinstall::Reinstall(ReinstallServices services)
     : services_(std::move(services)),
-      window_(window),
       handle_(std::make_shared<Handle>(Handle{this})),
       question_(services_.main, services_.authentication) {}
 
 Reinstall::~Reinstall() = default;
 
-void Reinstall::startReinstall(const std::string& formula, const std::string& root) {
-    if (running_) return;
+Subscription Reinstall::subscribe(std::function<void(const ReinstallReport&)> observer) {
+    return observers_.subscribe(std::move(observer));
+}
+
+const ReinstallTarget* Reinstall::running() const {
+    return current_ ? &current_->target : nullptr;
+}
+
+void Reinstall::note(std::string text) {
+    observers_.notify({.log = std::move(text), .running = current_.has_value()});
+}
+
+void Reinstall::startReinstall(const ReinstallTarget& target) {
+    if (current_) return;
     const auto& places = services_.places;
     if (!services_.files->exists(places.brew)) {
-        window_.setUpdateLog("arm64 Homebrew not found at " + places.installation +
-                             ".\nInstall Homebrew from https://brew.sh first, then try again.");
+        observers_.notify({.log = "arm64 Homebrew not found at " + places.installation +
+                                  ".\nInstall Homebrew from https://brew.sh first, then try again.",
+                           .newLog = true});
         return;
     }
-    running_ = true;
-    window_.setUpdating(true);
-    window_.setUpdateLog("$ arch -arm64 brew reinstall " + formula + "\n");
-    const auto output = std::make_shared<Output>(services_.main, handle_, root);
-    const auto error = services_.processes->start(
-        command(formula), [output](std::string_view chunk) { output->add(chunk); },
-        [output](int status) { output->end(status); });
-    if (!error) return;
-    running_ = false;
-    window_.setUpdating(false);
-    window_.appendToUpdateLog("\nFailed to launch: " + *error);
+    observers_.notify({.log = firstLine(target), .newLog = true, .running = true});
+    auto started =
+        services_.processes->start(command(target.formula), services_.folder, encoded(target));
+    if (const auto* const error = std::get_if<std::string>(&started)) {
+        return note("\nFailed to launch: " + *error);
+    }
+    follow({target, std::get<std::unique_ptr<LastingRun>>(std::move(started)), false});
 }
 
 ProcessStart Reinstall::command(const std::string& formula) const {
@@ -129,11 +195,39 @@ ProcessStart Reinstall::command(const std::string& formula) const {
             .environment = {{"PATH", places.searchPath}}};
 }
 
-void Reinstall::ended(int status, const std::string& root) {
-    running_ = false;
-    window_.setUpdating(false);
-    window_.appendToUpdateLog("\nFinished. Exit code " + std::to_string(status) + ".");
-    if (status == 0) window_.addUpdatedID(root);
+void Reinstall::takeOver() {
+    if (current_) return;
+    auto run = services_.processes->takeOver(services_.folder);
+    if (!run) return;
+    const auto target = decoded(run->note());
+    ReinstallReport report{.log = firstLine(target), .newLog = true, .running = true};
+    if (run->running()) report.notice = stillRunsText(target);
+    observers_.notify(report);
+    follow({target, std::move(run), true});
+}
+
+void Reinstall::follow(Current current) {
+    current_ = std::move(current);
+    const auto output = std::make_shared<Output>(services_.main, handle_);
+    current_->run->follow([output](std::string_view chunk) { output->add(chunk); },
+                          [output](std::optional<int> status) { output->end(status); });
+}
+
+void Reinstall::printed(std::string text) {
+    if (current_->takenOver) {
+        current_->lastOutput += text;
+        keepLastLines(current_->lastOutput);
+    }
+    note(std::move(text));
+}
+
+void Reinstall::ended(std::optional<int> status) {
+    const auto over = std::exchange(current_, std::nullopt);
+    ReinstallReport report{.log = lastLine(status), .end = ReinstallEnd{over->target, status}};
+    if (over->takenOver) report.notice = endText(*report.end, over->lastOutput);
+    observers_.notify(report);
+    over->run->forget();
+    if (over->takenOver) takeOver();
 }
 
 void Reinstall::confirmRemoveOldCopy(const std::string& path) {
@@ -145,14 +239,16 @@ void Reinstall::removeOldIntelCopy(const std::string& path) {
     const auto message = takesNative(path, services_.places.installation, *services_.files)
                              ? leftInPlace(path, "belongs to the arm64 Homebrew")
                              : services_.trashPath(path);
-    if (message) {
-        window_.appendToUpdateLog("\nTrash failed: " + *message);
-        return;
-    }
+    if (message) return note("\nTrash failed: " + *message);
     const auto count = cleanDeadSymlinks(path, *services_.links, *services_.files);
-    window_.appendToUpdateLog("\nMoved " + path + " to Trash.");
-    window_.appendToUpdateLog("\nCleaned " + std::to_string(count) + " dead symlink" +
-                              (count == 1 ? "" : "s") + ". You can close this.");
+    note("\nMoved " + path + " to Trash.");
+    note("\nCleaned " + std::to_string(count) + " dead symlink" + (count == 1 ? "" : "s") +
+         ". You can close this.");
+}
+
+std::string goesOnText(const ReinstallTarget& target) {
+    return "Homebrew goes on reinstalling " + quoted(target.formula) +
+           " by itself. Vestigo will say how that ended when it is opened again.";
 }
 
 std::optional<std::string> oldIntelCopyPath(std::string_view root) {

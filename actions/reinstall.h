@@ -8,11 +8,11 @@
 #include <string_view>
 
 #include "actions/owner_question.h"
-#include "actions/reinstall_window.h"
+#include "engine/observers.h"
 #include "platform/files.h"
+#include "platform/lasting_processes.h"
 #include "platform/links.h"
 #include "platform/owner_authentication.h"
-#include "platform/processes.h"
 #include "platform/tasks.h"
 
 namespace vestigo {
@@ -29,32 +29,67 @@ struct HomebrewPlaces {
 /// All are required.
 struct ReinstallServices {
     std::shared_ptr<MainQueue> main;
-    std::shared_ptr<Processes> processes;
+    std::shared_ptr<LastingProcesses> processes;
     std::shared_ptr<Files> files;
     std::shared_ptr<Links> links;
     std::shared_ptr<OwnerAuthentication> authentication;
     /// Moves a path to the Trash and drops the findings under it; else why not. Main thread.
     std::function<std::optional<std::string>(const std::string&)> trashPath;
+    /// Where reinstalls are kept until their end has been told. Several windows, and several
+    /// programs, may use the same.
+    std::string folder;
     HomebrewPlaces places = {};
 };
+
+/// What is reinstalled, and the group that it is done for.
+struct ReinstallTarget {
+    std::string formula;
+    std::string root;
+    friend bool operator==(const ReinstallTarget&, const ReinstallTarget&) = default;
+};
+
+struct ReinstallEnd {
+    ReinstallTarget target;
+    std::optional<int> status;  ///< The exit status; absent when nobody knows it.
+};
+
+/// A step of a reinstall, or of the removal of an old copy.
+struct ReinstallReport {
+    std::string log = {};                  ///< What the log gains; UTF-8.
+    bool newLog = false;                   ///< The log begins anew with that.
+    bool running = false;                  ///< Whether a reinstall runs from now on.
+    std::optional<ReinstallEnd> end = {};  ///< It has just ended.
+    /// What the user is to be told at once. Only of a reinstall that was started before: nobody
+    /// looks at its log. Empty: nothing.
+    std::string notice = {};
+};
+
+/// What the user is told when nobody follows a reinstall any longer.
+[[nodiscard]] std::string goesOnText(const ReinstallTarget& target);
 
 /// The whole folder of a root's formula in its Cellar, all versions: ".../Cellar/wget" of
 /// ".../Cellar/wget/1.21.4/bin/wget". Absent for a root that lies in no Cellar.
 [[nodiscard]] std::optional<std::string> oldIntelCopyPath(std::string_view root);
 
-/// The reinstalls of one window, one at a time. Main thread only. What comes after its end changes
-/// nothing any more; a reinstall that is under way then goes on to its own end.
+/// The reinstalls of one window, one at a time. Main thread only. A reinstall outlives this and the
+/// whole program, however they end: it is then taken over by the next one that asks.
 class Reinstall {
 public:
-    /// The window outlives it.
-    Reinstall(ReinstallServices services, ReinstallWindow& window);
+    explicit Reinstall(ReinstallServices services);
     ~Reinstall();
     Reinstall(const Reinstall&) = delete;
     Reinstall& operator=(const Reinstall&) = delete;
 
-    /// Returns at once; the log tells the rest. `root` becomes an updated one when the formula has
-    /// been reinstalled. Does nothing while another reinstall runs.
-    void startReinstall(const std::string& formula, const std::string& root);
+    /// Calls `observer` with each report, in their order, until the subscription is destroyed.
+    [[nodiscard]] Subscription subscribe(std::function<void(const ReinstallReport&)> observer);
+
+    /// Returns at once; the reports tell the rest. Does nothing while another reinstall runs.
+    void startReinstall(const ReinstallTarget& target);
+    /// Follows what was started before and nobody follows any more, one after the other, and
+    /// reports as if it were its own. Does nothing while another reinstall runs.
+    void takeOver();
+    /// What runs now. Null: nothing.
+    [[nodiscard]] const ReinstallTarget* running() const;
     /// Asks the owner first, where the machine has a way to; no confirmation, no change.
     void confirmRemoveOldCopy(const std::string& path);
     /// The user has turned to something else while the owner was being asked.
@@ -67,14 +102,26 @@ private:
     struct Handle;
     class Output;
 
+    /// The one that runs.
+    struct Current {
+        ReinstallTarget target;
+        std::unique_ptr<LastingRun> run;
+        bool takenOver;
+        std::string lastOutput = {};  ///< Of one that was taken over.
+    };
+
     [[nodiscard]] ProcessStart command(const std::string& formula) const;
-    void ended(int status, const std::string& root);
+    void follow(Current current);
+    void printed(std::string text);
+    void ended(std::optional<int> status);
+    /// In the log, where nothing else changes.
+    void note(std::string text);
 
     ReinstallServices services_;
-    ReinstallWindow& window_;
-    bool running_ = false;
+    std::optional<Current> current_;
     std::shared_ptr<Handle> handle_;
     OwnerQuestion question_;
+    Observers<const ReinstallReport&> observers_;
 };
 
 }  // namespace vestigo

@@ -114,21 +114,23 @@ private:
     std::string disk_;
 };
 
-class DemoProcesses : public Processes {
+class DemoLastingProcesses : public LastingProcesses {
 public:
-    DemoProcesses(std::shared_ptr<Processes> real, std::string disk)
+    DemoLastingProcesses(std::shared_ptr<LastingProcesses> real, std::string disk)
         : real_(std::move(real)), disk_(std::move(disk)) {}
 
-    std::optional<std::string> start(const ProcessStart& what,
-                                     std::function<void(std::string_view)> output,
-                                     std::function<void(int)> ended) override {
+    Started start(const ProcessStart& what, const std::string& folder,
+                  const std::string& note) override {
         auto mapped = what;
         mapped.program = disk_ + what.program;
-        return real_->start(mapped, std::move(output), std::move(ended));
+        return real_->start(mapped, disk_ + folder, note);
+    }
+    std::unique_ptr<LastingRun> takeOver(const std::string& folder) override {
+        return real_->takeOver(disk_ + folder);
     }
 
 private:
-    std::shared_ptr<Processes> real_;
+    std::shared_ptr<LastingProcesses> real_;
     std::string disk_;
 };
 
@@ -167,8 +169,9 @@ std::shared_ptr<Links> demoLinks(std::shared_ptr<Links> real, std::string disk) 
     return std::make_shared<DemoLinks>(std::move(real), std::move(disk));
 }
 
-std::shared_ptr<Processes> demoProcesses(std::shared_ptr<Processes> real, std::string disk) {
-    return std::make_shared<DemoProcesses>(std::move(real), std::move(disk));
+std::shared_ptr<LastingProcesses> demoLastingProcesses(std::shared_ptr<LastingProcesses> real,
+                                                       std::string disk) {
+    return std::make_shared<DemoLastingProcesses>(std::move(real), std::move(disk));
 }
 
 std::shared_ptr<CleanupTrash> demoCleanupTrash(std::shared_ptr<CleanupTrash> real,

@@ -8,6 +8,7 @@
 #include "platform/bundle_information.h"
 #include "platform/cleanup_trash.h"
 #include "platform/files.h"
+#include "platform/lasting_processes.h"
 #include "platform/links.h"
 #include "platform/processes.h"
 #include "platform/trash.h"
@@ -23,8 +24,8 @@ namespace vestigo {
 [[nodiscard]] std::shared_ptr<Links> demoLinks(std::shared_ptr<Links> real, std::string disk);
 
 /// Runs the disk's own programs.
-[[nodiscard]] std::shared_ptr<Processes> demoProcesses(std::shared_ptr<Processes> real,
-                                                       std::string disk);
+[[nodiscard]] std::shared_ptr<LastingProcesses> demoLastingProcesses(
+    std::shared_ptr<LastingProcesses> real, std::string disk);
 
 /// The script gets the paths by which it finds the items itself: no shell lives on the disk.
 [[nodiscard]] std::shared_ptr<CleanupTrash> demoCleanupTrash(std::shared_ptr<CleanupTrash> real,

@@ -15,6 +15,7 @@
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/posix_files.h"
+#include "platform/posix/posix_lasting_processes.h"
 #include "platform/posix/posix_links.h"
 #include "platform/posix/posix_processes.h"
 #include "platform/posix/thread_tasks.h"
@@ -90,7 +91,8 @@ Surroundings demoSurroundings(const std::string& disk) {
         .trash = demoTrash(std::make_shared<LinuxTrash>(trash), disk),
         .cleanupTrash = demoCleanupTrash(std::make_shared<LinuxCleanupTrash>(trash), disk),
         .links = demoLinks(std::make_shared<PosixLinks>(), disk),
-        .processes = demoProcesses(processes, disk),
+        .processes = demoLastingProcesses(
+            std::make_shared<PosixLastingProcesses>(std::make_shared<ThreadTasks>()), disk),
         .authentication = std::make_shared<NoAuthentication>(),
         .administrator = demoAdministrator(processes, disk),
         .tasks = std::make_shared<ThreadTasks>(),

@@ -44,7 +44,7 @@ Surroundings systemSurroundings() {
         .trash = systemTrash(folders),
         .cleanupTrash = systemCleanupTrash(folders, files),
         .links = systemLinks(),
-        .processes = processes,
+        .processes = systemLastingProcesses(systemTasks()),
         .authentication = systemOwnerAuthentication(processes),
         .administrator = systemAdministrator(processes, launcherArguments),
         .tasks = systemTasks(),
@@ -86,6 +86,7 @@ ContentServices windowServices(Surroundings surroundings) {
     });
     services.processes = std::move(surroundings.processes);
     services.links = std::move(surroundings.links);
+    services.reinstallFolder = surroundings.folders.applicationSupport + "/Vestigo/reinstalls";
     return services;
 }
 

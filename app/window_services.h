@@ -10,10 +10,10 @@
 #include "platform/desktop.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
+#include "platform/lasting_processes.h"
 #include "platform/links.h"
 #include "platform/owner_authentication.h"
 #include "platform/preferences.h"
-#include "platform/processes.h"
 #include "platform/standard_folders.h"
 #include "platform/tasks.h"
 #include "platform/trash.h"
@@ -34,7 +34,7 @@ struct Surroundings {
     std::shared_ptr<Trash> trash;
     std::shared_ptr<CleanupTrash> cleanupTrash;
     std::shared_ptr<Links> links;
-    std::shared_ptr<Processes> processes;
+    std::shared_ptr<LastingProcesses> processes;  ///< What reinstalls run.
     std::shared_ptr<OwnerAuthentication> authentication;
     std::shared_ptr<Administrator> administrator;
     /// The last one's end waits for what the windows left running in the background.

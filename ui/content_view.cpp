@@ -31,6 +31,7 @@ ReinstallServices reinstallServices(const ContentServices& services, Scanner& sc
             .links = services.links,
             .authentication = services.authentication,
             .trashPath = [&scanner](const std::string& path) { return scanner.trashPath(path); },
+            .folder = services.reinstallFolder,
             .places = services.homebrew};
 }
 
@@ -45,19 +46,21 @@ ContentView::ContentView(const ContentServices& services)
       home_(services.places.home),
       terminate_(services.terminate),
       removal_(removalServices(services), scanner_, removalEvents()),
-      reinstall_(reinstallServices(services, scanner_), *this) {
+      reinstall_(reinstallServices(services, scanner_)) {
     subscriptions_ = {
         // A signature may arrive when its row is selected already.
         scanner_.subscribe([this](ScannerField field) {
             if (field == ScannerField::signatures) selectionChanged();
             if (field == ScannerField::signatures || field == ScannerField::groups) updatePlan();
         }),
+        reinstall_.subscribe([this](const ReinstallReport& report) { apply(report); }),
         settings_->subscribe([this] { observers_.notify(ContentField::fontDelta); }),
         services.notifications->subscribe([this](std::string_view name) {
             if (name == notification::showAbout) showAboutRequested();
             if (name == notification::showHelp) showHelpRequested();
         }),
     };
+    reinstall_.takeOver();
 }
 
 ContentView::~ContentView() = default;
@@ -272,7 +275,7 @@ std::string ContentView::updateFormula() const {
 }
 
 void ContentView::startReinstall() {
-    if (updateTarget_) reinstall_.startReinstall(updateFormula(), updateTarget_->root);
+    if (updateTarget_) reinstall_.startReinstall({updateFormula(), updateTarget_->root});
 }
 
 std::optional<std::string> ContentView::removableOldCopy() const {
@@ -289,17 +292,23 @@ void ContentView::setUpdateLog(std::string text) {
     observers_.notify(ContentField::updateLog);
 }
 
-void ContentView::appendToUpdateLog(std::string_view text) {
-    updateLog_.append(text);
+void ContentView::apply(const ReinstallReport& report) {
+    change(updating_, report.running, ContentField::updating);
+    if (report.newLog) updateLog_.replace({});
+    updateLog_.append(report.log);
     observers_.notify(ContentField::updateLog);
+    if (report.end && report.end->status == 0 &&
+        updatedIDs_.insert(report.end->target.root).second) {
+        observers_.notify(ContentField::updatedIDs);
+    }
+    // Several reinstalls may have ended meanwhile; none may hide another.
+    if (!report.notice.empty())
+        showAlert(alert_ ? *alert_ + "\n\n" + report.notice : report.notice);
 }
 
-void ContentView::setUpdating(bool value) {
-    change(updating_, value, ContentField::updating);
-}
-
-void ContentView::addUpdatedID(const std::string& root) {
-    if (updatedIDs_.insert(root).second) observers_.notify(ContentField::updatedIDs);
+std::optional<std::string> ContentView::whatGoesOn() const {
+    const auto* const target = reinstall_.running();
+    return target ? std::optional(goesOnText(*target)) : std::nullopt;
 }
 
 void ContentView::copyPath(const std::string& root, bool showFeedback) {

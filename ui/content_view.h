@@ -13,7 +13,6 @@
 
 #include "actions/leftover_finder.h"
 #include "actions/reinstall.h"
-#include "actions/reinstall_window.h"
 #include "actions/removal.h"
 #include "engine/observers.h"
 #include "engine/records.h"
@@ -21,9 +20,9 @@
 #include "platform/bundle_information.h"
 #include "platform/desktop.h"
 #include "platform/files.h"
+#include "platform/lasting_processes.h"
 #include "platform/links.h"
 #include "platform/owner_authentication.h"
-#include "platform/processes.h"
 #include "ui/notification_center.h"
 #include "ui/row_order.h"
 #include "ui/settings.h"
@@ -53,9 +52,10 @@ struct ContentServices {
     std::shared_ptr<BundleReader> bundles;
     std::shared_ptr<OwnerAuthentication> authentication;
     std::shared_ptr<AdministratorCleanup> cleanup;
-    std::shared_ptr<Processes> processes;
+    std::shared_ptr<LastingProcesses> processes;
     std::shared_ptr<Links> links;
     HomebrewPlaces homebrew;
+    std::string reinstallFolder;  ///< Where reinstalls are kept until their end has been told.
 };
 
 /// The fields of the window, as named to observers.
@@ -84,7 +84,7 @@ enum class ContentField : std::uint8_t {
 };
 
 /// Main thread only. A sheet is open exactly while its field is set.
-class ContentView : private ReinstallWindow {
+class ContentView {
 public:
     /// Creates the Scanner, which migrates and loads the saved scan.
     explicit ContentView(const ContentServices& services);
@@ -188,6 +188,8 @@ public:
     void startReinstall();
     [[nodiscard]] const UpdateLog& updateLog() const { return updateLog_; }
     [[nodiscard]] bool updating() const { return updating_; }
+    /// What the user is to know when this window is not there any more. Absent: nothing.
+    [[nodiscard]] std::optional<std::string> whatGoesOn() const;
     /// The roots reinstalled as arm64 since the program started.
     [[nodiscard]] const RootSet& updatedIDs() const { return updatedIDs_; }
     /// What the Intel installation keeps of the target, once the target has been reinstalled as
@@ -234,10 +236,8 @@ private:
     void updatePlan();
     void notifyPlan();
     void removalEnded();
-    void setUpdateLog(std::string text) override;
-    void appendToUpdateLog(std::string_view text) override;
-    void setUpdating(bool value) override;
-    void addUpdatedID(const std::string& root) override;
+    void setUpdateLog(std::string text);
+    void apply(const ReinstallReport& report);
 
     Scanner scanner_;
     std::shared_ptr<Desktop> desktop_;

@@ -20,30 +20,30 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct LogWindow : ReinstallWindow {
-    void setUpdateLog(std::string text) override { log = std::move(text); }
-    void appendToUpdateLog(std::string_view text) override { log += text; }
-    void setUpdating(bool value) override { updating = value; }
-    void addUpdatedID(const std::string& root) override { updated.insert(root); }
-
-    std::string log;
-    bool updating = false;
-    std::set<std::string> updated;
-};
-
 /// An installation of both Homebrews in a folder of its own.
 class ReinstallTest : public testing::Test {
 protected:
     ReinstallTest() { tree_.file("native/bin/brew"); }
 
     Reinstall& runner() {
-        if (!reinstall_) reinstall_ = std::make_unique<Reinstall>(services_, window_);
+        if (!reinstall_) {
+            reinstall_ = std::make_unique<Reinstall>(services_);
+            reports_ = reinstall_->subscribe([this](const ReinstallReport& report) {
+                if (report.newLog) log_.clear();
+                log_ += report.log;
+                running_ = report.running;
+                if (report.end) ++ends_;
+                if (report.end && report.end->status == 0) updated_.insert(report.end->target.root);
+                if (!report.notice.empty()) notices_.push_back(report.notice);
+            });
+        }
         return *reinstall_;
     }
-    void start() { runner().startReinstall("wget", root_); }
-    void end(int status) {
+    void start() { runner().startReinstall({"wget", root_}); }
+    void end(std::optional<int> status) {
         process_->end(status);
-        loop_->runUntil([this] { return !window_.updating; });
+        const auto before = ends_;
+        while (ends_ == before) loop_->runPosted();  // The output in portions, then the end.
     }
     std::optional<std::string> trash(const std::string& path) {
         if (!fs::exists(path)) return "There is no such item.";
@@ -61,10 +61,15 @@ protected:
     std::string begin_ = "$ arch -arm64 brew reinstall wget\n";
     std::string oldCopy_ = tree_.at("Cellar/wget");
     std::shared_ptr<RunLoop> loop_ = std::make_shared<RunLoop>();
-    std::shared_ptr<test::FakeProcesses> process_ = std::make_shared<test::FakeProcesses>();
+    std::shared_ptr<test::FakeLastingProcesses> process_ =
+        std::make_shared<test::FakeLastingProcesses>();
     std::shared_ptr<test::FakeOwnerAuthentication> owner_ =
         std::make_shared<test::FakeOwnerAuthentication>();
-    LogWindow window_;
+    std::string log_;
+    bool running_ = false;
+    int ends_ = 0;
+    std::set<std::string> updated_;
+    std::vector<std::string> notices_;
     ReinstallServices services_{
         .main = loop_,
         .processes = process_,
@@ -72,8 +77,10 @@ protected:
         .links = std::make_shared<PosixLinks>(),
         .authentication = owner_,
         .trashPath = [this](const std::string& path) { return trash(path); },
+        .folder = tree_.at("reinstalls"),
         .places = {.installation = tree_.at("native"), .brew = tree_.at("native/bin/brew")}};
     std::unique_ptr<Reinstall> reinstall_;
+    Subscription reports_;
 };
 
 TEST(OldIntelCopyPath, IsTheFormulaFolderOfTheFirstCellar) {
@@ -85,27 +92,29 @@ TEST(OldIntelCopyPath, IsTheFormulaFolderOfTheFirstCellar) {
 TEST_F(ReinstallTest, RunsOneAtATimeAndMarksTheRootOnlyWhenItWorked) {
     process_->error = "No such file or directory";
     start();
-    EXPECT_EQ(window_.log, begin_ + "\nFailed to launch: No such file or directory");
-    EXPECT_FALSE(window_.updating);
+    EXPECT_EQ(log_, begin_ + "\nFailed to launch: No such file or directory");
+    EXPECT_FALSE(running_);
     process_->error.reset();
     start();
-    runner().startReinstall("curl", "/other");
-    EXPECT_EQ(process_->started.size(), 2U);
-    EXPECT_EQ(process_->started[1].program, "/usr/bin/arch");
-    EXPECT_EQ(process_->started[1].arguments,
+    runner().startReinstall({"curl", "/other"});
+    ASSERT_EQ(process_->started.size(), 1U);
+    EXPECT_EQ(process_->started[0].program, "/usr/bin/arch");
+    EXPECT_EQ(process_->started[0].arguments,
               (std::vector<std::string>{"-arm64", services_.places.brew, "reinstall", "wget"}));
-    EXPECT_EQ(process_->started[1].environment.at("PATH"), services_.places.searchPath);
+    EXPECT_EQ(process_->started[0].environment.at("PATH"), services_.places.searchPath);
     end(1);
-    EXPECT_EQ(window_.log, begin_ + "\nFinished. Exit code 1.");
-    EXPECT_TRUE(window_.updated.empty());
+    EXPECT_EQ(log_, begin_ + "\nFinished. Exit code 1.");
+    EXPECT_TRUE(updated_.empty());
     start();
+    EXPECT_TRUE(runner().running());
     end(0);
-    EXPECT_EQ(window_.updated, std::set{root_});
+    EXPECT_EQ(updated_, std::set{root_});
+    EXPECT_EQ(process_->forgotten.size(), 2U);
+    EXPECT_TRUE(notices_.empty());
     fs::remove(services_.places.brew);
     start();
-    EXPECT_TRUE(
-        window_.log.starts_with("arm64 Homebrew not found at " + tree_.at("native") + ".\n"));
-    EXPECT_FALSE(window_.updating);
+    EXPECT_TRUE(log_.starts_with("arm64 Homebrew not found at " + tree_.at("native") + ".\n"));
+    EXPECT_FALSE(running_);
 }
 
 TEST_F(ReinstallTest, ShowsInItsOrderWhatHasCome) {
@@ -118,19 +127,41 @@ TEST_F(ReinstallTest, ShowsInItsOrderWhatHasCome) {
         expected += chunk;
     }
     end(0);
-    EXPECT_TRUE(window_.log == expected + "\nFinished. Exit code 0.");
+    EXPECT_TRUE(log_ == expected + "\nFinished. Exit code 0.");
 }
 
-TEST_F(ReinstallTest, GoesOnQuietlyWithoutItsWindow) {
+TEST_F(ReinstallTest, IsTakenOverByTheNextWindowWhichTellsItsEnd) {
     start();
     process_->print("before");
-    reinstall_.reset();
-    EXPECT_FALSE(process_->started[0].cancel);
+    reinstall_.reset();  // Nobody follows it now,
     process_->print("after");
     process_->end(0);
     loop_->runPosted();
-    EXPECT_EQ(window_.log, begin_);
-    EXPECT_TRUE(window_.updated.empty());
+    EXPECT_EQ(log_, begin_);  // and nobody has been told.
+    EXPECT_TRUE(updated_.empty() && process_->forgotten.empty());
+
+    const auto note = std::string("wget").append(1, '\0').append(root_);
+    process_->left = {{note, true}, {note, false}, {note, false}};
+    runner().takeOver();
+    EXPECT_EQ(log_, begin_);
+    EXPECT_EQ(runner().running()->formula, "wget");
+    EXPECT_TRUE(notices_.back().starts_with("Homebrew is still reinstalling “wget”"));
+    process_->print(std::string(2000, 'x') + "\nError: no bottle\n");
+    end(1);
+    EXPECT_TRUE(
+        notices_.back().ends_with("has ended with exit code 1. The last that it wrote:\n\n"
+                                  "Error: no bottle\n"));
+    end(std::nullopt);
+    EXPECT_TRUE(
+        notices_.back().starts_with("How the reinstall of “wget” that was started earlier "
+                                    "ended is not known"));
+    EXPECT_TRUE(updated_.empty());
+    end(0);
+    EXPECT_TRUE(notices_.back().ends_with("exit code 0. The arm64 build is installed."));
+    EXPECT_EQ(updated_, std::set{root_});
+    EXPECT_EQ(process_->forgotten, std::vector(3, note));
+    EXPECT_EQ(notices_.size(), 4U);
+    EXPECT_FALSE(runner().running() || running_);
 }
 
 TEST_F(ReinstallTest, ChangesNothingWithoutConfirmationOrWindow) {
@@ -157,7 +188,7 @@ TEST_F(ReinstallTest, LeavesTheNativeBuildWhateverLinksLeadThere) {
     fs::create_symlink(tree_.at("elsewhere"), tree_.at("native"));
     runner().confirmRemoveOldCopy(tree_.at("elsewhere/Cellar/wget"));
     EXPECT_TRUE(fs::exists(native));
-    EXPECT_EQ(window_.log, std::string(kept) + kept + kept);
+    EXPECT_EQ(log_, std::string(kept) + kept + kept);
 }
 
 TEST_F(ReinstallTest, RemovesTheOldCopyWithItsLinksAndNothingWhereThatFails) {
@@ -170,8 +201,8 @@ TEST_F(ReinstallTest, RemovesTheOldCopyWithItsLinksAndNothingWhereThatFails) {
     runner().confirmRemoveOldCopy(oldCopy_);
     EXPECT_TRUE(fs::is_symlink(tree_.at("bin/wget")));
     const auto moved = "\nMoved " + oldCopy_ + " to Trash.";
-    EXPECT_EQ(window_.log, moved + "\nCleaned 1 dead symlink. You can close this." +
-                               "\nTrash failed: There is no such item.");
+    EXPECT_EQ(log_, moved + "\nCleaned 1 dead symlink. You can close this." +
+                        "\nTrash failed: There is no such item.");
 }
 
 }  // namespace

@@ -13,9 +13,9 @@
 
 #include "engine/scan_store.h"
 #include "platform/desktop.h"
+#include "platform/lasting_processes.h"
 #include "platform/owner_authentication.h"
 #include "platform/preferences.h"
-#include "platform/processes.h"
 #include "platform/tasks.h"
 #include "platform/trash.h"
 
@@ -99,21 +99,48 @@ public:
 };
 
 /// Starts nothing: the test plays the program that is started.
-class FakeProcesses : public Processes {
+class FakeLastingProcesses : public LastingProcesses {
 public:
-    std::optional<std::string> start(const ProcessStart& what,
-                                     std::function<void(std::string_view)> output,
-                                     std::function<void(int)> ended) override {
+    Started start(const ProcessStart& what, const std::string&, const std::string& note) override {
+        if (error) return *error;
         started.push_back(what);
-        print = std::move(output);
-        end = std::move(ended);
-        return error;
+        return std::make_unique<Run>(*this, note, true);
+    }
+    std::unique_ptr<LastingRun> takeOver(const std::string&) override {
+        if (left.empty()) return nullptr;
+        const auto [note, runs] = left.front();
+        left.erase(left.begin());
+        return std::make_unique<Run>(*this, note, runs);
     }
 
     std::optional<std::string> error;  ///< Why it cannot be started.
     std::vector<ProcessStart> started;
+    /// What was started before: its note, and whether it still runs.
+    std::vector<std::pair<std::string, bool>> left;
+    /// Of the one that is followed.
     std::function<void(std::string_view)> print;
-    std::function<void(int)> end;
+    std::function<void(std::optional<int>)> end;
+    std::vector<std::string> forgotten;  ///< Notes.
+
+private:
+    class Run : public LastingRun {
+    public:
+        Run(FakeLastingProcesses& all, std::string note, bool runs)
+            : all_(all), note_(std::move(note)), runs_(runs) {}
+        const std::string& note() const override { return note_; }
+        bool running() const override { return runs_; }
+        void follow(std::function<void(std::string_view)> output,
+                    std::function<void(std::optional<int>)> ended) override {
+            all_.print = std::move(output);
+            all_.end = std::move(ended);
+        }
+        void forget() override { all_.forgotten.push_back(note_); }
+
+    private:
+        FakeLastingProcesses& all_;
+        std::string note_;
+        bool runs_;
+    };
 };
 
 /// Keeps the jobs until they are asked for.

@@ -33,7 +33,7 @@ struct WindowFixture {
     std::shared_ptr<NotificationCenter> notifications = std::make_shared<NotificationCenter>();
     std::shared_ptr<Settings> settings = std::make_shared<Settings>(preferences);
     std::shared_ptr<FakeTrash> trash = std::make_shared<FakeTrash>();
-    std::shared_ptr<FakeProcesses> processes = std::make_shared<FakeProcesses>();
+    std::shared_ptr<FakeLastingProcesses> processes = std::make_shared<FakeLastingProcesses>();
     std::shared_ptr<FakeOwnerAuthentication> authentication =
         std::make_shared<FakeOwnerAuthentication>();
     LeftoverPlaces places{.home = "/Users/me"};

@@ -213,6 +213,23 @@ TEST_F(ReinstallSheetTest, OffersTheOldCopyAlsoWhenItWasClosedMeanwhile) {
               "this.");
 }
 
+TEST_F(ReinstallSheetTest, SaysWhatCameOfReinstallsThatOutlivedTheProgram) {
+    const auto note = std::string("wget<b>").append(1, '\0').append(root);
+    fixture.processes->left = {{note, false}, {"curl", true}};
+    show();
+    reportEnd(0);
+    const auto message = part<QLabel>(opened("alert"), "message").text();
+    EXPECT_TRUE(
+        message.startsWith("The reinstall of “wget<b>” that was started earlier has ended"));
+    EXPECT_TRUE(message.contains("\n\nHomebrew is still reinstalling “curl”"));
+    EXPECT_TRUE(content().whatGoesOn() && content().updating());
+    content().dismissAlert();
+    EXPECT_TRUE(part(open(), "oldCopy").isVisible());
+    reportEnd(1);
+    EXPECT_TRUE(content().alert());
+    EXPECT_FALSE(content().whatGoesOn() || content().updating());
+}
+
 TEST(LogView, FollowsTheEndUnlessTheUserReadsEarlierLines) {
     UpdateLog log;
     LogView view(log);
