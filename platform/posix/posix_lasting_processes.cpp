@@ -25,6 +25,7 @@
 #include <mutex>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -188,13 +189,15 @@ private:
 
 class PosixLastingRun : public LastingRun {
 public:
-    /// `held` is the folder, with its lock.
+    /// `held` is the folder, with its lock. `collect`, if any, is called on the follower's thread
+    /// when the stand-in has ended.
     PosixLastingRun(std::string folder, Descriptor held, std::string note,
-                    std::shared_ptr<BackgroundTasks> tasks)
+                    std::shared_ptr<BackgroundTasks> tasks, std::function<void()> collect)
         : folder_(std::move(folder)),
           held_(std::move(held)),
           note_(std::move(note)),
-          tasks_(std::move(tasks)) {}
+          tasks_(std::move(tasks)),
+          collect_(std::move(collect)) {}
     ~PosixLastingRun() override {
         if (follower_) follower_->letGo();
         // At once, though a child that is just being started may still have the descriptor.
@@ -209,7 +212,12 @@ public:
     }
     void follow(std::function<void(std::string_view)> output,
                 std::function<void(std::optional<int>)> ended) override {
-        follower_ = std::make_shared<Follower>(folder_, std::move(output), std::move(ended));
+        follower_ = std::make_shared<Follower>(
+            folder_, std::move(output),
+            [collect = collect_, ended = std::move(ended)](std::optional<int> status) {
+                if (collect) collect();
+                ended(status);
+            });
         tasks_->run(Priority::normal, [follower = follower_] { follower->run(); });
     }
     void forget() override { removeRun(folder_); }
@@ -219,6 +227,7 @@ private:
     Descriptor held_;
     std::string note_;
     std::shared_ptr<BackgroundTasks> tasks_;
+    std::function<void()> collect_;
     std::shared_ptr<Follower> follower_;
 };
 
@@ -242,13 +251,40 @@ std::optional<pid_t> startIn(const std::string& folder, const ProcessStart& what
 
 }  // namespace
 
+/// The stand-ins of this program, so that none stays a zombie. A number is waited for only as long
+/// as it is here: after that it may be another child's. Thread-safe.
+class PosixLastingProcesses::Children {
+public:
+    void add(pid_t child) {
+        const std::lock_guard guard(mutex_);
+        ids_.push_back(child);
+    }
+    /// Of one that has given up its lock, and so is about to end.
+    void collect(pid_t child) {
+        const std::lock_guard guard(mutex_);
+        if (std::erase(ids_, child) == 0) return;
+        retrying([child] { return ::waitpid(child, nullptr, 0); });
+    }
+    /// Of those that nobody followed to their end.
+    void collectEnded() {
+        const std::lock_guard guard(mutex_);
+        std::erase_if(ids_, [](pid_t child) { return ::waitpid(child, nullptr, WNOHANG) != 0; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<pid_t> ids_;
+};
+
 PosixLastingProcesses::PosixLastingProcesses(std::shared_ptr<BackgroundTasks> tasks)
-    : tasks_(std::move(tasks)) {}
+    : tasks_(std::move(tasks)), children_(std::make_shared<Children>()) {}
+
+PosixLastingProcesses::~PosixLastingProcesses() = default;
 
 LastingProcesses::Started PosixLastingProcesses::start(const ProcessStart& what,
                                                        const std::string& folder,
                                                        const std::string& note) {
-    collectEnded();
+    children_->collectEnded();
     // The stand-in could only say so in the output.
     if (::access(what.program.c_str(), X_OK) != 0) return lastError();
     std::error_code error;
@@ -263,12 +299,14 @@ LastingProcesses::Started PosixLastingProcesses::start(const ProcessStart& what,
         removeRun(own);
         return reason;
     }
-    children_.push_back(*child);
-    return std::make_unique<PosixLastingRun>(own, std::move(held), note, tasks_);
+    children_->add(*child);
+    return std::make_unique<PosixLastingRun>(
+        own, std::move(held), note, tasks_,
+        [children = children_, id = *child] { children->collect(id); });
 }
 
 std::unique_ptr<LastingRun> PosixLastingProcesses::takeOver(const std::string& folder) {
-    collectEnded();
+    children_->collectEnded();
     const auto all = lockedFolder(folder, LOCK_EX);
     if (!all) return nullptr;
     for (const auto& name : namesIn(all.get()).value_or(std::vector<std::string>())) {
@@ -277,17 +315,12 @@ std::unique_ptr<LastingRun> PosixLastingProcesses::takeOver(const std::string& f
         if (!held) continue;
         auto note = PosixFiles().read(notePath(own));
         if (note && PosixFiles().exists(outputPath(own))) {
-            return std::make_unique<PosixLastingRun>(own, std::move(held), std::move(*note),
-                                                     tasks_);
+            return std::make_unique<PosixLastingRun>(own, std::move(held), std::move(*note), tasks_,
+                                                     nullptr);
         }
         removeRun(own);
     }
     return nullptr;
-}
-
-/// So that no stand-in stays a zombie for longer than until the next run.
-void PosixLastingProcesses::collectEnded() {
-    std::erase_if(children_, [](pid_t child) { return ::waitpid(child, nullptr, WNOHANG) != 0; });
 }
 
 }  // namespace vestigo

@@ -2,9 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <vector>
-
-#include <sys/types.h>
 
 #include "platform/lasting_processes.h"
 #include "platform/tasks.h"
@@ -17,16 +14,17 @@ class PosixLastingProcesses : public LastingProcesses {
 public:
     /// One task for each program that is followed.
     explicit PosixLastingProcesses(std::shared_ptr<BackgroundTasks> tasks);
+    ~PosixLastingProcesses() override;
 
     [[nodiscard]] Started start(const ProcessStart& what, const std::string& folder,
                                 const std::string& note) override;
     [[nodiscard]] std::unique_ptr<LastingRun> takeOver(const std::string& folder) override;
 
 private:
-    void collectEnded();
+    class Children;
 
     std::shared_ptr<BackgroundTasks> tasks_;
-    std::vector<pid_t> children_;  ///< Whose end has not been collected.
+    std::shared_ptr<Children> children_;
 };
 
 }  // namespace vestigo
