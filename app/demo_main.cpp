@@ -2,7 +2,6 @@
 // window where there is a screen, else without.
 
 #include <QApplication>
-#include <QMetaObject>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -43,7 +42,7 @@ ScanSessionServices servicesFor(const std::string& disk, std::shared_ptr<RunLoop
 int demonstrateAsText(const std::string& disk) {
     const auto loop = std::make_shared<RunLoop>();
     const auto interrupted = std::make_shared<bool>(false);
-    watchForInterrupt([loop, interrupted] {
+    watchForInterrupt([loop, interrupted](int) {
         loop->post([interrupted] { *interrupted = true; });
         return true;
     });
@@ -57,18 +56,13 @@ int demonstrateAsText(const std::string& disk) {
 }
 
 int demonstrateInWindow(const std::string& disk, int argc, char** argv) {
-    watchForInterrupt([] {
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [] { QCoreApplication::exit(130); },
-            Qt::QueuedConnection);
-        return true;
-    });
     const QApplication application(argc, argv);
     QApplication::setWindowIcon(applicationIcon());
     const DesktopAppearance appearance;
     std::fprintf(stderr, "Its Trash is the folder %s, until the demonstration ends.\n",
                  demoTrashFolder(disk).c_str());
     VestigoApp app(windowServices(demoSurroundings(disk)), nullptr, VESTIGO_VERSION);
+    app.endAtSignals();
     app.openWindow();
     return QApplication::exec();
 }

@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
     const vestigo::DesktopAppearance appearance;
     vestigo::VestigoApp app(vestigo::windowServices(vestigo::systemSurroundings()),
                             vestigo::updaterOfThisBuild(), VESTIGO_VERSION);
+    app.endAtSignals();
     app.openWindow();
     return QApplication::exec();
 }

@@ -116,7 +116,7 @@ int scan(const ScanOptions& options) {
     const auto loop = std::make_shared<RunLoop>();
     const auto interrupted = std::make_shared<bool>(false);
     const auto scanned = std::make_shared<std::atomic<bool>>(false);
-    watchForInterrupt([loop, interrupted, scanned] {
+    watchForInterrupt([loop, interrupted, scanned](int) {
         loop->post([interrupted] { *interrupted = true; });
         return !*scanned;
     });

@@ -6,10 +6,20 @@
 #include <QKeySequence>
 #include <QMenu>
 #include <QMenuBar>
+#include <QTimer>
+#include <chrono>
+#include <cstdio>
+#include <mutex>
 #include <utility>
+
+#include "platform/interrupt.h"
+#include "ui/text.h"
 
 namespace vestigo {
 namespace {
+
+/// Nobody may be there to read a message, as at the end of a session.
+constexpr std::chrono::seconds messageTime{15};
 
 /// Lets the focused widget do what it does at a standard key.
 void pressStandardKey(QKeySequence::StandardKey key) {
@@ -30,21 +40,88 @@ QAction* addAction(QMenu& menu, const QString& text, const QList<QKeySequence>& 
 
 }  // namespace
 
+/// Where a signal finds the application, as long as there is one.
+struct VestigoApp::SignalTarget {
+    std::mutex mutex;
+    VestigoApp* app;
+};
+
 VestigoApp::VestigoApp(ContentServices services, std::unique_ptr<Updater> updater,
                        std::string version)
-    : services_(std::move(services)), updater_(std::move(updater)), version_(std::move(version)) {}
+    : services_(std::move(services)),
+      updater_(std::move(updater)),
+      version_(std::move(version)),
+      terminate_(std::exchange(services_.terminate, [this] { quit(); })) {}
 
 VestigoApp::~VestigoApp() {
+    if (signalTarget_) {
+        const std::lock_guard lock(signalTarget_->mutex);
+        signalTarget_->app = nullptr;
+    }
+    delete message_;
     for (auto* const window : std::exchange(windows_, {})) delete window;
 }
 
 MainWindow& VestigoApp::openWindow() {
     auto* const window = new MainWindow(services_, version_);
     windows_.push_back(window);
+    connect(window, &MainWindow::closed, this, [this, window] {
+        if (const auto text = window->content().whatGoesOn()) tell(shown(*text));
+    });
     connect(window, &QObject::destroyed, this, [this, window] { std::erase(windows_, window); });
     addMenus(*window);
     window->show();
     return *window;
+}
+
+void VestigoApp::endAtSignals() {
+    signalTarget_ = std::make_shared<SignalTarget>();
+    signalTarget_->app = this;
+    watchForInterrupt(
+        [target = signalTarget_](int exitStatus) {
+            const std::lock_guard lock(target->mutex);
+            if (!target->app) return true;  // It is ending already.
+            QMetaObject::invokeMethod(
+                target->app, [app = target->app, exitStatus] { app->endAtSignal(exitStatus); },
+                Qt::QueuedConnection);
+            return true;
+        },
+        EndingSignals::interruptOrHangUp);
+}
+
+void VestigoApp::endAtSignal(int exitStatus) {
+    const auto text = whatGoesOn();
+    if (!text.isEmpty()) std::fprintf(stderr, "vestigo: %s\n", text.toUtf8().constData());
+    QCoreApplication::exit(exitStatus);
+}
+
+QString VestigoApp::whatGoesOn() const {
+    QStringList lines;
+    for (auto* const window : windows_) {
+        if (const auto text = window->content().whatGoesOn()) lines << shown(*text);
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+void VestigoApp::quit() {
+    const auto text = whatGoesOn();
+    // Whoever asks again has read the message.
+    if (text.isEmpty() || std::exchange(quitting_, true)) return terminate_();
+    tell(text);
+    connect(message_, &QDialog::finished, this, [this] { terminate_(); });
+}
+
+void VestigoApp::tell(const QString& text) {
+    const bool shows = message_ && message_->isVisible();
+    if (shows) return message_->setText(message_->text() + QLatin1Char('\n') + text);
+    // Without a parent it keeps the program from quitting with its last window.
+    message_ =
+        new QMessageBox(QMessageBox::Information, QStringLiteral("Vestigo"), text, QMessageBox::Ok);
+    message_->setObjectName(QStringLiteral("whatGoesOn"));
+    message_->setTextFormat(Qt::PlainText);
+    message_->setAttribute(Qt::WA_DeleteOnClose);
+    QTimer::singleShot(messageTime, message_, &QDialog::accept);
+    message_->show();
 }
 
 void VestigoApp::addMenus(MainWindow& window) {

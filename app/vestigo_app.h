@@ -2,7 +2,10 @@
 #pragma once
 
 #include <QMenu>
+#include <QMessageBox>
 #include <QObject>
+#include <QPointer>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,7 +16,8 @@
 
 namespace vestigo {
 
-/// Main thread only. Closes its windows when it is destroyed.
+/// Main thread only. Closes its windows when it is destroyed. When a window is closed or the
+/// program quits, the user is told in words what goes on without it.
 class VestigoApp : public QObject {
     Q_OBJECT
 public:
@@ -25,6 +29,12 @@ public:
     /// A new window, shown, with a model and an engine of its own. It deletes itself when closed.
     MainWindow& openWindow();
 
+    /// From now on SIGINT, SIGTERM and SIGHUP end the event loop, and the program goes through its
+    /// usual end, which waits for what is being saved; the exit status is 128 + the signal. What
+    /// goes on without the program is said on the standard error. A second signal ends it at once.
+    /// To be called once.
+    void endAtSignals();
+
 private:
     void addMenus(MainWindow& window);
     void addApplicationMenu(MainWindow& window);
@@ -32,10 +42,21 @@ private:
     void addEditMenu(MainWindow& window);
     void addHelpMenu(MainWindow& window);
     void addUpdateCommands(QMenu& menu);
+    /// What goes on without the windows that are open; empty: nothing.
+    [[nodiscard]] QString whatGoesOn() const;
+    /// Shows a message until it has been read, but not for long.
+    void tell(const QString& text);
+    void quit();
+    void endAtSignal(int exitStatus);
 
     ContentServices services_;
     std::unique_ptr<Updater> updater_;
     std::string version_;
+    std::function<void()> terminate_;
+    bool quitting_ = false;
+    QPointer<QMessageBox> message_;  ///< Owned; deletes itself when it has been read.
+    struct SignalTarget;
+    std::shared_ptr<SignalTarget> signalTarget_;
     std::vector<MainWindow*> windows_;  ///< Owned; a window that closes deletes itself and leaves.
 };
 

@@ -88,7 +88,7 @@ class ContentView {
 public:
     /// Creates the Scanner, which migrates and loads the saved scan.
     explicit ContentView(const ContentServices& services);
-    ~ContentView() override;
+    ~ContentView();
     ContentView(const ContentView&) = delete;
     ContentView& operator=(const ContentView&) = delete;
 

@@ -1,6 +1,7 @@
 #include "ui/main_window.h"
 
 #include <QBoxLayout>
+#include <QCloseEvent>
 #include <QKeyEvent>
 #include <QPushButton>
 #include <QScreen>
@@ -76,6 +77,11 @@ void MainWindow::refresh(const Changes& changes) {
     results_.refresh(changes);
     status_.refresh(changes);
     sheets_.refresh(changes);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    QMainWindow::closeEvent(event);
+    if (event->isAccepted()) emit closed();
 }
 
 void MainWindow::showEvent(QShowEvent* event) {

@@ -28,7 +28,12 @@ public:
 
     [[nodiscard]] ContentView& content() { return content_; }
 
+signals:
+    /// The user, or the system, has closed it.
+    void closed();
+
 protected:
+    void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 

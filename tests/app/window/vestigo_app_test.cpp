@@ -3,7 +3,9 @@
 #include <QAction>
 #include <QApplication>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QPointer>
+#include <QPushButton>
 #include <QTest>
 #include <algorithm>
 #include <memory>
@@ -81,6 +83,30 @@ TEST_F(VestigoAppTest, WindowsHearWhatConcernsAllAndOutliveEachOther) {
               2);
     command(second, "Quit Vestigo").trigger();
     EXPECT_TRUE(fixture.terminated);
+}
+
+TEST_F(VestigoAppTest, SaysWhatGoesOnWithoutAClosedWindowAndWithoutTheProgram) {
+    const auto message = [] {
+        for (auto* const widget : QApplication::topLevelWidgets()) {
+            auto* const box = qobject_cast<QMessageBox*>(widget);
+            if (box && box->isVisible()) return box;
+        }
+        return static_cast<QMessageBox*>(nullptr);
+    };
+    auto& idle = app.openWindow();
+    fixture.processes->left = {{"<b>wget", true}};
+    auto& window = app.openWindow();
+    idle.close();
+    EXPECT_FALSE(message());
+    command(window, "Quit Vestigo").trigger();
+    ASSERT_TRUE(message());
+    EXPECT_TRUE(message()->text().startsWith("Homebrew goes on reinstalling “<b>wget”"));
+    EXPECT_EQ(message()->textFormat(), Qt::PlainText);
+    EXPECT_FALSE(fixture.terminated);
+    message()->button(QMessageBox::Ok)->click();
+    EXPECT_TRUE(fixture.terminated);
+    window.close();
+    EXPECT_TRUE(message());
 }
 
 TEST_F(VestigoAppTest, SelectAllFromTheMenuSelectsTheRows) {
