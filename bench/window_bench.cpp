@@ -283,6 +283,55 @@ int reinstall(const std::string& folder) {
     return 0;
 }
 
+/// Knows how many of its tasks have not ended.
+class CountedTasks : public BackgroundTasks {
+public:
+    explicit CountedTasks(std::shared_ptr<BackgroundTasks> real) : real_(std::move(real)) {}
+    void run(Priority priority, Job job) override {
+        ++*running_;
+        real_->run(priority, [job = std::move(job), running = running_] {
+            job();
+            --*running;
+        });
+    }
+    [[nodiscard]] bool busy() const { return *running_ > 0; }
+
+private:
+    std::shared_ptr<BackgroundTasks> real_;
+    std::shared_ptr<std::atomic<int>> running_ = std::make_shared<std::atomic<int>>(0);
+};
+
+/// While the confirmation is open and a large bundle is looked into; nothing is removed.
+int look(const std::string& folder, const std::string& bundle) {
+    auto services = windowServices(surroundingsIn(folder));
+    const auto tasks = std::make_shared<CountedTasks>(services.scanner.background);
+    services.scanner.background = tasks;
+    MainWindow window(services, "");
+    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    window.show();
+    auto& content = window.content();
+    content.scanner().takeOver(
+        {.version = scanFileVersion,
+         .roots = {},
+         .hits = {std::make_shared<BinaryHit>(BinaryHit{bundle + "/tool", {"x86_64"}})},
+         .signatures = SignatureMap()});
+    content.scanner().regroup();
+    QCoreApplication::processEvents();
+    Heartbeat heartbeat(window);
+    QElapsedTimer whole;
+    whole.start();
+    content.requestDeleteOfRow(*content.groupWithRoot(bundle));
+    waitFor([&content] { return !content.plannedGroups().empty(); });
+    waitFor([&tasks] { return !tasks->busy(); });
+    const auto looked = whole.elapsed();
+    content.cancelDelete();
+    QCoreApplication::processEvents();
+    const auto waits = heartbeat.waits();
+    std::printf("look_ms %lld\nlongest_ms %.1f\nsecond_ms %.1f\n", static_cast<long long>(looked),
+                waits[0], waits[1]);
+    return 0;
+}
+
 int run(const std::vector<std::string>& words) {
     const auto count = words.size();
     if (count == 4 && words[0] == "record") {
@@ -292,9 +341,11 @@ int run(const std::vector<std::string>& words) {
     if (count == 2 && words[0] == "use") return use(words[1]);
     if (count == 2 && words[0] == "reinstall") return reinstall(words[1]);
     if (count == 3 && words[0] == "scan") return scan(words[1], words[2]);
+    if (count == 3 && words[0] == "look") return look(words[1], words[2]);
     std::fputs(
         "usage: window-bench record FOLDER GROUPS HITS | launch FOLDER NANOSECONDS\n"
-        "       | use FOLDER | reinstall FOLDER | scan FOLDER TREE\n",
+        "       | use FOLDER | reinstall FOLDER | scan FOLDER TREE\n"
+        "       | look FOLDER BUNDLE\n",
         stderr);
     return 2;
 }

@@ -1,57 +1,58 @@
 #include "engine/removal_look.h"
 
-#include <algorithm>
+#include <functional>
 #include <new>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 
 #include "engine/grouping.h"
 #include "engine/removal_guard.h"
+#include "engine/scan_rules.h"
 #include "engine/walk.h"
 
 namespace vestigo {
 namespace {
 
-bool holdsLegacy(const HitList& hits) {
-    return std::ranges::any_of(hits, [](const HitRef& hit) { return isLegacy(hit->archs); });
-}
-
-/// The outermost bundle that lies in the place and holds the file; absent when there is none.
-std::optional<std::string> bundleWithin(const std::string& place, const std::string& file) {
-    const auto below = std::string_view(file).substr(place.size());
-    const auto length = bundleLength(below);
-    if (!length) return std::nullopt;
-    return place + std::string(below.substr(0, *length));
-}
-
 std::optional<std::string> refusalByCode(const RemovalItem& item, const ItemFacts& facts) {
     const bool isBundle = groupRoot(facts.place + "/file").isBundle;
-    const bool anyKeeps = item.rule == CodeRule::noArm64 || (isBundle && holdsLegacy(facts.hits));
-    for (const auto& hit : facts.hits) {
-        if (!holdsArm64(hit->archs)) continue;
-        if (anyKeeps) return leftInPlace(item.path, "also runs natively");
-        if (const auto bundle = bundleWithin(facts.place, hit->path)) {
-            return leftInPlace(item.path, *bundle, "also runs natively");
-        }
-    }
-    return std::nullopt;
+    const bool anyKeeps = item.rule == CodeRule::noArm64 || (isBundle && facts.holdsLegacy);
+    if (facts.holdsArm64 && anyKeeps) return leftInPlace(item.path, "also runs natively");
+    if (!facts.arm64Bundle) return std::nullopt;
+    return leftInPlace(item.path, *facts.arm64Bundle, "also runs natively");
 }
 
-/// Collects what a walk finds.
-class Hits : public WalkListener {
+/// Notes what a walk finds. A large item has many files, so none of them is kept.
+class FactFinder : public WalkListener {
 public:
-    Hits(HitList& hits, std::int64_t& files) : hits_(hits), files_(files) {}
+    FactFinder(ItemFacts& facts, std::int64_t& files) : facts_(facts), files_(files) {}
+
     void progress(std::int64_t, const std::string&) override {}
     void partial(HitList added, std::int64_t count) override {
-        hits_.insert(hits_.end(), added.begin(), added.end());
+        for (const auto& hit : added) note(*hit);
         files_ = count;
     }
     void final(HitList added, std::int64_t count) override { partial(std::move(added), count); }
 
 private:
-    HitList& hits_;
+    void note(const BinaryHit& hit) {
+        facts_.code = facts_.code * 31 + std::hash<BinaryHit>()(hit);
+        facts_.holdsLegacy = facts_.holdsLegacy || isLegacy(hit.archs);
+        if (facts_.roots.empty() || !liesUnder(hit.path, latestRoot_)) {
+            latestRoot_ = groupRoot(hit.path).root;
+            facts_.roots.insert(latestRoot_);
+        }
+        if (holdsArm64(hit.archs)) noteArm64(hit.path);
+    }
+    void noteArm64(std::string_view file) {
+        facts_.holdsArm64 = true;
+        const auto below = file.substr(facts_.place.size());
+        const auto length = facts_.arm64Bundle ? std::nullopt : bundleLength(below);
+        if (length) facts_.arm64Bundle = file.substr(0, facts_.place.size() + *length);
+    }
+
+    ItemFacts& facts_;
     std::int64_t& files_;
+    std::string latestRoot_;
 };
 
 }  // namespace
@@ -84,7 +85,8 @@ std::optional<std::string> ItemLook::refusal(const CancelFlag& cancelled) {
     try {
         gather(cancelled);
     } catch (const std::bad_alloc&) {
-        facts_.hits = {};
+        facts_ = {};
+        facts_.place = item_.path;
         signaturesRead_ = false;
         return leftInPlace(item_.path, "could not be looked into for want of memory");
     }
@@ -97,32 +99,32 @@ std::string ItemLook::place() const {
 }
 
 void ItemLook::gather(const CancelFlag& cancelled) {
-    facts_.unread.reset();
+    const auto before = std::exchange(facts_, {});
     facts_.identity = services_.files->identity(item_.path);
     facts_.place = realPlace(item_.path, *services_.files).value_or(item_.path);
     if (!facts_.identity) return;
-    const auto before = std::exchange(facts_.hits, {});
     // A link goes without what it leads to.
     const auto kind = facts_.identity->kind;
     if (kind == ItemKind::folder || kind == ItemKind::file) {
-        Hits hits(facts_.hits, files_);
+        FactFinder finder(facts_, files_);
         const WalkRequest request{.roots = {facts_.place},
                                   .threads = files_ < manyFiles ? 1U : 0U,
                                   .rootsAreNamed = true};
-        facts_.unread = walk(*services_.reader, request, cancelled, hits).unread;
+        facts_.unread = walk(*services_.reader, request, cancelled, finder).unread;
     }
-    if (!signaturesRead_ || !sameHits(before, facts_.hits)) readSignatures(cancelled);
+    if (signaturesRead_ && before.code == facts_.code) {
+        facts_.appleRoot = before.appleRoot;
+    } else {
+        readSignatures(cancelled);
+    }
 }
 
 void ItemLook::readSignatures(const CancelFlag& cancelled) {
-    facts_.appleRoot.reset();
     signaturesRead_ = false;
-    std::unordered_set<std::string> roots;
-    for (const auto& hit : facts_.hits) {
+    for (const auto& root : facts_.roots) {
         if (!services_.inspect || cancelled.cancelled()) return;
-        auto root = groupRoot(hit->path).root;
-        if (!roots.insert(root).second || !services_.inspect(root).isApple) continue;
-        facts_.appleRoot = std::move(root);
+        if (!services_.inspect(root).isApple) continue;
+        facts_.appleRoot = root;
         break;
     }
     signaturesRead_ = true;

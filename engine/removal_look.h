@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "engine/records.h"
 #include "platform/directory_reader.h"
@@ -51,9 +52,14 @@ struct LookServices {
 struct ItemFacts {
     std::optional<ItemIdentity> identity;  ///< Absent: nothing is there.
     std::string place;                     ///< Where the item really lies: no link leads there.
-    HitList hits;                          ///< The Mach-O files in it, with their real paths.
-    std::optional<std::string> unread;     ///< Something in it that could not be looked at.
-    std::optional<std::string> appleRoot;  ///< A group in it that Apple has signed.
+    bool holdsLegacy = false;  ///< Some file in it holds Intel or PowerPC code and no arm64 code.
+    bool holdsArm64 = false;   ///< Some file in it holds arm64 code.
+    /// A bundle in the item, not the item itself, that holds arm64 code.
+    std::optional<std::string> arm64Bundle;
+    std::unordered_set<std::string> roots;  ///< The group roots of all Mach-O files in it.
+    std::size_t code = 0;                   ///< Another number after any change of those files.
+    std::optional<std::string> unread;      ///< Something in it that could not be looked at.
+    std::optional<std::string> appleRoot;   ///< A group in it that Apple has signed.
 };
 
 /// Why an item of which this has been found must stay, for the user to read; absent when it may go.
@@ -85,7 +91,7 @@ private:
     mutable std::mutex mutex_;
     ItemFacts facts_;                 ///< Of the latest look.
     std::int64_t files_ = manyFiles;  ///< In the item, as the latest look found them.
-    bool signaturesRead_ = false;     ///< Of `facts_.hits`, to the end.
+    bool signaturesRead_ = false;     ///< Of `facts_.roots`, to the end.
 };
 
 /// The looks of one removal, one after the other in the background. Main thread only. What is under
