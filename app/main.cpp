@@ -1,7 +1,10 @@
 // vestigo: the desktop program.
 
 #include <QApplication>
+#include <QMetaObject>
 #include <memory>
+#include <new>
+#include <utility>
 
 #include "app/appearance.h"
 #include "app/update_feed.h"
@@ -9,14 +12,44 @@
 #include "app/window_services.h"
 #include "ui/symbols.h"
 
+namespace {
+
+/// Gives an event up whose handling runs out of memory, tells the windows, and goes on.
+class LastingApplication : public QApplication {
+public:
+    using QApplication::QApplication;
+
+    void tellOutOfMemoryTo(std::shared_ptr<vestigo::NotificationCenter> notifications) {
+        notifications_ = std::move(notifications);
+    }
+    bool notify(QObject* receiver, QEvent* event) override {
+        try {
+            return QApplication::notify(receiver, event);
+        } catch (const std::bad_alloc&) {
+            const auto post = [notifications = notifications_] {
+                if (notifications) notifications->post(vestigo::notification::outOfMemory);
+            };
+            QMetaObject::invokeMethod(this, post, Qt::QueuedConnection);
+            return false;
+        }
+    }
+
+private:
+    std::shared_ptr<vestigo::NotificationCenter> notifications_;
+};
+
+}  // namespace
+
 int main(int argc, char** argv) {
-    const QApplication application(argc, argv);
+    LastingApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vestigo"));
     QApplication::setApplicationVersion(QStringLiteral(VESTIGO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("vestigo"));
     QApplication::setWindowIcon(vestigo::applicationIcon());
     const vestigo::DesktopAppearance appearance;
-    vestigo::VestigoApp app(vestigo::windowServices(vestigo::systemSurroundings()),
+    auto surroundings = vestigo::systemSurroundings();
+    application.tellOutOfMemoryTo(surroundings.notifications);
+    vestigo::VestigoApp app(vestigo::windowServices(std::move(surroundings)),
                             vestigo::updaterOfThisBuild(), VESTIGO_VERSION);
     app.endAtSignals();
     app.openWindow();

@@ -1,6 +1,9 @@
 #include "app/window_services.h"
 
 #include <QCoreApplication>
+#include <QMetaObject>
+#include <functional>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,9 +28,25 @@ std::vector<std::string> launcherArguments(const std::string& scriptPath) {
     return {arguments.begin(), arguments.end()};
 }
 
+/// For the thread of a task that has run out of memory.
+std::function<void()> outOfMemoryReport(std::shared_ptr<NotificationCenter> notifications) {
+    return [notifications = std::move(notifications)] {
+        auto* const application = QCoreApplication::instance();
+        if (!application) return;
+        try {
+            QMetaObject::invokeMethod(
+                application, [notifications] { notifications->post(notification::outOfMemory); },
+                Qt::QueuedConnection);
+        } catch (const std::bad_alloc&) {
+            // Not even the report can be sent. The task is given up all the same.
+        }
+    };
+}
+
 }  // namespace
 
 Surroundings systemSurroundings() {
+    const auto notifications = std::make_shared<NotificationCenter>();
     const auto folders = systemFolders();
     const auto files = systemFiles();
     // With tasks of its own: a task that runs a program may be the last to let go of this.
@@ -47,7 +66,8 @@ Surroundings systemSurroundings() {
         .processes = systemLastingProcesses(systemTasks()),
         .authentication = systemOwnerAuthentication(processes),
         .administrator = systemAdministrator(processes, launcherArguments),
-        .tasks = systemTasks(),
+        .tasks = systemTasks(outOfMemoryReport(notifications)),
+        .notifications = notifications,
     };
 }
 
@@ -72,7 +92,7 @@ ContentServices windowServices(Surroundings surroundings) {
     services.files = surroundings.files;
     services.exportFiles = systemFiles();
     services.settings = std::make_shared<Settings>(std::move(surroundings.preferences));
-    services.notifications = std::make_shared<NotificationCenter>();
+    services.notifications = std::move(surroundings.notifications);
     services.places.home = surroundings.folders.home;
     // Not quit(): that would first ask every window, and a sheet may refuse to close.
     services.terminate = [] { QCoreApplication::exit(0); };

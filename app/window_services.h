@@ -39,6 +39,7 @@ struct Surroundings {
     std::shared_ptr<Administrator> administrator;
     /// The last one's end waits for what the windows left running in the background.
     std::shared_ptr<BackgroundTasks> tasks;
+    std::shared_ptr<NotificationCenter> notifications = std::make_shared<NotificationCenter>();
 };
 
 /// The user's own. Needs the application object.

@@ -11,6 +11,9 @@ namespace vestigo {
 namespace {
 
 constexpr double smallFontSize = 13;
+constexpr char outOfMemoryMessage[] =
+    "There was not enough memory to go on. What could not be finished was given up; close other "
+    "programs and try again.";
 /// Room that the columns' widths were laid out without.
 constexpr double widthReserve = 1.06;
 
@@ -58,6 +61,7 @@ ContentView::ContentView(const ContentServices& services)
         services.notifications->subscribe([this](std::string_view name) {
             if (name == notification::showAbout) showAboutRequested();
             if (name == notification::showHelp) showHelpRequested();
+            if (name == notification::outOfMemory) showAlert(outOfMemoryMessage);
         }),
     };
     reinstall_.takeOver();

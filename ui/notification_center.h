@@ -12,6 +12,7 @@ namespace vestigo {
 namespace notification {
 inline constexpr std::string_view showAbout = "vgShowAbout";
 inline constexpr std::string_view showHelp = "vgShowHelp";
+inline constexpr std::string_view outOfMemory = "vgOutOfMemory";
 }  // namespace notification
 
 /// Delivers at once, on the posting thread. Main thread only.

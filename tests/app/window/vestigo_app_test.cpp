@@ -61,8 +61,11 @@ TEST_F(VestigoAppTest, WindowsHearWhatConcernsAllAndOutliveEachOther) {
     auto& second = app.openWindow();
     command(first, "Vestigo Help").trigger();
     command(first, "About Vestigo").trigger();
+    fixture.notifications->post(notification::outOfMemory);
     for (auto* const each : {&first, &second}) {
         EXPECT_TRUE(each->content().showHelp() && each->content().showAbout());
+        EXPECT_TRUE(each->content().alert());
+        each->content().dismissAlert();
     }
     bool resized = false;
     const auto hearing = second.content().subscribe(
