@@ -55,7 +55,9 @@ std::string endText(const ReinstallEnd& end, const std::string& lastOutput) {
     }
     auto text = "T" + which + " has ended with exit code " + std::to_string(*end.status) + ".";
     if (*end.status == 0) return text + " The arm64 build is installed.";
-    return lastOutput.empty() ? text : text + " The last that it wrote:\n\n" + lastOutput;
+    const auto lastLetter = lastOutput.find_last_not_of('\n');
+    if (lastLetter == lastOutput.npos) return text;
+    return text + " The last that it wrote:\n\n" + lastOutput.substr(0, lastLetter + 1);
 }
 
 /// Formulas are file names, and so hold no such byte.

@@ -150,7 +150,7 @@ TEST_F(ReinstallTest, IsTakenOverByTheNextWindowWhichTellsItsEnd) {
     end(1);
     EXPECT_TRUE(
         notices_.back().ends_with("has ended with exit code 1. The last that it wrote:\n\n"
-                                  "Error: no bottle\n"));
+                                  "Error: no bottle"));
     end(std::nullopt);
     EXPECT_TRUE(
         notices_.back().starts_with("How the reinstall of “wget” that was started earlier "
