@@ -26,22 +26,27 @@ std::optional<std::string> AdministratorCleanup::runAdminCleanup(
     const std::vector<std::string>& paths) {
     std::optional<std::string> refusal;
     std::vector<std::string> allowed;
+    Identities items;
     for (const auto& path : paths) {
         auto why = protectionOf(path, *services_.files);
-        if (!why) allowed.push_back(path);
-        if (why && !refusal) refusal = std::move(why);
+        if (why && !refusal) refusal = why;
+        if (why) continue;
+        allowed.push_back(path);
+        items.push_back(services_.files->identity(path));
     }
     if (allowed.empty()) return refusal;
-    auto error = run(allowed);
+    auto error = run(allowed, items);
     return error ? error : refusal;
 }
 
-std::optional<std::string> AdministratorCleanup::run(const std::vector<std::string>& paths) {
+// The question for the password may stay open for long, and another run's may come first.
+std::optional<std::string> AdministratorCleanup::run(const std::vector<std::string>& paths,
+                                                     const Identities& items) {
     const auto lock = services_.files->lockFolder(services_.temporary);
     if (!lock || !services_.files->isPrivateFolder(services_.temporary)) return notPrivate;
     const auto plan = services_.trash->plan(paths);
     if (plan.error) return plan.error;
-    return runScript(cleanupScript(plan));
+    return runScript(cleanupScript(plan, items));
 }
 
 std::optional<std::string> AdministratorCleanup::runScript(const std::string& text) {

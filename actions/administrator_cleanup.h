@@ -33,7 +33,11 @@ public:
     [[nodiscard]] std::optional<std::string> runAdminCleanup(const std::vector<std::string>& paths);
 
 private:
-    [[nodiscard]] std::optional<std::string> run(const std::vector<std::string>& paths);
+    using Identities = std::vector<std::optional<ItemIdentity>>;
+
+    /// Of the paths as they were when the run was asked for.
+    [[nodiscard]] std::optional<std::string> run(const std::vector<std::string>& paths,
+                                                 const Identities& items);
     [[nodiscard]] std::optional<std::string> runScript(const std::string& text);
 
     AdministratorCleanupServices services_;

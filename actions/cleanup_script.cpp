@@ -9,6 +9,8 @@
 // redirection of ":" would end the shell, one of "true" does not.
 #include "actions/cleanup_script.h"
 
+#include <string>
+
 #include "platform/trash_names.h"
 
 namespace vestigo {
@@ -68,9 +70,14 @@ failed() { # place; whoever had it may have gone again, so only many failures ar
     [ "$misses" -lt 50 ] && return 1
     return 2
 }
+is_inode() { # number, item
+    set -- "$1" $(ls -di "$2")
+    [ "$1" = "$2" ]
+}
 take() { # item, name, number; 1: taken, 2: impossible
     name=
     exists "$1" || return 2
+    [ -z "$inode" ] || is_inode "$inode" "$1" || return 2
     exists "$trash/$2" && return 1
     note "$2" "$3" || return
     if true >"$journal/files/$2" && place "$1" "$2"; then
@@ -131,8 +138,10 @@ std::string header(const CleanupPlan& plan) {
 }
 
 /// Of the item with this number, from 1 on.
-std::string moveOf(const CleanupPlan& plan, std::size_t number) {
+std::string moveOf(const CleanupPlan& plan, std::size_t number,
+                   const std::optional<ItemIdentity>& identity) {
     const auto& path = plan.paths[number - 1];
+    const auto inode = "inode=" + (identity ? std::to_string(identity->number) : "") + "\n";
     const auto item = shellQuoted(path);
     const auto own = path.substr(path.rfind('/') + 1);
     const auto [stem, ending] = trashNameParts(own, plan.longestName);
@@ -140,9 +149,9 @@ std::string moveOf(const CleanupPlan& plan, std::size_t number) {
     const auto renamed = "move_renamed " + item + " " + shellQuoted(stem) + " " +
                          shellQuoted(ending) + " " + note + "\n";
     // A name that is too long for the Trash cannot be taken.
-    if (own.size() > plan.longestName) return renamed + "settle\n";
-    return "if take " + item + " " + shellQuoted(own) + " " + note + "; then\n" + "mv -f " + item +
-           " " + shellQuoted(plan.folder) + "/ 2>/dev/null || true\nelse\n" + renamed +
+    if (own.size() > plan.longestName) return inode + renamed + "settle\n";
+    return inode + "if take " + item + " " + shellQuoted(own) + " " + note + "; then\n" + "mv -f " +
+           item + " " + shellQuoted(plan.folder) + "/ 2>/dev/null || true\nelse\n" + renamed +
            "fi\nsettle\n";
 }
 
@@ -160,10 +169,11 @@ std::string shellQuoted(std::string_view text) {
     return quoted += '\'';
 }
 
-std::string cleanupScript(const CleanupPlan& plan) {
+std::string cleanupScript(const CleanupPlan& plan,
+                          std::span<const std::optional<ItemIdentity>> items) {
     auto script = "#!/bin/sh\n" + header(plan);
     for (std::size_t number = 1; number <= plan.paths.size(); ++number) {
-        script += moveOf(plan, number);
+        script += moveOf(plan, number, items[number - 1]);
     }
     return script += "finish\n";
 }

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <array>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "platform/cleanup_trash.h"
+#include "platform/files.h"
 
 namespace vestigo {
 
@@ -16,7 +19,11 @@ namespace vestigo {
 /// taken in the Trash when it is its turn gets the next free one; nothing is ever overwritten. The
 /// script ends with 0 once it has tried each item, and with another status, before it has moved
 /// anything, where the Trash is no real folder or cannot be written to.
-[[nodiscard]] std::string cleanupScript(const CleanupPlan& plan);
+///
+/// `items` tells what lay at each path when the run was asked for, which may be long before it
+/// comes to the script: another item that has taken the path since stays. Absent: not known.
+[[nodiscard]] std::string cleanupScript(const CleanupPlan& plan,
+                                        std::span<const std::optional<ItemIdentity>> items);
 
 /// What /usr/bin/osascript is given so that it asks for an administrator and runs the script.
 [[nodiscard]] std::array<std::string, 2> osascriptArguments(std::string_view scriptPath);

@@ -80,18 +80,18 @@ public:
 
 private:
     void offerByIdentifier(const std::string& id) {
+        // An identifier of one word ("com") is shared by many makers, and begins the names of many
+        // more. It says no more than an application's name does, so its matches are called name
+        // matches too: the sheet then says that others may share them and why they are off.
+        const bool fuzzy = id.find('.') == id.npos;
         for (const auto& [before, after] :
              {std::pair{"/Preferences/", ".plist"}, std::pair{"/Containers/", ""},
               std::pair{"/Caches/", ""}, std::pair{"/HTTPStorages/", ""},
               std::pair{"/HTTPStorages/", ".binarycookies"},
               std::pair{"/Saved Application State/", ".savedState"}, std::pair{"/WebKit/", ""},
               std::pair{"/Application Scripts/", ""}}) {
-            offer({.path = own_ + before + id + after});
+            offer({.path = own_ + before + id + after, .fuzzy = fuzzy, .on = !fuzzy});
         }
-        // An identifier of one word ("com") begins the names of many makers' files. As a prefix it
-        // says no more than an application's name does, so its matches are called name matches
-        // too: the sheet then says that others may share them and why they are off.
-        const bool fuzzy = id.find('.') == id.npos;
         offerEach(byHost_, own_ + "/Preferences/ByHost/", id + ".", "",
                   {.path = {}, .fuzzy = fuzzy});
         offerEach(ownAgents_, own_ + "/LaunchAgents/", id, ".plist", {.path = {}, .fuzzy = fuzzy});

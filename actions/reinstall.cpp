@@ -13,14 +13,21 @@ namespace vestigo {
 namespace {
 
 /// Whether moving the item would take the native Homebrew, or something in it, whatever links lead
-/// there from the item's path.
+/// there from either path. Also where nobody can tell.
 bool takesNative(const std::string& path, const std::string& installation, Files& files) {
     const auto takes = [](const std::string& item, const std::string& place) {
         return liesUnder(item, place) || liesUnder(place, item);
     };
-    const auto item = realPlace(path, files).value_or(path);
-    return takes(path, installation) ||
-           takes(item, files.resolved(installation).value_or(installation));
+    if (takes(path, installation)) return true;
+    const auto item = realPlace(path, files);
+    if (!item) return files.kind(path).has_value();
+    const auto formula = path.substr(path.rfind('/'));
+    for (const auto& native :
+         {installation, installation + "/Cellar", installation + "/Cellar" + formula}) {
+        const auto place = files.resolved(native);
+        if (place ? takes(*item, *place) : files.kind(native).has_value()) return true;
+    }
+    return false;
 }
 
 /// Of a reinstall that failed unseen, the end of its output may say why.
@@ -233,14 +240,23 @@ void Reinstall::ended(std::optional<int> status) {
 }
 
 void Reinstall::confirmRemoveOldCopy(const std::string& path) {
-    question_.ask("confirm removing the old Intel build",
-                  [this, path] { removeOldIntelCopy(path); });
+    oldCopyLooks_ = services_.looks();
+    oldCopyLooks_->add({path, services_.files->identity(path), CodeRule::noKeptGroup});
+    question_.ask("confirm removing the old Intel build", [this, path] {
+        oldCopyLooks_->whenIdle([this, path] { removeOldIntelCopy(path); });
+    });
+}
+
+void Reinstall::withdraw() {
+    question_.withdraw();
+    oldCopyLooks_.reset();
 }
 
 void Reinstall::removeOldIntelCopy(const std::string& path) {
+    const auto looks = std::move(oldCopyLooks_);
     const auto message = takesNative(path, services_.places.installation, *services_.files)
                              ? leftInPlace(path, "belongs to the arm64 Homebrew")
-                             : services_.trashPath(path);
+                             : services_.trashPath(path, looks.get());
     if (message) return note("\nTrash failed: " + *message);
     const auto count = cleanDeadSymlinks(path, *services_.links, *services_.files);
     note("\nMoved " + path + " to Trash.");

@@ -9,6 +9,7 @@
 
 #include "actions/owner_question.h"
 #include "engine/observers.h"
+#include "engine/removal_look.h"
 #include "platform/files.h"
 #include "platform/lasting_processes.h"
 #include "platform/links.h"
@@ -33,8 +34,9 @@ struct ReinstallServices {
     std::shared_ptr<Files> files;
     std::shared_ptr<Links> links;
     std::shared_ptr<OwnerAuthentication> authentication;
-    /// Moves a path to the Trash and drops the findings under it; else why not. Main thread.
-    std::function<std::optional<std::string>(const std::string&)> trashPath;
+    // The Scanner's: new looks, and the removal of one item as they were told of it.
+    std::function<std::unique_ptr<RemovalLooks>()> looks;
+    std::function<std::optional<std::string>(const std::string&, const RemovalLooks*)> trashPath;
     /// Where reinstalls are kept until their end has been told. Several windows, and several
     /// programs, may use the same.
     std::string folder;
@@ -90,10 +92,11 @@ public:
     void takeOver();
     /// What runs now. Null: nothing.
     [[nodiscard]] const ReinstallTarget* running() const;
-    /// Asks the owner first, where the machine has a way to; no confirmation, no change.
+    /// Asks the owner first, where the machine has a way to; no confirmation, no change. The copy
+    /// is looked into meanwhile, and goes only as it is now.
     void confirmRemoveOldCopy(const std::string& path);
     /// The user has turned to something else while the owner was being asked.
-    void withdraw() { question_.withdraw(); }
+    void withdraw();
     /// Moves the formula's folder to the Trash, unless it is the native Homebrew's, then removes
     /// the links that led into it. The log tells how it went. Blocking.
     void removeOldIntelCopy(const std::string& path);
@@ -121,6 +124,7 @@ private:
     std::optional<Current> current_;
     std::shared_ptr<Handle> handle_;
     OwnerQuestion question_;
+    std::unique_ptr<RemovalLooks> oldCopyLooks_;  ///< Null while no old copy is to be removed.
     Observers<const ReinstallReport&> observers_;
 };
 

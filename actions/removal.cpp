@@ -4,6 +4,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "engine/removal_guard.h"
+
 namespace vestigo {
 namespace {
 
@@ -65,7 +67,13 @@ bool Removal::retain(std::span<const BundleGroup* const> groups) {
     std::unordered_set<std::string> left(planned);
     for (const auto* const group : staying) left.erase(group->root);
     std::erase_if(plan_.groups, [&](const auto& root) { return left.contains(root); });
-    for (const auto& root : left) looks_->drop(root);
+    for (const auto& root : left) {
+        looks_->drop(root);
+        if (!services_.files->kind(root)) continue;
+        keepFirst(departed_,
+                  leftInPlace(root, scanner_.isAppleSigned(root) ? "is signed by Apple"
+                                                                 : "also runs natively"));
+    }
     // A leftover goes with the last group that it is found for.
     std::unordered_set<std::string> found;
     for (auto& leftover :
@@ -82,7 +90,8 @@ bool Removal::retain(std::span<const BundleGroup* const> groups) {
 
 void Removal::setLeftoverOn(const std::string& path, bool on) {
     const auto found = std::ranges::find(plan_.leftovers, path, &Leftover::path);
-    if (found == plan_.leftovers.end()) return;
+    // Once the owner has agreed, nothing joins what they have agreed to.
+    if (found == plan_.leftovers.end() || checking_) return;
     found->on = on;
     if (on) {
         looks_->add(items_.at(path));
@@ -96,6 +105,7 @@ void Removal::close() {
     looks_.reset();
     items_.clear();
     plan_ = {};
+    departed_.reset();
     setChecking(false);
 }
 
@@ -124,8 +134,9 @@ void Removal::performDelete() {
     const auto looks = std::move(looks_);
     auto message = scanner_.trashGroups({plan.groups.begin(), plan.groups.end()}, looks.get());
     keepFirst(message, scanner_.trashPaths(tickedPaths(plan, false), looks.get()));
-    auto [systemPaths, refusal] = scanner_.removable(tickedPaths(plan, true), looks.get());
+    auto [systemPaths, refusal] = scanner_.allowedToGo(tickedPaths(plan, true), looks.get());
     keepFirst(message, std::move(refusal));
+    keepFirst(message, departed_);
     close();
     events_.ended(std::move(message));
     if (!systemPaths.empty()) runAdminCleanup(std::move(systemPaths));

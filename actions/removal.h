@@ -96,6 +96,7 @@ private:
     RemovalPlan plan_;
     std::unordered_map<std::string, RemovalItem> items_;  ///< Of the plan, as they were shown.
     std::unique_ptr<RemovalLooks> looks_;                 ///< Null while there is no plan.
+    std::optional<std::string> departed_;                 ///< Why the first group left that did.
     bool checking_ = false;
     std::shared_ptr<Handle> handle_;
     OwnerQuestion question_;

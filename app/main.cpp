@@ -1,8 +1,7 @@
 // vestigo: the desktop program.
 
 #include <QApplication>
-#include <QMetaObject>
-#include <memory>
+#include <functional>
 #include <new>
 #include <utility>
 
@@ -19,23 +18,18 @@ class LastingApplication : public QApplication {
 public:
     using QApplication::QApplication;
 
-    void tellOutOfMemoryTo(std::shared_ptr<vestigo::NotificationCenter> notifications) {
-        notifications_ = std::move(notifications);
-    }
+    void setOutOfMemoryReport(std::function<void()> report) { report_ = std::move(report); }
     bool notify(QObject* receiver, QEvent* event) override {
         try {
             return QApplication::notify(receiver, event);
         } catch (const std::bad_alloc&) {
-            const auto post = [notifications = notifications_] {
-                if (notifications) notifications->post(vestigo::notification::outOfMemory);
-            };
-            QMetaObject::invokeMethod(this, post, Qt::QueuedConnection);
+            if (report_) report_();
             return false;
         }
     }
 
 private:
-    std::shared_ptr<vestigo::NotificationCenter> notifications_;
+    std::function<void()> report_;
 };
 
 }  // namespace
@@ -48,7 +42,7 @@ int main(int argc, char** argv) {
     QApplication::setWindowIcon(vestigo::applicationIcon());
     const vestigo::DesktopAppearance appearance;
     auto surroundings = vestigo::systemSurroundings();
-    application.tellOutOfMemoryTo(surroundings.notifications);
+    application.setOutOfMemoryReport(vestigo::outOfMemoryReport(surroundings.notifications));
     vestigo::VestigoApp app(vestigo::windowServices(std::move(surroundings)),
                             vestigo::updaterOfThisBuild(), VESTIGO_VERSION);
     app.endAtSignals();

@@ -28,7 +28,8 @@ std::vector<std::string> launcherArguments(const std::string& scriptPath) {
     return {arguments.begin(), arguments.end()};
 }
 
-/// For the thread of a task that has run out of memory.
+}  // namespace
+
 std::function<void()> outOfMemoryReport(std::shared_ptr<NotificationCenter> notifications) {
     return [notifications = std::move(notifications)] {
         auto* const application = QCoreApplication::instance();
@@ -38,12 +39,10 @@ std::function<void()> outOfMemoryReport(std::shared_ptr<NotificationCenter> noti
                 application, [notifications] { notifications->post(notification::outOfMemory); },
                 Qt::QueuedConnection);
         } catch (const std::bad_alloc&) {
-            // Not even the report can be sent. The task is given up all the same.
+            // Not even the report can be sent. What failed is given up all the same.
         }
     };
 }
-
-}  // namespace
 
 Surroundings systemSurroundings() {
     const auto notifications = std::make_shared<NotificationCenter>();

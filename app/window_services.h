@@ -1,6 +1,7 @@
 // Puts together what the windows work with.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "platform/administrator.h"
@@ -41,6 +42,11 @@ struct Surroundings {
     std::shared_ptr<BackgroundTasks> tasks;
     std::shared_ptr<NotificationCenter> notifications = std::make_shared<NotificationCenter>();
 };
+
+/// Tells the windows, in a later turn of the main thread, that memory has run out. It may be called
+/// on any thread.
+[[nodiscard]] std::function<void()> outOfMemoryReport(
+    std::shared_ptr<NotificationCenter> notifications);
 
 /// The user's own. Needs the application object.
 [[nodiscard]] Surroundings systemSurroundings();

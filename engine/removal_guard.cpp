@@ -16,10 +16,14 @@ std::optional<std::string> realPlace(const std::string& path, Files& files) {
 }
 
 std::optional<std::string> protectionOf(const std::string& path, Files& files) {
-    // A path that leads nowhere is for whoever is to move it to report.
     const auto real = realPlace(path, files);
-    if (!takesProtected(path) && !(real && takesProtected(*real))) return std::nullopt;
-    return leftInPlace(path, "is protected by the system");
+    if (takesProtected(path) || (real && takesProtected(*real))) {
+        return leftInPlace(path, "is protected by the system");
+    }
+    // A path that leads nowhere is for whoever is to move it to report. But what is there and
+    // cannot be traced might lie in a protected place.
+    if (!real && files.kind(path)) return leftInPlace(path, "could not be looked into");
+    return std::nullopt;
 }
 
 std::string quotedName(std::string_view path) {

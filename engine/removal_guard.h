@@ -14,7 +14,7 @@ namespace vestigo {
 [[nodiscard]] std::optional<std::string> realPlace(const std::string& path, Files& files);
 
 /// Why nothing may remove this item: it lies in a protected place or has one in it, by its path or
-/// by where that leads. Absent when it may go. Blocking.
+/// by where that leads, or nobody can tell where that leads. Absent when it may go. Blocking.
 [[nodiscard]] std::optional<std::string> protectionOf(const std::string& path, Files& files);
 
 /// The last component in quotation marks, for texts that the user reads.

@@ -81,8 +81,9 @@ ItemLook::ItemLook(RemovalItem item, LookServices services)
 
 std::optional<std::string> ItemLook::refusal(const CancelFlag& cancelled) {
     const std::lock_guard lock(mutex_);
-    if (auto why = protectionOf(item_.path, *services_.files)) return why;
     try {
+        facts_.identity.reset();
+        if (auto why = protectionOf(item_.path, *services_.files)) return why;
         gather(cancelled);
     } catch (const std::bad_alloc&) {
         facts_ = {};
@@ -91,6 +92,11 @@ std::optional<std::string> ItemLook::refusal(const CancelFlag& cancelled) {
         return leftInPlace(item_.path, "could not be looked into for want of memory");
     }
     return vestigo::refusal(item_, facts_);
+}
+
+std::optional<ItemIdentity> ItemLook::found() const {
+    const std::lock_guard lock(mutex_);
+    return facts_.identity;
 }
 
 std::string ItemLook::place() const {

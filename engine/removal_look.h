@@ -2,8 +2,7 @@
 //
 // What a scan remembers may be old, and a scan that runs or was stopped knows only a part. So an
 // item is looked into anew: in the background from the moment it is shown to the user, which may
-// take long, and once more right before it is moved. The second look reads only what has changed
-// since the first.
+// take long, and once more right before it is moved, when the files are in the system's memory.
 #pragma once
 
 #include <cstdint>
@@ -76,6 +75,8 @@ public:
     /// item is looked into for the first time. When `cancelled`, it ends within a moment with any
     /// answer.
     [[nodiscard]] std::optional<std::string> refusal(const CancelFlag& cancelled);
+    /// What the latest look found at the path; absent when that was nothing, or it could not tell.
+    [[nodiscard]] std::optional<ItemIdentity> found() const;
     /// Where the item really lies, as the latest look found it.
     [[nodiscard]] std::string place() const;
 

@@ -113,6 +113,7 @@ Scanner::Scanner(ScannerServices services)
       results_{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}},
       regrouping_(*results_.signatures),
       handle_(std::make_shared<Handle>(Handle{this})) {
+    gone_ = services_.order->subscribe([this](const RootSet& gone) { takeGone(gone); });
     if (services_.migrate) services_.migrate();
     loadCache();
 }
@@ -243,7 +244,7 @@ void Scanner::takePassEnd() {
 }
 
 void Scanner::saveCache() {
-    if (!services_.order->save(scan_)) return;
+    if (!services_.order->claim(scan_)) return;
     results_.date = lastScanDate_ ? *lastScanDate_ : services_.now();
     services_.store->writeScanFile(results_);
 }

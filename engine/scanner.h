@@ -56,7 +56,7 @@ enum class ScannerField : std::uint8_t {
     intelOnly,
 };
 
-struct RemovablePaths {
+struct AllowedPaths {
     std::vector<std::string> paths;      ///< In their order.
     std::optional<std::string> refusal;  ///< Why the first of the others must stay.
 };
@@ -137,7 +137,7 @@ public:
 
     /// Which of several items a removal by other means may take: all that `trashPaths` would move.
     /// Blocking.
-    [[nodiscard]] RemovablePaths removable(const std::vector<std::string>& paths,
+    [[nodiscard]] AllowedPaths allowedToGo(const std::vector<std::string>& paths,
                                            const RemovalLooks* looks = nullptr) const;
 
     /// Calls `observer` after each change of a field. It must not destroy the Scanner.
@@ -158,6 +158,7 @@ private:
     void takePassEnd();
     /// Whether there were hits of these roots. While a scan runs, none of them come back.
     bool forget(const RootSet& gone);
+    void takeGone(const RootSet& gone);
     void changed(ScannerField field) { observers_.notify(field); }
 
     ScannerServices services_;
@@ -166,7 +167,8 @@ private:
     bool signaturesNewer_ = false;  ///< Than what the groups were started over with.
     bool scanning_ = false;
     bool walking_ = false;
-    RootSet goneInScan_;  ///< What was removed since the running scan began.
+    bool forgetting_ = false;  ///< What this one has removed; its groups follow later.
+    RootSet goneInScan_;       ///< What was removed since the running scan began.
     std::int64_t scannedCount_ = 0;
     std::string currentPath_;
     std::optional<double> lastScanDate_;
@@ -177,6 +179,7 @@ private:
     CancelFlag closing_;
     std::shared_ptr<Handle> handle_;
     Observers<ScannerField> observers_;
+    Subscription gone_;
 };
 
 }  // namespace vestigo

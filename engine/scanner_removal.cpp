@@ -11,12 +11,13 @@
 namespace vestigo {
 namespace {
 
-/// The groups that the findings say to keep, found by the folders they lie in.
+/// The groups that the findings say to keep, found by the folders they lie in: also those in places
+/// that no walk enters. A universal file that lies in no bundle keeps nothing in its place.
 class KeptGroups {
 public:
     KeptGroups(const GroupList& groups, const SignatureMap& signatures) {
         for (const auto& group : groups) {
-            if (group.fix == Fix::keep && isKept(group)) {
+            if (group.fix == Fix::keep && group.isBundle) {
                 kept_.push_back({group.root, "also runs natively"});
             }
         }
@@ -29,13 +30,17 @@ public:
     /// Why nothing may take away what lies at the place; absent when the findings allow it. The
     /// item is named by its path.
     [[nodiscard]] std::optional<std::string> refusal(const std::string& path,
-                                                     const std::string& place) const {
+                                                     const std::string& place, Files& files) const {
         const auto itself = firstFrom(place);
         if (itself != kept_.end() && itself->root == place) return leftInPlace(path, itself->why);
         const auto folder = place + "/";
-        const auto below = firstFrom(folder);
-        if (below == kept_.end() || !below->root.starts_with(folder)) return std::nullopt;
-        return leftInPlace(path, below->root, below->why);
+        for (auto below = firstFrom(folder);
+             below != kept_.end() && below->root.starts_with(folder); ++below) {
+            // The findings may be old.
+            if (!files.kind(std::string(below->root))) continue;
+            return leftInPlace(path, below->root, below->why);
+        }
+        return std::nullopt;
     }
 
 private:
@@ -46,13 +51,6 @@ private:
     };
     using List = std::vector<Kept>;
 
-    /// A universal file that lies in no bundle is listed among the groups to be kept only when
-    /// every file is; it keeps nothing in its place.
-    static bool isKept(const BundleGroup& group) {
-        return group.isBundle || std::ranges::any_of(group.hits, [](const HitRef& hit) {
-                   return isLegacy(hit->archs);
-               });
-    }
     [[nodiscard]] List::const_iterator firstFrom(std::string_view root) const {
         return std::ranges::lower_bound(kept_, root, {}, &Kept::root);
     }
@@ -75,23 +73,28 @@ public:
           looks_(looks),
           kept_(scanner.groups(), scanner.signatures()) {}
 
-    /// Why the item must stay; absent when it may go. Its identity is then for the Trash.
+    /// Why the item must stay; absent when it may go, or nothing was found at the path.
     [[nodiscard]] std::optional<std::string> refusal(const std::string& path, CodeRule rule) {
         if (!services_.trash || !services_.files) return leftInPlace(path, "has no Trash to go to");
         const auto look = looks_ ? looks_->find(path) : newLook(path, rule);
         if (!look) return leftInPlace(path, "was not looked into");
-        identity_ = look->item().identity;
-        if (auto why = look->refusal(CancelFlag())) return why;
-        if (auto why = kept_.refusal(path, path)) return why;
-        return kept_.refusal(path, look->place());
+        auto why = look->refusal(CancelFlag());
+        identity_ = look->found();
+        if (why) return why;
+        auto& files = *services_.files;
+        if (why = kept_.refusal(path, path, files); why) return why;
+        return kept_.refusal(path, look->place(), files);
     }
 
     /// Moves the item, unless something keeps it; then why it stayed.
     [[nodiscard]] std::optional<std::string> remove(const std::string& path, CodeRule rule) {
         if (auto why = refusal(path, rule)) return why;
-        // What has gone by now is for the Trash to report.
+        // Only what was looked into goes. Where nothing was found, the Trash says what is wrong.
         return services_.trash->moveToTrash(path, identity_.value_or(ItemIdentity()));
     }
+
+    /// Whether the item asked for last was there.
+    [[nodiscard]] bool found() const { return identity_.has_value(); }
 
 private:
     [[nodiscard]] std::shared_ptr<ItemLook> newLook(const std::string& path, CodeRule rule) const {
@@ -155,12 +158,13 @@ std::optional<std::string> Scanner::trashPaths(const std::vector<std::string>& p
     return firstError;
 }
 
-RemovablePaths Scanner::removable(const std::vector<std::string>& paths,
+AllowedPaths Scanner::allowedToGo(const std::vector<std::string>& paths,
                                   const RemovalLooks* looks) const {
-    RemovablePaths result;
+    AllowedPaths result;
     Guard guard(*this, looks);
     for (const auto& path : paths) {
         auto why = guard.refusal(path, CodeRule::noKeptGroup);
+        if (!why && !guard.found()) why = leftInPlace(path, "could not be found");
         if (!why) result.paths.push_back(path);
         if (why && !result.refusal) result.refusal = std::move(why);
     }
@@ -169,12 +173,22 @@ RemovablePaths Scanner::removable(const std::vector<std::string>& paths,
 
 bool Scanner::forget(const RootSet& gone) {
     if (gone.empty()) return false;
+    const auto before = results_.hits.size();
+    forgetting_ = true;
+    services_.order->tellGone(gone);
+    forgetting_ = false;
+    return results_.hits.size() < before;
+}
+
+/// Whichever Scanner has removed them: what another window saves must not bring them back.
+void Scanner::takeGone(const RootSet& gone) {
     if (walking_) goneInScan_.insert(gone.begin(), gone.end());
     RootMatcher matcher(gone);
     const auto count =
         std::erase_if(results_.hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
-    if (count > 0) changed(ScannerField::allHits);
-    return count > 0;
+    if (count == 0) return;
+    changed(ScannerField::allHits);
+    if (!forgetting_) regroup();
 }
 
 }  // namespace vestigo

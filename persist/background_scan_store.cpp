@@ -2,6 +2,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -19,7 +20,11 @@ struct BackgroundScanStore::State {
         while (next) {
             const auto record = *std::exchange(next, std::nullopt);
             lock.unlock();
-            store->writeScanFile(record);
+            try {
+                store->writeScanFile(record);
+            } catch (const std::bad_alloc&) {
+                // As any save that fails: the file stays as it was.
+            }
             lock.lock();
         }
         writing = false;
@@ -48,7 +53,12 @@ void BackgroundScanStore::writeScanFile(const ScanFile& record) {
         state_->next = std::move(copy);
         if (std::exchange(state_->writing, true)) return;
     }
-    tasks_->run(Priority::normal, [state = state_] { state->writeAll(); });
+    try {
+        tasks_->run(Priority::normal, [state = state_] { state->writeAll(); });
+    } catch (const std::bad_alloc&) {
+        const std::lock_guard lock(state_->mutex);
+        state_->writing = false;
+    }
 }
 
 }  // namespace vestigo

@@ -33,7 +33,11 @@ ReinstallServices reinstallServices(const ContentServices& services, Scanner& sc
             .files = services.files,
             .links = services.links,
             .authentication = services.authentication,
-            .trashPath = [&scanner](const std::string& path) { return scanner.trashPath(path); },
+            .looks = [&scanner] { return scanner.removalLooks(); },
+            .trashPath =
+                [&scanner](const std::string& path, const RemovalLooks* looks) {
+                    return scanner.trashPaths({path}, looks);
+                },
             .folder = services.reinstallFolder,
             .places = services.homebrew};
 }

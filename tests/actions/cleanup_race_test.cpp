@@ -129,7 +129,9 @@ struct CleanupRace : testing::TestWithParam<const char*> {
         auto plan = trash.plan(paths);
         ASSERT_FALSE(plan.error);
         OtherProgram other(tree, plan.folder);
-        const auto script = tree.file("script", cleanupScript(plan));
+        const auto script = tree.file(
+            "script",
+            cleanupScript(plan, std::vector<std::optional<ItemIdentity>>(plan.paths.size())));
         EXPECT_EQ(test::runInTree(script, tree.path(), GetParam()), 0);
         other.stop();
         expectEverythingOnce(paths, plan, other.kept());

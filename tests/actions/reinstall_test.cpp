@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
 #include "platform/run_loop.h"
@@ -50,6 +51,18 @@ protected:
         fs::rename(path, tree_.folder("Trash") + "/moved");
         return std::nullopt;
     }
+    /// The owner agrees, or cannot be asked, and the copy has been looked into.
+    void settle() {
+        do {
+            loop_->runPosted();
+            tasks_->runHeld();
+            loop_->runPosted();
+        } while (!tasks_->jobs.empty());
+    }
+    void confirm(const std::string& path) {
+        runner().confirmRemoveOldCopy(path);
+        settle();
+    }
     void makeOldCopy() {
         tree_.file("Cellar/wget/1.21.4/bin/wget", "program");
         tree_.folder("bin");
@@ -63,6 +76,7 @@ protected:
     std::shared_ptr<RunLoop> loop_ = std::make_shared<RunLoop>();
     std::shared_ptr<test::FakeLastingProcesses> process_ =
         std::make_shared<test::FakeLastingProcesses>();
+    std::shared_ptr<test::HeldTasks> tasks_ = std::make_shared<test::HeldTasks>();
     std::shared_ptr<test::FakeOwnerAuthentication> owner_ =
         std::make_shared<test::FakeOwnerAuthentication>();
     std::string log_;
@@ -76,7 +90,15 @@ protected:
         .files = std::make_shared<PosixFiles>(),
         .links = std::make_shared<PosixLinks>(),
         .authentication = owner_,
-        .trashPath = [this](const std::string& path) { return trash(path); },
+        .looks =
+            [this] {
+                return std::make_unique<RemovalLooks>(
+                    LookServices{std::make_shared<LinuxDirectoryReader>(),
+                                 std::make_shared<PosixFiles>(),
+                                 {}},
+                    loop_, tasks_);
+            },
+        .trashPath = [this](const std::string& path, const RemovalLooks*) { return trash(path); },
         .folder = tree_.at("reinstalls"),
         .places = {.installation = tree_.at("native"), .brew = tree_.at("native/bin/brew")}};
     std::unique_ptr<Reinstall> reinstall_;
@@ -170,7 +192,7 @@ TEST_F(ReinstallTest, ChangesNothingWithoutConfirmationOrWindow) {
         runner().confirmRemoveOldCopy(oldCopy_);
         if (confirmed) reinstall_.reset();
         owner_->answer(confirmed);
-        loop_->runPosted();
+        settle();
         EXPECT_TRUE(fs::exists(oldCopy_));
         EXPECT_TRUE(fs::exists(tree_.at("bin/wget")));
     }
@@ -181,12 +203,12 @@ TEST_F(ReinstallTest, LeavesTheNativeBuildWhateverLinksLeadThere) {
     const auto native = tree_.folder("native/Cellar/wget");
     const auto kept =
         "\nTrash failed: “wget” belongs to the arm64 Homebrew and was left in its place.";
-    runner().confirmRemoveOldCopy(native);
+    confirm(native);
     fs::create_symlink(tree_.at("native/Cellar"), tree_.at("Cellar"));
-    runner().confirmRemoveOldCopy(oldCopy_);
+    confirm(oldCopy_);
     fs::rename(tree_.at("native"), tree_.at("elsewhere"));
     fs::create_symlink(tree_.at("elsewhere"), tree_.at("native"));
-    runner().confirmRemoveOldCopy(tree_.at("elsewhere/Cellar/wget"));
+    confirm(tree_.at("elsewhere/Cellar/wget"));
     EXPECT_TRUE(fs::exists(native));
     EXPECT_EQ(log_, std::string(kept) + kept + kept);
 }
@@ -194,11 +216,11 @@ TEST_F(ReinstallTest, LeavesTheNativeBuildWhateverLinksLeadThere) {
 TEST_F(ReinstallTest, RemovesTheOldCopyWithItsLinksAndNothingWhereThatFails) {
     owner_->canAsk = false;
     makeOldCopy();
-    runner().confirmRemoveOldCopy(oldCopy_);
+    confirm(oldCopy_);
     EXPECT_FALSE(fs::exists(oldCopy_) || fs::is_symlink(tree_.at("bin/wget")));
     makeOldCopy();
     fs::remove_all(oldCopy_);
-    runner().confirmRemoveOldCopy(oldCopy_);
+    confirm(oldCopy_);
     EXPECT_TRUE(fs::is_symlink(tree_.at("bin/wget")));
     const auto moved = "\nMoved " + oldCopy_ + " to Trash.";
     EXPECT_EQ(log_, moved + "\nCleaned 1 dead symlink. You can close this." +

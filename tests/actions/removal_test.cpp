@@ -264,6 +264,20 @@ TEST_F(RemovalTest, LeavesWhatHasChangedSinceItWasShown) {
     EXPECT_EQ(log.back(), "ended “b.app” also runs natively and was left in its place.");
 }
 
+TEST_F(RemovalTest, GivesTheTrashOnlyWhatTheLastLookFound) {
+    const auto group = intelApplication("a");
+    const auto machine = daemon("a");
+    open();
+    settle();
+    // To the last look the items are not there, as when the disk fails for a moment.
+    fs::rename(group, group + ".away");
+    fs::rename(machine, machine + ".away");
+    removal().performDelete();
+    settle();
+    EXPECT_EQ(trash->identities, std::vector<ItemIdentity>{ItemIdentity()});
+    EXPECT_TRUE(administrator->scripts.empty());
+}
+
 TEST_F(RemovalTest, IsQuietAfterItsEndButTheScriptStillRuns) {
     intelApplication("a");
     daemon("a");

@@ -268,6 +268,16 @@ TEST_F(ScannerTest, ALateSaveDoesNotUndoTheLaterScanOfAnotherWindow) {
     EXPECT_TRUE(store->record->hits.empty());
 }
 
+TEST_F(ScannerRemovalTest, WhatOneWindowRemovesNoOtherOneBringsBack) {
+    found({"Foo.app/a", "Bar.app/a"});
+    scanner();
+    Scanner other(servicesOf());
+    EXPECT_EQ(trashGroups({"Foo.app"}), std::nullopt);
+    EXPECT_EQ(other.groups().size(), 1U);
+    other.saveCache();
+    EXPECT_EQ(store->record->hits.size(), 1U);
+}
+
 TEST_F(ScannerRemovalTest, NeverTakesWhatIsProtectedSignedByAppleKeptOrOnlyALink) {
     fs::create_symlink(tree.folder("real"), tree.at("link"));
     fs::create_symlink("/usr/bin", tree.at("bin"));

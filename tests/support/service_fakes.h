@@ -87,13 +87,16 @@ public:
 /// Takes everything, and says what; or fails as told.
 class FakeTrash : public Trash {
 public:
-    std::optional<std::string> moveToTrash(const std::string& path, const ItemIdentity&) override {
+    std::optional<std::string> moveToTrash(const std::string& path,
+                                           const ItemIdentity& item) override {
+        identities.push_back(item);
         if (failing.contains(path)) return "cannot move " + path;
         if (!error) taken.push_back(path);
         return error;
     }
 
     std::vector<std::string> taken;
+    std::vector<ItemIdentity> identities;  ///< That it was asked for.
     std::set<std::string> failing;
     std::optional<std::string> error;
 };

@@ -102,6 +102,7 @@ TEST_F(DemoWindow, ReinstallsAFormulaAndRemovesTheOldCopyWithItsLinks) {
     content->startReinstall();
     ASSERT_TRUE(QTest::qWaitFor([&] { return content->removableOldCopy().has_value(); }, 20000));
     content->confirmRemoveOldCopy();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !has("/usr/local/Cellar/wget"); }, 20000));
     const auto log = content->updateLog().text();
     EXPECT_TRUE(log.ends_with(
         "\nFinished. Exit code 0.\nMoved /usr/local/Cellar/wget to Trash.\nCleaned 2 dead "
