@@ -35,7 +35,8 @@ public:
 private:
     using Identities = std::vector<std::optional<ItemIdentity>>;
 
-    /// Of the paths as they were when the run was asked for.
+    /// Writes the script and has it run. `items` are what lay at the paths when the run was asked
+    /// for.
     [[nodiscard]] std::optional<std::string> run(const std::vector<std::string>& paths,
                                                  const Identities& items);
     [[nodiscard]] std::optional<std::string> runScript(const std::string& text);

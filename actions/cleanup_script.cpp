@@ -24,7 +24,7 @@ is_folder() { [ -d "$1" ] && [ ! -L "$1" ]; }
 is_folder "$trash" || exit 1
 )sh";
 
-// What a journal in the Trash holds is described where the Trash makes it.
+// The journal in the Trash is described where the Trash makes it.
 constexpr char withNotes[] = R"sh([ "$(cd -P "$trash" && pwd -P)" = "$trash" ] || exit 1
 is_folder "$notes" && exec 9<"$journal" && flock -n -s 9 || exit 1
 note() { # name, number; 1: taken, 2: impossible
@@ -41,8 +41,8 @@ move_as() { mv -fT "$1" "$trash/$2"; } # item, name
 finish() { exit 0; }
 )sh";
 
-// Where mv knows no -T, a folder gets its name in a folder that nobody else may enter. It can be
-// seen in the Trash, so whatever a killed script leaves in it is not lost.
+// The mv of a Mac has no -T, so a folder gets its new name in a folder that nobody else may enter.
+// That one can be seen in the Trash, so whatever a killed script leaves in it is not lost.
 constexpr char withoutNotes[] = R"sh(journal=$(mktemp -d "$trash"/.vestigo-XXXXXXXX) &&
     mkdir "$journal/files" || exit 1
 note() { return 0; }
@@ -137,7 +137,7 @@ std::string header(const CleanupPlan& plan) {
     return text + start + (plan.notes ? withNotes : withoutNotes) + common;
 }
 
-/// Of the item with this number, from 1 on.
+/// The lines that move the item with this number; the first has number 1.
 std::string moveOf(const CleanupPlan& plan, std::size_t number,
                    const std::optional<ItemIdentity>& identity) {
     const auto& path = plan.paths[number - 1];

@@ -30,7 +30,8 @@ bool takesNative(const std::string& path, const std::string& installation, Files
     return false;
 }
 
-/// Of a reinstall that failed unseen, the end of its output may say why.
+/// How much of its last output, in bytes, is shown of a reinstall that failed unseen: it may say
+/// why.
 constexpr std::size_t lastOutputSize = 1500;
 
 std::string quoted(const std::string& formula) {

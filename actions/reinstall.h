@@ -37,13 +37,13 @@ struct ReinstallServices {
     // The Scanner's: new looks, and the removal of one item as they were told of it.
     std::function<std::unique_ptr<RemovalLooks>()> looks;
     std::function<std::optional<std::string>(const std::string&, const RemovalLooks*)> trashPath;
-    /// Where reinstalls are kept until their end has been told. Several windows, and several
-    /// programs, may use the same.
+    /// The folder that keeps reinstalls until their end has been told. Several windows, and several
+    /// programs, may use the same one.
     std::string folder;
     HomebrewPlaces places = {};
 };
 
-/// What is reinstalled, and the group that it is done for.
+/// A formula to reinstall, and the root of the group that it is done for.
 struct ReinstallTarget {
     std::string formula;
     std::string root;
@@ -61,8 +61,8 @@ struct ReinstallReport {
     bool newLog = false;                   ///< The log begins anew with that.
     bool running = false;                  ///< Whether a reinstall runs from now on.
     std::optional<ReinstallEnd> end = {};  ///< It has just ended.
-    /// What the user is to be told at once. Only of a reinstall that was started before: nobody
-    /// looks at its log. Empty: nothing.
+    /// A message to show at once, empty for none. Only a reinstall that was started before has one,
+    /// since nobody looks at its log.
     std::string notice = {};
 };
 

@@ -88,6 +88,15 @@ double seconds(const auto& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
 }
 
+/// What one regroup and one save of the record take; the Scanner holds it afterwards.
+double regroupAndSave(World& world, const ScanFile& record) {
+    world.scanner.takeOver(record);
+    return seconds([&] {
+        world.scanner.regroup();
+        world.scanner.saveCache();
+    });
+}
+
 /// Every second group, so that what goes and what stays take turns.
 void trashGroups(benchmark::State& state) {
     const auto record = savedScan();
@@ -97,11 +106,7 @@ void trashGroups(benchmark::State& state) {
     double base = 0;
     double removal = 0;
     for (auto _ : state) {
-        world.scanner.takeOver(record);
-        base += seconds([&] {
-            world.scanner.regroup();
-            world.scanner.saveCache();
-        });
+        base += regroupAndSave(world, record);
         const double once = seconds([&] {
             if (world.scanner.trashGroups(roots)) state.SkipWithError("a group stayed");
         });
@@ -152,11 +157,7 @@ void performDelete(benchmark::State& state) {
     double base = 0;
     double whole = 0;
     for (auto _ : state) {
-        world.scanner.takeOver(record);
-        base += seconds([&] {
-            world.scanner.regroup();
-            world.scanner.saveCache();
-        });
+        base += regroupAndSave(world, record);
         removal.open(makeApplications(world, applications));
         world.loop->runPosted();
         if (removal.plan().leftovers.size() != 5 * applications) state.SkipWithError("leftovers");

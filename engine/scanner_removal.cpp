@@ -3,7 +3,6 @@
 #include <utility>
 #include <vector>
 
-#include "engine/grouping.h"
 #include "engine/protected_places.h"
 #include "engine/removal_guard.h"
 #include "engine/scanner.h"

@@ -5,8 +5,6 @@
 
 #include "ui/action_button.h"
 #include "ui/fonts.h"
-#include "ui/spinner.h"
-#include "ui/tinted_label.h"
 
 namespace vestigo {
 namespace {
@@ -65,12 +63,7 @@ void DeleteSheet::addLeftovers() {
 
 void DeleteSheet::addButtons() {
     auto& row = addRow();
-    auto* const spinner = new Spinner(this);
-    auto* const checking = new TintedLabel(Tint::secondary, this);
-    checking->setObjectName(QStringLiteral("checking"));
-    checking->setText(tr("Checking what is inside…"));
-    checking_ = {spinner, checking};
-    for (auto* const part : checking_) row.addWidget(part);
+    checking_ = addProgress(row, "checking", tr("Checking what is inside…"));
     row.addStretch();
     auto& cancel = addButton(row, "cancel", tr("Cancel"), [this] { content_.cancelDelete(); });
     auto& trash = addDestructiveButton(row, "moveToTrash", tr("Move to Trash"), std::nullopt,

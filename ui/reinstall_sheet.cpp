@@ -5,7 +5,6 @@
 
 #include "ui/action_button.h"
 #include "ui/fonts.h"
-#include "ui/spinner.h"
 #include "ui/text.h"
 
 namespace vestigo {
@@ -110,12 +109,7 @@ void ReinstallSheet::addRemoval() {
 
 void ReinstallSheet::addButtons() {
     auto& row = addRow();
-    auto* const spinner = new Spinner(this);
-    auto* const running = new TintedLabel(Tint::secondary, this);
-    running->setObjectName(QStringLiteral("running"));
-    running->setText(tr("Running…"));
-    progress_ = {spinner, running};
-    for (auto* const part : progress_) row.addWidget(part);
+    progress_ = addProgress(row, "running", tr("Running…"));
     row.addStretch();
     addButton(row, "close", tr("Close"), [this] { content_.closeReinstall(); });
     run_ = &addButton(row, "run", tr("Run"), [this] { content_.startReinstall(); });

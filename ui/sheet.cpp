@@ -6,6 +6,8 @@
 
 #include "ui/action_button.h"
 #include "ui/fonts.h"
+#include "ui/spinner.h"
+#include "ui/tinted_label.h"
 
 namespace vestigo {
 namespace {
@@ -65,6 +67,16 @@ QHBoxLayout& Sheet::addRow() {
     auto* const row = new QHBoxLayout;
     column_->addLayout(row);
     return *row;
+}
+
+std::vector<QWidget*> Sheet::addProgress(QHBoxLayout& row, const char* name, const QString& text) {
+    auto* const spinner = new Spinner(this);
+    auto* const label = new TintedLabel(Tint::secondary, this);
+    label->setObjectName(QLatin1String(name));
+    label->setText(text);
+    row.addWidget(spinner);
+    row.addWidget(label);
+    return {spinner, label};
 }
 
 QPushButton& Sheet::addButton(QHBoxLayout& row, const char* name, const QString& text,

@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "ui/changes.h"
 #include "ui/sheet_text.h"
@@ -48,6 +49,8 @@ protected:
     /// Warns by its colour.
     QPushButton& addDestructiveButton(QHBoxLayout& row, const char* name, const QString& text,
                                       std::optional<Symbol> symbol, std::function<void()> action);
+    /// A spinner and what it stands for; the parts, for the sheet to show while that goes on.
+    std::vector<QWidget*> addProgress(QHBoxLayout& row, const char* name, const QString& text);
     /// The one that Return presses from anywhere but another button (on a Mac, also from there).
     static void makeDefault(QPushButton& button);
 
