@@ -24,30 +24,30 @@ is_folder() { [ -d "$1" ] && [ ! -L "$1" ]; }
 is_folder "$trash" || exit 1
 )sh";
 
-// The journal in the Trash is described where the Trash makes it.
+// What a journal in the Trash holds is described where the Trash makes it. The script takes nothing
+// out of it: whoever clears the journal at the end can tell more of what is there than a shell.
 constexpr char withNotes[] = R"sh([ "$(cd -P "$trash" && pwd -P)" = "$trash" ] || exit 1
 is_folder "$notes" && exec 9<"$journal" && flock -n -s 9 || exit 1
-note() { # name, number; 1: taken, 2: impossible
-    ln "$journal/notes/$2" "$journal/info/$1$ending" || return 2
-    ln "$journal/info/$1$ending" "$notes"/ && return
+note() { # name, number
     rm -f "$journal/info/$1$ending"
-    failed "$notes/$1$ending"
+    ln "$journal/notes/$2" "$journal/info/$1$ending"
+    ln "$journal/info/$1$ending" "$notes"/
+    has_note "$1"
 }
-drop_note() { # name
-    [ ! "$journal/info/$1$ending" -ef "$notes/$1$ending" ] || rm -f "$notes/$1$ending"
-}
-end_note() { rm -f "$journal/info/$1$ending"; } # name
+has_note() { [ "$journal/info/$1$ending" -ef "$notes/$1$ending" ]; } # name
+drop_note() { ! has_note "$1" || rm -f "$notes/$1$ending"; } # name
+forget() { return 0; }
 move_as() { mv -fT "$1" "$trash/$2"; } # item, name
 finish() { exit 0; }
 )sh";
 
-// The mv of a Mac has no -T, so a folder gets its new name in a folder that nobody else may enter.
-// That one can be seen in the Trash, so whatever a killed script leaves in it is not lost.
+// Where mv knows no -T, a folder gets its name in a folder that nobody else may enter. It can be
+// seen in the Trash, so whatever a killed script leaves in it is not lost.
 constexpr char withoutNotes[] = R"sh(journal=$(mktemp -d "$trash"/.vestigo-XXXXXXXX) &&
     mkdir "$journal/files" || exit 1
 note() { return 0; }
 drop_note() { return 0; }
-end_note() { return 0; }
+forget() { rm -f "$journal/files/$1"; } # name
 move_as() { # item, name
     if is_folder "$1"; then
         mkdir "$trash/Vestigo $$" || return
@@ -63,13 +63,9 @@ finish() {
 }
 )sh";
 
-constexpr char common[] = R"sh(misses=0
-failed() { # place; whoever had it may have gone again, so only many failures are one
-    exists "$1" && return 1
-    misses=$((misses + 1))
-    [ "$misses" -lt 50 ] && return 1
-    return 2
-}
+// What was made is told by looking at it and not by how a program ended: one that is killed, or
+// cannot be waited for, may have done its work.
+constexpr char common[] = R"sh(failures=0
 is_inode() { # number, item
     set -- "$1" $(ls -di "$2")
     [ "$1" = "$2" ]
@@ -79,22 +75,25 @@ take() { # item, name, number; 1: taken, 2: impossible
     exists "$1" || return 2
     [ -z "$inode" ] || is_inode "$inode" "$1" || return 2
     exists "$trash/$2" && return 1
-    note "$2" "$3" || return
-    if true >"$journal/files/$2" && place "$1" "$2"; then
+    if note "$2" "$3" && true >"$journal/files/$2" && place "$1" "$2"; then
         name=$2
         return 0
     fi
-    rm -f "$journal/files/$2"
     drop_note "$2"
-    end_note "$2"
-    failed "$trash/$2"
+    forget "$2"
+    # Whoever was quicker may have gone again, so only many failures are one.
+    failures=$((failures + 1))
+    [ "$failures" -lt 50 ] && return 1
+    return 2
 }
 place() { # item, name
-    is_folder "$1" || { ln "$journal/files/$2" "$trash"/; return; }
-    mkdir -m 0 "$trash/$2" || return
-    placeholder=$(ls -ldi "$trash/$2") && return
-    rmdir "$trash/$2"
-    return 1
+    if is_folder "$1"; then
+        mkdir -m 0 "$trash/$2" && placeholder=$(ls -ldi "$trash/$2") && return
+        case $(ls -ld "$trash/$2") in d---------*) rmdir "$trash/$2" ;; esac
+        return 1
+    fi
+    ln "$journal/files/$2" "$trash"/
+    [ "$journal/files/$2" -ef "$trash/$2" ]
 }
 move_renamed() { # item, stem, ending, number
     attempt=2
@@ -107,19 +106,16 @@ move_renamed() { # item, stem, ending, number
         attempt=$((attempt + 1))
     done
 }
-settle() { # takes away what nothing has been moved over
-    misses=0
-    [ "$name" ] && give_back "$trash/$name" || return
-    exists "$trash/$name" || drop_note "$name"
-    end_note "$name"
-    rm -f "$journal/files/$name"
+settle() { # the place of an item that has not come is given back, and only then its note
+    [ -z "$name" ] || ! give_back "$trash/$name" || drop_note "$name"
+    [ -z "$name" ] || forget "$name"
+    failures=0
 }
-give_back() { # place; fails where it cannot be told or removed, which the journal then remembers
+give_back() { # place
     if is_folder "$1"; then
-        now=$(ls -ldi "$1") || return
-        [ "$now" != "$placeholder" ] || rmdir "$1"
+        [ "$(ls -ldi "$1")" = "$placeholder" ] && rmdir "$1"
     else
-        [ ! "$1" -ef "$journal/files/$name" ] || rm -f "$1"
+        [ "$1" -ef "$journal/files/$name" ] && rm -f "$1"
     fi
 }
 )sh";
@@ -137,7 +133,7 @@ std::string header(const CleanupPlan& plan) {
     return text + start + (plan.notes ? withNotes : withoutNotes) + common;
 }
 
-/// The lines that move the item with this number; the first has number 1.
+/// Of the item with this number, from 1 on.
 std::string moveOf(const CleanupPlan& plan, std::size_t number,
                    const std::optional<ItemIdentity>& identity) {
     const auto& path = plan.paths[number - 1];

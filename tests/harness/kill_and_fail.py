@@ -6,17 +6,17 @@ system calls, and prints what became of the items.
 
 PROGRAM is removal_steps. For each system call of a step, one run kills the process there (strace's
 fault injection), and one run each makes the call fail once with EIO, ENOSPC, EACCES and EINTR. The
-step "script" does the same to the shell that runs the clean-up and to what it starts, where a call
-is the same one of each process; every run takes long there, so only every 8th is made. --quick
-takes an even sample of all, a few seconds' worth.
+step "script" does the same to the shell that runs the clean-up and to what it starts, where the call
+ends, or fails, in each of these processes; only every third run is made. --quick takes an even
+sample of all, a few seconds' worth.
 
   lost      items that are neither whole in their place nor whole in the Trash with their note,
             things of others that are gone, saved scans and exports that are neither old nor new
   doubled   items that are in two places
   orphans   what is left after the next start and its first save, export and clean-up
   silent    items that stayed, and exports that were not written, without a word. Items that a
-            script could not move are not reported by design and stand under "left"
-  left      items that stayed after a call was interrupted (EINTR), or in a script that failed
+            script itself could not move are not reported by design and stand under "left"
+  left      items that stayed after a call was interrupted (EINTR), or in a clean-up that failed
 
 All runs have a file system of their own in memory, and all others are read-only for them, so that
 no fault can touch anything of the machine. Where that or tracing is not possible the script says so.
@@ -30,9 +30,11 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 ERRORS = ["EIO", "ENOSPC", "EACCES", "EINTR"]
 KILL = "signal=KILL"
@@ -40,6 +42,9 @@ STEPS = ["removal", "save", "cleanup", "script"]
 QUICK_RUNS = {"removal": 25, "save": 16, "cleanup": 5, "script": 5}
 # What only ends or waits, or cannot fail.
 PASSED_OVER = {"exit_group", "exit", "getpgid", "rt_sigreturn", "restart_syscall"}
+# None of these fails in such a way. A close that fails has closed, and the fault would leave open
+# what others wait for; a shell that does not wait for mv would go on before it has moved anything.
+ONLY_KILLED = {"close", "futex", "wait4"}
 
 
 def skip(why):
@@ -89,6 +94,34 @@ def content_of(path):
     return None
 
 
+def end_session(leader, patience):
+    """Waits for the processes that this leader has left, and kills them when that takes too long.
+    Whether they ended by themselves."""
+    end = time.monotonic() + patience
+    while any_in_session(leader):
+        if time.monotonic() > end:
+            os.killpg(leader, signal.SIGKILL)
+            return False
+        time.sleep(0.02)
+    return True
+
+
+def any_in_session(leader):
+    for status in pathlib.Path("/proc").glob("[0-9]*/stat"):
+        try:
+            fields = status.read_text().rpartition(") ")[2].split()
+        except OSError:
+            continue
+        if fields[0] != "Z" and int(fields[3]) == leader:
+            return True
+    return False
+
+
+def trace_of(step):
+    """Of the clean-up only the program itself: the shell has a step of its own."""
+    return "strace -qq" if step == "cleanup" else "strace -f -qq"
+
+
 class Tree:
     """One worker's folder, made anew for each run."""
 
@@ -118,16 +151,23 @@ class Tree:
         environment = {"HOME": str(self.path), "XDG_DATA_HOME": str(self.path / "data"),
                        "TMPDIR": str(self.path / "temporary"), "PATH": "/usr/bin:/bin",
                        "SCRIPT_SHELL": shell, "LC_ALL": "C.UTF-8"}
-        try:
-            return subprocess.run([*strace, self.program, step, str(self.path)], cwd=self.path,
-                                  env=environment, capture_output=True, text=True, timeout=60)
-        except subprocess.TimeoutExpired as expired:
-            return subprocess.CompletedProcess(expired.cmd, 124, "", "it hangs")
+        with subprocess.Popen([*strace, self.program, step, str(self.path)], cwd=self.path,
+                              env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, text=True, start_new_session=True) as started:
+            try:
+                output, errors = started.communicate(timeout=60)
+            except subprocess.TimeoutExpired:
+                end_session(started.pid, 0)
+                return subprocess.CompletedProcess(step, 124, "", "it hangs")
+        # A script may outlive the program that was killed.
+        if not end_session(started.pid, 60):
+            return subprocess.CompletedProcess(step, 124, output, "the script hangs")
+        return subprocess.CompletedProcess(step, started.returncode, output, errors)
 
     def interrupted(self, step, call, number, how):
         """One run of a step in which this call ends, or fails, at its given time."""
         self.renew()
-        inject = f"strace -f -qq -o /dev/null -e inject={call}:{how}:when={number}"
+        inject = f"{trace_of(step)} -o /dev/null -e inject={call}:{how}:when={number}"
         if step == "script":
             return self.run("cleanup", shell=inject + " /bin/sh")
         return self.run(step, strace=inject.split())
@@ -136,7 +176,7 @@ class Tree:
         """Each system call of a step and its number among the calls of that name."""
         self.renew()
         log = self.path.with_name("log")
-        trace = f"strace -f -qq -o {log}"
+        trace = f"{trace_of(step)} -o {log}"
         if step == "script":
             ended = self.run("cleanup", shell=trace + " /bin/sh")
         else:
@@ -147,7 +187,7 @@ class Tree:
         begun = step == "script"
         found = {}
         for line in log.read_text(errors="replace").splitlines():
-            match = re.match(r"(\d+) +(\w+)\(", line)
+            match = re.match(r"(?:(\d+) +)?(\w+)\(", line)
             if not match:
                 continue
             process, call = match.groups()
@@ -211,6 +251,8 @@ class Tree:
                 found += [name for name in groups if self.in_place(name)]
             found += [f"left{i}" for i in range(4)
                       if f"left{i} done" in ended.stdout and self.in_place(f"left{i}")]
+        if step == "cleanup" and "cleanup done" in ended.stdout:
+            found += [f"system{i}" for i in range(4) if self.in_place(f"system{i}")]
         written = (self.path / "Documents/export.csv").read_text() == "new"
         if step == "save" and "export done" in ended.stdout and not written:
             found.append("export")
@@ -246,6 +288,7 @@ def try_one(tree, step, call, number, how):
         result.add("silent", where, tree.silent(step, ended))
         if "EINTR" in how or step in ("cleanup", "script"):
             result.left = tree.left(step)
+            result.add("left", f"{step} {call} {how}", ["items"] if result.left else [])
     if tree.run("saved").stdout.split()[-1:] == ["unreadable"]:
         result.add("lost", where, ["saved scan"])
     following = tree.run("next")
@@ -260,9 +303,10 @@ def try_one(tree, step, call, number, how):
 
 def chosen(calls, step, quick):
     ways = [KILL] + [f"error={error}" for error in ERRORS]
-    runs = [(call, number, how) for call, number in calls for how in ways]
+    runs = [(call, number, how) for call, number in calls for how in ways
+            if how == KILL or call not in ONLY_KILLED]
     if step == "script":
-        runs = runs[::8]
+        runs = runs[::3]
     if quick:
         # A step that is no multiple of the number of ways meets all of them.
         stride = max(len(runs) // QUICK_RUNS[step], 1)
@@ -300,6 +344,8 @@ def report(results):
         for what in columns:
             for item in result.found[what][:20]:
                 print(f"{what}: {item}")
+        for where, count in collections.Counter(result.found["left"]).most_common(8):
+            print(f"left: {where} in {count} runs")
     return any(result.found[what] for result in results.values() for what in columns)
 
 
