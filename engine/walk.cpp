@@ -123,6 +123,7 @@ private:
 struct Shared {
     DirectoryReader& reader;
     const PreviousHits& previous;
+    FileMemory* const memory;
     const bool rootsAreNamed;
     const std::vector<std::string>& rootsInExcludedPlaces;
     const CancelFlag& cancelled;
@@ -201,6 +202,7 @@ private:
     ExaminedFiles examineFiles(const WalkQueue::ReadWork& work) {
         ExaminedFiles result;
         path_ = *work.prefix;
+        if (shared_.memory) startedAt_ = shared_.memory->now();
         for (auto i = work.first; i < work.last && !shared_.cancelled.cancelled(); ++i) {
             const char* const name = work.listing->candidates[i];
             path_.replace(work.prefix->size(), std::string::npos, name);
@@ -210,6 +212,8 @@ private:
             if (hit) result.hits.emplace_back(result.examined, std::move(hit));
             ++result.examined;
         }
+        if (!others_.empty()) shared_.memory->add(others_);
+        others_.clear();
         return result;
     }
 
@@ -220,24 +224,74 @@ private:
             if (!attributes) return unread();
             if (auto hit = reuse(*previous, *attributes)) return hit;
         }
+        if (isRemembered(folder, name, attributes)) return nullptr;
         const auto file = folder.openFile(name);
         if (!file) return unread();
-        auto archs = readArchs(*file);
+        return shared_.memory ? readAndRemember(*file) : read(*file, attributes);
+    }
+
+    HitRef read(HeaderFile& file, std::optional<FileAttributes> attributes) {
+        auto archs = readArchs(file);
         if (archs && !attributes) {
             // A file written between the reading and the asking would keep its old answer for as
             // long as these attributes hold, so what counts is read after them.
-            attributes = file->attributes();
+            attributes = file.attributes();
             if (!attributes) return unread();
-            archs = readArchs(*file);
+            archs = readArchs(file);
         }
-        if (!archs) return nullptr;
-        return std::make_shared<const BinaryHit>(BinaryHit{
-            path_, std::move(*archs), attributes->size, attributes->mtime, attributes->ctime});
+        return archs ? hit(std::move(*archs), *attributes) : nullptr;
+    }
+
+    /// As a file is remembered by these attributes, they too come before what is read, and from the
+    /// file that is read, whatever stands at its path by now.
+    HitRef readAndRemember(HeaderFile& file) {
+        const auto attributes = file.attributes();
+        if (!attributes) return unread();
+        const auto fingerprint = shared_.memory->fingerprint(path_, *attributes);
+        if (contains(fingerprint)) return nullptr;
+        auto archs = readArchs(file);
+        if (archs) return hit(std::move(*archs), *attributes);
+        if (wasRead_ && isSettled(*attributes)) others_.push_back(fingerprint);
+        return nullptr;
+    }
+
+    /// Asking by name costs as much as half a reading. Where it has often been in vain it is tried
+    /// now and then only: so a first scan, or one after a great change, is hardly slower.
+    bool isRemembered(Folder& folder, const char* name, std::optional<FileAttributes>& attributes) {
+        constexpr unsigned patience = 4;
+        constexpr unsigned pause = 16;
+        if (!shared_.memory) return false;
+        if (!attributes) {
+            if (inVain_ >= patience && inVain_++ % pause != 0) return false;
+            attributes = folder.attributes(name);
+        }
+        return attributes && contains(shared_.memory->fingerprint(path_, *attributes));
+    }
+
+    bool contains(std::uint64_t fingerprint) {
+        const bool does = shared_.memory->contains(fingerprint);
+        inVain_ = does ? 0 : inVain_ + 1;
+        return does;
+    }
+
+    /// Whether a further change would have given the file other times: those of some file systems
+    /// are as coarse as two seconds.
+    [[nodiscard]] bool isSettled(const FileAttributes& attributes) const {
+        constexpr std::int64_t coarsest = 2'000'000'000;
+        return attributes.modified != 0 &&
+               std::max(attributes.modified, attributes.changed) + coarsest < startedAt_;
+    }
+
+    [[nodiscard]] HitRef hit(std::vector<std::string> archs,
+                             const FileAttributes& attributes) const {
+        return std::make_shared<const BinaryHit>(BinaryHit{path_, std::move(archs), attributes.size,
+                                                           attributes.mtime, attributes.ctime});
     }
 
     std::optional<std::vector<std::string>> readArchs(HeaderFile& file) {
         const auto count = file.readStart(buffer_);
-        if (!count) shared_.unread.note(path_);
+        wasRead_ = count.has_value();
+        if (!wasRead_) shared_.unread.note(path_);
         return machOArchs(std::span(buffer_).first(count.value_or(0)));
     }
 
@@ -249,6 +303,10 @@ private:
     const Shared& shared_;
     std::string path_;
     std::array<std::byte, machOHeaderBytes> buffer_{};
+    bool wasRead_ = false;               ///< What was last to be read.
+    std::int64_t startedAt_ = 0;         ///< Of the files at hand, in nanoseconds since 1970.
+    unsigned inVain_ = 0;                ///< Files in a row that were asked for and not remembered.
+    std::vector<std::uint64_t> others_;  ///< Of the files at hand, those to be remembered.
 };
 
 /// The roots that open a place which scans leave out, without a slash at their end.
@@ -276,8 +334,9 @@ WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const Canc
     Crew crew(count, queue);
     if (cancelled.cancelled()) queue.stop();
     Unread unread;
-    const Shared shared{reader, previous, request.rootsAreNamed, opened, cancelled, queue,
-                        unread, crew};
+    const Shared shared{reader, previous,  request.memory, request.rootsAreNamed,
+                        opened, cancelled, queue,          unread,
+                        crew};
     crew.run([&shared] { Worker(shared).run(); });
     queue.finish();
     return {unread.path()};

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/file_memory.h"
 #include "engine/records.h"
 #include "platform/directory_reader.h"
 #include "platform/tasks.h"
@@ -33,6 +34,9 @@ struct WalkRequest {
     /// Someone named the roots: a place that scans leave out does not count for a root at or below
     /// it. What else is left out stays out, below such a root too. And a root may be a file.
     bool rootsAreNamed = false;
+    /// Of files that are no Mach-O files: those in it are not read, and others are added. The
+    /// caller finishes it. May be null.
+    FileMemory* memory = nullptr;
 };
 
 struct WalkOutcome {

@@ -20,6 +20,10 @@ struct FileAttributes {
     std::int64_t size = 0;
     double mtime = 0;
     double ctime = 0;  ///< Creation, not inode change.
+    // What tells one state of a file from another as exactly as the system can.
+    std::int64_t modified = 0;  ///< In nanoseconds since 1970.
+    std::int64_t changed = 0;   ///< Of the inode, in the same way; no program can set it.
+    std::uint64_t inode = 0;
 };
 
 /// One entry of a folder. The views live until the visitor returns.

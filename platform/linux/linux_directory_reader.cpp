@@ -66,8 +66,13 @@ double since2001(const statx_timestamp& time) {
     return static_cast<double>(time.tv_sec) - secondsFrom1970To2001 + time.tv_nsec * 1e-9;
 }
 
+std::int64_t nanoseconds(const statx_timestamp& time) {
+    return time.tv_sec * 1'000'000'000 + time.tv_nsec;
+}
+
 std::optional<FileAttributes> attributesOf(int folder, const char* name, int flags) {
-    constexpr unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
+    constexpr unsigned wanted =
+        STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME | STATX_CTIME | STATX_INO;
     struct statx info {};
     const int lookUp = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
     if (statx(folder, name, flags | lookUp, wanted, &info) != 0) return std::nullopt;
@@ -75,7 +80,12 @@ std::optional<FileAttributes> attributesOf(int folder, const char* name, int fla
     const auto known = [&info](unsigned field) { return (info.stx_mask & field) != 0; };
     FileAttributes attributes;
     if (known(STATX_SIZE)) attributes.size = static_cast<std::int64_t>(info.stx_size);
-    if (known(STATX_MTIME)) attributes.mtime = since2001(info.stx_mtime);
+    if (known(STATX_MTIME)) {
+        attributes.mtime = since2001(info.stx_mtime);
+        attributes.modified = nanoseconds(info.stx_mtime);
+    }
+    if (known(STATX_CTIME)) attributes.changed = nanoseconds(info.stx_ctime);
+    if (known(STATX_INO)) attributes.inode = info.stx_ino;
     if (known(STATX_BTIME)) attributes.ctime = since2001(info.stx_btime);
     return attributes;
 }

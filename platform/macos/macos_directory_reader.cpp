@@ -29,6 +29,8 @@ static_assert(BatchRequest::name == ATTR_CMN_NAME);
 static_assert(BatchRequest::objectType == ATTR_CMN_OBJTYPE);
 static_assert(BatchRequest::created == ATTR_CMN_CRTIME);
 static_assert(BatchRequest::modified == ATTR_CMN_MODTIME);
+static_assert(BatchRequest::changed == ATTR_CMN_CHGTIME);
+static_assert(BatchRequest::fileId == ATTR_CMN_FILEID);
 static_assert(BatchRequest::flags == ATTR_CMN_FLAGS);
 static_assert(BatchRequest::dataLength == ATTR_FILE_DATALENGTH);
 static_assert(hiddenFlag == UF_HIDDEN);
@@ -46,15 +48,22 @@ bool isPseudoFileSystem(int folder) {
     return std::ranges::find(pseudoFileSystems, type) != std::end(pseudoFileSystems);
 }
 
+BatchTime batchTime(const timespec& time) {
+    return {time.tv_sec, time.tv_nsec};
+}
+
 double since2001(const timespec& time) {
-    return secondsSince2001(BatchTime{time.tv_sec, time.tv_nsec});
+    return secondsSince2001(batchTime(time));
 }
 
 std::optional<FileAttributes> attributesOfFile(const struct stat& status) {
     if (!S_ISREG(status.st_mode)) return std::nullopt;
     return FileAttributes{.size = status.st_size,
                           .mtime = since2001(status.st_mtimespec),
-                          .ctime = since2001(status.st_birthtimespec)};
+                          .ctime = since2001(status.st_birthtimespec),
+                          .modified = nanoseconds(batchTime(status.st_mtimespec)),
+                          .changed = nanoseconds(batchTime(status.st_ctimespec)),
+                          .inode = status.st_ino};
 }
 
 class MacOSHeaderFile : public HeaderFile {
@@ -136,7 +145,8 @@ private:
         found.kind = kindOf(entry).value_or(EntryKind::unknown);
         if (!entry.objectType) found.kind = kindByLook(entry.name.data());
         // A rescan compares these; where one is missing they are asked for in full.
-        const bool whole = entry.dataLength && entry.modified && entry.created;
+        const bool whole =
+            entry.dataLength && entry.modified && entry.created && entry.changed && entry.fileId;
         if (found.kind == EntryKind::file && whole) found.attributes = attributesOf(entry);
         return visitor(found);
     }

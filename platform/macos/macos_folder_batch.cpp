@@ -79,7 +79,9 @@ bool decode(EntryFields fields, BatchEntry& entry) {
     return fields.take(common(BatchRequest::objectType), entry.objectType) &&
            fields.take(common(BatchRequest::created), entry.created) &&
            fields.take(common(BatchRequest::modified), entry.modified) &&
+           fields.take(common(BatchRequest::changed), entry.changed) &&
            fields.take(common(BatchRequest::flags), entry.flags) &&
+           fields.take(common(BatchRequest::fileId), entry.fileId) &&
            fields.take((has.file & BatchRequest::dataLength) != 0, entry.dataLength);
 }
 
@@ -125,7 +127,14 @@ bool isElsewhere(const BatchEntry& entry) {
 FileAttributes attributesOf(const BatchEntry& entry) {
     return {.size = entry.dataLength.value_or(0),
             .mtime = secondsSince2001(entry.modified.value_or(BatchTime{})),
-            .ctime = secondsSince2001(entry.created.value_or(BatchTime{}))};
+            .ctime = secondsSince2001(entry.created.value_or(BatchTime{})),
+            .modified = nanoseconds(entry.modified.value_or(BatchTime{})),
+            .changed = nanoseconds(entry.changed.value_or(BatchTime{})),
+            .inode = entry.fileId.value_or(0)};
+}
+
+std::int64_t nanoseconds(const BatchTime& time) {
+    return time.seconds * 1'000'000'000 + time.nanoseconds;
 }
 
 double secondsSince2001(const BatchTime& time) {

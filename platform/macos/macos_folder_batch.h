@@ -30,7 +30,9 @@ struct BatchEntry {
     std::optional<std::uint32_t> objectType;
     std::optional<BatchTime> created;
     std::optional<BatchTime> modified;
+    std::optional<BatchTime> changed;  ///< The inode.
     std::optional<std::uint32_t> flags;
+    std::optional<std::uint64_t> fileId;
     std::optional<std::int64_t> dataLength;  ///< Of the data fork, in bytes.
 };
 
@@ -43,9 +45,11 @@ struct BatchRequest {
     static constexpr std::uint32_t objectType = 0x00000008;
     static constexpr std::uint32_t created = 0x00000200;
     static constexpr std::uint32_t modified = 0x00000400;
+    static constexpr std::uint32_t changed = 0x00000800;
     static constexpr std::uint32_t flags = 0x00040000;
+    static constexpr std::uint32_t fileId = 0x02000000;
     static constexpr std::uint32_t common =
-        returned | error | name | objectType | created | modified | flags;
+        returned | error | name | objectType | created | modified | changed | flags | fileId;
     static constexpr std::uint32_t dataLength = 0x00000200;  ///< Of the file attributes.
 };
 
@@ -63,6 +67,7 @@ enum class BatchEnd : std::uint8_t { reached, visitorStopped, malformed };
 /// Whether the content lies in a cloud, and would be fetched by whoever opens the entry.
 [[nodiscard]] bool isElsewhere(const BatchEntry& entry);
 [[nodiscard]] FileAttributes attributesOf(const BatchEntry& entry);
+[[nodiscard]] std::int64_t nanoseconds(const BatchTime& time);
 /// 0 for the very second of 1970, which is how file systems without a time say so.
 [[nodiscard]] double secondsSince2001(const BatchTime& time);
 

@@ -1,0 +1,145 @@
+#include "persist/fingerprint_table.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+namespace vestigo {
+namespace {
+
+constexpr std::uint32_t currentVersion = 1;
+constexpr std::array<char, 8> mark = {'v', 'e', 's', 't', 'i', 'g', 'o', '\x1A'};
+
+/// As it lies in the file. The mark stands at both ends, so that a table is known for one although
+/// one of them is damaged.
+struct Header {
+    std::array<char, 8> begin = mark;
+    std::uint32_t version = currentVersion;
+    std::uint32_t generation = 0;
+    std::uint64_t seed = 0;
+    std::uint64_t slots = 0;
+    std::uint64_t size = 0;
+    std::uint64_t checksum = 0;  ///< Of all bytes, with 0 in its place.
+    std::uint64_t unused = 0;
+    std::array<char, 8> end = mark;
+};
+constexpr std::size_t headerBytes = 64;
+static_assert(sizeof(Header) == headerBytes);
+
+constexpr std::uint64_t generationBits = FingerprintTable::generations - 1;
+
+/// Little more than 11 bytes for each; a search then takes a few steps on average.
+constexpr std::size_t slotsFor(std::size_t count) {
+    return count + count * 4 / 10 + 8;
+}
+
+/// Without the bits that give way to the generation, and never 0.
+constexpr std::uint64_t kept(std::uint64_t fingerprint) {
+    const auto rest = fingerprint & ~generationBits;
+    return rest == 0 ? generationBits + 1 : rest;
+}
+
+Header headerOf(std::string_view bytes) {
+    Header header;
+    std::memcpy(&header, bytes.data(), sizeof header);
+    return header;
+}
+
+std::uint64_t checksumOf(const std::string& bytes) {
+    auto header = headerOf(bytes);
+    header.checksum = 0;
+    const auto rest = std::string_view(bytes).substr(headerBytes);
+    return XXH3_64bits_withSeed(rest.data(), rest.size(), XXH3_64bits(&header, sizeof header));
+}
+
+}  // namespace
+
+FingerprintTable::FingerprintTable(Identity identity, std::size_t count)
+    : bytes_(headerBytes + slotsFor(count) * sizeof(std::uint64_t), '\0'), identity_(identity) {}
+
+std::optional<FingerprintTable> FingerprintTable::fromBytes(std::string bytes) {
+    if (bytes.size() < headerBytes) return std::nullopt;
+    const auto header = headerOf(bytes);
+    const auto slots = (bytes.size() - headerBytes) / sizeof(std::uint64_t);
+    const bool whole = header.version == currentVersion && header.slots == slots && slots > 0 &&
+                       bytes.size() == headerBytes + slots * sizeof(std::uint64_t) &&
+                       header.checksum == checksumOf(bytes);
+    if (!whole) return std::nullopt;
+    FingerprintTable table(std::move(bytes));
+    table.identity_ = {header.seed, header.generation};
+    table.size_ = header.size;
+    return table;
+}
+
+bool FingerprintTable::isOne(std::string_view bytes) {
+    if (bytes.size() < headerBytes)
+        return bytes.starts_with(std::string_view(mark.data(), mark.size()));
+    const auto header = headerOf(bytes);
+    return header.begin == mark || header.end == mark;
+}
+
+std::size_t FingerprintTable::slots() const {
+    return (bytes_.size() - headerBytes) / sizeof(std::uint64_t);
+}
+
+std::size_t FingerprintTable::firstSlot(std::uint64_t fingerprint) const {
+    return static_cast<std::size_t>((fingerprint >> 32U) * slots() >> 32U);
+}
+
+std::uint64_t FingerprintTable::slot(std::size_t index) const {
+    std::uint64_t value = 0;
+    std::memcpy(&value, &bytes_[headerBytes + index * sizeof value], sizeof value);
+    return value;
+}
+
+std::optional<std::size_t> FingerprintTable::find(std::uint64_t fingerprint) const {
+    const auto wanted = kept(fingerprint);
+    const auto count = slots();
+    auto index = firstSlot(wanted);
+    for (std::size_t steps = 0; steps < count; ++steps) {
+        const auto value = slot(index);
+        if (value == 0) return std::nullopt;
+        if ((value & ~generationBits) == wanted) return index;
+        if (++index == count) index = 0;
+    }
+    return std::nullopt;
+}
+
+std::optional<unsigned> FingerprintTable::age(std::size_t index) const {
+    const auto value = slot(index);
+    if (value == 0) return std::nullopt;
+    return (identity_.generation - static_cast<unsigned>(value)) & generationBits;
+}
+
+std::uint64_t FingerprintTable::at(std::size_t index) const {
+    return slot(index) & ~generationBits;
+}
+
+void FingerprintTable::insert(std::uint64_t fingerprint, unsigned age) {
+    const auto wanted = kept(fingerprint);
+    auto index = firstSlot(wanted);
+    for (auto value = slot(index); value != 0; value = slot(index)) {
+        if ((value & ~generationBits) == wanted) return;
+        if (++index == slots()) index = 0;
+    }
+    const auto value = wanted | ((identity_.generation - age) & generationBits);
+    std::memcpy(&bytes_[headerBytes + index * sizeof value], &value, sizeof value);
+    ++size_;
+}
+
+const std::string& FingerprintTable::bytes() {
+    Header header;
+    header.generation = identity_.generation;
+    header.seed = identity_.seed;
+    header.slots = slots();
+    header.size = size_;
+    std::memcpy(bytes_.data(), &header, sizeof header);
+    header.checksum = checksumOf(bytes_);
+    std::memcpy(bytes_.data(), &header, sizeof header);
+    return bytes_;
+}
+
+}  // namespace vestigo
