@@ -1,10 +1,17 @@
 #include "engine/scanner.h"
 
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <mutex>
 #include <new>
+#include <thread>
+#include <unordered_map>
 #include <utility>
 
 #include "engine/scan_rules.h"
 #include "engine/walk.h"
+#include "platform/threads.h"
 
 namespace vestigo {
 
@@ -79,13 +86,19 @@ public:
 
 private:
     void inspectAll() {
-        SignatureMap found;
-        for (const auto& root : missing_) {
-            if (closing_.cancelled()) return;
-            found[root] = inspect_(root);
-            if (found.size() == rootsPerPublication) publish(std::exchange(found, {}));
+        const auto processors = std::max(1U, std::thread::hardware_concurrency());
+        const auto helpers = std::min<std::size_t>(processors, missing_.size()) - 1;
+        Progress progress;
+        {
+            std::vector<std::unique_ptr<Thread>> threads(helpers);
+            for (auto& thread : threads) {
+                thread = startThread([&] { inspectSome(progress); }, stackBytes);
+            }
+            inspectSome(progress);
         }
-        publish(std::move(found));
+        if (progress.failed) throw std::bad_alloc();
+        if (closing_.cancelled()) return;
+        publish(std::move(progress.found));
         end();
     }
 
@@ -99,6 +112,41 @@ private:
         main_->post([handle = handle_, found = std::move(found)] {
             if (handle->scanner) handle->scanner->takeSignatures(found);
         });
+    /// What the threads of a pass share.
+    struct Progress {
+        std::atomic<std::size_t> next = 0;
+        std::atomic<bool> failed = false;
+        std::mutex mutex;
+        std::size_t published = 0;
+        std::unordered_map<std::size_t, SignInfo> ahead;  ///< Of roots after one that is not done.
+        SignatureMap found;
+    };
+
+    void inspectSome(Progress& progress) noexcept {
+        try {
+            while (!closing_.cancelled() && !progress.failed) {
+                const auto position = progress.next++;
+                if (position >= missing_.size()) return;
+                take(progress, position, inspect_(missing_[position]));
+            }
+        } catch (const std::bad_alloc&) {
+            progress.failed = true;
+        }
+    }
+
+    /// Publishes in the order of the roots, whichever is done first.
+    void take(Progress& progress, std::size_t position, SignInfo info) {
+        const std::lock_guard lock(progress.mutex);
+        progress.ahead.emplace(position, std::move(info));
+        for (auto done = progress.ahead.extract(progress.published); done;
+             done = progress.ahead.extract(++progress.published)) {
+            progress.found[missing_[done.key()]] = std::move(done.mapped());
+            if (progress.found.size() == rootsPerPublication) {
+                publish(std::exchange(progress.found, {}));
+            }
+        }
+    }
+
     }
 
     std::shared_ptr<MainQueue> main_;
@@ -111,6 +159,8 @@ private:
 Scanner::Scanner(ScannerServices services)
     : services_(std::move(services)),
       results_{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}},
+    // Property lists are read recursively.
+    static constexpr std::size_t stackBytes = std::size_t{1} << 20U;
       regrouping_(*results_.signatures),
       handle_(std::make_shared<Handle>(Handle{this})) {
     gone_ = services_.order->subscribe([this](const RootSet& gone) { takeGone(gone); });

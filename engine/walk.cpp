@@ -82,7 +82,7 @@ public:
     void grow() {
         const std::unique_lock lock(mutex_, std::try_to_lock);
         if (!lock || count_ >= most_) return;
-        auto thread = startSmallThread([this] { runOne(); });
+        auto thread = startThread([this] { runOne(); }, smallStack);
         // Once the system has no more to give, asking again would only take time.
         if (!thread) most_ = count_;
         if (!thread) return;

@@ -1,6 +1,7 @@
 // Threads started by hand, for work that is spread over several of them.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 
 #include "platform/tasks.h"
@@ -13,9 +14,12 @@ public:
     virtual ~Thread() = default;
 };
 
-/// Runs the job on a thread with the priority of the calling one and a stack of 256 KiB: dozens of
-/// default size would use up the address space of a process that is given little. The job must not
-/// throw. Null when the system has no thread to give.
-[[nodiscard]] std::unique_ptr<Thread> startSmallThread(Job job);
+/// Enough for a walk. Dozens of stacks of default size would use up the address space of a process
+/// that is given little.
+inline constexpr std::size_t smallStack = std::size_t{256} << 10U;
+
+/// Runs the job on a thread with the priority of the calling one and a stack of so many bytes. The
+/// job must not throw. Null when the system has no thread to give.
+[[nodiscard]] std::unique_ptr<Thread> startThread(Job job, std::size_t stackBytes);
 
 }  // namespace vestigo

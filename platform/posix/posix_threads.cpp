@@ -60,9 +60,8 @@ public:
     ~PosixThread() override {
         if (thread_) ::pthread_join(*thread_, nullptr);
     }
-    bool start(const Job& job) {
-        constexpr std::size_t stackBytes = std::size_t{256} << 10U;
-        thread_ = startThread(stackBytes, job);
+    bool start(const Job& job, std::size_t stackBytes) {
+        thread_ = startPosixThread(stackBytes, job);
         return thread_.has_value();
     }
 
@@ -72,7 +71,7 @@ private:
 
 }  // namespace
 
-std::optional<pthread_t> startThread(std::size_t stackBytes, const Job& job) {
+std::optional<pthread_t> startPosixThread(std::size_t stackBytes, const Job& job) {
     auto start = startOf(job);
     pthread_attr_t attributes;
     if (!start || !start->reserve || ::pthread_attr_init(&attributes) != 0) return std::nullopt;
@@ -85,9 +84,9 @@ std::optional<pthread_t> startThread(std::size_t stackBytes, const Job& job) {
     return thread;
 }
 
-std::unique_ptr<Thread> startSmallThread(Job job) {
+std::unique_ptr<Thread> startThread(Job job, std::size_t stackBytes) {
     auto thread = std::make_unique<PosixThread>();
-    if (!thread->start(atPriorityOfThisThread(std::move(job)))) return nullptr;
+    if (!thread->start(atPriorityOfThisThread(std::move(job)), stackBytes)) return nullptr;
     return thread;
 }
 

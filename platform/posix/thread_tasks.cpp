@@ -45,7 +45,7 @@ void ThreadTasks::run(Priority priority, Job job) {
         const std::lock_guard lock(running_->mutex);
         ++running_->count;
     }
-    if (const auto thread = startThread(stackBytes, body)) {
+    if (const auto thread = startPosixThread(stackBytes, body)) {
         ::pthread_detach(*thread);
     } else {
         // No more threads to be had: late is better than never.

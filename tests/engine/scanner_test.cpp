@@ -156,6 +156,24 @@ TEST_F(ScannerTest, MergesOverlappingSignaturePasses) {
     EXPECT_EQ(roots(), Paths{tree.at("a")});
 }
 
+TEST_F(ScannerTest, PublishesSignaturesInOrderHoweverManyAreInspectedAtATime) {
+    for (int i = 0; i < 100; ++i) tree.file("f" + std::to_string(i), intel);
+    std::vector<std::size_t> sizes;
+    bool inOrder = true;
+    const auto watching = scanner().subscribe([&](ScannerField field) {
+        if (field != ScannerField::signatures) return;
+        sizes.push_back(scanner().signatures().size());
+        const auto found = roots();
+        for (std::size_t i = 0; i < sizes.back(); ++i) {
+            inOrder = inOrder && scanner().signatures().contains(found[i]);
+        }
+    });
+    scan();
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{40, 80, 100}));
+    EXPECT_TRUE(inOrder);
+    EXPECT_EQ(inspected.size(), 100U);
+}
+
 TEST_F(ScannerTest, KeepsPrunedHitsAwayWhileTheScanGoesOn) {
     for (int i = 0; i < 2500; ++i) tree.file("A.app/f" + std::to_string(i), intel);
     scanner().startScan({tree.path()});
