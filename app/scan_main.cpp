@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,6 +18,7 @@
 #include "app/scan_options.h"
 #include "app/scan_session.h"
 #include "engine/scan_rules.h"
+#include "persist/file_memory_table.h"
 #include "persist/scan_file_reader.h"
 #include "persist/signature_inspector.h"
 #include "platform/interrupt.h"
@@ -101,6 +103,34 @@ std::variant<std::optional<ScanFile>, std::string> previousScan(const ScanOption
     return record;
 }
 
+/// Why the file cannot be used. Absent when it can, or when none is wanted.
+std::optional<std::string> cacheProblem(const ScanOptions& options) {
+    if (!options.cache) return std::nullopt;
+    const auto files = systemFiles();
+    if (!mayHoldFileMemory(*files, *options.cache)) {
+        return *options.cache + " is no cache of this program, and is left alone";
+    }
+    std::error_code error;
+    const auto folder = std::filesystem::absolute(*options.cache, error).parent_path();
+    if (!std::filesystem::is_directory(folder, error)) {
+        return *options.cache + " cannot be made: its folder does not exist";
+    }
+    return std::nullopt;
+}
+
+/// Tells when the scan has let go of it: by then the file has been replaced, or stays as it was.
+class CacheOfScan : public FileMemoryTable {
+public:
+    CacheOfScan(std::string path, std::shared_ptr<std::promise<void>> done)
+        : FileMemoryTable(systemFiles(), std::move(path)), done_(std::move(done)) {}
+    CacheOfScan(const CacheOfScan&) = delete;
+    CacheOfScan& operator=(const CacheOfScan&) = delete;
+    ~CacheOfScan() override { done_->set_value(); }
+
+private:
+    std::shared_ptr<std::promise<void>> done_;
+};
+
 void showProgress(const Scanner& scanner, ScannerField field, ProgressLine& line) {
     if (field == ScannerField::scannedCount && !scanner.currentPath().empty()) {
         line.show(scanner.scannedCount(), scanner.currentPath());
@@ -112,6 +142,7 @@ int scan(const ScanOptions& options) {
     if (roots.problem) return refuse(*roots.problem);
     auto previous = previousScan(options);
     if (const auto* const problem = std::get_if<std::string>(&previous)) return refuse(*problem);
+    if (const auto problem = cacheProblem(options)) return refuse(*problem);
 
     const auto loop = std::make_shared<RunLoop>();
     const auto interrupted = std::make_shared<bool>(false);
@@ -120,7 +151,16 @@ int scan(const ScanOptions& options) {
         loop->post([interrupted] { *interrupted = true; });
         return !*scanned;
     });
-    ScanSession session(servicesFor(options, loop),
+    auto services = servicesFor(options, loop);
+    const auto cacheDone = std::make_shared<std::promise<void>>();
+    if (options.cache) {
+        // Where a link leads the file is replaced, not the link.
+        const auto path = systemFiles()->resolved(*options.cache).value_or(*options.cache);
+        services.memory = [path, cacheDone] {
+            return std::make_unique<CacheOfScan>(path, cacheDone);
+        };
+    }
+    ScanSession session(std::move(services),
                         std::move(std::get<std::optional<ScanFile>>(previous)));
     {
         std::optional<ProgressLine> line;
@@ -134,6 +174,7 @@ int scan(const ScanOptions& options) {
     const auto text = options.json ? session.json() : session.csv();
     auto status = text ? print(*text) : notWritten;
     if (status == done && *interrupted) status = interruptedByUser;
+    if (options.cache) cacheDone->get_future().wait();
     // Giving every piece of the results back first would only take time.
     std::_Exit(status);
 }

@@ -6,7 +6,8 @@ namespace vestigo {
 namespace {
 
 constexpr const char* helpText =
-    "Usage: vestigo-scan [--all] [--json] [--previous FILE] [--no-signatures] [FOLDER ...]\n"
+    "Usage: vestigo-scan [--all] [--json] [--previous FILE] [--cache FILE]\n"
+    "                    [--no-signatures] [FOLDER ...]\n"
     "\n"
     "Finds programs that an Apple Silicon Mac cannot run natively (Intel, PowerPC) and prints\n"
     "them, grouped, as CSV. Reads only; removes and changes nothing.\n"
@@ -18,6 +19,9 @@ constexpr const char* helpText =
     "  --previous FILE   a saved-scan record: unchanged files are not read again, known "
     "signatures\n"
     "                    not inspected again\n"
+    "  --cache FILE      remembers which files are no Mach-O files, so that the next scan does "
+    "not\n"
+    "                    open them; made when missing, replaced after a complete scan\n"
     "  --no-signatures   leave the vendors out\n"
     "  --help            print this text\n"
     "  --version         print the version\n"
@@ -25,7 +29,8 @@ constexpr const char* helpText =
     "\n"
     "Exit status: 0 done; 1 the output could not be written; 2 wrong usage, a FOLDER that does "
     "not\n"
-    "exist, or an unusable --previous file; 130 interrupted: what was found is printed.\n";
+    "exist, or an unusable --previous or --cache file; 130 interrupted: what was found is "
+    "printed.\n";
 
 constexpr const char* versionText = "vestigo-scan " VESTIGO_VERSION "\n";
 
@@ -70,26 +75,32 @@ private:
     }
 
     void takeOption(const std::string& option) {
-        constexpr std::string_view previous = "--previous";
-        if (option == "--all") {
+        const auto name = option.substr(0, option.find('='));
+        auto* const file = name == "--previous" ? &options_.previous
+                           : name == "--cache"  ? &options_.cache
+                                                : nullptr;
+        if (file) {
+            const bool joined = name.size() < option.size();
+            const auto path = joined ? option.substr(name.size() + 1) : following();
+            takeFile(name, path, *file);
+        } else if (option == "--all") {
             options_.all = true;
         } else if (option == "--json") {
             options_.json = true;
         } else if (option == "--no-signatures") {
             options_.signatures = false;
-        } else if (option.starts_with("--previous=")) {
-            takePrevious(option.substr(previous.size() + 1));
-        } else if (option != previous) {
-            wrong_ = "unknown option " + option;
         } else {
-            takePrevious(arguments_.empty() ? "" : next());
+            wrong_ = "unknown option " + option;
         }
     }
 
-    void takePrevious(const std::string& file) {
-        if (file.empty()) wrong_ = "--previous needs a file";
-        if (options_.previous) wrong_ = "--previous is given twice";
-        options_.previous = file;
+    std::string following() { return arguments_.empty() ? "" : next(); }
+
+    void takeFile(const std::string& option, const std::string& path,
+                  std::optional<std::string>& file) {
+        if (path.empty()) wrong_ = option + " needs a file";
+        if (file) wrong_ = option + " is given twice";
+        file = path;
     }
 
     std::span<const std::string> arguments_;

@@ -15,6 +15,7 @@ struct ScanOptions {
     bool json = false;
     bool signatures = true;
     std::optional<std::string> previous;
+    std::optional<std::string> cache;  ///< The file of the memory of other files.
 };
 
 /// Print this on standard output and end well.

@@ -38,6 +38,7 @@ ScanSession::ScanSession(ScanSessionServices services, std::optional<ScanFile> p
           .migrate = {},
           .now = secondsSince2001,
           .priority = Priority::normal,
+          .memory = std::move(services.memory),
       })) {
     if (previous) scanner_->takeOver(std::move(*previous));
 }

@@ -17,6 +17,8 @@ struct ScanSessionServices {
     std::shared_ptr<BackgroundTasks> background;
     std::shared_ptr<DirectoryReader> reader;
     std::function<SignInfo(const std::string& root)> inspect;  ///< Empty: leave the vendors out.
+    /// As the Scanner's.
+    std::function<std::unique_ptr<FileMemory>()> memory = {};
 };
 
 /// Main thread only.

@@ -11,6 +11,7 @@
 #include "actions/administrator_cleanup.h"
 #include "actions/cleanup_script.h"
 #include "persist/background_scan_store.h"
+#include "persist/file_memory_table.h"
 #include "persist/migration.h"
 #include "persist/scan_cache.h"
 #include "persist/signature_inspector.h"
@@ -26,6 +27,16 @@ namespace {
 std::vector<std::string> launcherArguments(const std::string& scriptPath) {
     const auto arguments = osascriptArguments(scriptPath);
     return {arguments.begin(), arguments.end()};
+}
+
+/// One file for all windows. Empty where there is no folder for it.
+std::function<std::unique_ptr<FileMemory>()> memoryOfOtherFiles(std::shared_ptr<Files> files,
+                                                                const std::string& caches) {
+    if (caches.empty()) return {};
+    return [files = std::move(files), folder = caches + "/Vestigo"] {
+        files->createFolders(folder);
+        return std::make_unique<FileMemoryTable>(files, folder + "/other-files");
+    };
 }
 
 }  // namespace
@@ -86,6 +97,7 @@ ContentServices windowServices(Surroundings surroundings) {
         .priority = Priority::utility,
         .trash = std::move(surroundings.trash),
         .files = surroundings.files,
+        .memory = memoryOfOtherFiles(surroundings.files, surroundings.folders.caches),
     };
     services.desktop = std::move(surroundings.desktop);
     services.files = surroundings.files;

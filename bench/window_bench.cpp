@@ -38,6 +38,7 @@ namespace {
 Surroundings surroundingsIn(const std::string& folder) {
     auto surroundings = systemSurroundings();
     surroundings.folders.applicationSupport = folder;
+    surroundings.folders.caches = folder;
     surroundings.preferences = QtPreferences::inFile(folder + "/settings.ini");
     surroundings.preferences->setBoolean(preference::acceptedDisclaimer, true);
     surroundings.previousPreferences = nullptr;

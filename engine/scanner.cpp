@@ -24,6 +24,16 @@ namespace {
 
 constexpr std::size_t rootsPerPublication = 40;
 
+/// A scan that was stopped leaves the memory as it was.
+void walkWithMemory(DirectoryReader& reader,
+                    const std::function<std::unique_ptr<FileMemory>()>& openMemory,
+                    WalkRequest& request, const CancelFlag& cancelled, WalkListener& listener) {
+    const auto memory = openMemory ? openMemory() : nullptr;
+    request.memory = memory.get();
+    walk(reader, request, cancelled, listener);
+    if (memory && !cancelled.cancelled()) memory->finish();
+}
+
 }  // namespace
 
 /// Posts what a walk reports. Reports of any scan but the current one are dropped on arrival.
@@ -102,16 +112,6 @@ private:
         end();
     }
 
-    void end() {
-        main_->post([handle = handle_] {
-            if (handle->scanner) handle->scanner->takePassEnd();
-        });
-    }
-
-    void publish(SignatureMap found) {
-        main_->post([handle = handle_, found = std::move(found)] {
-            if (handle->scanner) handle->scanner->takeSignatures(found);
-        });
     /// What the threads of a pass share.
     struct Progress {
         std::atomic<std::size_t> next = 0;
@@ -147,8 +147,20 @@ private:
         }
     }
 
+    void end() {
+        main_->post([handle = handle_] {
+            if (handle->scanner) handle->scanner->takePassEnd();
+        });
     }
 
+    void publish(SignatureMap found) {
+        main_->post([handle = handle_, found = std::move(found)] {
+            if (handle->scanner) handle->scanner->takeSignatures(found);
+        });
+    }
+
+    // Property lists are read recursively.
+    static constexpr std::size_t stackBytes = std::size_t{1} << 20U;
     std::shared_ptr<MainQueue> main_;
     std::function<SignInfo(const std::string&)> inspect_;
     CancelFlag closing_;
@@ -159,8 +171,6 @@ private:
 Scanner::Scanner(ScannerServices services)
     : services_(std::move(services)),
       results_{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}},
-    // Property lists are read recursively.
-    static constexpr std::size_t stackBytes = std::size_t{1} << 20U;
       regrouping_(*results_.signatures),
       handle_(std::make_shared<Handle>(Handle{this})) {
     gone_ = services_.order->subscribe([this](const RootSet& gone) { takeGone(gone); });
@@ -187,16 +197,17 @@ void Scanner::startScan(std::vector<std::string> roots) {
     scan_ = services_.order->begin();
     ScanReports reports(services_.main, handle_, scan_);
     regrouping_.restart(intelOnly_);
-    services_.background->run(services_.priority,
-                              [reader = services_.reader, request = std::move(request),
-                               cancelled = *task_, reports = std::move(reports)]() mutable {
-                                  try {
-                                      walk(*reader, request, cancelled, reports);
-                                  } catch (const std::bad_alloc&) {
-                                      reports.failed();
-                                      throw;
-                                  }
-                              });
+    services_.background->run(
+        services_.priority,
+        [reader = services_.reader, memory = services_.memory, request = std::move(request),
+         cancelled = *task_, reports = std::move(reports)]() mutable {
+            try {
+                walkWithMemory(*reader, memory, request, cancelled, reports);
+            } catch (const std::bad_alloc&) {
+                reports.failed();
+                throw;
+            }
+        });
     for (const auto field :
          {ScannerField::scanning, ScannerField::scannedCount, ScannerField::currentPath,
           ScannerField::lastRoots, ScannerField::allHits, ScannerField::groups}) {

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/file_memory.h"
 #include "engine/observers.h"
 #include "engine/records.h"
 #include "engine/regrouping.h"
@@ -39,6 +40,9 @@ struct ScannerServices {
     /// What removals need. Both may be null: then nothing can be removed.
     std::shared_ptr<Trash> trash = {};
     std::shared_ptr<Files> files = {};
+    /// Opens the memory of the files that are no Mach-O files, for one scan; called on its
+    /// background thread. Empty: there is none.
+    std::function<std::unique_ptr<FileMemory>()> memory = {};
     /// One for all Scanners that share the store.
     std::shared_ptr<ScanOrder> order = std::make_shared<ScanOrder>();
 };

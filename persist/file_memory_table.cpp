@@ -44,7 +44,7 @@ FileMemoryTable::FileMemoryTable(std::shared_ptr<Files> files, std::string path)
 
 void FileMemoryTable::use(FingerprintTable table) {
     table_ = std::move(table);
-    seen_ = std::vector<std::atomic<std::uint64_t>>(table_.slots() / bitsPerWord + 1);
+    seen_ = std::vector<std::atomic<std::uint64_t>>(table_.slotCount() / bitsPerWord + 1);
     added_.clear();
     addedCount_ = 0;
 }
@@ -128,15 +128,15 @@ FingerprintTable FileMemoryTable::mergedWith(const FingerprintTable& base) const
         return age && *age < scansUnseen && !isAskedFor(slot);
     };
     auto count = addedCount_ + table_.size() - unseen();
-    for (std::size_t slot = 0; slot < base.slots(); ++slot) count += isLeft(slot) ? 1 : 0;
+    for (std::size_t slot = 0; slot < base.slotCount(); ++slot) count += isLeft(slot) ? 1 : 0;
     FingerprintTable result({base.identity().seed, base.identity().generation + 1}, count);
-    for (std::size_t slot = 0; slot < table_.slots(); ++slot) {
+    for (std::size_t slot = 0; slot < table_.slotCount(); ++slot) {
         if (isSeen(slot)) result.insert(table_.at(slot), 0);
     }
     for (const auto& block : added_) {
         for (const auto fingerprint : block) result.insert(fingerprint, 0);
     }
-    for (std::size_t slot = 0; slot < base.slots(); ++slot) {
+    for (std::size_t slot = 0; slot < base.slotCount(); ++slot) {
         if (isLeft(slot)) result.insert(base.at(slot), *base.age(slot) + 1);
     }
     return result;

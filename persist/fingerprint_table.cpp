@@ -81,12 +81,12 @@ bool FingerprintTable::isOne(std::string_view bytes) {
     return header.begin == mark || header.end == mark;
 }
 
-std::size_t FingerprintTable::slots() const {
+std::size_t FingerprintTable::slotCount() const {
     return (bytes_.size() - headerBytes) / sizeof(std::uint64_t);
 }
 
 std::size_t FingerprintTable::firstSlot(std::uint64_t fingerprint) const {
-    return static_cast<std::size_t>((fingerprint >> 32U) * slots() >> 32U);
+    return static_cast<std::size_t>((fingerprint >> 32U) * slotCount() >> 32U);
 }
 
 std::uint64_t FingerprintTable::slot(std::size_t index) const {
@@ -97,7 +97,7 @@ std::uint64_t FingerprintTable::slot(std::size_t index) const {
 
 std::optional<std::size_t> FingerprintTable::find(std::uint64_t fingerprint) const {
     const auto wanted = kept(fingerprint);
-    const auto count = slots();
+    const auto count = slotCount();
     auto index = firstSlot(wanted);
     for (std::size_t steps = 0; steps < count; ++steps) {
         const auto value = slot(index);
@@ -123,7 +123,7 @@ void FingerprintTable::insert(std::uint64_t fingerprint, unsigned age) {
     auto index = firstSlot(wanted);
     for (auto value = slot(index); value != 0; value = slot(index)) {
         if ((value & ~generationBits) == wanted) return;
-        if (++index == slots()) index = 0;
+        if (++index == slotCount()) index = 0;
     }
     const auto value = wanted | ((identity_.generation - age) & generationBits);
     std::memcpy(&bytes_[headerBytes + index * sizeof value], &value, sizeof value);
@@ -134,7 +134,7 @@ const std::string& FingerprintTable::bytes() {
     Header header;
     header.generation = identity_.generation;
     header.seed = identity_.seed;
-    header.slots = slots();
+    header.slots = slotCount();
     header.size = size_;
     std::memcpy(bytes_.data(), &header, sizeof header);
     header.checksum = checksumOf(bytes_);

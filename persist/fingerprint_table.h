@@ -32,7 +32,7 @@ public:
     [[nodiscard]] static bool isOne(std::string_view bytes);
 
     [[nodiscard]] Identity identity() const { return identity_; }
-    [[nodiscard]] std::size_t slots() const;
+    [[nodiscard]] std::size_t slotCount() const;
     [[nodiscard]] std::size_t size() const { return size_; }
     /// The slot in which a fingerprint lies.
     [[nodiscard]] std::optional<std::size_t> find(std::uint64_t fingerprint) const;

@@ -11,6 +11,7 @@ struct StandardFolders {
     std::string home;
     std::string applicationSupport;  ///< The user's; every program has a folder of its own in it.
     std::string temporary;           ///< Private to the user, never shared.
+    std::string caches = {};         ///< The user's, for what can be made anew.
 };
 
 }  // namespace vestigo

@@ -11,9 +11,9 @@
 namespace vestigo {
 namespace {
 
-std::string dataFolder(const std::string& home) {
-    if (auto folder = folderFromEnvironment("XDG_DATA_HOME")) return *folder;
-    return (home == "/" ? "" : home) + "/.local/share";
+std::string folderOrBelow(const char* variable, const std::string& home, const char* usual) {
+    if (auto folder = folderFromEnvironment(variable)) return *folder;
+    return (home == "/" ? "" : home) + usual;
 }
 
 /// A real folder of ours that nobody else may enter.
@@ -37,7 +37,8 @@ std::string privateFolder(const std::string& shared, const std::string& lastReso
 StandardFolders linuxStandardFolders(const std::string& sharedTemporary) {
     StandardFolders folders;
     folders.home = homeFolder();
-    folders.applicationSupport = dataFolder(folders.home);
+    folders.applicationSupport = folderOrBelow("XDG_DATA_HOME", folders.home, "/.local/share");
+    folders.caches = folderOrBelow("XDG_CACHE_HOME", folders.home, "/.cache");
     const auto runtime = folderFromEnvironment("XDG_RUNTIME_DIR");
     folders.temporary = runtime && isOursAlone(*runtime)
                             ? *runtime

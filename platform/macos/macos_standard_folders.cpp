@@ -24,8 +24,9 @@ std::optional<std::string> temporaryFolderOfUser() {
 StandardFolders macOSStandardFolders() {
     StandardFolders folders;
     folders.home = homeFolder();
-    folders.applicationSupport =
-        (folders.home == "/" ? "" : folders.home) + "/Library/Application Support";
+    const auto library = (folders.home == "/" ? "" : folders.home) + "/Library";
+    folders.applicationSupport = library + "/Application Support";
+    folders.caches = library + "/Caches";
     folders.temporary = temporaryFolderOfUser().value_or(folders.applicationSupport);
     return folders;
 }

@@ -19,6 +19,7 @@ TEST(ScanOptions, TakesFoldersAndOptionsInAnyOrder) {
     EXPECT_TRUE(parsed.json && parsed.all && !parsed.signatures);
     EXPECT_EQ(parsed.previous, "-p");
     EXPECT_EQ(options({"--previous=x=y"}).previous, "x=y");
+    EXPECT_EQ(options({"--cache", "c"}).cache, "c");
     EXPECT_TRUE(std::holds_alternative<WrongUsage>(
         parseScanOptions(Arguments{"--previous", "a", "--previous=b"})));
 }

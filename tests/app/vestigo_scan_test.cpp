@@ -1,8 +1,10 @@
 // The real program, as a script would call it.
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <set>
 #include <sstream>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -100,6 +102,33 @@ TEST_F(VestigoScanTest, ScansTheSmartFoldersOfItsUserWhenNoneIsNamed) {
     tree.file("Applications/Mine.app/x", test::thinMachO(test::cpuI386));
     EXPECT_NE(shell("$scan --no-signatures").output.find(tree.at("Applications/Mine.app")),
               std::string::npos);
+}
+
+TEST_F(VestigoScanTest, RemembersOtherFilesInACacheOfItsOwn) {
+    for (int i = 0; i < 50; ++i) tree.file("disk/text" + std::to_string(i), "no program");
+    const auto expected = shell("$scan --all disk").output;
+    // Nothing is remembered that has just changed.
+    std::this_thread::sleep_for(std::chrono::milliseconds(2100));
+    EXPECT_EQ(shell(": >real; ln -s real cache; $scan --all --cache cache disk").output, expected);
+    EXPECT_LE(content("cache").size(), 12U * 50 + 140);
+    EXPECT_EQ(shell("stat -c %a real; test -L cache").output, "600\n");
+    tree.file("disk/text7", test::thinMachO(test::cpuPpc));
+    const auto changed =
+        shell("$scan --all --cache=cache disk; $scan --all disk | cmp - out").output;
+    EXPECT_NE(changed.find("text7"), std::string::npos);
+    // Two at a time, again and again.
+    EXPECT_EQ(shell("for i in {1..8}; do for j in 1 2; do $scan --all --cache cache disk"
+                    " >one$j & done; wait; cmp one1 one2; done; $scan --all disk | cmp - one1")
+                  .output,
+              "");
+    tree.file("foreign", "something of the user's, longer than the beginning of any cache is");
+    for (const auto* const wrong : {"foreign", "disk", "missing/cache", "/dev/null"}) {
+        const auto refused = shell("$scan --cache " + std::string(wrong) + " disk");
+        EXPECT_EQ(refused.status, 2) << wrong;
+        EXPECT_EQ(refused.output, "") << wrong;
+        EXPECT_NE(refused.complaint.find(wrong), std::string::npos) << refused.complaint;
+    }
+    EXPECT_TRUE(content("foreign").starts_with("something"));
 }
 
 TEST_F(VestigoScanTest, SaysThatItRanOutOfMemory) {

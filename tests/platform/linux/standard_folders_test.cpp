@@ -18,6 +18,11 @@ TEST(LinuxStandardFolders, FollowTheEnvironmentWhereItIsAbsolute) {
         ::setenv("XDG_DATA_HOME", data, 1);
         EXPECT_EQ(linuxStandardFolders("/none").applicationSupport, support);
     }
+    for (const auto& [caches, expected] :
+         {std::pair("/c", "/c"), std::pair("relative", "/h/me/.cache")}) {
+        ::setenv("XDG_CACHE_HOME", caches, 1);
+        EXPECT_EQ(linuxStandardFolders("/none").caches, expected);
+    }
 }
 
 TEST(LinuxStandardFolders, TheTemporaryFolderIsOursAlone) {
