@@ -24,15 +24,27 @@ class PreviousHits {
 public:
     explicit PreviousHits(const HitList& hits) {
         byPath_.reserve(hits.size());
-        for (const auto& hit : hits) byPath_.emplace(hit->path, &hit);
+        mayHold_.resize(hits.size() * bitsPerHit);
+        for (const auto& hit : hits) {
+            byPath_.emplace(hit->path, &hit);
+            mayHold_[bitOf(hit->path)] = true;
+        }
     }
     [[nodiscard]] const HitRef* find(std::string_view path) const {
-        if (byPath_.empty()) return nullptr;
+        // Nearly all files are no hits: these bits say so without a walk through the table's
+        // memory.
+        if (byPath_.empty() || !mayHold_[bitOf(path)]) return nullptr;
         const auto found = byPath_.find(path);
         return found == byPath_.end() ? nullptr : found->second;
     }
 
 private:
+    static constexpr std::size_t bitsPerHit = 16;
+    [[nodiscard]] std::size_t bitOf(std::string_view path) const {
+        return std::hash<std::string_view>()(path) % mayHold_.size();
+    }
+
+    std::vector<bool> mayHold_;
     std::unordered_map<std::string_view, const HitRef*> byPath_;
 };
 

@@ -124,6 +124,8 @@ public:
         constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
         auto file = openPatiently(folder_.get(), name, flags);
         if (!file) return nullptr;
+        // Only the start is read; the system would fetch what follows it as well.
+        ::fcntl(file.get(), F_RDAHEAD, 0);
         return std::make_unique<MacOSHeaderFile>(std::move(file));
     }
 
