@@ -1,8 +1,9 @@
 // The floor: the system calls that no scan of a folder can do without, and nothing else.
 //
-// Lists a folder in no particular order on some threads, asks for the attributes of every file that
-// a scan would look at, and opens it, reads its first 4096 bytes and closes it. What a scan leaves
-// out by name is left out here too, so both visit the same files; nothing is kept but their number.
+// Lists a folder in no particular order on some threads, and opens every file that a scan would
+// look at, reads its first 4096 bytes and closes it. In another mode it only asks for their
+// attributes, as a scan does of files that it remembers. What a scan leaves out by name is left out
+// here too, so both visit the same files; nothing is kept but their number.
 #include <condition_variable>
 #include <cstdint>
 #include <cstdio>
@@ -127,23 +128,20 @@ private:
     void visitFile(int folder, const char* name) {
         ++totals_.files;
         if (work_ == Work::readAll) {
-            readFile(folder, name, true);
+            readFile(folder, name);
             return;
         }
         struct statx attributes;
         if (statx(folder, name, AT_SYMLINK_NOFOLLOW, wanted, &attributes) != 0) return;
         // The tree generator gives the execute permission to Mach-O files and to no others.
         if (work_ == Work::readUnknown && (attributes.stx_mode & S_IXUSR) == 0) {
-            readFile(folder, name, false);
+            readFile(folder, name);
         }
     }
 
-    void readFile(int folder, const char* name, bool withAttributes) {
+    void readFile(int folder, const char* name) {
         const int file = openat(folder, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
         if (file < 0) return;
-        struct statx attributes;
-        // By descriptor it costs less than by name, which would be looked up a second time.
-        if (withAttributes) (void)statx(file, "", AT_EMPTY_PATH, wanted, &attributes);
         const auto length = read(file, header_, sizeof header_);
         ++totals_.opened;
         if (length > 0) totals_.bytes += static_cast<std::uint64_t>(length);
