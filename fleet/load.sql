@@ -142,6 +142,10 @@ DELETE FROM refused WHERE file IN (SELECT file FROM incoming_report);
 INSERT INTO refused (file, reason) SELECT file, reason FROM incoming_refused
 ON CONFLICT (file) DO UPDATE SET reason = excluded.reason, refused_at = excluded.refused_at;
 
+REFRESH MATERIALIZED VIEW latest_by_kind;
+REFRESH MATERIALIZED VIEW latest_by_product;
+REFRESH MATERIALIZED VIEW latest_by_vendor;
+
 SELECT count(*) AS loaded,
        (SELECT count(*) FROM incoming_report WHERE file NOT IN (SELECT file FROM incoming_refused))
            - count(*) AS already_there,

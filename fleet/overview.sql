@@ -20,24 +20,14 @@ WHERE to_do GROUP BY machine, host, taken_at
 ORDER BY components DESC, files DESC, machine LIMIT 10;
 
 \echo What is to be done?
-SELECT fix, category, sum(components) AS components, count(*) AS machines
-FROM (SELECT fix, category, report, count(*) AS components FROM latest GROUP BY fix, category, report) had
-GROUP BY fix, category ORDER BY fix, components DESC;
+SELECT fix, category, components, machines FROM latest_by_kind ORDER BY fix, components DESC;
 
 \echo Which products are on most machines?
-WITH product AS (
-    SELECT id, min(id) OVER (PARTITION BY bundle, vendor, fix) AS product FROM component WHERE to_do
-), spread AS (
-    SELECT product, count(DISTINCT report) AS machines FROM latest JOIN product USING (id) GROUP BY product
-)
-SELECT bundle, vendor, fix, machines
-FROM spread JOIN component ON component.id = product
-ORDER BY machines DESC, bundle LIMIT 15;
+SELECT bundle, vendor, fix, components, machines FROM latest_by_product
+ORDER BY machines DESC, bundle, vendor LIMIT 15;
 
 \echo Whose are they?
-SELECT vendor, count(*) AS machines, sum(components) AS components
-FROM (SELECT vendor, report, count(*) AS components FROM latest WHERE to_do GROUP BY vendor, report) had
-GROUP BY vendor ORDER BY machines DESC, vendor LIMIT 15;
+SELECT vendor, components, machines FROM latest_by_vendor ORDER BY machines DESC, vendor LIMIT 15;
 
 \echo What has changed from the report before to the latest, on machines that have both?
 SELECT change, count(*) AS components, count(DISTINCT report) AS machines

@@ -1,6 +1,7 @@
 -- What the questions look at. Run after schema.sql, and again when this file has changed.
 
 \set ON_ERROR_STOP on
+SET client_min_messages = warning;
 BEGIN;
 
 -- Each machine's latest report by the machine's own time: there is no common day.
@@ -20,6 +21,29 @@ FROM latest_report report
 CROSS JOIN LATERAL (SELECT * FROM found WHERE found.week = report.week AND found.report = report.id
                     OFFSET 0) found
 JOIN component ON component.id = found.component;
+
+-- The same, counted; worked out anew by every load, since counting a million rows takes longer than asking.
+DROP MATERIALIZED VIEW IF EXISTS latest_by_kind, latest_by_product, latest_by_vendor;
+
+CREATE MATERIALIZED VIEW latest_by_kind AS
+SELECT fix, category, sum(components) AS components, count(*) AS machines
+FROM (SELECT fix, category, report, count(*) AS components FROM latest GROUP BY fix, category, report) had
+GROUP BY fix, category;
+
+CREATE MATERIALIZED VIEW latest_by_product AS
+WITH product AS (
+    SELECT id, min(id) OVER (PARTITION BY bundle, vendor, fix) AS product FROM component WHERE to_do
+), spread AS (
+    SELECT product, count(*) AS components, count(DISTINCT report) AS machines
+    FROM latest JOIN product USING (id) GROUP BY product
+)
+SELECT bundle, vendor, fix, spread.components, spread.machines
+FROM spread JOIN component ON component.id = product;
+
+CREATE MATERIALIZED VIEW latest_by_vendor AS
+SELECT vendor, sum(components) AS components, count(*) AS machines
+FROM (SELECT vendor, report, count(*) AS components FROM latest WHERE to_do GROUP BY vendor, report) had
+GROUP BY vendor;
 
 -- What has come and gone since the reports before.
 CREATE OR REPLACE VIEW latest_change AS
