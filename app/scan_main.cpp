@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "app/progress_line.h"
+#include "app/scan_folders.h"
 #include "app/scan_options.h"
 #include "app/scan_session.h"
-#include "engine/scan_rules.h"
 #include "persist/file_memory_table.h"
 #include "persist/scan_file_reader.h"
 #include "persist/signature_inspector.h"
@@ -28,9 +28,15 @@
 namespace vestigo {
 namespace {
 
-enum Status : int { done = 0, notWritten = 1, wrongUsage = 2, interruptedByUser = 130 };
+enum Status : int {
+    done = 0,
+    notWritten = 1,
+    wrongUsage = 2,
+    legacyFound = 3,
+    interruptedByUser = 130,
+};
 
-int refuse(const std::string& message) {
+int complain(const std::string& message) {
     std::fprintf(stderr, "vestigo-scan: %s\n", printable(message).c_str());
     return wrongUsage;
 }
@@ -42,41 +48,6 @@ int print(const std::string& text) {
     if (written) return done;
     if (errno != EPIPE) std::perror("vestigo-scan: cannot write the output");
     return notWritten;
-}
-
-/// The folders to walk, or why one of them cannot be.
-struct Roots {
-    std::vector<std::string> folders;
-    std::optional<std::string> problem;
-};
-
-Roots rootsOf(const ScanOptions& options) {
-    if (options.folders.empty()) {
-        return {scanRoots(std::nullopt, Scope::smart, systemHomeFolder()), {}};
-    }
-    std::error_code error;
-    const auto current = std::filesystem::current_path(error).string();
-    Roots roots;
-    for (const auto& folder : options.folders) {
-        auto path = absoluteLexically(folder, current);
-        if (!path.starts_with('/')) return {{}, "the current folder is gone"};
-        const auto status = std::filesystem::status(path, error);
-        if (status.type() == std::filesystem::file_type::not_found) {
-            return {{}, folder + " does not exist"};
-        }
-        if (!std::filesystem::status_known(status) ||
-            status.type() == std::filesystem::file_type::unknown) {
-            return {{}, folder + " cannot be looked at"};
-        }
-        if (std::filesystem::exists(status) && !std::filesystem::is_directory(status)) {
-            return {{}, folder + " is not a folder"};
-        }
-        // Walked once, however often it is named: nothing should count twice.
-        if (std::ranges::find(roots.folders, path) == roots.folders.end()) {
-            roots.folders.push_back(std::move(path));
-        }
-    }
-    return roots;
 }
 
 ScanSessionServices servicesFor(const ScanOptions& options, std::shared_ptr<RunLoop> loop) {
@@ -137,12 +108,21 @@ void showProgress(const Scanner& scanner, ScannerField field, ProgressLine& line
     }
 }
 
+/// Whether there is something that its owner should deal with.
+bool holdsLegacy(const Scanner& scanner) {
+    return std::ranges::any_of(scanner.groups(), [](const BundleGroup& group) {
+        return group.fix != Fix::keep && group.fix != Fix::apple;
+    });
+}
+
 int scan(const ScanOptions& options) {
-    auto roots = rootsOf(options);
-    if (roots.problem) return refuse(*roots.problem);
+    auto folders = scanFolders(options, *systemDirectoryReader(), *systemFiles());
+    if (folders.refusal) return complain(*folders.refusal);
     auto previous = previousScan(options);
-    if (const auto* const problem = std::get_if<std::string>(&previous)) return refuse(*problem);
-    if (const auto problem = cacheProblem(options)) return refuse(*problem);
+    if (const auto* const problem = std::get_if<std::string>(&previous)) return complain(*problem);
+    if (const auto problem = cacheProblem(options)) return complain(*problem);
+    for (const auto& folder : folders.unopened) complain(folder);
+    if (folders.roots.empty()) return wrongUsage;
 
     const auto loop = std::make_shared<RunLoop>();
     const auto interrupted = std::make_shared<bool>(false);
@@ -168,12 +148,16 @@ int scan(const ScanOptions& options) {
         const auto watching = session.scanner().subscribe([&](ScannerField field) {
             if (line) showProgress(session.scanner(), field, *line);
         });
-        session.run(std::move(roots.folders), options.all, *interrupted);
+        session.run(std::move(folders.roots), folders.named, options.all, *interrupted);
     }
     *scanned = true;
     const auto text = options.json ? session.json() : session.csv();
     auto status = text ? print(*text) : notWritten;
     if (status == done && *interrupted) status = interruptedByUser;
+    if (status == done && !folders.unopened.empty()) status = wrongUsage;
+    if (status == done && options.failOnLegacy && holdsLegacy(session.scanner())) {
+        status = legacyFound;
+    }
     if (options.cache) cacheDone->get_future().wait();
     // Giving every piece of the results back first would only take time.
     std::_Exit(status);
@@ -183,7 +167,7 @@ int runProgram(const std::vector<std::string>& arguments) {
     const auto parsed = parseScanOptions(arguments);
     if (const auto* const text = std::get_if<PrintText>(&parsed)) return print(text->text);
     if (const auto* const wrong = std::get_if<WrongUsage>(&parsed)) {
-        return refuse(wrong->message + " (see --help)");
+        return complain(wrong->message + " (see --help)");
     }
     return scan(std::get<ScanOptions>(parsed));
 }

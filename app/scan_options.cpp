@@ -1,38 +1,64 @@
 #include "app/scan_options.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <string_view>
 
 namespace vestigo {
 namespace {
 
 constexpr const char* helpText =
-    "Usage: vestigo-scan [--all] [--json] [--previous FILE] [--cache FILE]\n"
-    "                    [--no-signatures] [FOLDER ...]\n"
-    "\n"
-    "Finds programs that an Apple Silicon Mac cannot run natively (Intel, PowerPC) and prints\n"
-    "them, grouped, as CSV. Reads only; removes and changes nothing.\n"
-    "\n"
-    "  FOLDER            walked in the order given; none: the smart folders, such as "
-    "/Applications\n"
-    "  --all             every Mach-O file, not only the legacy ones\n"
-    "  --json            print the saved-scan record instead of CSV\n"
-    "  --previous FILE   a saved-scan record: unchanged files are not read again, known "
-    "signatures\n"
-    "                    not inspected again\n"
-    "  --cache FILE      remembers which files are no Mach-O files, so that the next scan does "
-    "not\n"
-    "                    open them; made when missing, replaced after a complete scan\n"
-    "  --no-signatures   leave the vendors out\n"
-    "  --help            print this text\n"
-    "  --version         print the version\n"
-    "  --                what follows is a folder, whatever it looks like\n"
-    "\n"
-    "Exit status: 0 done; 1 the output could not be written; 2 wrong usage, a FOLDER that does "
-    "not\n"
-    "exist, or an unusable --previous or --cache file; 130 interrupted: what was found is "
-    "printed.\n";
+    R"(Usage: vestigo-scan [OPTION ...] [--all-users | FOLDER ...]
+
+Finds programs that an Apple Silicon Mac cannot run natively (Intel, PowerPC)
+and prints them, grouped, as CSV. Reads only; removes and changes nothing.
+
+  FOLDER            walked in the order given; folders that overlap count once.
+                    What scans leave out, such as /Volumes, does not count for
+                    a FOLDER at or below it. None: the smart folders, such as
+                    /Applications and ~/Library
+  --all-users       the smart folders, with ~ for the home of every user
+  --all             every Mach-O file, not only the legacy ones
+  --json            print the saved-scan record instead of CSV
+  --previous FILE   a saved-scan record: Mach-O files that have not changed are
+                    not read again, known signatures not inspected again
+  --cache FILE      remembers which files are no Mach-O files, so that the next
+                    scan does not open them; made when missing, replaced after
+                    a complete scan
+  --no-signatures   inspect no signatures; those that --previous brings are
+                    used. Without them vendors are missing, and Apple's code
+                    shows as Manual or Keep
+  --fail-on-legacy  exit status 3 when something is printed whose fix is
+                    neither Keep nor Apple
+  -h, --help        print this text
+  -V, --version     print the version
+  --                what follows is a folder, whatever it looks like
+
+Exit status:
+  0    done
+  1    the output could not be written, or memory ran out
+  2    wrong usage, a FOLDER that does not exist, or an unusable --previous or
+       --cache file: nothing is scanned. Or a FOLDER that cannot be opened: the
+       others are scanned
+  3    with --fail-on-legacy: see there
+  130  interrupted by SIGINT (Ctrl-C) or SIGTERM: what was found is printed
+)";
 
 constexpr const char* versionText = "vestigo-scan " VESTIGO_VERSION "\n";
+
+struct Flag {
+    std::string_view name;
+    bool ScanOptions::*field;
+    bool value;
+};
+
+constexpr Flag flags[] = {
+    {"--all", &ScanOptions::all, true},
+    {"--json", &ScanOptions::json, true},
+    {"--all-users", &ScanOptions::allUsers, true},
+    {"--no-signatures", &ScanOptions::signatures, false},
+    {"--fail-on-legacy", &ScanOptions::failOnLegacy, true},
+};
 
 class Parser {
 public:
@@ -41,6 +67,9 @@ public:
     std::variant<ScanOptions, PrintText, WrongUsage> parse() {
         while (!arguments_.empty() && !text_ && !wrong_) take(next());
         if (text_) return PrintText{text_};
+        if (options_.allUsers && !options_.folders.empty() && !wrong_) {
+            wrong_ = "--all-users goes without a folder";
+        }
         if (wrong_) return WrongUsage{*wrong_};
         return options_;
     }
@@ -59,7 +88,7 @@ private:
             onlyFolders_ = true;
         } else if (argument == "--help" || argument == "-h") {
             text_ = helpText;
-        } else if (argument == "--version") {
+        } else if (argument == "--version" || argument == "-V") {
             text_ = versionText;
         } else {
             takeOption(argument);
@@ -79,16 +108,13 @@ private:
         auto* const file = name == "--previous" ? &options_.previous
                            : name == "--cache"  ? &options_.cache
                                                 : nullptr;
+        const auto* const flag = std::ranges::find(flags, option, &Flag::name);
         if (file) {
             const bool joined = name.size() < option.size();
             const auto path = joined ? option.substr(name.size() + 1) : following();
             takeFile(name, path, *file);
-        } else if (option == "--all") {
-            options_.all = true;
-        } else if (option == "--json") {
-            options_.json = true;
-        } else if (option == "--no-signatures") {
-            options_.signatures = false;
+        } else if (flag != std::end(flags)) {
+            options_.*flag->field = flag->value;
         } else {
             wrong_ = "unknown option " + option;
         }

@@ -14,6 +14,8 @@ struct ScanOptions {
     bool all = false;                  ///< Every Mach-O file, not only the legacy ones.
     bool json = false;
     bool signatures = true;
+    bool allUsers = false;      ///< The smart folders with the homes of all users; no folders.
+    bool failOnLegacy = false;  ///< A status of its own when something is to be dealt with.
     std::optional<std::string> previous;
     std::optional<std::string> cache;  ///< The file of the memory of other files.
 };

@@ -45,8 +45,9 @@ ScanSession::ScanSession(ScanSessionServices services, std::optional<ScanFile> p
 
 ScanSession::~ScanSession() = default;
 
-void ScanSession::run(std::vector<std::string> roots, bool all, const bool& interrupted) {
-    scanner_->startScan(std::move(roots));
+void ScanSession::run(std::vector<std::string> roots, bool rootsAreNamed, bool all,
+                      const bool& interrupted) {
+    scanner_->startScan(std::move(roots), rootsAreNamed);
     if (all) scanner_->setIntelOnly(false);
     loop_->runUntil([this, &interrupted] {
         if (interrupted && scanner_->scanning()) scanner_->stop();

@@ -30,7 +30,8 @@ public:
 
     /// Blocks until the scan and its signatures are done. A job on the loop may set `interrupted`:
     /// that ends it as the Stop button would, without the signatures not known by then.
-    void run(std::vector<std::string> roots, bool all, const bool& interrupted);
+    /// `rootsAreNamed`: as the walk's request has it.
+    void run(std::vector<std::string> roots, bool rootsAreNamed, bool all, const bool& interrupted);
 
     [[nodiscard]] Scanner& scanner() { return *scanner_; }
     /// The results as CSV.

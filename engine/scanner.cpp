@@ -184,7 +184,7 @@ Scanner::~Scanner() {
     if (task_) task_->cancel();
 }
 
-void Scanner::startScan(std::vector<std::string> roots) {
+void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed) {
     if (scanning_) return;
     scanning_ = true;
     walking_ = true;
@@ -192,7 +192,9 @@ void Scanner::startScan(std::vector<std::string> roots) {
     scannedCount_ = 0;
     currentPath_.clear();
     results_.roots = roots;
-    WalkRequest request{std::move(roots), std::exchange(results_.hits, {})};
+    WalkRequest request{.roots = std::move(roots),
+                        .previous = std::exchange(results_.hits, {}),
+                        .rootsAreNamed = rootsAreNamed};
     task_ = CancelFlag();
     scan_ = services_.order->begin();
     ScanReports reports(services_.main, handle_, scan_);

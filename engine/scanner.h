@@ -103,7 +103,8 @@ public:
     /// Ignored while a scan runs.
     void takeOver(ScanFile record);
     /// Ignored while a scan runs. A scan that runs out of memory ends with what was found by then.
-    void startScan(std::vector<std::string> roots);
+    /// `rootsAreNamed`: as the walk's request has it.
+    void startScan(std::vector<std::string> roots, bool rootsAreNamed = false);
     /// The scan ends within a moment; what it found by then is still handed over.
     void stop();
     void setIntelOnly(bool value);

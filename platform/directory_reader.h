@@ -71,7 +71,8 @@ public:
 class DirectoryReader {
 public:
     virtual ~DirectoryReader() = default;
-    /// Symbolic links in the path are followed. Null when it is no folder or cannot be opened.
+    /// Symbolic links in the path are followed. Null with errno when it is no folder or cannot be
+    /// opened.
     /// Paths may be longer than the system's limit for one call.
     [[nodiscard]] virtual std::unique_ptr<Folder> open(const std::string& path) = 0;
     /// How many folders may be held open at a time, each with one of its files, next to as many

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/bundle_information.h"
 #include "platform/cleanup_trash.h"
@@ -41,6 +42,9 @@ void endWhenOutOfMemory(std::string line);
 [[nodiscard]] StandardFolders systemFolders();
 /// Only the home folder; touches nothing.
 [[nodiscard]] std::string systemHomeFolder();
+/// The home folders of all users of this machine: those where the system keeps them, by name, the
+/// administrator's and this user's own, each once. Never empty.
+[[nodiscard]] std::vector<std::string> systemHomeFolders();
 
 [[nodiscard]] std::shared_ptr<Trash> systemTrash(const StandardFolders& folders);
 [[nodiscard]] std::shared_ptr<CleanupTrash> systemCleanupTrash(const StandardFolders& folders,

@@ -8,6 +8,7 @@
 #include "platform/linux/linux_owner_authentication.h"
 #include "platform/linux/linux_standard_folders.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/posix/home_folder.h"
 #include "platform/system.h"
 
 namespace vestigo {
@@ -29,6 +30,10 @@ std::shared_ptr<CodeSigning> systemCodeSigning() {
 
 std::shared_ptr<BundleReader> systemBundles() {
     return std::make_shared<LinuxBundleReader>();
+}
+
+std::vector<std::string> systemHomeFolders() {
+    return homeFolders("/home");
 }
 
 StandardFolders systemFolders() {

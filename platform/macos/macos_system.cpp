@@ -6,12 +6,17 @@
 #include "platform/launched_administrator.h"
 #include "platform/macos/macos_directory_reader.h"
 #include "platform/macos/macos_standard_folders.h"
+#include "platform/posix/home_folder.h"
 #include "platform/system.h"
 
 namespace vestigo {
 
 std::shared_ptr<DirectoryReader> systemDirectoryReader() {
     return std::make_shared<MacOSDirectoryReader>();
+}
+
+std::vector<std::string> systemHomeFolders() {
+    return homeFolders("/Users");
 }
 
 StandardFolders systemFolders() {

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vestigo {
 
@@ -13,5 +14,9 @@ namespace vestigo {
 
 /// $HOME, else what the user database says, else "/"; touches nothing.
 [[nodiscard]] std::string homeFolder();
+
+/// The folders in `parent` that are not hidden, by name, then the home of root and `homeFolder`,
+/// each once: of two ways to one folder the first counts.
+[[nodiscard]] std::vector<std::string> homeFolders(const std::string& parent);
 
 }  // namespace vestigo

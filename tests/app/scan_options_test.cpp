@@ -1,8 +1,15 @@
 #include "app/scan_options.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
 #include <gtest/gtest.h>
 
 #include "app/progress_line.h"
+#include "app/scan_folders.h"
+#include "platform/system.h"
+#include "tests/support/temporary_tree.h"
 
 namespace vestigo {
 namespace {
@@ -20,6 +27,8 @@ TEST(ScanOptions, TakesFoldersAndOptionsInAnyOrder) {
     EXPECT_EQ(parsed.previous, "-p");
     EXPECT_EQ(options({"--previous=x=y"}).previous, "x=y");
     EXPECT_EQ(options({"--cache", "c"}).cache, "c");
+    EXPECT_TRUE(
+        std::holds_alternative<WrongUsage>(parseScanOptions(Arguments{"--all-users", "a"})));
     EXPECT_TRUE(std::holds_alternative<WrongUsage>(
         parseScanOptions(Arguments{"--previous", "a", "--previous=b"})));
 }
@@ -28,6 +37,28 @@ TEST(AbsoluteLexically, WorksOnTheTextAlone) {
     EXPECT_EQ(absoluteLexically("../x/./y//", "/a/b"), "/a/x/y");
     EXPECT_EQ(absoluteLexically("../../..", "/a"), "/");
     EXPECT_EQ(absoluteLexically("\xFF\n", "/a"), "/a/\xFF\n");
+}
+
+TEST(HelpText, FitsATerminalOf80Columns) {
+    std::istringstream help(std::get<PrintText>(parseScanOptions(Arguments{"-h"})).text);
+    for (std::string line; std::getline(help, line);) EXPECT_LT(line.size(), 80U) << line;
+}
+
+TEST(ScanFolders, HaveThoseOfAllHomesInTheirPlace) {
+    const test::TemporaryTree tree;
+    ASSERT_EQ(::setenv("HOME", tree.path().c_str(), 1), 0);
+    const auto roots = [](bool allUsers) {
+        ScanOptions options;
+        options.allUsers = allUsers;
+        return scanFolders(options, *systemDirectoryReader(), *systemFiles()).roots;
+    };
+    const auto ofAll = roots(true);
+    // Root's are among them.
+    EXPECT_GE(ofAll.size(), roots(false).size() + 2);
+    const auto at = [&](const std::string& folder) { return std::ranges::find(ofAll, folder); };
+    EXPECT_LT(at("/Applications"), at(tree.at("Applications")));
+    EXPECT_LT(at(tree.at("Applications")), at("/Library"));
+    EXPECT_LT(at(tree.at("Library")), at("/usr/local"));
 }
 
 TEST(ProgressText, FitsTheLineAndHoldsNothingHarmful) {

@@ -30,7 +30,7 @@ std::optional<ScanFile> interruptedScan(bool atOnce) {
     const auto watching = session.scanner().subscribe([&](ScannerField field) {
         if (field == ScannerField::signatures) interrupted = true;
     });
-    session.run({tree.path()}, false, interrupted);
+    session.run({tree.path()}, true, false, interrupted);
     EXPECT_TRUE(interrupted);
     EXPECT_FALSE(session.scanner().scanning());
     EXPECT_TRUE(session.csv().starts_with("category,"));

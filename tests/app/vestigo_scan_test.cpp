@@ -61,6 +61,41 @@ TEST_F(VestigoScanTest, PrintsTheLegacyGroupsOfTheFolders) {
         << all;
 }
 
+TEST_F(VestigoScanTest, CountsFoldersThatOverlapOnce) {
+    tree.file("disk/.hidden/secret", test::thinMachO(test::cpuPpc));
+    ASSERT_EQ(symlink("bin", tree.at("disk/other").c_str()), 0);
+    const auto once = shell("$scan --all disk").output;
+    EXPECT_EQ(shell("$scan --all disk/bin disk/other disk disk/A.app $PWD/disk").output, once);
+    // What a walk does not come to by itself is walked when it is named.
+    const auto both = shell("$scan --all --no-signatures disk disk/.hidden").output;
+    EXPECT_NE(both.find("secret"), std::string::npos) << both;
+    EXPECT_EQ(both.find("A.app\"\n"), both.rfind("A.app\"\n"));
+}
+
+TEST_F(VestigoScanTest, LooksIntoAPlaceThatIsLeftOutWhenItIsNamed) {
+    const auto found = shell(
+        "folder=$(mktemp -d /dev/shm/vestigo.XXXXXX) || exit 77; cp -r disk $folder;"
+        "$scan $folder/disk | grep -c A.app; rm -r $folder");
+    if (found.status == 77) GTEST_SKIP() << "no /dev/shm";
+    EXPECT_EQ(found.output, "1\n");
+}
+
+TEST_F(VestigoScanTest, ScansTheOtherFoldersWhenOneCannotBeOpened) {
+    ASSERT_EQ(symlink("loop", tree.at("loop").c_str()), 0);
+    const auto result = shell("$scan loop disk");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.complaint,
+              "vestigo-scan: cannot open loop: Too many levels of symbolic links\n");
+    EXPECT_EQ(result.output, shell("$scan disk").output);
+}
+
+TEST_F(VestigoScanTest, TellsByItsStatusThatLegacyCodeWasFound) {
+    EXPECT_EQ(shell("$scan --fail-on-legacy disk").status, 3);
+    EXPECT_EQ(shell("$scan --fail-on-legacy --json disk").status, 3);
+    EXPECT_EQ(shell("$scan --fail-on-legacy --all disk/bin").status, 0);
+    EXPECT_EQ(shell("$scan disk").status, 0);
+}
+
 TEST_F(VestigoScanTest, PrintsARecordThatTheNextScanTakesOver) {
     auto known = shell("$scan --json disk").output;
     const auto record = decodeScanFile(known);
