@@ -14,10 +14,10 @@
 #include <variant>
 #include <vector>
 
-#include "app/progress_line.h"
 #include "app/scan_folders.h"
 #include "app/scan_options.h"
 #include "app/scan_session.h"
+#include "app/terminal_output.h"
 #include "persist/file_memory_table.h"
 #include "persist/scan_file_reader.h"
 #include "persist/signature_inspector.h"
@@ -36,18 +36,20 @@ enum Status : int {
     interruptedByUser = 130,
 };
 
-int complain(const std::string& message) {
+Status complain(const std::string& message) {
     std::fprintf(stderr, "vestigo-scan: %s\n", printable(message).c_str());
     return wrongUsage;
 }
 
-/// Whoever closed the pipe knows; other failures are said.
-int print(const std::string& text) {
-    const bool written =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-    if (written) return done;
+/// A closed pipe is the reader's choice and not an error; every other write failure is reported.
+Status print(const std::string& text) {
+    if (writeOutput(text)) return done;
     if (errno != EPIPE) std::perror("vestigo-scan: cannot write the output");
     return notWritten;
+}
+
+Status printFindings(const std::string& text) {
+    return print(outputIsTerminal() ? escapedForTerminal(text) : text);
 }
 
 ScanSessionServices servicesFor(const ScanOptions& options, std::shared_ptr<RunLoop> loop) {
@@ -143,16 +145,15 @@ int scan(const ScanOptions& options) {
     ScanSession session(std::move(services),
                         std::move(std::get<std::optional<ScanFile>>(previous)));
     {
-        std::optional<ProgressLine> line;
-        if (const auto width = errorTerminalWidth()) line.emplace(*width);
-        const auto watching = session.scanner().subscribe([&](ScannerField field) {
-            if (line) showProgress(session.scanner(), field, *line);
-        });
+        ProgressLine line;
+        const auto watching = session.scanner().subscribe(
+            [&](ScannerField field) { showProgress(session.scanner(), field, line); });
         session.run(std::move(folders.roots), folders.named, options.all, *interrupted);
     }
     *scanned = true;
     const auto text = options.json ? session.json() : session.csv();
-    auto status = text ? print(*text) : notWritten;
+    if (!text) complain("the findings cannot be written as a record");
+    auto status = text ? printFindings(*text) : notWritten;
     if (status == done && *interrupted) status = interruptedByUser;
     if (status == done && !folders.unopened.empty()) status = wrongUsage;
     if (status == done && options.failOnLegacy && holdsLegacy(session.scanner())) {

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "app/progress_line.h"
 #include "app/scan_folders.h"
+#include "app/terminal_output.h"
 #include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
@@ -64,8 +64,17 @@ TEST(ScanFolders, HaveThoseOfAllHomesInTheirPlace) {
 TEST(ProgressText, FitsTheLineAndHoldsNothingHarmful) {
     EXPECT_EQ(progressText(12000, "/a/b", 40), "12000 files  /a/b");
     EXPECT_EQ(progressText(1000, "/abcdefghij", 20), "1000 files  …efghij");
-    EXPECT_EQ(progressText(1000, "/\x1B[2J\xFF\n\xC2\x9B\xC3\xA9", 40), "1000 files  /?[2J????é");
+    EXPECT_EQ(progressText(1000, "/\x1B[2J\xFF\n\xC2\x9B\xC3\xA9", 40), "1000 files  /?[2J???é");
     EXPECT_EQ(progressText(1000, "/abc", 5), "1000");
+    // Two columns each; half of one is not shown.
+    EXPECT_EQ(progressText(1000, "/日本語e\u0301x", 18), "1000 files  …語e\u0301x");
+    EXPECT_EQ(progressText(1000, "/日本語", 20), "1000 files  /日本語");
+    EXPECT_EQ(progressText(1000, "/日本語", 19), "1000 files  …本語");
+}
+
+TEST(EscapedForTerminal, LeavesNoNameToDriveIt) {
+    EXPECT_EQ(escapedForTerminal("a,b\n\"x\ny\x1B]0;t\x07\u009B\x7F\x9B\xFFé\"\n"),
+              "a,b\n\"x\\u000Ay\\u001B]0;t\\u0007\\u009B\\u007F\\x9B\\xFFé\"\n");
 }
 
 }  // namespace

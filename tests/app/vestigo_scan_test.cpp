@@ -1,11 +1,14 @@
 // The real program, as a script would call it.
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <future>
 #include <set>
 #include <sstream>
 #include <thread>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -164,6 +167,43 @@ TEST_F(VestigoScanTest, RemembersOtherFilesInACacheOfItsOwn) {
         EXPECT_NE(refused.complaint.find(wrong), std::string::npos) << refused.complaint;
     }
     EXPECT_TRUE(content("foreign").starts_with("something"));
+}
+
+TEST_F(VestigoScanTest, WritesAllOfItToAPipeThatDoesNotBlock) {
+    for (int i = 0; i < 500; ++i) {
+        tree.file("disk/" + std::string(200, 'n') + std::to_string(i),
+                  test::thinMachO(test::cpuPpc));
+    }
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_NONBLOCK), 0);
+    ASSERT_EQ(fcntl(ends[0], F_SETFL, 0), 0);
+    auto reader = std::async(std::launch::async, [in = ends[0]] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        std::string all;
+        std::array<char, 4096> some{};
+        for (ssize_t n = 0; (n = read(in, some.data(), some.size())) > 0;) {
+            all.append(some.data(), static_cast<std::size_t>(n));
+        }
+        return all;
+    });
+    EXPECT_EQ(shell("$scan disk >&" + std::to_string(ends[1])).status, 0);
+    close(ends[1]);
+    EXPECT_EQ(reader.get(), shell("$scan disk").output);
+    close(ends[0]);
+}
+
+TEST_F(VestigoScanTest, KeepsNamesFromDrivingATerminal) {
+    tree.file("disk/evil\x1B[2J", test::thinMachO(test::cpuPpc));
+    for (int i = 0; i < 1000; ++i) tree.file("disk/text/" + std::to_string(i));
+    const auto onTerminal = [this](const std::string& kind) {
+        return shell("export TERM=" + kind + "; script -qec \"stty cols 40; $scan disk\" /dev/null")
+            .output;
+    };
+    const auto seen = onTerminal("xterm");
+    EXPECT_NE(seen.find("\r\x1B[K1000 files  …"), std::string::npos) << seen;
+    EXPECT_NE(seen.find("disk/evil\\u001B[2J\"\r\n"), std::string::npos) << seen;
+    EXPECT_EQ(onTerminal("dumb").find('\x1B'), std::string::npos);
+    EXPECT_NE(shell("$scan disk").output.find("disk/evil\x1B[2J"), std::string::npos);
 }
 
 TEST_F(VestigoScanTest, SaysThatItRanOutOfMemory) {
