@@ -42,6 +42,7 @@ TEST_F(PolicyKitTest, CanAskWhereTheActionIsKnownWhateverTheDesktop) {
     EXPECT_EQ(given(), "--action-id\norg.vestigo.confirm-removal\n");
     EXPECT_FALSE(available(program("exit 1")));
     EXPECT_FALSE(available(tree.at("missing")));
+    EXPECT_TRUE(available(program("exec sleep 3")));
 }
 
 TEST_F(PolicyKitTest, IsConfirmedOnlyByStatusZero) {
