@@ -80,10 +80,12 @@ public:
 
 private:
     void offerByIdentifier(const std::string& id) {
-        // An identifier of one word ("com") is shared by many makers, and begins the names of many
-        // more. It says no more than an application's name does, so its matches are called name
-        // matches too: the sheet then says that others may share them and why they are off.
-        const bool fuzzy = id.find('.') == id.npos;
+        // An identifier of one word ("com", "com.") is shared by many makers, and begins the names
+        // of many more. It says no more than an application's name does, so its matches are called
+        // name matches too: the sheet then says that others may share them and why they are off.
+        const auto stop = id.find('.');
+        const bool fuzzy = stop == id.npos || id.find_first_not_of('.', stop) == id.npos ||
+                           id.find_first_not_of('.') > stop;
         for (const auto& [before, after] :
              {std::pair{"/Preferences/", ".plist"}, std::pair{"/Containers/", ""},
               std::pair{"/Caches/", ""}, std::pair{"/HTTPStorages/", ""},

@@ -92,6 +92,7 @@ TEST_F(LeftoverFinderTest, TicksNothingForAnIdentifierOfOneWord) {
     for (std::size_t i = 0; i < found.size(); ++i) {
         EXPECT_EQ(found[i], (Leftover{tree.at(others[i]), true, i >= 3, false})) << i;
     }
+    for (const auto& leftover : find({application("Bar.app", "com.")})) EXPECT_FALSE(leftover.on);
 }
 
 TEST_F(LeftoverFinderTest, SearchesByNameWhatHasNoUsableIdentifier) {
