@@ -17,6 +17,12 @@ public:
     std::optional<std::string> read(const std::string& path) override {
         return real_->read(disk_ + path);
     }
+    FileContent readToEnd(const std::string& path) override {
+        return real_->readToEnd(disk_ + path);
+    }
+    FileContent readOwn(const std::string& path, std::size_t most) override {
+        return real_->readOwn(disk_ + path, most);
+    }
     bool replace(const std::string& path, std::string_view content, Access access) override {
         return real_->replace(disk_ + path, content, access);
     }

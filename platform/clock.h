@@ -2,6 +2,8 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <limits>
 #include <string>
 
 namespace vestigo {
@@ -11,6 +13,19 @@ inline constexpr double secondsFrom1970To2001 = 978307200;
 [[nodiscard]] inline double secondsSince2001() {
     const auto since1970 = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration<double>(since1970).count() - secondsFrom1970To2001;
+}
+
+/// Nanoseconds since 1970 of a time in the system's own form. What they cannot count becomes the
+/// first or the last that they can: file systems keep dates up to the year 2446 and beyond.
+[[nodiscard]] constexpr std::int64_t nanosecondsSince1970(std::int64_t seconds,
+                                                          std::int64_t nanoseconds) {
+    constexpr std::int64_t perSecond = 1'000'000'000;
+    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max() / perSecond - 1;
+    if (seconds > most || seconds < -most) {
+        return seconds > 0 ? std::numeric_limits<std::int64_t>::max()
+                           : std::numeric_limits<std::int64_t>::min();
+    }
+    return seconds * perSecond + nanoseconds;
 }
 
 /// The day of such a time in UTC, as in 2019-10-07. Empty when it is not after 2001-01-01 00:00:00,

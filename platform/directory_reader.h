@@ -21,9 +21,13 @@ struct FileAttributes {
     double mtime = 0;
     double ctime = 0;  ///< Creation, not inode change.
     // What tells one state of a file from another as exactly as the system can.
-    std::int64_t modified = 0;  ///< In nanoseconds since 1970.
-    std::int64_t changed = 0;   ///< Of the inode, in the same way; no program can set it.
+    /// In nanoseconds since 1970; beyond what these can count, the first or the last of them.
+    std::int64_t modified = 0;
+    /// Of the inode, in the same way. Given only on file systems of which it is known that every
+    /// change moves it, and that no program can set it.
+    std::int64_t changed = 0;
     std::uint64_t inode = 0;
+    std::uint64_t fileSystem = 0;  ///< Tells file systems apart that are mounted at one place.
 };
 
 /// One entry of a folder. The views live until the visitor returns.

@@ -1,6 +1,7 @@
 // Whole-file operations. Paths are byte strings. Thread-safe; blocking.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -29,6 +30,12 @@ struct ItemIdentity {
     bool operator==(const ItemIdentity&) const = default;
 };
 
+/// What was read, or why nothing was.
+struct FileContent {
+    std::string bytes;
+    std::string problem;  ///< Such as "Permission denied". Empty when there is none.
+};
+
 /// A folder held for one at a time, among all programs that ask for it, until this ends.
 class FolderLock {
 public:
@@ -40,6 +47,11 @@ public:
     virtual ~Files() = default;
     /// The whole content. Absent when it cannot be read or is no regular file.
     [[nodiscard]] virtual std::optional<std::string> read(const std::string& path) = 0;
+    /// The whole content of a file, or of a pipe or device up to its end, for which it waits.
+    [[nodiscard]] virtual FileContent readToEnd(const std::string& path) = 0;
+    /// The beginning, at most so many bytes, of a regular file that belongs to this user and that
+    /// nobody else may write; of any other file, the problem.
+    [[nodiscard]] virtual FileContent readOwn(const std::string& path, std::size_t most) = 0;
     /// Replaces the file whole: a temporary file in the same folder, flushed to disk, renamed over
     /// the old one. Whenever it is interrupted, the old or the new file is there whole. False when
     /// anything failed; the old file then stays and nothing is left behind.

@@ -8,12 +8,15 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/magic.h>
+#include <linux/openat2.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/vfs.h>
 
 #include "platform/clock.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/file_systems.h"
 #include "platform/posix/folder_access.h"
 #include "platform/posix/retrying.h"
 
@@ -45,19 +48,33 @@ constexpr std::int64_t pseudoFileSystems[] = {
     0x6e667364 /*nfsd*/,
 };
 
-bool isPseudoFileSystem(int folder) {
-    // Asking for the type is slow where the system adds up its counters to answer, and most folders
-    // lie on the same device as the one before.
-    thread_local std::optional<dev_t> latestReal;
-    struct stat status {};
-    if (fstat(folder, &status) != 0 || status.st_dev == latestReal) return false;
+// Those whose kernel code moves the change time with every change. FUSE servers and servers on a
+// network answer as they like, and FAT has no such time.
+constexpr std::int64_t fileSystemsWithChangeTimes[] = {
+    EXT4_SUPER_MAGIC, /* ext2 and ext3 too */
+    XFS_SUPER_MAGIC,       BTRFS_SUPER_MAGIC,       F2FS_SUPER_MAGIC,
+    OVERLAYFS_SUPER_MAGIC, 0xca451a4e /*bcachefs*/, 0x2fc12fc1 /*zfs*/,
+};
+
+/// 0 where the system does not tell.
+std::uint64_t mountOf(int folder) {
+    struct statx info {};
+    if (statx(folder, "", AT_EMPTY_PATH, STATX_MNT_ID, &info) != 0) return 0;
+    return (info.stx_mask & STATX_MNT_ID) != 0 ? info.stx_mnt_id : 0;
+}
+
+FileSystem fileSystemOf(int folder, std::uint64_t mount) {
     struct statfs info {};
-    if (fstatfs(folder, &info) != 0) return false;
-    const bool pseudo =
-        std::ranges::find(pseudoFileSystems, static_cast<std::int64_t>(info.f_type)) !=
-        std::end(pseudoFileSystems);
-    if (!pseudo) latestReal = status.st_dev;
-    return pseudo;
+    if (fstatfs(folder, &info) != 0) return {.mount = mount};
+    const auto isOneOf = [&info](const auto& types) {
+        return std::ranges::find(types, static_cast<std::int64_t>(info.f_type)) != std::end(types);
+    };
+    static_assert(sizeof info.f_fsid == sizeof(std::uint64_t));
+    FileSystem found{.mount = mount,
+                     .isPseudo = isOneOf(pseudoFileSystems),
+                     .keepsChangeTimes = isOneOf(fileSystemsWithChangeTimes)};
+    std::memcpy(&found.identity, &info.f_fsid, sizeof found.identity);
+    return found;
 }
 
 // Images are often made without times; nothing on a real disk dates from that very second.
@@ -67,14 +84,16 @@ double since2001(const statx_timestamp& time) {
 }
 
 std::int64_t nanoseconds(const statx_timestamp& time) {
-    return time.tv_sec * 1'000'000'000 + time.tv_nsec;
+    return nanosecondsSince1970(time.tv_sec, time.tv_nsec);
 }
 
-std::optional<FileAttributes> attributesOf(int folder, const char* name, int flags) {
-    constexpr unsigned wanted =
-        STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME | STATX_CTIME | STATX_INO;
+/// `fileSystem`: that of the folder, or of the file itself.
+std::optional<FileAttributes> attributesOf(int folder, const char* name, int flags,
+                                           const FileSystem& fileSystem) {
+    constexpr unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME | STATX_CTIME |
+                                STATX_INO | STATX_MNT_ID;
     struct statx info {};
-    const int lookUp = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+    const int lookUp = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
     if (statx(folder, name, flags | lookUp, wanted, &info) != 0) return std::nullopt;
     if (!S_ISREG(info.stx_mode)) return std::nullopt;
     const auto known = [&info](unsigned field) { return (info.stx_mask & field) != 0; };
@@ -84,8 +103,13 @@ std::optional<FileAttributes> attributesOf(int folder, const char* name, int fla
         attributes.mtime = since2001(info.stx_mtime);
         attributes.modified = nanoseconds(info.stx_mtime);
     }
-    if (known(STATX_CTIME)) attributes.changed = nanoseconds(info.stx_ctime);
     if (known(STATX_INO)) attributes.inode = info.stx_ino;
+    // A single file may be mounted too.
+    const bool isThere = known(STATX_MNT_ID) && info.stx_mnt_id == fileSystem.mount;
+    if (isThere && fileSystem.keepsChangeTimes && known(STATX_CTIME)) {
+        attributes.changed = nanoseconds(info.stx_ctime);
+        attributes.fileSystem = fileSystem.identity;
+    }
     if (known(STATX_BTIME)) attributes.ctime = since2001(info.stx_btime);
     return attributes;
 }
@@ -123,31 +147,56 @@ private:
     const char* bytes_;
 };
 
+/// Whether what this thread has read of late came from the disk, and not from the system's memory.
+bool readsFromDisk() {
+    constexpr unsigned filesPerLook = 32;
+    thread_local unsigned files = 0;
+    thread_local long blocksRead = -1;
+    thread_local bool reads = true;
+    if (files++ % filesPerLook != 0) return reads;
+    struct rusage usage {};
+    reads = ::getrusage(RUSAGE_THREAD, &usage) != 0 || usage.ru_inblock != blocksRead;
+    blocksRead = usage.ru_inblock;
+    return reads;
+}
+
 class LinuxHeaderFile : public HeaderFile {
 public:
-    explicit LinuxHeaderFile(Descriptor file) : file_(std::move(file)) {}
+    LinuxHeaderFile(Descriptor file, const FileSystem& fileSystem)
+        : file_(std::move(file)), fileSystem_(fileSystem) {}
 
     std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
         return vestigo::readStart(file_.get(), buffer);
     }
 
     std::optional<FileAttributes> attributes() override {
-        return attributesOf(file_.get(), "", AT_EMPTY_PATH);
+        return attributesOf(file_.get(), "", AT_EMPTY_PATH, fileSystem_);
     }
 
 private:
     Descriptor file_;
+    FileSystem fileSystem_;
 };
 
 constexpr int listingFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
 constexpr int throughFlags = O_PATH | O_DIRECTORY;
 
-/// Null where there is no folder.
-std::unique_ptr<Folder> readable(Descriptor folder);
+/// Absent also where something is mounted on the way, and where the system cannot tell.
+Descriptor openOnSameMount(int folder, const std::string& path) {
+    struct open_how how {};
+    how.flags = listingFlags | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_XDEV;
+    return Descriptor(
+        static_cast<int>(syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how)));
+}
 
 class LinuxFolder : public Folder {
 public:
-    explicit LinuxFolder(Descriptor folder) : folder_(std::move(folder)) {}
+    LinuxFolder(Descriptor folder, const FileSystem& fileSystem,
+                std::shared_ptr<FileSystemsBelowRoot> fileSystems)
+        : folder_(std::move(folder)),
+          fileSystem_(fileSystem),
+          fileSystems_(std::move(fileSystems)) {}
 
     bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
         std::array<char, 32768> records;
@@ -165,7 +214,7 @@ public:
     }
 
     std::optional<FileAttributes> attributes(const char* name) override {
-        return attributesOf(folder_.get(), name, 0);
+        return attributesOf(folder_.get(), name, 0, fileSystem_);
     }
 
     std::unique_ptr<HeaderFile> openFile(const char* name) override {
@@ -173,12 +222,26 @@ public:
         auto file = openPatiently(folder_.get(), name, flags);
         if (!file) return nullptr;
         // Only the start is read; the kernel would fetch what follows it as well.
-        ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_RANDOM);
-        return std::make_unique<LinuxHeaderFile>(std::move(file));
+        if (readsFromDisk()) ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_RANDOM);
+        return std::make_unique<LinuxHeaderFile>(std::move(file), fileSystem_);
     }
 
+    // Nearly all folders lie on the same mount as the one above, and of those nothing is asked.
     std::unique_ptr<Folder> openFolder(std::string_view path) override {
-        return readable(openFolderBelow(folder_.get(), path, listingFlags, throughFlags));
+        if (!fileSystems_->latestWasElsewhere.load(std::memory_order_relaxed)) {
+            if (auto folder = openOnSameMount(folder_.get(), std::string(path))) {
+                return std::make_unique<LinuxFolder>(std::move(folder), fileSystem_, fileSystems_);
+            }
+        }
+        auto folder = openFolderBelow(folder_.get(), path, listingFlags, throughFlags);
+        if (!folder) return nullptr;
+        const auto mount = mountOf(folder.get());
+        const auto ask = [&] { return fileSystemOf(folder.get(), mount); };
+        const auto fileSystem = mount ? fileSystems_->of(mount, ask) : ask();
+        const bool elsewhere = mount != fileSystem_.mount || mount == 0;
+        fileSystems_->latestWasElsewhere.store(elsewhere, std::memory_order_relaxed);
+        if (fileSystem.isPseudo) return emptyFolder();
+        return std::make_unique<LinuxFolder>(std::move(folder), fileSystem, fileSystems_);
     }
 
 private:
@@ -194,17 +257,23 @@ private:
     }
 
     Descriptor folder_;
+    FileSystem fileSystem_;
+    std::shared_ptr<FileSystemsBelowRoot> fileSystems_;
 };
 
-std::unique_ptr<Folder> readable(Descriptor folder) {
+/// Null where there is no folder.
+std::unique_ptr<Folder> rootFolder(Descriptor folder) {
     if (!folder) return nullptr;
-    if (isPseudoFileSystem(folder.get())) return emptyFolder();
-    return std::make_unique<LinuxFolder>(std::move(folder));
+    const auto fileSystem = fileSystemOf(folder.get(), mountOf(folder.get()));
+    if (fileSystem.isPseudo) return emptyFolder();
+    return std::make_unique<LinuxFolder>(std::move(folder), fileSystem,
+                                         std::make_shared<FileSystemsBelowRoot>(fileSystem));
 }
 
 std::size_t openDescriptors() {
     std::size_t count = 0;
-    LinuxFolder own(Descriptor(::open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+    LinuxFolder own(Descriptor(::open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC)), {},
+                    nullptr);
     const bool whole = own.list([&count](const FolderEntry&) { return ++count, true; });
     return whole ? count : 0;
 }
@@ -212,7 +281,7 @@ std::size_t openDescriptors() {
 }  // namespace
 
 std::unique_ptr<Folder> LinuxDirectoryReader::open(const std::string& path) {
-    return readable(openFolderPatiently(path, listingFlags, throughFlags));
+    return rootFolder(openFolderPatiently(path, listingFlags, throughFlags));
 }
 
 unsigned LinuxDirectoryReader::maxOpenFolders() const {

@@ -6,6 +6,8 @@
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,9 +17,11 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <uuid/uuid.h>
 
 #include "platform/macos/macos_folder_batch.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/file_systems.h"
 #include "platform/posix/folder_access.h"
 
 namespace vestigo {
@@ -41,11 +45,51 @@ static_assert(sizeof(BatchTime) == sizeof(timespec));
 // looking at it.
 constexpr std::string_view pseudoFileSystems[] = {"devfs", "autofs"};
 
-bool isPseudoFileSystem(int folder) {
+// Those whose kernel code moves the change time with every change. Servers on a network and FAT
+// give something else in its place.
+constexpr std::string_view fileSystemsWithChangeTimes[] = {"apfs", "hfs"};
+
+/// Only at its root does the system tell a volume's. 0 where it has none.
+std::uint64_t volumeIdentity(const std::string& root) {
+    struct attrlist wanted {};
+    wanted.bitmapcount = ATTR_BIT_MAP_COUNT;
+    wanted.volattr = ATTR_VOL_INFO | ATTR_VOL_UUID;
+    struct Answer {
+        std::uint32_t length = 0;
+        std::array<std::uint32_t, 4> uuid{};
+    } answer;
+    static_assert(sizeof answer == sizeof(std::uint32_t) + sizeof(uuid_t));
+    const int asked = ::getattrlist(root.c_str(), &wanted, &answer, sizeof answer, 0);
+    if (asked != 0 || answer.length != sizeof answer) return 0;
+    // Half of its bits tell volumes apart as well.
+    return std::uint64_t{answer.uuid[0] ^ answer.uuid[2]} << 32U |
+           (answer.uuid[1] ^ answer.uuid[3]);
+}
+
+/// What an open folder lies on.
+struct Mount {
+    std::uint64_t number = 0;
+    std::string type;
+    std::string root;
+};
+
+Mount mountOf(int folder) {
     struct statfs info {};
-    if (::fstatfs(folder, &info) != 0) return false;
-    const std::string_view type = info.f_fstypename;
-    return std::ranges::find(pseudoFileSystems, type) != std::end(pseudoFileSystems);
+    if (::fstatfs(folder, &info) != 0) return {};
+    const auto [device, type] = info.f_fsid.val;
+    return {
+        std::uint64_t{static_cast<std::uint32_t>(device)} << 32U | static_cast<std::uint32_t>(type),
+        info.f_fstypename, info.f_mntonname};
+}
+
+FileSystem fileSystemOf(const Mount& mount) {
+    const auto isOneOf = [&mount](const auto& types) {
+        return std::ranges::find(types, mount.type) != std::end(types);
+    };
+    return {.mount = mount.number,
+            .isPseudo = isOneOf(pseudoFileSystems),
+            .keepsChangeTimes = isOneOf(fileSystemsWithChangeTimes),
+            .identity = volumeIdentity(mount.root)};
 }
 
 BatchTime batchTime(const timespec& time) {
@@ -56,19 +100,28 @@ double since2001(const timespec& time) {
     return secondsSince2001(batchTime(time));
 }
 
-std::optional<FileAttributes> attributesOfFile(const struct stat& status) {
+/// On the file system that they come from.
+FileAttributes on(const FileSystem& fileSystem, FileAttributes attributes) {
+    attributes.fileSystem = fileSystem.identity;
+    if (!fileSystem.keepsChangeTimes) attributes.changed = 0;
+    return attributes;
+}
+
+std::optional<FileAttributes> attributesOfFile(const struct stat& status,
+                                               const FileSystem& fileSystem) {
     if (!S_ISREG(status.st_mode)) return std::nullopt;
-    return FileAttributes{.size = status.st_size,
-                          .mtime = since2001(status.st_mtimespec),
-                          .ctime = since2001(status.st_birthtimespec),
-                          .modified = nanoseconds(batchTime(status.st_mtimespec)),
-                          .changed = nanoseconds(batchTime(status.st_ctimespec)),
-                          .inode = status.st_ino};
+    return on(fileSystem, {.size = status.st_size,
+                           .mtime = since2001(status.st_mtimespec),
+                           .ctime = since2001(status.st_birthtimespec),
+                           .modified = nanoseconds(batchTime(status.st_mtimespec)),
+                           .changed = nanoseconds(batchTime(status.st_ctimespec)),
+                           .inode = status.st_ino});
 }
 
 class MacOSHeaderFile : public HeaderFile {
 public:
-    explicit MacOSHeaderFile(Descriptor file) : file_(std::move(file)) {}
+    MacOSHeaderFile(Descriptor file, const FileSystem& fileSystem)
+        : file_(std::move(file)), fileSystem_(fileSystem) {}
 
     std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
         return vestigo::readStart(file_.get(), buffer);
@@ -77,22 +130,24 @@ public:
     std::optional<FileAttributes> attributes() override {
         struct stat status {};
         if (::fstat(file_.get(), &status) != 0) return std::nullopt;
-        return attributesOfFile(status);
+        return attributesOfFile(status, fileSystem_);
     }
 
 private:
     Descriptor file_;
+    FileSystem fileSystem_;
 };
 
 constexpr int listingFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
 constexpr int throughFlags = listingFlags;
 
-/// Null where there is no folder.
-std::unique_ptr<Folder> readable(Descriptor folder);
-
 class MacOSFolder : public Folder {
 public:
-    explicit MacOSFolder(Descriptor folder) : folder_(std::move(folder)) {}
+    MacOSFolder(Descriptor folder, const FileSystem& fileSystem,
+                std::shared_ptr<FileSystemsBelowRoot> fileSystems)
+        : folder_(std::move(folder)),
+          fileSystem_(fileSystem),
+          fileSystems_(std::move(fileSystems)) {}
 
     bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
         struct attrlist wanted {};
@@ -117,7 +172,7 @@ public:
     std::optional<FileAttributes> attributes(const char* name) override {
         struct stat status {};
         if (::fstatat(folder_.get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
-        return attributesOfFile(status);
+        return attributesOfFile(status, fileSystem_);
     }
 
     std::unique_ptr<HeaderFile> openFile(const char* name) override {
@@ -126,11 +181,17 @@ public:
         if (!file) return nullptr;
         // Only the start is read; the system would fetch what follows it as well.
         ::fcntl(file.get(), F_RDAHEAD, 0);
-        return std::make_unique<MacOSHeaderFile>(std::move(file));
+        return std::make_unique<MacOSHeaderFile>(std::move(file), fileSystem_);
     }
 
     std::unique_ptr<Folder> openFolder(std::string_view path) override {
-        return readable(openFolderBelow(folder_.get(), path, listingFlags, throughFlags));
+        auto folder = openFolderBelow(folder_.get(), path, listingFlags, throughFlags);
+        if (!folder) return nullptr;
+        const auto mount = mountOf(folder.get());
+        const auto fileSystem =
+            fileSystems_->of(mount.number, [&mount] { return fileSystemOf(mount); });
+        if (fileSystem.isPseudo) return emptyFolder();
+        return std::make_unique<MacOSFolder>(std::move(folder), fileSystem, fileSystems_);
     }
 
 private:
@@ -149,7 +210,9 @@ private:
         // A rescan compares these; where one is missing they are asked for in full.
         const bool whole =
             entry.dataLength && entry.modified && entry.created && entry.changed && entry.fileId;
-        if (found.kind == EntryKind::file && whole) found.attributes = attributesOf(entry);
+        if (found.kind == EntryKind::file && whole) {
+            found.attributes = on(fileSystem_, attributesOf(entry));
+        }
         return visitor(found);
     }
 
@@ -163,12 +226,17 @@ private:
     }
 
     Descriptor folder_;
+    FileSystem fileSystem_;
+    std::shared_ptr<FileSystemsBelowRoot> fileSystems_;
 };
 
-std::unique_ptr<Folder> readable(Descriptor folder) {
+/// Null where there is no folder.
+std::unique_ptr<Folder> rootFolder(Descriptor folder) {
     if (!folder) return nullptr;
-    if (isPseudoFileSystem(folder.get())) return emptyFolder();
-    return std::make_unique<MacOSFolder>(std::move(folder));
+    const auto fileSystem = fileSystemOf(mountOf(folder.get()));
+    if (fileSystem.isPseudo) return emptyFolder();
+    return std::make_unique<MacOSFolder>(std::move(folder), fileSystem,
+                                         std::make_shared<FileSystemsBelowRoot>(fileSystem));
 }
 
 std::size_t openDescriptors() {
@@ -184,7 +252,7 @@ std::size_t openDescriptors() {
 }  // namespace
 
 std::unique_ptr<Folder> MacOSDirectoryReader::open(const std::string& path) {
-    return readable(openFolderPatiently(path, listingFlags, throughFlags));
+    return rootFolder(openFolderPatiently(path, listingFlags, throughFlags));
 }
 
 unsigned MacOSDirectoryReader::maxOpenFolders() const {

@@ -134,7 +134,7 @@ FileAttributes attributesOf(const BatchEntry& entry) {
 }
 
 std::int64_t nanoseconds(const BatchTime& time) {
-    return time.seconds * 1'000'000'000 + time.nanoseconds;
+    return nanosecondsSince1970(time.seconds, time.nanoseconds);
 }
 
 double secondsSince2001(const BatchTime& time) {

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <system_error>
 #include <utility>
 
@@ -14,6 +15,7 @@
 
 #include "platform/posix/atomic_file.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/folder_access.h"
 #include "platform/posix/listing.h"
 #include "platform/posix/retrying.h"
 #include "platform/posix/system_calls.h"
@@ -23,22 +25,15 @@ namespace {
 
 constexpr std::size_t largestFile = std::size_t{1} << 31U;
 
-/// The size of an open regular file that is not too large to be read.
-std::optional<std::size_t> readableSize(int file) {
-    struct stat status {};
-    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-    const auto size = static_cast<std::size_t>(status.st_size);
-    return size <= largestFile ? std::optional(size) : std::nullopt;
-}
-
-std::optional<std::string> readAll(int file) {
-    const auto size = readableSize(file);
-    if (!size) return std::nullopt;
+/// From where an open file stands to its end, about so many bytes. Absent with errno.
+std::optional<std::string> readRest(int file, std::size_t expected) {
+    errno = EFBIG;
+    if (expected > largestFile) return std::nullopt;
     std::string content;
     // One byte more than expected shows the end without another round.
-    content.reserve(*size + 1);
+    content.reserve(expected + 1);
     preferLargePages(content);
-    content.resize(*size + 1);
+    content.resize(expected + 1);
     std::size_t used = 0;
     for (;;) {
         const auto count =
@@ -47,11 +42,36 @@ std::optional<std::string> readAll(int file) {
         used += static_cast<std::size_t>(count);
         if (count == 0) break;
         if (used < content.size()) continue;
+        errno = EFBIG;
         if (used > largestFile) return std::nullopt;
         content.resize(used * 2);
     }
     content.resize(used);
     return content;
+}
+
+std::optional<std::string> readRegular(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    return readRest(file, static_cast<std::size_t>(status.st_size));
+}
+
+FileContent contentOrErrno(std::optional<std::string> content) {
+    if (content) return {std::move(*content), {}};
+    return {{}, std::generic_category().message(errno)};
+}
+
+/// Why someone else may have written the file. Null when nobody can have.
+const char* whyNotOwn(const struct stat& status) {
+    if (!S_ISREG(status.st_mode)) return "it is no regular file";
+    if (status.st_uid != ::geteuid()) return "it belongs to another user";
+    return (status.st_mode & 022U) != 0 ? "others may write it" : nullptr;
+}
+
+/// Never waits: a FIFO would for a writer.
+Descriptor openAtOnce(const std::string& path) {
+    return Descriptor(retrying(
+        [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
 }
 
 /// Locked as long as it is open.
@@ -115,10 +135,32 @@ private:
 }  // namespace
 
 std::optional<std::string> PosixFiles::read(const std::string& path) {
-    // Not blocking: a FIFO would wait for a writer.
-    const Descriptor file(retrying(
-        [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
-    return file ? readAll(file.get()) : std::nullopt;
+    const auto file = openAtOnce(path);
+    return file ? readRegular(file.get()) : std::nullopt;
+}
+
+FileContent PosixFiles::readToEnd(const std::string& path) {
+    constexpr std::size_t usualPipe = std::size_t{1} << 16U;
+    const Descriptor file(
+        retrying([&] { return ::open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC); }));
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0) return contentOrErrno(std::nullopt);
+    const auto size = static_cast<std::size_t>(status.st_size);
+    return contentOrErrno(readRest(file.get(), S_ISREG(status.st_mode) ? size : usualPipe));
+}
+
+FileContent PosixFiles::readOwn(const std::string& path, std::size_t most) {
+    const auto file = openAtOnce(path);
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0) return contentOrErrno(std::nullopt);
+    if (const auto* const reason = whyNotOwn(status)) return {{}, reason};
+    const auto size = static_cast<std::size_t>(status.st_size);
+    if (size <= most) return contentOrErrno(readRest(file.get(), size));
+    std::string start(most, '\0');
+    const auto count = readStart(file.get(), std::as_writable_bytes(std::span(start)));
+    if (!count) return contentOrErrno(std::nullopt);
+    start.resize(*count);
+    return {std::move(start), {}};
 }
 
 bool PosixFiles::replace(const std::string& path, std::string_view content, Access access) {

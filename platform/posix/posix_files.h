@@ -6,11 +6,13 @@
 namespace vestigo {
 
 /// Links are followed when reading. `replace` and `copy` make files that only their owner may read
-/// and write; where a link stands, `replace` puts the file in its place. `read` refuses what is
-/// larger than 2 GiB.
+/// and write; where a link stands, `replace` puts the file in its place. Nothing is
+/// read that is larger than 2 GiB.
 class PosixFiles : public Files {
 public:
     [[nodiscard]] std::optional<std::string> read(const std::string& path) override;
+    [[nodiscard]] FileContent readToEnd(const std::string& path) override;
+    [[nodiscard]] FileContent readOwn(const std::string& path, std::size_t most) override;
     [[nodiscard]] bool replace(const std::string& path, std::string_view content,
                                Access access) override;
     [[nodiscard]] bool exists(const std::string& path) override;

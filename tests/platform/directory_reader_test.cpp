@@ -76,6 +76,29 @@ TEST_F(DirectoryReaderTest, TellsSizeAndTimesAlikeInEveryWay) {
         EXPECT_EQ(attributes->size, 10);
         EXPECT_DOUBLE_EQ(attributes->mtime, 86400.5);
         EXPECT_DOUBLE_EQ(attributes->ctime, asked->ctime);
+        EXPECT_EQ(attributes->modified, (978307200 + 86400) * 1'000'000'000LL + 500'000'000);
+        EXPECT_EQ(attributes->changed, asked->changed);
+        EXPECT_EQ(attributes->fileSystem, asked->fileSystem);
+    }
+}
+
+TEST_F(DirectoryReaderTest, KnowsTheFileSystemOfAFolderFromWhereverItIsOpened) {
+    const auto path = tree.file("a/b/file");
+    struct stat status {};
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    const auto expected = reader->open(tree.at("a/b"))->attributes("file");
+    // Which one it is differs from machine to machine.
+    EXPECT_TRUE(expected->changed == 0 || expected->changed / 1'000'000'000 == status.st_ctime);
+    EXPECT_EQ(expected->changed == 0, expected->fileSystem == 0);
+    const auto root = reader->open("/");
+    const auto below = tree.path().substr(1);
+    for (const auto& folder : {below + "/a/b", std::string("proc"), below + "/a/b"}) {
+        const auto opened = root->openFolder(folder);
+        const auto found = opened ? opened->attributes("file") : std::nullopt;
+        EXPECT_EQ(found.has_value(), folder != "proc");
+        if (!found) continue;
+        EXPECT_EQ(found->changed, expected->changed);
+        EXPECT_EQ(found->fileSystem, expected->fileSystem);
     }
 }
 
