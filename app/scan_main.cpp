@@ -80,9 +80,7 @@ std::variant<std::optional<ScanFile>, std::string> previousScan(const ScanOption
 std::optional<std::string> cacheProblem(const ScanOptions& options) {
     if (!options.cache) return std::nullopt;
     const auto files = systemFiles();
-    if (!mayHoldFileMemory(*files, *options.cache)) {
-        return *options.cache + " is no cache of this program, and is left alone";
-    }
+    if (auto problem = fileMemoryProblem(*files, *options.cache)) return problem;
     std::error_code error;
     const auto folder = std::filesystem::absolute(*options.cache, error).parent_path();
     if (!std::filesystem::is_directory(folder, error)) {

@@ -17,8 +17,9 @@ public:
     virtual ~FileMemory() = default;
     /// By the clock that files get their times from; nanoseconds since 1970.
     [[nodiscard]] virtual std::int64_t now() const = 0;
-    /// Stands for a file in one state: its path, size, inode number, and the times of its last
-    /// modification and inode change. Two states share one with a chance of about 1 in 10^18.
+    /// Stands for a file in one state: its path, size, file system, inode number, and the times of
+    /// its last modification and inode change. Two states share one with a chance of about 1 in
+    /// 10^18.
     [[nodiscard]] virtual std::uint64_t fingerprint(std::string_view path,
                                                     const FileAttributes& attributes) const = 0;
     /// Whether a file in this state was found to be no Mach-O file. What is never asked for is

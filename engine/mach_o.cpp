@@ -68,7 +68,7 @@ std::string cpuName(std::uint32_t cpuType) {
 }
 
 std::optional<std::vector<std::string>> machOArchs(std::span<const std::byte> header) {
-    if (header.size() < 8) return std::nullopt;
+    if (header.size() < machOSmallestBytes) return std::nullopt;
     const auto fat = readBigEndian(header, 0);
     if (fat == fatMagic || fat == fatMagic64) {
         auto archs = fatArchs(header, fat == fatMagic64 ? 32 : 20);

@@ -16,6 +16,14 @@ namespace vestigo {
 /// How much of a file's start the reader wants to see; it never needs more.
 inline constexpr std::size_t machOHeaderBytes = 4096;
 
+/// What is smaller is no Mach-O file.
+inline constexpr std::int64_t machOSmallestBytes = 8;
+
+/// Of the rules by which a file is told to be no Mach-O file. To be raised whenever one that was
+/// none becomes one, as by a further known processor: what was remembered of such files by the
+/// rules before is then forgotten.
+inline constexpr std::uint16_t machORules = 1;
+
 /// The architecture's name, or "cpu(" + decimal + ")" for a type that is not known.
 [[nodiscard]] std::string cpuName(std::uint32_t cpuType);
 

@@ -24,14 +24,31 @@ namespace {
 
 constexpr std::size_t rootsPerPublication = 40;
 
+/// Null also where the program's memory does not suffice for it: then the scan goes on without.
+std::unique_ptr<FileMemory> opened(const std::function<std::unique_ptr<FileMemory>()>& open) {
+    try {
+        return open ? open() : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void finish(FileMemory& memory) {
+    try {
+        memory.finish();
+    } catch (const std::bad_alloc&) {
+        // It stays as it was, which costs the next scan time.
+    }
+}
+
 /// A scan that was stopped leaves the memory as it was.
 void walkWithMemory(DirectoryReader& reader,
                     const std::function<std::unique_ptr<FileMemory>()>& openMemory,
                     WalkRequest& request, const CancelFlag& cancelled, WalkListener& listener) {
-    const auto memory = openMemory ? openMemory() : nullptr;
+    const auto memory = opened(openMemory);
     request.memory = memory.get();
     walk(reader, request, cancelled, listener);
-    if (memory && !cancelled.cancelled()) memory->finish();
+    if (memory && !cancelled.cancelled()) finish(*memory);
 }
 
 }  // namespace

@@ -224,9 +224,18 @@ private:
             if (hit) result.hits.emplace_back(result.examined, std::move(hit));
             ++result.examined;
         }
-        if (!others_.empty()) shared_.memory->add(others_);
-        others_.clear();
+        remember();
         return result;
+    }
+
+    /// For want of memory nothing is remembered, which costs the next scan time.
+    void remember() {
+        try {
+            if (!others_.empty()) shared_.memory->add(others_);
+        } catch (const std::bad_alloc&) {
+            others_ = {};
+        }
+        others_.clear();
     }
 
     /// The file at `path_`. Null when it is no Mach-O file.
@@ -237,6 +246,7 @@ private:
             if (auto hit = reuse(*previous, *attributes)) return hit;
         }
         if (isRemembered(folder, name, attributes)) return nullptr;
+        if (attributes && isTooSmall(*attributes)) return nullptr;
         const auto file = folder.openFile(name);
         if (!file) return unread();
         return shared_.memory ? readAndRemember(*file) : read(*file, attributes);
@@ -280,18 +290,24 @@ private:
         return attributes && contains(shared_.memory->fingerprint(path_, *attributes));
     }
 
+    /// For any header. Where sizes are not known to be true, as with some servers, it is read.
+    static bool isTooSmall(const FileAttributes& attributes) {
+        return attributes.size < machOSmallestBytes && attributes.changed != 0;
+    }
+
     bool contains(std::uint64_t fingerprint) {
         const bool does = shared_.memory->contains(fingerprint);
         inVain_ = does ? 0 : inVain_ + 1;
         return does;
     }
 
-    /// Whether a further change would have given the file other times: those of some file systems
-    /// are as coarse as two seconds.
+    /// Whether a further change would have given the file other times. What is written through a
+    /// mapping moves them once, and then not again before the system has brought those bytes to
+    /// the disk, which takes it up to 35 seconds.
     [[nodiscard]] bool isSettled(const FileAttributes& attributes) const {
-        constexpr std::int64_t coarsest = 2'000'000'000;
-        return attributes.modified != 0 &&
-               std::max(attributes.modified, attributes.changed) + coarsest < startedAt_;
+        constexpr std::int64_t longest = 60'000'000'000;
+        return attributes.changed != 0 && attributes.inode != 0 &&
+               std::max(attributes.modified, attributes.changed) < startedAt_ - longest;
     }
 
     [[nodiscard]] HitRef hit(std::vector<std::string> archs,

@@ -3,12 +3,15 @@
 #include <array>
 #include <bit>
 #include <chrono>
+#include <limits>
 #include <optional>
 #include <random>
 #include <utility>
 
 #define XXH_INLINE_ALL
 #include <xxhash.h>
+
+#include "engine/mach_o.h"
 
 namespace vestigo {
 namespace {
@@ -22,34 +25,41 @@ constexpr std::size_t bitsPerWord = 64;
 
 FingerprintTable emptyTable() {
     std::random_device random;
-    return {{(std::uint64_t{random()} << 32U) | random(), 0}, 0};
+    return {{.seed = (std::uint64_t{random()} << 32U) | random(), .rules = machORules}, 0};
 }
 
-FingerprintTable tableAt(Files& files, const std::string& path) {
-    auto bytes = files.read(path);
-    auto table = bytes ? FingerprintTable::fromBytes(std::move(*bytes)) : std::nullopt;
-    return table ? std::move(*table) : emptyTable();
+std::optional<FingerprintTable> tableAt(Files& files, const std::string& path, std::int64_t now) {
+    auto content = files.readOwn(path, std::numeric_limits<std::size_t>::max());
+    if (!content.problem.empty()) return std::nullopt;
+    auto table = FingerprintTable::fromBytes(std::move(content.bytes), machORules);
+    // Since the clock was set back, files may have been given times that they had before.
+    if (table && table->identity().madeAt > now) return std::nullopt;
+    return table;
 }
 
 }  // namespace
 
-FileMemoryTable::FileMemoryTable() : table_(emptyTable()) {
+FileMemoryTable::FileMemoryTable(Clock clock) : clock_(std::move(clock)), table_(emptyTable()) {
     use(std::move(table_));
 }
 
-FileMemoryTable::FileMemoryTable(std::shared_ptr<Files> files, std::string path)
-    : files_(std::move(files)), path_(std::move(path)), table_(tableAt(*files_, path_)) {
-    use(std::move(table_));
+FileMemoryTable::FileMemoryTable(std::shared_ptr<Files> files, std::string path, Clock clock)
+    : FileMemoryTable(std::move(clock)) {
+    files_ = std::move(files);
+    path_ = std::move(path);
+    auto table = tableAt(*files_, path_, now());
+    isInFile_ = table.has_value();
+    if (table) use(std::move(*table));
 }
 
 void FileMemoryTable::use(FingerprintTable table) {
+    seen_ = std::vector<std::atomic<std::uint64_t>>(table.slotCount() / bitsPerWord + 1);
     table_ = std::move(table);
-    seen_ = std::vector<std::atomic<std::uint64_t>>(table_.slotCount() / bitsPerWord + 1);
     added_.clear();
     addedCount_ = 0;
 }
 
-std::int64_t FileMemoryTable::now() const {
+std::int64_t FileMemoryTable::systemClock() {
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
 }
@@ -63,6 +73,7 @@ std::uint64_t FileMemoryTable::fingerprint(std::string_view path,
         static_cast<std::uint64_t>(attributes.modified),
         static_cast<std::uint64_t>(attributes.changed),
         attributes.inode,
+        attributes.fileSystem,
     };
     return XXH3_64bits_withSeed(state.data(), sizeof state, seed);
 }
@@ -101,19 +112,19 @@ std::size_t FileMemoryTable::unseen() const {
 
 void FileMemoryTable::finish() {
     // A few files that have gone since are no reason to write.
-    if (addedCount_ == 0 && unseen() * 8 <= table_.size()) return;
+    const bool same = addedCount_ == 0 && unseen() * 8 <= table_.size();
+    if (same && (isInFile_ || !files_)) return;
     auto next = merged();
-    if (files_) static_cast<void>(files_->replace(path_, next.bytes(), Access::ownerOnly));
+    if (files_) isInFile_ = files_->replace(path_, next.bytes(), Access::ownerOnly);
     use(std::move(next));
 }
 
 FingerprintTable FileMemoryTable::merged() const {
     if (!files_) return mergedWith(table_);
-    const auto written = tableAt(*files_, path_);
-    const auto [seed, generation] = written.identity();
-    const bool byAnother =
-        seed == table_.identity().seed && generation != table_.identity().generation;
-    return mergedWith(byAnother ? written : table_);
+    const auto written = tableAt(*files_, path_, now());
+    const bool byAnother = written && written->identity().seed == table_.identity().seed &&
+                           written->identity().generation != table_.identity().generation;
+    return mergedWith(byAnother ? *written : table_);
 }
 
 /// What this scan asked for or added, and what of the base was asked for some scans ago at most.
@@ -129,7 +140,10 @@ FingerprintTable FileMemoryTable::mergedWith(const FingerprintTable& base) const
     };
     auto count = addedCount_ + table_.size() - unseen();
     for (std::size_t slot = 0; slot < base.slotCount(); ++slot) count += isLeft(slot) ? 1 : 0;
-    FingerprintTable result({base.identity().seed, base.identity().generation + 1}, count);
+    auto identity = base.identity();
+    ++identity.generation;
+    identity.madeAt = now();
+    FingerprintTable result(identity, count);
     for (std::size_t slot = 0; slot < table_.slotCount(); ++slot) {
         if (isSeen(slot)) result.insert(table_.at(slot), 0);
     }
@@ -142,9 +156,12 @@ FingerprintTable FileMemoryTable::mergedWith(const FingerprintTable& base) const
     return result;
 }
 
-bool mayHoldFileMemory(Files& files, const std::string& path) {
-    const auto bytes = files.read(path);
-    return bytes ? bytes->empty() || FingerprintTable::isOne(*bytes) : !files.exists(path);
+std::optional<std::string> fileMemoryProblem(Files& files, const std::string& path) {
+    if (!files.exists(path)) return std::nullopt;
+    const auto start = files.readOwn(path, FingerprintTable::headerBytes);
+    if (!start.problem.empty()) return "cannot use " + path + ": " + start.problem;
+    if (start.bytes.empty() || FingerprintTable::isOne(start.bytes)) return std::nullopt;
+    return path + " is no cache of this program, and is left alone";
 }
 
 }  // namespace vestigo

@@ -4,8 +4,10 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,12 +21,18 @@ namespace vestigo {
 /// for each that it adds.
 class FileMemoryTable : public FileMemory {
 public:
-    /// In memory only, and empty.
-    FileMemoryTable();
-    /// Reads the file. One that is missing, damaged or of another version counts as empty.
-    FileMemoryTable(std::shared_ptr<Files> files, std::string path);
+    /// By which files get their times, in nanoseconds since 1970.
+    using Clock = std::function<std::int64_t()>;
 
-    [[nodiscard]] std::int64_t now() const override;
+    /// In memory only, and empty.
+    explicit FileMemoryTable(Clock clock = systemClock);
+    /// Reads the file. One counts as empty that is missing, damaged or of another version, that
+    /// others may have written, or that is newer than the clock says.
+    FileMemoryTable(std::shared_ptr<Files> files, std::string path, Clock clock = systemClock);
+
+    [[nodiscard]] static std::int64_t systemClock();
+
+    [[nodiscard]] std::int64_t now() const override { return clock_(); }
     [[nodiscard]] std::uint64_t fingerprint(std::string_view path,
                                             const FileAttributes& attributes) const override;
     [[nodiscard]] bool contains(std::uint64_t fingerprint) override;
@@ -42,8 +50,10 @@ private:
     [[nodiscard]] FingerprintTable merged() const;
     [[nodiscard]] FingerprintTable mergedWith(const FingerprintTable& base) const;
 
+    Clock clock_;
     std::shared_ptr<Files> files_;  ///< Null: in memory only.
     std::string path_;
+    bool isInFile_ = false;  ///< What is in `table_`.
     FingerprintTable table_;
     std::vector<std::atomic<std::uint64_t>> seen_;  ///< One bit for each slot of the table.
     std::mutex mutex_;
@@ -51,8 +61,8 @@ private:
     std::size_t addedCount_ = 0;
 };
 
-/// Whether scans may keep their memory at this path: the file there is one, or empty, or missing.
-/// Blocking.
-[[nodiscard]] bool mayHoldFileMemory(Files& files, const std::string& path);
+/// Why scans may not keep their memory at this path. Absent when the file there is one that nobody
+/// else can have written, or empty, or missing. Blocking.
+[[nodiscard]] std::optional<std::string> fileMemoryProblem(Files& files, const std::string& path);
 
 }  // namespace vestigo

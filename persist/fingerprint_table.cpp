@@ -10,23 +10,24 @@
 namespace vestigo {
 namespace {
 
-constexpr std::uint32_t currentVersion = 1;
+constexpr std::uint16_t currentVersion = 2;
 constexpr std::array<char, 8> mark = {'v', 'e', 's', 't', 'i', 'g', 'o', '\x1A'};
 
 /// As it lies in the file. The mark stands at both ends, so that a table is known for one although
 /// one of them is damaged.
 struct Header {
     std::array<char, 8> begin = mark;
-    std::uint32_t version = currentVersion;
+    std::uint16_t version = currentVersion;
+    std::uint16_t rules = 0;
     std::uint32_t generation = 0;
     std::uint64_t seed = 0;
     std::uint64_t slots = 0;
     std::uint64_t size = 0;
     std::uint64_t checksum = 0;  ///< Of all bytes, with 0 in its place.
-    std::uint64_t unused = 0;
+    std::int64_t madeAt = 0;
     std::array<char, 8> end = mark;
 };
-constexpr std::size_t headerBytes = 64;
+constexpr auto headerBytes = FingerprintTable::headerBytes;
 static_assert(sizeof(Header) == headerBytes);
 
 constexpr std::uint64_t generationBits = FingerprintTable::generations - 1;
@@ -60,17 +61,20 @@ std::uint64_t checksumOf(const std::string& bytes) {
 FingerprintTable::FingerprintTable(Identity identity, std::size_t count)
     : bytes_(headerBytes + slotsFor(count) * sizeof(std::uint64_t), '\0'), identity_(identity) {}
 
-std::optional<FingerprintTable> FingerprintTable::fromBytes(std::string bytes) {
+std::optional<FingerprintTable> FingerprintTable::fromBytes(std::string bytes,
+                                                            std::uint16_t rules) {
     if (bytes.size() < headerBytes) return std::nullopt;
     const auto header = headerOf(bytes);
     const auto slots = (bytes.size() - headerBytes) / sizeof(std::uint64_t);
-    const bool whole = header.version == currentVersion && header.slots == slots && slots > 0 &&
+    const bool whole = header.version == currentVersion && header.rules == rules &&
+                       header.slots == slots && slots > 0 &&
                        bytes.size() == headerBytes + slots * sizeof(std::uint64_t) &&
                        header.checksum == checksumOf(bytes);
     if (!whole) return std::nullopt;
     FingerprintTable table(std::move(bytes));
-    table.identity_ = {header.seed, header.generation};
-    table.size_ = header.size;
+    table.identity_ = {header.seed, header.generation, header.madeAt, header.rules};
+    for (std::size_t i = 0; i < slots; ++i) table.size_ += table.slot(i) != 0 ? 1 : 0;
+    if (table.size_ != header.size || slotsFor(table.size_) > slots) return std::nullopt;
     return table;
 }
 
@@ -132,6 +136,8 @@ void FingerprintTable::insert(std::uint64_t fingerprint, unsigned age) {
 
 const std::string& FingerprintTable::bytes() {
     Header header;
+    header.rules = identity_.rules;
+    header.madeAt = identity_.madeAt;
     header.generation = identity_.generation;
     header.seed = identity_.seed;
     header.slots = slotCount();

@@ -3,7 +3,8 @@
 // After a header of 64 bytes come the slots, 8 bytes each; a slot of 0 is free. A fingerprint lies
 // in the slot that its upper bits point to, or in the first free one behind it. Its lowest three
 // bits give way to the generation in which it was last asked for, counted modulo 8. The checksum in
-// the header covers everything, so a table that was damaged is not taken for one.
+// the header covers everything, so a table that was damaged is not taken for one. Nor is one with
+// fewer free slots than it was made with: a search ends at a free one.
 #pragma once
 
 #include <cstddef>
@@ -18,16 +19,19 @@ namespace vestigo {
 class FingerprintTable {
 public:
     static constexpr unsigned generations = 8;
-    /// Of the numbers that fingerprints must be made with, so that nobody can foresee them.
+    static constexpr std::size_t headerBytes = 64;
     struct Identity {
-        std::uint64_t seed = 0;
+        std::uint64_t seed = 0;  ///< That fingerprints are made with, so that none is foreseen.
         std::uint32_t generation = 0;
+        std::int64_t madeAt = 0;  ///< By the clock that files get their times from.
+        std::uint16_t rules = 0;  ///< By which the fingerprints were chosen.
     };
 
     /// Empty, with room for `count` fingerprints.
     FingerprintTable(Identity identity, std::size_t count);
-    /// Absent when the bytes are no whole table of this version.
-    [[nodiscard]] static std::optional<FingerprintTable> fromBytes(std::string bytes);
+    /// Absent when the bytes are no whole table of this version, or one by other rules.
+    [[nodiscard]] static std::optional<FingerprintTable> fromBytes(std::string bytes,
+                                                                   std::uint16_t rules);
     /// Whether the bytes are a table of any version, maybe a damaged one. Nothing at all is not.
     [[nodiscard]] static bool isOne(std::string_view bytes);
 

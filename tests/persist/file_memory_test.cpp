@@ -1,26 +1,19 @@
-#include <array>
 #include <atomic>
 #include <cstring>
-#include <filesystem>
 #include <map>
 #include <random>
-#include <set>
-#include <thread>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "engine/walk.h"
 #include "persist/file_memory_table.h"
-#include "platform/system.h"
+#include "platform/posix/posix_files.h"
 #include "tests/support/mach_o_maker.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::int64_t second = 1'000'000'000;
 
@@ -46,6 +39,11 @@ public:
         inode->content = std::move(content);
         inode->modified = inode->changed = tick();
     }
+    /// Through a mapping, after a write.
+    void writeOn(const std::string& name, std::string content) {
+        if (now - files.at(name)->changed > 35 * second) return write(name, std::move(content));
+        files.at(name)->content = std::move(content);
+    }
     void rename(const std::string& from, const std::string& to) {
         const auto inode = files.at(from);
         files.erase(from);
@@ -60,56 +58,83 @@ public:
         files[to] = files.at(from);
         files[to]->changed = tick();
     }
+    /// Another disk in the place of this one, at first with files like these and not the same in
+    /// them.
+    void mountOther(const std::string& content) {
+        if (others.empty()) {
+            for (const auto& [name, inode] : files) {
+                others[name] = std::make_shared<Inode>(*inode);
+                others[name]->content = content;
+            }
+        }
+        std::swap(files, others);
+        fileSystem = 3 - fileSystem;
+    }
 
     std::map<std::string, std::shared_ptr<Inode>> files;
+    std::map<std::string, std::shared_ptr<Inode>> others;
+    std::uint64_t fileSystem = 1;
     std::int64_t now = 1'000'000 * second;
     std::int64_t step = 1;
+    bool keepsChangeTimes = true;
+    bool listsAttributes = false;
     std::atomic<int> opened = 0;
     std::uint64_t latest = 0;
 
 private:
-    static FileAttributes attributesOf(const Inode& inode) {
+    FileAttributes attributesOf(const Inode& inode) const {
         return {.size = static_cast<std::int64_t>(inode.content.size()),
                 .mtime = static_cast<double>(inode.modified) * 1e-9,
                 .ctime = 1,
                 .modified = inode.modified,
-                .changed = inode.changed,
-                .inode = inode.number};
+                .changed = keepsChangeTimes ? inode.changed : 0,
+                .inode = inode.number,
+                .fileSystem = fileSystem};
     }
     struct FakeFile : HeaderFile {
-        explicit FakeFile(std::shared_ptr<Inode> opened) : inode(std::move(opened)) {}
+        FakeFile(const FakeDisk& owner, std::shared_ptr<Inode> opened)
+            : disk(owner), inode(std::move(opened)) {}
         std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
             std::memcpy(buffer.data(), inode->content.data(), inode->content.size());
             return inode->content.size();
         }
-        std::optional<FileAttributes> attributes() override { return attributesOf(*inode); }
+        std::optional<FileAttributes> attributes() override { return disk.attributesOf(*inode); }
+        const FakeDisk& disk;
         std::shared_ptr<Inode> inode;
     };
     struct FakeFolder : Folder {
         explicit FakeFolder(FakeDisk& owner) : disk(owner) {}
         bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
             for (const auto& [name, inode] : disk.files) {
-                visitor({.name = name, .kind = EntryKind::file, .hidden = false, .attributes = {}});
+                FolderEntry entry{.name = name, .kind = EntryKind::file, .attributes = {}};
+                if (disk.listsAttributes) entry.attributes = disk.attributesOf(*inode);
+                visitor(entry);
             }
             return true;
         }
         std::optional<FileAttributes> attributes(const char* name) override {
-            return attributesOf(*disk.files.at(name));
+            return disk.attributesOf(*disk.files.at(name));
         }
         std::unique_ptr<HeaderFile> openFile(const char* name) override {
             ++disk.opened;
-            return std::make_unique<FakeFile>(disk.files.at(name));
+            return std::make_unique<FakeFile>(disk, disk.files.at(name));
         }
         std::unique_ptr<Folder> openFolder(std::string_view) override { return nullptr; }
         FakeDisk& disk;
     };
 };
 
-/// Lives by the clock of the disk.
-struct DiskMemory : FileMemoryTable {
-    explicit DiskMemory(const FakeDisk& owner) : disk(owner) {}
-    std::int64_t now() const override { return disk.now; }
-    const FakeDisk& disk;
+/// Keeps one file without a disk.
+struct HeldFile : PosixFiles {
+    FileContent readOwn(const std::string&, std::size_t) override {
+        return {bytes, bytes.empty() ? "missing" : ""};
+    }
+    bool replace(const std::string&, std::string_view content, Access access) override {
+        bytes = content;
+        return ++replaced, access == Access::ownerOnly;
+    }
+    std::string bytes;
+    int replaced = 0;
 };
 
 struct Found : WalkListener {
@@ -121,13 +146,41 @@ struct Found : WalkListener {
     HitList hits;
 };
 
-HitList walked(DirectoryReader& reader, const std::string& root, FileMemory* memory) {
-    Found found;
-    walk(reader, {.roots = {root}, .threads = 2, .memory = memory}, CancelFlag(), found);
-    if (memory) memory->finish();
-    return found.hits;
-}
+struct FileMemoryTest : testing::Test {
+    FileMemoryTable memory() {
+        return {file, "memory", [this] { return disk.now; }};
+    }
+    HitList walked(FileMemory* memory, HitList previous = {}, const std::string& root = "/disk") {
+        Found found;
+        walk(disk, {{root}, std::move(previous), 2, false, memory}, CancelFlag(), found);
+        if (memory) memory->finish();
+        return found.hits;
+    }
+    /// The files that a scan with the memory opens; its hits are those of one without.
+    int opened(FileMemory& memory, const HitList& previous = {}) {
+        const auto expected = walked(nullptr, previous);
+        disk.opened = 0;
+        EXPECT_TRUE(sameHits(walked(&memory, previous), expected));
+        return disk.opened;
+    }
+    int opened() {
+        auto used = memory();
+        return opened(used);
+    }
+    /// A hundred texts and a program, all of one size, written long ago.
+    void fill() {
+        for (int i = 0; i < 100; ++i) disk.write("f" + std::to_string(i), text);
+        disk.write("program", intel);
+        disk.now += 1000 * second;
+    }
 
+    FakeDisk disk;
+    std::shared_ptr<HeldFile> file = std::make_shared<HeldFile>();
+    const std::string intel = test::thinMachO(test::cpuX86_64);
+    const std::string text = std::string(intel.size(), 'x');
+};
+
+/// Something that may happen to files.
 class Change {
 public:
     Change(FakeDisk& disk, std::mt19937& random) : disk_(disk), random_(random) {}
@@ -136,7 +189,7 @@ public:
         const auto name = any();
         const bool known = disk_.files.contains(name);
         const auto modified = known ? disk_.files.at(name)->modified : 0;
-        switch (random_() % 8) {
+        switch (random_() % 10) {
             case 0:
             case 1: disk_.write(name, content()); break;
             case 2:  // In place, with its old dates.
@@ -155,6 +208,10 @@ public:
                 if (known) disk_.link(name, any());
                 break;
             case 6: disk_.files.erase(name); break;
+            case 7:
+                if (known) disk_.writeOn(name, content());
+                break;
+            case 8: disk_.mountOther(content()); break;
             default:
                 if (known) disk_.setDates(name, disk_.now - static_cast<int>(random_() % 5));
         }
@@ -171,170 +228,119 @@ private:
     std::mt19937& random_;
 };
 
-TEST(FileMemory, ChangesNoResultWhateverHappensToTheFiles) {
+TEST_F(FileMemoryTest, ChangesNoResultWhateverHappensToTheFiles) {
     std::mt19937 random(7);
-    int opened = 0;
+    const auto upTo = [&random](std::int64_t most) {
+        return static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(most)) + 1;
+    };
+    int openedInAll = 0;
     int candidates = 0;
-    for (int world = 0; world < 120; ++world) {
-        FakeDisk disk;
-        // A clock is only set back where no two changes then get the same time.
-        const bool setsBack = world % 3 == 0;
-        disk.step = setsBack ? 1 : (world % 3 == 1 ? 2 * second : second / 250);
-        DiskMemory memory(disk);
+    for (int world = 0; world < 84; ++world) {
+        disk.files.clear();
+        disk.others.clear();
+        file->bytes.clear();
+        disk.step = world % 3 == 0 ? 1 : (world % 3 == 1 ? 2 * second : second / 250);
+        disk.listsAttributes = world % 2 == 0;
+        disk.keepsChangeTimes = world % 7 != 0;
         Change change(disk, random);
+        HitList previous;
         for (int scan = 0; scan < 40; ++scan) {
             for (auto changes = random() % 4; changes > 0; --changes) {
-                disk.now += static_cast<std::int64_t>(random() % (second / 2)) + 1;
+                disk.now += upTo(second / 2);
                 change();
             }
-            const auto expected = walked(disk, "/disk", nullptr);
-            disk.opened = 0;
-            ASSERT_TRUE(sameHits(walked(disk, "/disk", &memory), expected)) << world << " " << scan;
-            opened += disk.opened;
+            auto used = memory();
+            openedInAll += opened(used, previous);
+            ASSERT_FALSE(HasFailure()) << world << " " << scan;
+            if (random() % 2 == 0) previous = walked(nullptr);
             candidates += static_cast<int>(disk.files.size());
-            disk.now += static_cast<std::int64_t>(random() % (4 * second)) + 1;
-            if (setsBack && random() % 8 == 0) {
-                disk.now -= static_cast<std::int64_t>(random() % (60 * second));
-            }
+            disk.now += upTo(60 * second);
+            if (world % 4 == 0 && random() % 8 == 0) disk.now -= upTo(400 * second);
         }
     }
-    EXPECT_LT(opened, candidates * 3 / 4);
+    EXPECT_LT(openedInAll, candidates * 3 / 4);
 }
 
-/// Counts the files that are opened.
-class CountingReader : public DirectoryReader {
-    struct CountingFolder : Folder {
-        CountingFolder(std::unique_ptr<Folder> folder, std::atomic<int>& count)
-            : real(std::move(folder)), opened(count) {}
-        bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
-            return real->list(visitor);
-        }
-        std::optional<FileAttributes> attributes(const char* name) override {
-            return real->attributes(name);
-        }
-        std::unique_ptr<HeaderFile> openFile(const char* name) override {
-            return ++opened, real->openFile(name);
-        }
-        std::unique_ptr<Folder> openFolder(std::string_view path) override {
-            return std::make_unique<CountingFolder>(real->openFolder(path), opened);
-        }
-        std::unique_ptr<Folder> real;
-        std::atomic<int>& opened;
-    };
-
-public:
-    std::unique_ptr<Folder> open(const std::string& path) override {
-        return std::make_unique<CountingFolder>(real->open(path), opened);
-    }
-    unsigned maxOpenFolders() const override { return real->maxOpenFolders(); }
-    std::shared_ptr<DirectoryReader> real = systemDirectoryReader();
-    std::atomic<int> opened = 0;
-};
-
-class RealFileMemoryTest : public testing::Test {
-protected:
-    /// By whose clock all files are old, once a moment has passed.
-    struct LaterMemory : FileMemoryTable {
-        using FileMemoryTable::FileMemoryTable;
-        std::int64_t now() const override { return FileMemoryTable::now() + 60 * second; }
-    };
-
-    void SetUp() override {
-        for (int i = 0; i < 100; ++i) {
-            tree.file("disk/d" + std::to_string(i % 7) + "/f" + std::to_string(i), text);
-        }
-        tree.file("disk/program", test::thinMachO(test::cpuX86_64));
-        // Longer than the step of the clock that files get their times from.
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    }
-    /// The files that a scan opens with this memory; its hits are those of one without.
-    int opened(FileMemory& memory) {
-        CountingReader reader;
-        const auto hits = walked(reader, tree.at("disk"), &memory);
-        EXPECT_TRUE(sameHits(hits, walked(*reader.real, tree.at("disk"), nullptr)));
-        return reader.opened;
-    }
-    int openedWithFile() {
-        LaterMemory memory(systemFiles(), file);
-        return opened(memory);
-    }
-
-    test::TemporaryTree tree;
-    const std::string text = std::string(test::thinMachO(test::cpuX86_64).size(), 'x');
-    const std::string file = tree.at("memory");
-};
-
-TEST_F(RealFileMemoryTest, OpensOnlyWhatHasChanged) {
-    LaterMemory memory;
-    EXPECT_EQ(opened(memory), 101);
-    EXPECT_EQ(opened(memory), 1);
-    // Each time another Mach-O file of the size and dates of the one before.
-    const auto intel = test::thinMachO(test::cpuX86_64);
-    struct stat old {};
-    ASSERT_EQ(stat(tree.at("disk/d1/f1").c_str(), &old), 0);
-    const timespec dates[] = {old.st_atim, old.st_mtim};
-    tree.file("disk/d1/f1", intel);
-    fs::rename(tree.file("disk/d2/fresh", intel), tree.at("disk/d2/f2"));
-    for (const auto* const name : {"disk/d1/f1", "disk/d2/f2"}) {
-        ASSERT_EQ(utimensat(AT_FDCWD, tree.at(name).c_str(), dates, 0), 0);
-    }
-    fs::rename(tree.at("disk/d3/f3"), tree.at("disk/d3/renamed"));
-    EXPECT_EQ(opened(memory), 4);
-    EXPECT_EQ(opened(memory), 3);
-    FileMemoryTable cautious;
-    EXPECT_EQ(opened(cautious), 101);
-    EXPECT_EQ(opened(cautious), 101);
+TEST_F(FileMemoryTest, OpensOnlyWhatHasChanged) {
+    fill();
+    EXPECT_EQ(opened(), 101);
+    disk.write("f7", text);
+    EXPECT_EQ(opened(), 2);
+    EXPECT_EQ(file->replaced, 1);
+    disk.now += 1000 * second;
+    EXPECT_EQ(opened(), 2);
+    disk.write("tiny", "1234567");
+    disk.listsAttributes = true;
+    EXPECT_EQ(opened(), 1);
+    EXPECT_EQ(file->replaced, 2);
 }
 
-TEST_F(RealFileMemoryTest, LivesInAFileThatMayBeDamagedAtWill) {
-    EXPECT_EQ(openedWithFile(), 101);
-    EXPECT_EQ(openedWithFile(), 1);
-    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-    const auto whole = *systemFiles()->read(file);
+TEST_F(FileMemoryTest, LivesInAFileThatMayBeDamagedAtWill) {
+    fill();
+    EXPECT_EQ(opened(), 101);
+    const auto whole = file->bytes;
     EXPECT_LE(whole.size(), 12U * 100 + 140);
     for (std::size_t at = 0; at < whole.size() + 64; at += 64) {
-        auto damaged = whole;
-        if (at < whole.size()) damaged[at] = static_cast<char>(damaged[at] ^ 0x55);
-        if (at >= whole.size()) damaged.resize(damaged.size() / 2);
-        tree.file("memory", damaged);
-        EXPECT_TRUE(mayHoldFileMemory(*systemFiles(), file));
-        EXPECT_EQ(openedWithFile(), 101) << at;
-        EXPECT_EQ(openedWithFile(), 1) << at;
+        file->bytes = whole;
+        if (at < whole.size()) file->bytes[at] = static_cast<char>(whole[at] ^ 0x55);
+        if (at >= whole.size()) file->bytes.resize(whole.size() / 2);
+        EXPECT_EQ(opened(), 101) << at;
+        EXPECT_EQ(opened(), 1) << at;
     }
-    tree.file("memory", "");
-    EXPECT_TRUE(mayHoldFileMemory(*systemFiles(), file));
-    tree.file("memory", std::string(200, 'v'));
-    EXPECT_FALSE(mayHoldFileMemory(*systemFiles(), file));
-    EXPECT_FALSE(mayHoldFileMemory(*systemFiles(), tree.path()));
-    EXPECT_TRUE(mayHoldFileMemory(*systemFiles(), tree.at("missing")));
 }
 
-TEST_F(RealFileMemoryTest, ServesTwoScansAtATimeAndFoldersInTurn) {
-    LaterMemory first(systemFiles(), file);
-    EXPECT_EQ(opened(first), 101);
-    LaterMemory ofOne(systemFiles(), file);
-    LaterMemory ofOther(systemFiles(), file);
-    tree.file("other/a", text);
-    tree.file("another/b", text);
-    std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    CountingReader reader;
-    walked(reader, tree.at("other"), &ofOne);
-    walked(reader, tree.at("another"), &ofOther);
-    EXPECT_EQ(reader.opened, 2);
-    for (const auto* const folder : {"other", "another"}) {
-        LaterMemory memory(systemFiles(), file);
-        walked(reader, tree.at(folder), &memory);
+TEST_F(FileMemoryTest, ServesTwoScansAtATimeAndFoldersInTurn) {
+    fill();
+    EXPECT_EQ(opened(), 101);
+    auto ofOne = memory();
+    auto ofOther = memory();
+    disk.opened = 0;
+    walked(&ofOne, {}, "/other");
+    walked(&ofOther, {}, "/another");
+    EXPECT_EQ(disk.opened, 202);
+    for (const auto* const folder : {"/other", "/another", "/disk"}) {
+        auto used = memory();
+        walked(&used, {}, folder);
     }
-    EXPECT_EQ(reader.opened, 2);
-    EXPECT_EQ(openedWithFile(), 1);
+    EXPECT_EQ(disk.opened, 205);
     // Not asked for again and again, it is forgotten.
     for (int i = 0; i < 6; ++i) {
-        tree.file("other/" + std::to_string(i), text);
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        LaterMemory memory(systemFiles(), file);
-        walked(reader, tree.at("other"), &memory);
+        disk.write("fresh" + std::to_string(i), text);
+        disk.now += 1000 * second;
+        auto used = memory();
+        walked(&used, {}, "/other");
     }
-    EXPECT_EQ(openedWithFile(), 101);
+    EXPECT_EQ(opened(), 107);
+}
+
+TEST(FingerprintTable, IsNoneByOtherRulesOrWithoutFreeSlots) {
+    FingerprintTable table({.rules = 1}, 1);
+    table.insert(std::uint64_t{1} << 40U, 0);
+    EXPECT_TRUE(FingerprintTable::fromBytes(table.bytes(), 1));
+    EXPECT_FALSE(FingerprintTable::fromBytes(table.bytes(), 2));
+    while (table.size() < table.slotCount()) table.insert((table.size() + 2) << 40U, 0);
+    EXPECT_FALSE(FingerprintTable::fromBytes(table.bytes(), 1));
+}
+
+TEST(FileMemoryProblem, IsAFileThatIsForeignOrThatOthersMayWrite) {
+    const test::TemporaryTree tree;
+    PosixFiles files;
+    const auto path = tree.at("file");
+    const auto problemOf = [&](const std::string& content, mode_t mode) {
+        EXPECT_EQ(chmod(tree.file("file", content).c_str(), mode), 0);
+        return fileMemoryProblem(files, path).value_or("");
+    };
+    auto table = FingerprintTable({}, 1).bytes();
+    EXPECT_EQ(fileMemoryProblem(files, path), std::nullopt);
+    EXPECT_EQ(problemOf("", 0600), "");
+    EXPECT_EQ(problemOf(table, 0644), "");
+    EXPECT_EQ(problemOf(table, 0620), "cannot use " + path + ": others may write it");
+    table[0] = '?';
+    EXPECT_EQ(problemOf(table, 0600), "");
+    EXPECT_EQ(problemOf(std::string(200, 'v'), 0600),
+              path + " is no cache of this program, and is left alone");
+    EXPECT_EQ(fileMemoryProblem(files, tree.path()),
+              "cannot use " + tree.path() + ": it is no regular file");
 }
 
 }  // namespace
