@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/posix/folder_access.h"
+
 namespace vestigo {
 namespace {
 
@@ -38,9 +40,14 @@ bool ByteRange::read(std::uint64_t offset, std::span<std::byte> into) const {
     return liesWithin(size_, offset, into.size()) && source_.read(offset_ + offset, into);
 }
 
+// Without O_NONBLOCK a named pipe, or a file that another program leases, would hold us up.
+const int FileBytes::openFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
+
 std::optional<FileBytes> FileBytes::open(const std::string& path) {
-    // Without O_NONBLOCK a named pipe, or a file that another program leases, would hold us up.
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    return of(openPathPatiently(path, openFlags, O_PATH | O_DIRECTORY));
+}
+
+std::optional<FileBytes> FileBytes::of(Descriptor file) {
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     return FileBytes(std::move(file), static_cast<std::uint64_t>(status.st_size));

@@ -58,8 +58,13 @@ private:
 
 class FileBytes : public ByteSource {
 public:
-    /// Follows links and never blocks. Absent when the file cannot be opened or is not regular.
+    /// With which `of` wants its file opened: never blocks.
+    static const int openFlags;
+    /// Follows links and never blocks. Absent when the file cannot be opened or is not regular. The
+    /// path may be longer than one call takes.
     [[nodiscard]] static std::optional<FileBytes> open(const std::string& path);
+    /// Absent when nothing is open or it is not regular.
+    [[nodiscard]] static std::optional<FileBytes> of(Descriptor file);
     [[nodiscard]] std::uint64_t size() const override { return size_; }
     [[nodiscard]] bool read(std::uint64_t offset, std::span<std::byte> into) const override;
 

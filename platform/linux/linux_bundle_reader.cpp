@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
-#include <system_error>
 
 #include <plist/plist.h>
-#include <sys/stat.h>
 
+#include "platform/linux/bundle_folder.h"
 #include "platform/linux/byte_source.h"
 #include "platform/linux/plist_guard.h"
 
@@ -16,47 +15,39 @@ namespace {
 
 constexpr std::uint64_t largestInfoPlist = std::uint64_t{1} << 20U;
 
-/// A place below the bundle, with the slash before it.
+/// Places in the bundle.
 struct Layout {
     std::string infoPlist;
+    std::string executables;  ///< With the slash behind it, or empty for the bundle itself.
+};
+
+struct FoundInfoPlist {
+    FileBytes file;
     std::string executables;
 };
 
-std::optional<FileBytes> openFirst(const std::string& bundle, std::span<const Layout> layouts,
-                                   Layout& found) {
+std::optional<FoundInfoPlist> find(const BundleFolder& bundle, const Layout& layout) {
+    auto file = bundle.file(layout.infoPlist);
+    if (!file) return std::nullopt;
+    return FoundInfoPlist{*std::move(file), layout.executables};
+}
+
+std::optional<FoundInfoPlist> findInfoPlist(const BundleFolder& bundle) {
+    static const Layout layouts[] = {
+        {"Contents/Info.plist", "Contents/MacOS/"},
+        {"Versions/Current/Resources/Info.plist", "Versions/Current/"},
+        {"Resources/Info.plist", ""},
+        {"Info.plist", ""},
+    };
     for (const auto& layout : layouts) {
-        if (auto file = FileBytes::open(bundle + layout.infoPlist)) {
-            found = layout;
-            return file;
-        }
+        if (auto found = find(bundle, layout)) return found;
+    }
+    // A framework without a current version.
+    for (const auto& name : bundle.names("Versions")) {
+        const auto version = "Versions/" + name + "/";
+        if (auto found = find(bundle, {version + "Resources/Info.plist", version})) return found;
     }
     return std::nullopt;
-}
-
-/// For a framework without a current version: the first by name, if it has any.
-std::optional<Layout> firstVersion(const std::string& bundle) {
-    std::error_code error;
-    std::string first;
-    std::filesystem::directory_iterator versions(bundle + "/Versions", error);
-    for (; !error && versions != std::filesystem::directory_iterator(); versions.increment(error)) {
-        auto name = versions->path().filename().string();
-        if (first.empty() || name < first) first = std::move(name);
-    }
-    if (first.empty()) return std::nullopt;
-    const auto version = "/Versions/" + first;
-    return Layout{version + "/Resources/Info.plist", version};
-}
-
-std::optional<FileBytes> openInfoPlist(const std::string& bundle, Layout& found) {
-    static const Layout layouts[] = {
-        {"/Contents/Info.plist", "/Contents/MacOS"},
-        {"/Versions/Current/Resources/Info.plist", "/Versions/Current"},
-        {"/Resources/Info.plist", ""},
-        {"/Info.plist", ""},
-    };
-    if (auto file = openFirst(bundle, layouts, found)) return file;
-    const auto version = firstVersion(bundle);
-    return version ? openFirst(bundle, {&*version, 1}, found) : std::nullopt;
 }
 
 /// Whether the name stays in the folder that it is looked up in.
@@ -68,17 +59,11 @@ bool staysInside(std::string_view name) {
     return std::ranges::none_of(parts, [](const auto& part) { return part == ".."; });
 }
 
-bool isRegularFile(const std::string& path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
-std::optional<std::string> executableOf(const std::string& bundle, const Layout& layout,
-                                        const InfoPlist& info) {
-    const auto name = info.executableName.value_or(std::filesystem::path(bundle).stem().string());
-    if (!staysInside(name)) return std::nullopt;
-    auto path = bundle + layout.executables + "/" + name;
-    return isRegularFile(path) ? std::optional(std::move(path)) : std::nullopt;
+std::optional<std::string> executableOf(const std::string& path, const BundleFolder& bundle,
+                                        const std::string& executables, const InfoPlist& info) {
+    const auto name = info.executableName.value_or(std::filesystem::path(path).stem().string());
+    if (!staysInside(name) || !bundle.holdsFile(executables + name)) return std::nullopt;
+    return path + "/" + executables + name;
 }
 
 std::optional<std::string> stringValue(plist_t dictionary, const char* key) {
@@ -109,14 +94,16 @@ std::optional<InfoPlist> parseInfoPlist(std::string_view content) {
 }
 
 std::optional<BundleInformation> LinuxBundleReader::read(const std::string& path) {
-    Layout layout;
-    const auto file = openInfoPlist(path, layout);
-    if (!file || file->size() > largestInfoPlist) return std::nullopt;
-    const auto bytes = readBytes(*file, 0, file->size());
+    const auto bundle = BundleFolder::open(path);
+    if (!bundle) return std::nullopt;
+    const auto found = findInfoPlist(*bundle);
+    if (!found || found->file.size() > largestInfoPlist) return std::nullopt;
+    const auto bytes = readBytes(found->file, 0, found->file.size());
     if (!bytes) return std::nullopt;
     auto info = parseInfoPlist({reinterpret_cast<const char*>(bytes->data()), bytes->size()});
     if (!info) return std::nullopt;
-    return BundleInformation{info->identifier, info->version, executableOf(path, layout, *info)};
+    return BundleInformation{info->identifier, info->version,
+                             executableOf(path, *bundle, found->executables, *info)};
 }
 
 }  // namespace vestigo

@@ -9,9 +9,10 @@ namespace vestigo {
 
 /// Knows the layouts that macOS knows: Contents/Info.plist with the executable in Contents/MacOS
 /// (applications, plug-ins, kernel extensions), versioned frameworks (the current version, else the
-/// first by name), and Info.plist at the top or in Resources with the executable at the top.
-/// Links are followed; an Info.plist larger than 1 MiB is not read. A bundle that names no main
-/// executable has one named like itself; a name that leads out of the bundle names none.
+/// first by name that has one), and Info.plist at the top or in Resources with the executable at
+/// the top. An Info.plist larger than 1 MiB is not read. A bundle that names no main executable has
+/// one named like itself. Links are followed within the bundle only: what a name or a link leads to
+/// outside of it is not there. Paths may be longer than one call takes.
 class LinuxBundleReader : public BundleReader {
 public:
     [[nodiscard]] std::optional<BundleInformation> read(const std::string& path) override;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/linux/bundle_folder.h"
 #include "platform/linux/byte_source.h"
 #include "platform/linux/cms_signer.h"
 #include "platform/linux/linux_bundle_reader.h"
@@ -24,22 +25,25 @@ private:
     CodeSignature signature_;
 };
 
-/// The signature whose parts are files of their own, as far as the folder holds them.
-CodeSignature readParts(const std::string& folder) {
+/// The signature whose parts are files of their own, as far as the folder in the bundle holds them.
+CodeSignature readParts(const BundleFolder& bundle, const std::string& folder) {
     CodeSignature signature;
-    const auto directory = FileBytes::open(folder + "/CodeDirectory");
+    const auto directory = bundle.file(folder + "/CodeDirectory");
     if (!directory) return signature;
     signature.teamIdentifier = teamIdentifierOf(*directory);
-    if (const auto message = FileBytes::open(folder + "/CodeSignature");
+    if (const auto message = bundle.file(folder + "/CodeSignature");
         message && message->size() <= largestSignatureMessage) {
         signature.message = readBytes(*message, 0, message->size()).value_or(signature.message);
     }
     return signature;
 }
 
-CodeSignature readBundleParts(const std::string& bundle) {
-    for (const auto* const inner : {"/Contents", "/Versions/Current", ""}) {
-        auto signature = readParts(bundle + inner + "/_CodeSignature");
+CodeSignature readBundleParts(const std::string& path) {
+    const auto bundle = BundleFolder::open(path);
+    if (!bundle) return {};
+    for (const auto* const folder :
+         {"Contents/_CodeSignature", "Versions/Current/_CodeSignature", "_CodeSignature"}) {
+        auto signature = readParts(*bundle, folder);
         if (!signature.isEmpty()) return signature;
     }
     return {};

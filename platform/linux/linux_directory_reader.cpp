@@ -77,9 +77,7 @@ FileSystem fileSystemOf(int folder, std::uint64_t mount) {
     return found;
 }
 
-// Images are often made without times; nothing on a real disk dates from that very second.
 double since2001(const statx_timestamp& time) {
-    if (time.tv_sec == 0 && time.tv_nsec == 0) return 0;
     return static_cast<double>(time.tv_sec) - secondsFrom1970To2001 + time.tv_nsec * 1e-9;
 }
 
@@ -281,7 +279,7 @@ std::size_t openDescriptors() {
 }  // namespace
 
 std::unique_ptr<Folder> LinuxDirectoryReader::open(const std::string& path) {
-    return rootFolder(openFolderPatiently(path, listingFlags, throughFlags));
+    return rootFolder(openPathPatiently(path, listingFlags, throughFlags));
 }
 
 unsigned LinuxDirectoryReader::maxOpenFolders() const {

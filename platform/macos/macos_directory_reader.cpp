@@ -252,7 +252,7 @@ std::size_t openDescriptors() {
 }  // namespace
 
 std::unique_ptr<Folder> MacOSDirectoryReader::open(const std::string& path) {
-    return rootFolder(openFolderPatiently(path, listingFlags, throughFlags));
+    return rootFolder(openPathPatiently(path, listingFlags, throughFlags));
 }
 
 unsigned MacOSDirectoryReader::maxOpenFolders() const {

@@ -126,8 +126,8 @@ bool isElsewhere(const BatchEntry& entry) {
 
 FileAttributes attributesOf(const BatchEntry& entry) {
     return {.size = entry.dataLength.value_or(0),
-            .mtime = secondsSince2001(entry.modified.value_or(BatchTime{})),
-            .ctime = secondsSince2001(entry.created.value_or(BatchTime{})),
+            .mtime = entry.modified ? secondsSince2001(*entry.modified) : 0,
+            .ctime = entry.created ? secondsSince2001(*entry.created) : 0,
             .modified = nanoseconds(entry.modified.value_or(BatchTime{})),
             .changed = nanoseconds(entry.changed.value_or(BatchTime{})),
             .inode = entry.fileId.value_or(0)};
@@ -138,7 +138,6 @@ std::int64_t nanoseconds(const BatchTime& time) {
 }
 
 double secondsSince2001(const BatchTime& time) {
-    if (time.seconds == 0 && time.nanoseconds == 0) return 0;
     return static_cast<double>(time.seconds) - secondsFrom1970To2001 +
            static_cast<double>(time.nanoseconds) * 1e-9;
 }

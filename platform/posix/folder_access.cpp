@@ -56,7 +56,7 @@ Descriptor openPatiently(int folder, const char* path, int flags) {
     return patiently([&] { return ::openat(folder, path, flags | O_CLOEXEC); });
 }
 
-Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlags) {
+Descriptor openPathPatiently(std::string_view path, int flags, int throughFlags) {
     return openInPieces(AT_FDCWD, path, flags, throughFlags, openPatiently);
 }
 

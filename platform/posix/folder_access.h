@@ -19,7 +19,7 @@ namespace vestigo {
 
 /// The same for a path that may be longer than one call takes; `throughFlags` are those for the
 /// folders on the way.
-[[nodiscard]] Descriptor openFolderPatiently(std::string_view path, int flags, int throughFlags);
+[[nodiscard]] Descriptor openPathPatiently(std::string_view path, int flags, int throughFlags);
 
 /// Opens a folder below another by its relative path, through no symbolic link, just as patiently.
 [[nodiscard]] Descriptor openFolderBelow(int root, std::string_view path, int flags,

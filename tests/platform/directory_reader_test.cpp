@@ -80,6 +80,10 @@ TEST_F(DirectoryReaderTest, TellsSizeAndTimesAlikeInEveryWay) {
         EXPECT_EQ(attributes->changed, asked->changed);
         EXPECT_EQ(attributes->fileSystem, asked->fileSystem);
     }
+    // A date like any other, and not an unknown one.
+    const timeval first[2] = {};
+    ASSERT_EQ(utimes(path.c_str(), first), 0);
+    EXPECT_DOUBLE_EQ(folder->attributes("file")->mtime, -978307200);
 }
 
 TEST_F(DirectoryReaderTest, KnowsTheFileSystemOfAFolderFromWhereverItIsOpened) {

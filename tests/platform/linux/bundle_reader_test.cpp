@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 #include "platform/linux/linux_bundle_reader.h"
@@ -6,6 +8,8 @@
 
 namespace vestigo::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 std::string plist(const std::string& entries) {
     return R"(<plist version="1.0"><dict>)" + entries + "</dict></plist>";
@@ -43,6 +47,24 @@ TEST(LinuxBundleReader, FindsTheExecutableInUnusualLayoutsAndOnlyInsideTheBundle
         EXPECT_EQ(executable("Tool.app/Contents/Info.plist", way), std::nullopt) << way;
     }
     EXPECT_EQ(executable("Tool.app/Contents/Info.plist", outside), std::nullopt);
+    fs::create_symlink("../../../outside", tree.at("Tool.app/Contents/MacOS/Out"));
+    fs::create_directory_symlink(tree.path(), tree.at("Tool.app/Contents/MacOS/Up"));
+    for (const auto* const link : {"Out", "Up/outside"}) {
+        EXPECT_EQ(executable("Tool.app/Contents/Info.plist", link), std::nullopt) << link;
+    }
+    fs::create_symlink("../Tool", tree.at("Tool.app/Contents/MacOS/In"));
+    tree.file("Tool.app/Contents/Tool");
+    EXPECT_EQ(executable("Tool.app/Contents/Info.plist", "In"),
+              tree.at("Tool.app/Contents/MacOS/In"));
+
+    // The Finder leaves its own files everywhere.
+    tree.file("Tool.framework/Versions/.DS_Store");
+    tree.folder("Tool.framework/Versions/A");
+    EXPECT_EQ(executable("Tool.framework/Versions/B/Resources/Info.plist", "Lib"), library);
+    tree.folder("Led.app/Contents");
+    fs::create_symlink("../../Tool.app/Contents/Info.plist",
+                       tree.at("Led.app/Contents/Info.plist"));
+    EXPECT_FALSE(LinuxBundleReader().read(tree.at("Led.app")));
 }
 
 // Hostile ones overran libplist: deep nesting its recursion, shared containers its unfolding.

@@ -1,3 +1,6 @@
+#include <cstdlib>
+#include <filesystem>
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -10,6 +13,8 @@
 
 namespace vestigo::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 const std::string developerName = "Developer ID Application: Example Corp (AB12CD34EF)";
 
@@ -79,6 +84,28 @@ TEST_F(LinuxCodeSigningTest, ReadsBundlesThroughTheirMainExecutableOrTheFilesBes
     EXPECT_EQ(answer(app), developerName + "/SCRIPT");
     tree.file("Tool.app/Contents/MacOS/Tool", machOImage(cpuX86_64, developerSignature()));
     EXPECT_EQ(answer(app), developer);
+}
+
+TEST_F(LinuxCodeSigningTest, ReadsWhatLiesDeeperThanOnePathCanName) {
+    const auto start = fs::current_path();
+    const std::string name(250, 'n');
+    const auto top = tree.folder("deep");
+    fs::current_path(top);
+    auto deepest = top;
+    for (int depth = 0; depth < 20; ++depth) {
+        fs::create_directory(name);
+        fs::current_path(name);
+        deepest += "/" + name;
+    }
+    fs::copy_file(tree.file("code", machOImage(cpuX86_64, developerSignature())), "code");
+    tree.file("Tool.app/Contents/Info.plist", "<plist><dict/></plist>");
+    tree.file("Tool.app/Contents/MacOS/Tool", machOImage(cpuX86_64, developerSignature()));
+    fs::copy(tree.at("Tool.app"), "Tool.app", fs::copy_options::recursive);
+    fs::current_path(start);
+    EXPECT_EQ(answer(deepest + "/code"), developer);
+    EXPECT_EQ(answer(deepest + "/Tool.app"), developer);
+    // The standard library cannot remove what it cannot name.
+    EXPECT_EQ(system(("rm -rf '" + top + "'").c_str()), 0);
 }
 
 TEST_F(LinuxCodeSigningTest, NeverWaitsForANamedPipe) {

@@ -1,0 +1,34 @@
+// A bundle as a folder that nothing in it leads out of.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/byte_source.h"
+#include "platform/posix/descriptor.h"
+
+namespace vestigo {
+
+/// Paths are relative to the bundle. Links in it are followed as long as they stay in it; on a
+/// kernel older than 5.6 none are. Thread-safe; never blocks.
+class BundleFolder {
+public:
+    /// The path may be longer than one call takes. Absent when it is no folder that can be opened.
+    [[nodiscard]] static std::optional<BundleFolder> open(const std::string& path);
+
+    /// Absent when it cannot be opened or is no regular file.
+    [[nodiscard]] std::optional<FileBytes> file(const std::string& path) const;
+    /// Whether it is a regular file, which need not be readable.
+    [[nodiscard]] bool holdsFile(const std::string& path) const;
+    /// The names in a folder that are not hidden, sorted. Empty when it cannot be listed.
+    [[nodiscard]] std::vector<std::string> names(const std::string& path) const;
+
+private:
+    explicit BundleFolder(Descriptor folder) : folder_(std::move(folder)) {}
+    [[nodiscard]] Descriptor openInside(const std::string& path, int flags) const;
+
+    Descriptor folder_;
+};
+
+}  // namespace vestigo
