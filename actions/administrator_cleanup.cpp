@@ -23,30 +23,30 @@ AdministratorCleanup::AdministratorCleanup(AdministratorCleanupServices services
     : services_(std::move(services)) {}
 
 std::optional<std::string> AdministratorCleanup::runAdminCleanup(
-    const std::vector<std::string>& paths) {
+    const std::vector<CleanupItem>& items) {
     std::optional<std::string> refusal;
-    std::vector<std::string> allowed;
-    Identities items;
-    for (const auto& path : paths) {
-        auto why = protectionOf(path, *services_.files);
-        if (why && !refusal) refusal = why;
-        if (why) continue;
-        allowed.push_back(path);
-        items.push_back(services_.files->identity(path));
+    std::vector<CleanupItem> allowed;
+    for (const auto& item : items) {
+        auto why = protectionOf(item.path, *services_.files);
+        if (!why) allowed.push_back(item);
+        if (why && !refusal) refusal = std::move(why);
     }
     if (allowed.empty()) return refusal;
-    auto error = run(allowed, items);
+    auto error = run(allowed);
     return error ? error : refusal;
 }
 
 // The question for the password may stay open for long, and another run's may come first.
-std::optional<std::string> AdministratorCleanup::run(const std::vector<std::string>& paths,
-                                                     const Identities& items) {
+std::optional<std::string> AdministratorCleanup::run(const std::vector<CleanupItem>& items) {
     const auto lock = services_.files->lockFolder(services_.temporary);
     if (!lock || !services_.files->isPrivateFolder(services_.temporary)) return notPrivate;
-    const auto plan = services_.trash->plan(paths);
+    const auto plan = services_.trash->plan(items);
     if (plan.error) return plan.error;
-    return runScript(cleanupScript(plan, items));
+    if (!plan.items.empty()) {
+        if (auto error = runScript(cleanupScript(plan))) return error;
+    }
+    if (plan.onOtherDisks.empty()) return std::nullopt;
+    return leftInPlace(plan.onOtherDisks.front(), "is on another disk than the Trash");
 }
 
 std::optional<std::string> AdministratorCleanup::runScript(const std::string& text) {

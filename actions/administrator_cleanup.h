@@ -26,19 +26,15 @@ class AdministratorCleanup {
 public:
     explicit AdministratorCleanup(AdministratorCleanupServices services);
 
-    /// Has one script move all these absolute paths to the user's Trash, after the system has asked
-    /// for an administrator. Whatever is protected is left out. Absent when the script has run and
-    /// nothing was left out, which does not mean that each item could be moved; else why not, for
-    /// the user to read. Blocking, as long as the question is open; never on the main thread.
-    [[nodiscard]] std::optional<std::string> runAdminCleanup(const std::vector<std::string>& paths);
+    /// Has one script move all these items to the user's Trash, after the system has asked for an
+    /// administrator. Whatever is protected, or on another disk, is left out. Absent when the
+    /// script has run and nothing was left out, which does not mean that each item could be moved;
+    /// else why not, for the user to read. Blocking, as long as the question is open; never on the
+    /// main thread.
+    [[nodiscard]] std::optional<std::string> runAdminCleanup(const std::vector<CleanupItem>& items);
 
 private:
-    using Identities = std::vector<std::optional<ItemIdentity>>;
-
-    /// Writes the script and has it run. `items` are what lay at the paths when the run was asked
-    /// for.
-    [[nodiscard]] std::optional<std::string> run(const std::vector<std::string>& paths,
-                                                 const Identities& items);
+    [[nodiscard]] std::optional<std::string> run(const std::vector<CleanupItem>& items);
     [[nodiscard]] std::optional<std::string> runScript(const std::string& text);
 
     AdministratorCleanupServices services_;

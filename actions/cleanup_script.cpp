@@ -70,10 +70,13 @@ is_inode() { # number, item
     set -- "$1" $(ls -di "$2")
     [ "$1" = "$2" ]
 }
+is_unchanged() { # item; everything in it is as it was when the script was written
+    changed=$(find "$1" -cnewer "$0") && [ -z "$changed" ]
+}
 take() { # item, name, number; 1: taken, 2: impossible
     name=
     exists "$1" || return 2
-    [ -z "$inode" ] || is_inode "$inode" "$1" || return 2
+    is_inode "$inode" "$1" && is_unchanged "$1" || return 2
     exists "$trash/$2" && return 1
     if note "$2" "$3" && true >"$journal/files/$2" && place "$1" "$2"; then
         name=$2
@@ -134,10 +137,9 @@ std::string header(const CleanupPlan& plan) {
 }
 
 /// Of the item with this number, from 1 on.
-std::string moveOf(const CleanupPlan& plan, std::size_t number,
-                   const std::optional<ItemIdentity>& identity) {
-    const auto& path = plan.paths[number - 1];
-    const auto inode = "inode=" + (identity ? std::to_string(identity->number) : "") + "\n";
+std::string moveOf(const CleanupPlan& plan, std::size_t number) {
+    const auto& [path, identity] = plan.items[number - 1];
+    const auto inode = "inode=" + std::to_string(identity.number) + "\n";
     const auto item = shellQuoted(path);
     const auto own = path.substr(path.rfind('/') + 1);
     const auto [stem, ending] = trashNameParts(own, plan.longestName);
@@ -165,11 +167,10 @@ std::string shellQuoted(std::string_view text) {
     return quoted += '\'';
 }
 
-std::string cleanupScript(const CleanupPlan& plan,
-                          std::span<const std::optional<ItemIdentity>> items) {
+std::string cleanupScript(const CleanupPlan& plan) {
     auto script = "#!/bin/sh\n" + header(plan);
-    for (std::size_t number = 1; number <= plan.paths.size(); ++number) {
-        script += moveOf(plan, number, items[number - 1]);
+    for (std::size_t number = 1; number <= plan.items.size(); ++number) {
+        script += moveOf(plan, number);
     }
     return script += "finish\n";
 }

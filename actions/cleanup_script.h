@@ -2,13 +2,10 @@
 #pragma once
 
 #include <array>
-#include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
 #include "platform/cleanup_trash.h"
-#include "platform/files.h"
 
 namespace vestigo {
 
@@ -20,10 +17,9 @@ namespace vestigo {
 /// script ends with 0 once it has tried each item, and with another status, before it has moved
 /// anything, where the Trash is no real folder or cannot be written to.
 ///
-/// `items` tells what lay at each path when the run was asked for, which may be long before it
-/// comes to the script: another item that has taken the path since stays. Absent: not known.
-[[nodiscard]] std::string cleanupScript(const CleanupPlan& plan,
-                                        std::span<const std::optional<ItemIdentity>> items);
+/// The script may run long after it was written. An item stays that has taken another one's path,
+/// and one in which anything has changed since.
+[[nodiscard]] std::string cleanupScript(const CleanupPlan& plan);
 
 /// What /usr/bin/osascript is given so that it asks for an administrator and runs the script.
 [[nodiscard]] std::array<std::string, 2> osascriptArguments(std::string_view scriptPath);

@@ -70,9 +70,7 @@ bool Removal::retain(std::span<const BundleGroup* const> groups) {
     for (const auto& root : left) {
         looks_->drop(root);
         if (!services_.files->kind(root)) continue;
-        keepFirst(departed_,
-                  leftInPlace(root, scanner_.isAppleSigned(root) ? "is signed by Apple"
-                                                                 : "also runs natively"));
+        keepFirst(departed_, leftInPlace(root, whyItLeft(root)));
     }
     // A leftover goes with the last group that it is found for.
     std::unordered_set<std::string> found;
@@ -86,6 +84,15 @@ bool Removal::retain(std::span<const BundleGroup* const> groups) {
         return true;
     });
     return true;
+}
+
+const char* Removal::whyItLeft(const std::string& root) const {
+    if (scanner_.isAppleSigned(root)) return "is signed by Apple";
+    const auto isKept = [&root](const BundleGroup& group) {
+        return group.root == root && group.fix == Fix::keep;
+    };
+    return std::ranges::any_of(scanner_.groups(), isKept) ? "also runs natively"
+                                                          : "is no longer among the findings";
 }
 
 void Removal::setLeftoverOn(const std::string& path, bool on) {
@@ -134,18 +141,18 @@ void Removal::performDelete() {
     const auto looks = std::move(looks_);
     auto message = scanner_.trashGroups({plan.groups.begin(), plan.groups.end()}, looks.get());
     keepFirst(message, scanner_.trashPaths(tickedPaths(plan, false), looks.get()));
-    auto [systemPaths, refusal] = scanner_.allowedToGo(tickedPaths(plan, true), looks.get());
+    auto [systemItems, refusal] = scanner_.allowedToGo(tickedPaths(plan, true), looks.get());
     keepFirst(message, std::move(refusal));
     keepFirst(message, departed_);
     close();
     events_.ended(std::move(message));
-    if (!systemPaths.empty()) runAdminCleanup(std::move(systemPaths));
+    if (!systemItems.empty()) runAdminCleanup(std::move(systemItems));
 }
 
-void Removal::runAdminCleanup(std::vector<std::string> paths) {
+void Removal::runAdminCleanup(std::vector<CleanupItem> items) {
     services_.background->run(Priority::normal, [main = services_.main, cleanup = services_.cleanup,
-                                                 handle = handle_, paths = std::move(paths)] {
-        auto message = cleanup->runAdminCleanup(paths);
+                                                 handle = handle_, items = std::move(items)] {
+        auto message = cleanup->runAdminCleanup(items);
         if (!message) return;
         main->post([handle, message = std::move(*message)] {
             if (handle->removal) handle->removal->events_.cleanupFailed(message);

@@ -66,6 +66,8 @@ public:
     /// Makes the plan anew: these groups and what is found of their leftovers now. Begins to look
     /// into what is to go. Blocking for the search alone.
     void open(std::span<const BundleGroup* const> groups);
+    /// Why the first group had to leave the plan that did and is still there.
+    [[nodiscard]] const std::optional<std::string>& departed() const { return departed_; }
     /// Of the plan's groups only these stay in it, with their leftovers. True when one has left.
     bool retain(std::span<const BundleGroup* const> groups);
     /// Ignored for a path that is not among the leftovers.
@@ -86,9 +88,10 @@ private:
     struct Handle;
 
     void note(const std::string& path, CodeRule rule);
+    [[nodiscard]] const char* whyItLeft(const std::string& root) const;
     void performWhenLookedInto();
     void setChecking(bool value);
-    void runAdminCleanup(std::vector<std::string> paths);
+    void runAdminCleanup(std::vector<CleanupItem> items);
 
     RemovalServices services_;
     Scanner& scanner_;

@@ -145,10 +145,9 @@ public:
     DemoCleanupTrash(std::shared_ptr<CleanupTrash> real, std::string disk)
         : real_(std::move(real)), disk_(std::move(disk)) {}
 
-    CleanupPlan plan(const std::vector<std::string>& paths) override {
-        std::vector<std::string> real(paths.size());
-        std::ranges::transform(paths, real.begin(),
-                               [this](const std::string& path) { return disk_ + path; });
+    CleanupPlan plan(const std::vector<CleanupItem>& items) override {
+        auto real = items;
+        for (auto& item : real) item.path.insert(0, disk_);
         return real_->plan(real);
     }
 

@@ -205,6 +205,7 @@ void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed) {
     if (scanning_) return;
     scanning_ = true;
     walking_ = true;
+    cutShort_ = false;
     goneInScan_.clear();
     scannedCount_ = 0;
     currentPath_.clear();
@@ -271,6 +272,7 @@ void Scanner::takeFinish() {
 void Scanner::takeFailure() {
     scanning_ = false;
     walking_ = false;
+    cutShort_ = true;
     currentPath_.clear();
     changed(ScannerField::scanning);
     changed(ScannerField::currentPath);
@@ -324,7 +326,7 @@ void Scanner::takePassEnd() {
 }
 
 void Scanner::saveCache() {
-    if (!services_.order->claim(scan_)) return;
+    if (cutShort_ || !services_.order->claim(scan_)) return;
     results_.date = lastScanDate_ ? *lastScanDate_ : services_.now();
     services_.store->writeScanFile(results_);
 }
@@ -343,6 +345,7 @@ void Scanner::takeOver(ScanFile record) {
     regrouping_.restart(intelOnly_);
     results_.hits = std::move(record.hits);
     results_.roots = std::move(record.roots);
+    cutShort_ = false;
     lastScanDate_ = record.date;
     *results_.signatures = record.signatures ? std::move(*record.signatures) : SignatureMap();
     for (const auto field : {ScannerField::allHits, ScannerField::groups, ScannerField::lastRoots,

@@ -16,6 +16,7 @@
 #include "engine/removal_look.h"
 #include "engine/root_matcher.h"
 #include "engine/scan_store.h"
+#include "platform/cleanup_trash.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
 #include "platform/tasks.h"
@@ -60,8 +61,8 @@ enum class ScannerField : std::uint8_t {
     intelOnly,
 };
 
-struct AllowedPaths {
-    std::vector<std::string> paths;      ///< In their order.
+struct AllowedItems {
+    std::vector<CleanupItem> items;      ///< In their order.
     std::optional<std::string> refusal;  ///< Why the first of the others must stay.
 };
 
@@ -102,8 +103,8 @@ public:
     /// Makes an earlier scan's results its own, without grouping them: for a scan that follows.
     /// Ignored while a scan runs.
     void takeOver(ScanFile record);
-    /// Ignored while a scan runs. A scan that runs out of memory ends with what was found by then.
-    /// `rootsAreNamed`: as the walk's request has it.
+    /// Ignored while a scan runs. A scan that runs out of memory ends with what was found by
+    /// then, which is not saved. `rootsAreNamed`: as the walk's request has it.
     void startScan(std::vector<std::string> roots, bool rootsAreNamed = false);
     /// The scan ends within a moment; what it found by then is still handed over.
     void stop();
@@ -142,7 +143,7 @@ public:
 
     /// Which of several items a removal by other means may take: all that `trashPaths` would move.
     /// Blocking.
-    [[nodiscard]] AllowedPaths allowedToGo(const std::vector<std::string>& paths,
+    [[nodiscard]] AllowedItems allowedToGo(const std::vector<std::string>& paths,
                                            const RemovalLooks* looks = nullptr) const;
 
     /// Calls `observer` after each change of a field. It must not destroy the Scanner.
@@ -164,6 +165,8 @@ private:
     /// Whether there were hits of these roots. While a scan runs, none of them come back.
     bool forget(const RootSet& gone);
     void takeGone(const RootSet& gone);
+    [[nodiscard]] bool isWhatIsSaved() const;
+    void saveWithout(const RootSet& gone);
     void changed(ScannerField field) { observers_.notify(field); }
 
     ScannerServices services_;
@@ -172,6 +175,7 @@ private:
     bool signaturesNewer_ = false;  ///< Than what the groups were started over with.
     bool scanning_ = false;
     bool walking_ = false;
+    bool cutShort_ = false;    ///< The results are those of a scan that ran out of memory.
     bool forgetting_ = false;  ///< What this one has removed; its groups follow later.
     RootSet goneInScan_;       ///< What was removed since the running scan began.
     std::int64_t scannedCount_ = 0;

@@ -92,8 +92,8 @@ public:
         return services_.trash->moveToTrash(path, identity_.value_or(ItemIdentity()));
     }
 
-    /// Whether the item asked for last was there.
-    [[nodiscard]] bool found() const { return identity_.has_value(); }
+    /// The item asked for last; absent when nothing was there.
+    [[nodiscard]] std::optional<ItemIdentity> found() const { return identity_; }
 
 private:
     [[nodiscard]] std::shared_ptr<ItemLook> newLook(const std::string& path, CodeRule rule) const {
@@ -131,7 +131,7 @@ std::optional<std::string> Scanner::trashGroups(const RootSet& roots, const Remo
     }
     static_cast<void>(forget(gone));
     regroup();
-    saveCache();
+    saveWithout(gone);
     return firstError;
 }
 
@@ -150,21 +150,20 @@ std::optional<std::string> Scanner::trashPaths(const std::vector<std::string>& p
         if (error && !firstError) firstError = std::move(error);
     }
     // Where no finding has gone, the groups and the saved scan are what they were.
-    if (forget(gone)) {
-        regroup();
-        saveCache();
-    }
+    const bool hadHits = forget(gone);
+    if (hadHits) regroup();
+    if (hadHits || !isWhatIsSaved()) saveWithout(gone);
     return firstError;
 }
 
-AllowedPaths Scanner::allowedToGo(const std::vector<std::string>& paths,
+AllowedItems Scanner::allowedToGo(const std::vector<std::string>& paths,
                                   const RemovalLooks* looks) const {
-    AllowedPaths result;
+    AllowedItems result;
     Guard guard(*this, looks);
     for (const auto& path : paths) {
         auto why = guard.refusal(path, CodeRule::noKeptGroup);
         if (!why && !guard.found()) why = leftInPlace(path, "could not be found");
-        if (!why) result.paths.push_back(path);
+        if (!why) result.items.push_back({path, *guard.found()});
         if (why && !result.refusal) result.refusal = std::move(why);
     }
     return result;
@@ -177,6 +176,22 @@ bool Scanner::forget(const RootSet& gone) {
     services_.order->tellGone(gone);
     forgetting_ = false;
     return results_.hits.size() < before;
+}
+
+bool Scanner::isWhatIsSaved() const {
+    return !cutShort_ && services_.order->saved() <= scan_;
+}
+
+/// Where a later scan is saved, of another window that may be closed by now, it is that one which
+/// must not bring back at the next start what has gone.
+void Scanner::saveWithout(const RootSet& gone) {
+    if (isWhatIsSaved()) return saveCache();
+    auto record = gone.empty() ? std::nullopt : services_.store->readScanFile();
+    if (!record) return;
+    RootMatcher matcher(gone);
+    const auto count =
+        std::erase_if(record->hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
+    if (count != 0) services_.store->writeScanFile(*record);
 }
 
 /// Whichever Scanner has removed them: what another window saves must not bring them back.

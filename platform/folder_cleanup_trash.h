@@ -13,7 +13,7 @@ public:
     FolderCleanupTrash(std::string folder, std::shared_ptr<Files> files);
 
     /// Never fails. The folder is made when it is missing.
-    [[nodiscard]] CleanupPlan plan(const std::vector<std::string>& paths) override;
+    [[nodiscard]] CleanupPlan plan(const std::vector<CleanupItem>& items) override;
 
 private:
     std::string folder_;

@@ -235,7 +235,12 @@ void ContentView::notifyPlan() {
 
 void ContentView::updatePlan() {
     if (plannedGroups().empty()) return;
-    if (removal_.retain(deletableSelection())) notifyPlan();
+    if (!removal_.retain(deletableSelection())) return;
+    notifyPlan();
+    if (!plannedGroups().empty()) return;
+    auto why = removal_.departed();
+    cancelDelete();
+    if (why) showAlert(std::move(*why));
 }
 
 void ContentView::setLeftoverOn(const std::string& path, bool on) {

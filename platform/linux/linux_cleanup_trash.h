@@ -14,7 +14,7 @@ public:
     /// `homeTrash`: "Trash" in the user's data folder.
     explicit LinuxCleanupTrash(std::string homeTrash);
 
-    [[nodiscard]] CleanupPlan plan(const std::vector<std::string>& paths) override;
+    [[nodiscard]] CleanupPlan plan(const std::vector<CleanupItem>& items) override;
 
 private:
     std::string homeTrash_;

@@ -21,25 +21,6 @@
 namespace vestigo {
 namespace {
 
-/// Where a rename stays within: one file system, as it is mounted in one place.
-struct Mount {
-    std::uint32_t major = 0;
-    std::uint32_t minor = 0;
-    std::uint64_t id = 0;
-    bool operator==(const Mount&) const = default;
-};
-
-/// Absent with errno.
-std::optional<Mount> mountOf(int folder, const char* path) {
-    constexpr int look = AT_EMPTY_PATH | AT_NO_AUTOMOUNT;
-    struct statx status {};
-    if (retrying([&] { return ::statx(folder, path, look, STATX_TYPE | STATX_MNT_ID, &status); }) !=
-        0) {
-        return std::nullopt;
-    }
-    return Mount{status.stx_dev_major, status.stx_dev_minor, status.stx_mnt_id};
-}
-
 std::string parentOf(const std::string& path) {
     const auto slash = path.rfind('/');
     return slash == 0 || slash == path.npos ? "/" : path.substr(0, slash);
@@ -94,7 +75,7 @@ std::optional<Item> findItem(const std::string& path, const ItemIdentity& expect
 /// Where the folder is, or would be if it were made. Absent with errno.
 std::optional<Mount> futureMountOf(std::string folder) {
     for (;;) {
-        const auto mount = mountOf(AT_FDCWD, folder.c_str());
+        const auto mount = mountOf(AT_FDCWD, folder);
         if (mount || errno != ENOENT || folder == "/") return mount;
         folder = parentOf(folder);
     }
@@ -103,7 +84,7 @@ std::optional<Mount> futureMountOf(std::string folder) {
 /// The uppermost folder of the mount that a folder lies on. Absent with errno.
 std::optional<std::string> topOf(std::string folder, const Mount& mount) {
     while (folder != "/") {
-        const auto above = mountOf(AT_FDCWD, parentOf(folder).c_str());
+        const auto above = mountOf(AT_FDCWD, parentOf(folder));
         if (!above) return std::nullopt;
         if (*above != mount) break;
         folder = parentOf(folder);
@@ -161,7 +142,10 @@ Failure moveInto(const TrashFolder& trash, const Item& item, const std::string& 
         attempt = taken->attempt;
         const int error =
             item.isStillThere() ? trash.takeIn(item.folder.get(), item.name, *taken) : ESTALE;
-        if (error == 0) return sendBackIntruder(trash, item, *taken);
+        // A move may have been done and still be called a failure, by disks of other machines.
+        if (error == 0 || isOpenAs(item.handle.get(), trash.files(), taken->name)) {
+            return sendBackIntruder(trash, item, *taken);
+        }
         trash.release(*taken);
         if (error != EEXIST) return trashErrorText(error);
     }

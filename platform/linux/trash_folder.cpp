@@ -79,6 +79,16 @@ bool isOwnNote(int file) {
 
 }  // namespace
 
+std::optional<Mount> mountOf(int folder, const std::string& path) {
+    constexpr int look = AT_EMPTY_PATH | AT_NO_AUTOMOUNT;
+    constexpr unsigned wanted = STATX_TYPE | STATX_MNT_ID;
+    struct statx status {};
+    if (retrying([&] { return ::statx(folder, path.c_str(), look, wanted, &status); }) != 0) {
+        return std::nullopt;
+    }
+    return Mount{status.stx_dev_major, status.stx_dev_minor, status.stx_mnt_id};
+}
+
 std::string trashNote(const std::string& origin) {
     return "[Trash Info]\nPath=" + percentEncoded(origin) + "\nDeletionDate=" + localTime() + "\n" +
            std::string(ownLine);

@@ -59,6 +59,18 @@ private:
     Descriptor info_;
 };
 
+/// Where a rename stays within: one file system, as it is mounted in one place.
+struct Mount {
+    std::uint32_t major = 0;
+    std::uint32_t minor = 0;
+    std::uint64_t id = 0;
+    bool operator==(const Mount&) const = default;
+};
+
+/// Of a path below an open folder, or of the folder itself when it is empty. Links are followed.
+/// Absent with errno.
+[[nodiscard]] std::optional<Mount> mountOf(int folder, const std::string& path);
+
 /// What a note says of an item from this place. It ends with a line that only our notes have.
 [[nodiscard]] std::string trashNote(const std::string& origin);
 

@@ -126,12 +126,10 @@ struct CleanupRace : testing::TestWithParam<const char*> {
     }
     void removeAgainst(CleanupTrash& trash) const {
         const auto paths = makeItems();
-        auto plan = trash.plan(paths);
+        auto plan = trash.plan(test::cleanupItems(paths));
         ASSERT_FALSE(plan.error);
         OtherProgram other(tree, plan.folder);
-        const auto script = tree.file(
-            "script",
-            cleanupScript(plan, std::vector<std::optional<ItemIdentity>>(plan.paths.size())));
+        const auto script = tree.file("script", cleanupScript(plan));
         EXPECT_EQ(test::runInTree(script, tree.path(), GetParam()), 0);
         other.stop();
         expectEverythingOnce(paths, plan, other.kept());

@@ -123,6 +123,9 @@ struct RemovalTest : testing::Test {
         owner->answer(confirmed);
         settle();
     }
+    std::optional<std::string> runCleanup(const Lines& paths) {
+        return cleanup->runAdminCleanup(test::cleanupItems(paths, tree.path()));
+    }
     std::string systemFile(const std::string& name) { return tree.file("Library/" + name, name); }
     void settle() {
         do {
@@ -318,7 +321,7 @@ TEST_F(CleanupTest, MovesExactlyTheFilesOfAnyName) {
         systemFile("decoy" + name);
     }
     paths.insert(paths.begin() + 3, tree.at("Library/vanished"));
-    EXPECT_EQ(cleanup->runAdminCleanup(paths), std::nullopt);
+    EXPECT_EQ(runCleanup(paths), std::nullopt);
     for (const auto& name : names) {
         EXPECT_EQ(inTrash(name), name);
         EXPECT_FALSE(fs::exists(tree.at("Library/" + name)));
@@ -337,7 +340,7 @@ TEST_F(CleanupTest, KeepsEverythingWhoseNamesCollideWhileThePasswordIsAskedFor) 
         fs::create_symlink("nowhere", trashFolder + "/tool.2.plist");
         fs::create_symlink("/dev/null", trashFolder + "/way");
     };
-    EXPECT_EQ(cleanup->runAdminCleanup(paths), std::nullopt);
+    EXPECT_EQ(runCleanup(paths), std::nullopt);
     for (const auto& [name, content] :
          {std::pair{"tool.plist", "older"}, std::pair{"tool.3.plist", "a"},
           std::pair{"folder/inner", "older"}, std::pair{"folder.2/inner", "newer"},
@@ -347,13 +350,36 @@ TEST_F(CleanupTest, KeepsEverythingWhoseNamesCollideWhileThePasswordIsAskedFor) 
     EXPECT_EQ(namesIn(trashFolder).size(), 9U);
 }
 
+TEST_F(CleanupTest, LeavesWhatHasChangedWhileThePasswordWasAskedFor) {
+    const Lines paths{systemFile("replaced"), tree.at("d/changed"), systemFile("same")};
+    const auto inner = tree.file("d/changed/Contents/inner", "old");
+    administrator->meanwhile = [&] {
+        systemFile("other");
+        fs::rename(tree.at("Library/other"), paths[0]);
+        // The time at which a file changed is only as exact as the system's clock ticks.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        tree.file("d/changed/Contents/inner", "new");
+    };
+    EXPECT_EQ(runCleanup(paths), std::nullopt);
+    EXPECT_EQ(namesIn(trashFolder), Lines{"same"});
+    EXPECT_EQ(files->read(inner), "new");
+}
+
+TEST_F(CleanupTest, LeavesWhatIsOnAnotherDiskThanTheTrash) {
+    auto items = test::cleanupItems({systemFile("near"), systemFile("far")});
+    ++items[1].identity.device;
+    EXPECT_EQ(cleanup->runAdminCleanup(items),
+              "“far” is on another disk than the Trash and was left in its place.");
+    EXPECT_EQ(namesIn(trashFolder), Lines{"near"});
+}
+
 TEST_F(CleanupTest, MovesNothingWhereTheTrashHasBecomeALink) {
     const auto path = systemFile("one");
     administrator->meanwhile = [this] {
         fs::rename(trashFolder, tree.at("elsewhere"));
         fs::create_directory_symlink(tree.at("elsewhere"), trashFolder);
     };
-    EXPECT_TRUE(cleanup->runAdminCleanup({path}));
+    EXPECT_TRUE(runCleanup({path}));
     EXPECT_TRUE(fs::exists(path));
     EXPECT_TRUE(fs::is_empty(tree.at("elsewhere")));
 }
@@ -362,13 +388,13 @@ TEST_F(CleanupTest, NeverUsesATemporaryFolderThatOthersCanEnter) {
     const auto path = systemFile("one");
     for (const auto shared : {fs::perms{0750}, fs::perms{0701}}) {
         fs::permissions(temporary, shared);
-        EXPECT_TRUE(cleanup->runAdminCleanup({path}));
+        EXPECT_TRUE(runCleanup({path}));
     }
     const auto own = tree.folder("own");
     fs::permissions(own, fs::perms::owner_all);
     fs::remove(temporary);
     fs::create_symlink(own, temporary);
-    EXPECT_TRUE(cleanup->runAdminCleanup({path}));
+    EXPECT_TRUE(runCleanup({path}));
     EXPECT_TRUE(administrator->scripts.empty());
     EXPECT_TRUE(fs::is_empty(own));
 }
@@ -377,7 +403,8 @@ TEST_F(CleanupTest, RunsOneScriptAtATime) {
     std::vector<std::thread> programs;
     for (const auto* name : {"one", "two", "three", "four", "five", "six"}) {
         programs.emplace_back([this, path = systemFile(name)] {
-            EXPECT_EQ(AdministratorCleanup(places).runAdminCleanup({path}), std::nullopt);
+            EXPECT_EQ(AdministratorCleanup(places).runAdminCleanup(test::cleanupItems({path})),
+                      std::nullopt);
         });
     }
     for (auto& program : programs) program.join();
@@ -386,14 +413,14 @@ TEST_F(CleanupTest, RunsOneScriptAtATime) {
 }
 
 TEST_F(CleanupTest, LeavesProtectedItemsOutOfTheScript) {
-    EXPECT_EQ(cleanup->runAdminCleanup({}), std::nullopt);
+    EXPECT_EQ(runCleanup({}), std::nullopt);
     fs::create_symlink("/usr/bin", tree.at("link"));
     const auto refused = tree.at("link/env");
-    EXPECT_EQ(cleanup->runAdminCleanup({"/Library/Apple/x", refused}),
+    EXPECT_EQ(runCleanup({"/Library/Apple/x", refused}),
               "“x” is protected by the system and was left in its place.");
     EXPECT_TRUE(administrator->scripts.empty());
     administrator->answer = {0, std::nullopt};
-    EXPECT_EQ(cleanup->runAdminCleanup({refused, systemFile("one")}),
+    EXPECT_EQ(runCleanup({refused, systemFile("one")}),
               "“env” is protected by the system and was left in its place.");
     ASSERT_EQ(administrator->scripts.size(), 1U);
     EXPECT_EQ(administrator->scripts[0].find("env"), std::string::npos);

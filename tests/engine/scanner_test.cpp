@@ -289,11 +289,22 @@ TEST_F(ScannerTest, ALateSaveDoesNotUndoTheLaterScanOfAnotherWindow) {
 TEST_F(ScannerRemovalTest, WhatOneWindowRemovesNoOtherOneBringsBack) {
     found({"Foo.app/a", "Bar.app/a"});
     scanner();
-    Scanner other(servicesOf());
+    auto other = std::make_unique<Scanner>(servicesOf());
     EXPECT_EQ(trashGroups({"Foo.app"}), std::nullopt);
-    EXPECT_EQ(other.groups().size(), 1U);
-    other.saveCache();
+    EXPECT_EQ(other->groups().size(), 1U);
+    other->saveCache();
     EXPECT_EQ(store->record->hits.size(), 1U);
+    // The scan that is saved is another window's, which is closed by now.
+    for (const auto* file : {"Bar.app/a", "Baz.app/a"}) tree.file(file, intel);
+    openGate();
+    other->startScan({tree.path()});
+    loop->runUntil([&other] { return !other->walking(); });
+    const auto saved = store->record->hits.size();
+    other.reset();
+    EXPECT_EQ(trashGroups({"Bar.app"}), std::nullopt);
+    EXPECT_EQ(store->record->hits.size(), saved - 1);
+    EXPECT_EQ(scanner().trashPath(tree.at("Baz.app")), std::nullopt);
+    EXPECT_EQ(store->record->hits.size(), saved - 2);
 }
 
 TEST_F(ScannerRemovalTest, NeverTakesWhatIsProtectedSignedByAppleKeptOrOnlyALink) {

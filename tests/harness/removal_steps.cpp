@@ -106,7 +106,7 @@ public:
         std::vector<std::string> paths;
         for (int i = 0; i < systemCount; ++i) paths.push_back(systemPath(i));
         begin();
-        tell("cleanup", administratorCleanup().runAdminCleanup(paths));
+        tell("cleanup", administratorCleanup().runAdminCleanup(test::cleanupItems(paths)));
     }
 
     void next() {
@@ -115,7 +115,8 @@ public:
         tell("export", files_->replace(exportPath(), "next", Access::usual)
                            ? std::nullopt
                            : std::optional<std::string>("not written"));
-        tell("cleanup", administratorCleanup().runAdminCleanup({tree_ + "/Extra/extra"}));
+        tell("cleanup", administratorCleanup().runAdminCleanup(
+                            test::cleanupItems({tree_ + "/Extra/extra"}, tree_)));
     }
 
     void saved() {

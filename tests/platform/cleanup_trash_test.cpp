@@ -12,11 +12,14 @@ TEST(CleanupTrash, GivesAScriptAFolderOfTheUsersAndLeavesNothingBehind) {
         .home = tree.path(), .applicationSupport = tree.at("support"), .temporary = {}};
     const auto files = systemFiles();
     const auto trash = systemCleanupTrash(folders, files);
-    const std::vector<std::string> paths{"/Library/a", "/Library/b.app", "/Library/x/a"};
+    std::vector<CleanupItem> items;
+    for (const auto& path : {tree.file("a"), tree.folder("b.app"), tree.file("x/a")}) {
+        items.push_back({path, files->identity(path).value()});
+    }
     for (int round = 0; round < 2; ++round) {
-        const auto plan = trash->plan(paths);
+        const auto plan = trash->plan(items);
         EXPECT_EQ(plan.error, std::nullopt);
-        EXPECT_EQ(plan.paths, paths);
+        EXPECT_EQ(plan.items.size(), items.size());
         EXPECT_TRUE(plan.folder.starts_with(tree.path()));
         EXPECT_EQ(files->kind(plan.folder), ItemKind::folder);
         EXPECT_EQ(files->names(plan.folder), std::vector<std::string>());

@@ -10,6 +10,8 @@
 
 #include <sys/wait.h>
 
+#include "platform/system.h"
+
 namespace vestigo::test {
 namespace {
 
@@ -52,6 +54,17 @@ bool staysWithin(const std::string& word, const std::string& tree) {
 }
 
 }  // namespace
+
+std::vector<CleanupItem> cleanupItems(const std::vector<std::string>& paths,
+                                      const std::string& like) {
+    const auto files = systemFiles();
+    std::vector<CleanupItem> items;
+    for (const auto& path : paths) {
+        const auto found = files->identity(path);
+        items.push_back({path, found ? *found : files->identity(like).value()});
+    }
+    return items;
+}
 
 std::optional<std::string> wordOutside(const std::string& script, const std::string& tree) {
     std::string_view rest(script);

@@ -3,8 +3,15 @@
 
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "platform/cleanup_trash.h"
 
 namespace vestigo::test {
+
+/// As they are now. One that is not there gets the identity of `like`.
+[[nodiscard]] std::vector<CleanupItem> cleanupItems(const std::vector<std::string>& paths,
+                                                    const std::string& like = "/");
 
 /// The first word of the script that stands for a place outside `tree` (an absolute path without
 /// links in it), also where only a link leads there. Absent when there is none.

@@ -18,6 +18,7 @@
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/descriptor.h"
 #include "platform/system.h"
+#include "tests/support/own_script.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -119,7 +120,7 @@ TEST_F(LinuxTrashTest, RefusesATrashThatLeadsElsewhere) {
     fs::remove_all(home);
     tree.file("data/Trash", "a file");
     EXPECT_TRUE(move(item));
-    EXPECT_TRUE(LinuxCleanupTrash(home).plan({"/Library/a"}).error);
+    EXPECT_TRUE(LinuxCleanupTrash(home).plan(test::cleanupItems({item})).error);
     EXPECT_TRUE(fs::exists(item));
 }
 
@@ -146,7 +147,8 @@ TEST_F(LinuxTrashTest, ClearsWhatKilledMovesHaveLeftAndNothingElse) {
 
 TEST_F(LinuxTrashTest, GivesBackWhatAScriptHadTakenOnceNobodyHoldsItsJournal) {
     tree.file("data/Trash/files/arrived", "item");
-    auto plan = LinuxCleanupTrash(home).plan({"/Library/arrived", "/Library/not"});
+    const auto item = tree.at("item");
+    auto plan = LinuxCleanupTrash(home).plan(test::cleanupItems({item, item + "2"}));
     ASSERT_TRUE(plan.notes);
     const auto& [info, ending, journal] = *plan.notes;
     for (const auto* name : {"/arrived", "/not", "/folder"}) {
@@ -162,7 +164,7 @@ TEST_F(LinuxTrashTest, GivesBackWhatAScriptHadTakenOnceNobodyHoldsItsJournal) {
     plan.prepared.reset();
     EXPECT_EQ(systemFiles()->names(info), std::vector<std::string>{"arrived.trashinfo"});
     EXPECT_EQ(systemFiles()->names(plan.folder), std::vector<std::string>{"arrived"});
-    EXPECT_EQ(originOf("arrived"), "/Library/arrived");
+    EXPECT_EQ(originOf("arrived"), item);
     EXPECT_EQ(systemFiles()->names(home)->size(), 2U);
 }
 
