@@ -47,7 +47,7 @@ int demonstrateAsText(const std::string& disk) {
         return true;
     });
     ScanSession session(servicesFor(disk, loop), std::nullopt);
-    session.run(scanRoots(std::nullopt, Scope::smart, demoHome), false, *interrupted);
+    session.run(scanRoots(std::nullopt, Scope::smart, demoHome), false, false, *interrupted);
     const auto text = session.csv();
     const bool written =
         std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
