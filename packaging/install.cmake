@@ -34,6 +34,13 @@ install(FILES ${sources}/org.vestigo.policy
 install(FILES ${sources}/linux/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/vestigo)
 install(FILES ${sources}/linux/lintian-overrides RENAME vestigo
         DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
+set(completions ${sources}/linux/completions)
+install(FILES ${completions}/vestigo-scan.bash RENAME vestigo-scan
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES ${completions}/_vestigo-scan
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+install(FILES ${completions}/vestigo-scan.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 install_compressed(${sources}/linux/changelog changelog.Debian.gz
                    ${CMAKE_INSTALL_DATADIR}/doc/vestigo)
 foreach(page vestigo vestigo-scan)
