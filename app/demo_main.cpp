@@ -46,7 +46,7 @@ int demonstrateAsText(const std::string& disk) {
         loop->post([interrupted] { *interrupted = true; });
         return true;
     });
-    ScanSession session(servicesFor(disk, loop), std::nullopt);
+    ScanSession session(servicesFor(disk, loop), {});
     session.run(scanRoots(std::nullopt, Scope::smart, demoHome), false, false, *interrupted);
     const auto text = session.csv();
     const bool written =

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <future>
 #include <memory>
 #include <optional>
@@ -65,15 +66,20 @@ ScanSessionServices servicesFor(const ScanOptions& options, std::shared_ptr<RunL
     return services;
 }
 
-/// An unusable file gives the reason.
-std::variant<std::optional<ScanFile>, std::string> previousScan(const ScanOptions& options) {
-    if (!options.previous) return std::nullopt;
-    const auto content = systemFiles()->read(*options.previous);
-    if (!content) return "cannot read " + *options.previous;
-    auto record = decodeScanFile(*content);
-    if (!record) return *options.previous + " is no saved scan, or one of an older version";
-    if (!options.signatures) record->signatures.reset();
-    return record;
+/// Where the file is unusable, the reason goes to `refuse`, on the thread that reads.
+EarlierScan previousScan(const ScanOptions& options,
+                         std::function<void(const std::string& reason)> refuse) {
+    if (!options.previous) return {};
+    return [path = *options.previous, refuse = std::move(refuse)]() -> std::optional<ScanFile> {
+        const auto content = systemFiles()->readToEnd(path);
+        if (!content.problem.empty()) {
+            refuse("cannot read " + path + ": " + content.problem);
+            return std::nullopt;
+        }
+        auto record = decodeScanFile(content.bytes);
+        if (!record) refuse(path + " is no saved scan, or one of an older version");
+        return record;
+    };
 }
 
 /// Why the file cannot be used. Absent when it can, or when none is wanted.
@@ -115,11 +121,19 @@ bool holdsLegacy(const Scanner& scanner) {
     });
 }
 
+Status report(const ScanOptions& options, ScanSession& session, bool interrupted, bool allOpened) {
+    const auto text = options.json ? session.json() : session.csv();
+    if (!text) complain("the findings cannot be written as a record");
+    const auto status = text ? printFindings(*text) : notWritten;
+    if (status != done) return status;
+    if (interrupted) return interruptedByUser;
+    if (!allOpened) return wrongUsage;
+    return options.failOnLegacy && holdsLegacy(session.scanner()) ? legacyFound : done;
+}
+
 int scan(const ScanOptions& options) {
     auto folders = scanFolders(options, *systemDirectoryReader(), *systemFiles());
     if (folders.refusal) return complain(*folders.refusal);
-    auto previous = previousScan(options);
-    if (const auto* const problem = std::get_if<std::string>(&previous)) return complain(*problem);
     if (const auto problem = cacheProblem(options)) return complain(*problem);
     for (const auto& folder : folders.unopened) complain(folder);
     if (folders.roots.empty()) return wrongUsage;
@@ -140,8 +154,14 @@ int scan(const ScanOptions& options) {
             return std::make_unique<CacheOfScan>(path, cacheDone);
         };
     }
-    ScanSession session(std::move(services),
-                        std::move(std::get<std::optional<ScanFile>>(previous)));
+    const auto refusal = std::make_shared<std::string>();
+    auto previous = previousScan(options, [loop, interrupted, refusal](const std::string& reason) {
+        loop->post([interrupted, refusal, reason] {
+            *refusal = reason;
+            *interrupted = true;
+        });
+    });
+    ScanSession session(std::move(services), std::move(previous));
     {
         ProgressLine line;
         const auto watching = session.scanner().subscribe(
@@ -149,14 +169,9 @@ int scan(const ScanOptions& options) {
         session.run(std::move(folders.roots), folders.named, options.all, *interrupted);
     }
     *scanned = true;
-    const auto text = options.json ? session.json() : session.csv();
-    if (!text) complain("the findings cannot be written as a record");
-    auto status = text ? printFindings(*text) : notWritten;
-    if (status == done && *interrupted) status = interruptedByUser;
-    if (status == done && !folders.unopened.empty()) status = wrongUsage;
-    if (status == done && options.failOnLegacy && holdsLegacy(session.scanner())) {
-        status = legacyFound;
-    }
+    const auto status = refusal->empty()
+                            ? report(options, session, *interrupted, folders.unopened.empty())
+                            : complain(*refusal);
     if (options.cache) cacheDone->get_future().wait();
     // Giving every piece of the results back first would only take time.
     std::_Exit(status);

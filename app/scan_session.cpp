@@ -26,7 +26,7 @@ private:
     std::optional<std::string> text_;
 };
 
-ScanSession::ScanSession(ScanSessionServices services, std::optional<ScanFile> previous)
+ScanSession::ScanSession(ScanSessionServices services, EarlierScan previous)
     : loop_(std::move(services.loop)),
       store_(std::make_shared<Store>()),
       scanner_(std::make_unique<Scanner>(ScannerServices{
@@ -39,15 +39,14 @@ ScanSession::ScanSession(ScanSessionServices services, std::optional<ScanFile> p
           .now = secondsSince2001,
           .priority = Priority::normal,
           .memory = std::move(services.memory),
-      })) {
-    if (previous) scanner_->takeOver(std::move(*previous));
-}
+      })),
+      previous_(std::move(previous)) {}
 
 ScanSession::~ScanSession() = default;
 
 void ScanSession::run(std::vector<std::string> roots, bool rootsAreNamed, bool all,
                       const bool& interrupted) {
-    scanner_->startScan(std::move(roots), rootsAreNamed);
+    scanner_->startScan(std::move(roots), rootsAreNamed, std::move(previous_));
     if (all) scanner_->setIntelOnly(false);
     loop_->runUntil([this, &interrupted] {
         if (interrupted && scanner_->scanning()) scanner_->stop();

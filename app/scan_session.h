@@ -24,8 +24,8 @@ struct ScanSessionServices {
 /// Main thread only.
 class ScanSession {
 public:
-    /// `previous`: what an earlier scan saved.
-    ScanSession(ScanSessionServices services, std::optional<ScanFile> previous);
+    /// `previous`: what an earlier scan saved; read while this one is running. May be empty.
+    ScanSession(ScanSessionServices services, EarlierScan previous);
     ~ScanSession();
 
     /// Blocks until the scan and its signatures are done. A job on the loop may set `interrupted`:
@@ -45,6 +45,7 @@ private:
     std::shared_ptr<RunLoop> loop_;
     std::shared_ptr<Store> store_;
     std::unique_ptr<Scanner> scanner_;
+    EarlierScan previous_;
 };
 
 }  // namespace vestigo

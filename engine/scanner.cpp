@@ -73,6 +73,12 @@ public:
         post([](Scanner& scanner) { scanner.takeFinish(); });
     }
 
+    void earlier(SignatureMap signatures) {
+        post([signatures = std::move(signatures)](Scanner& scanner) mutable {
+            scanner.takeEarlier(std::move(signatures));
+        });
+    }
+
     void failed() {
         post([](Scanner& scanner) { scanner.takeFailure(); });
     }
@@ -201,7 +207,7 @@ Scanner::~Scanner() {
     if (task_) task_->cancel();
 }
 
-void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed) {
+void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed, EarlierScan earlier) {
     if (scanning_) return;
     scanning_ = true;
     walking_ = true;
@@ -210,17 +216,24 @@ void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed) {
     scannedCount_ = 0;
     currentPath_.clear();
     results_.roots = roots;
-    WalkRequest request{.roots = std::move(roots),
-                        .previous = std::exchange(results_.hits, {}),
-                        .rootsAreNamed = rootsAreNamed};
     task_ = CancelFlag();
     scan_ = services_.order->begin();
-    ScanReports reports(services_.main, handle_, scan_);
     regrouping_.restart(intelOnly_);
+    if (!earlier && !results_.hits.empty()) {
+        earlier = [hits = std::move(results_.hits)]() mutable {
+            ScanFile record;
+            record.hits = std::move(hits);
+            return record;
+        };
+    }
+    results_.hits.clear();
+    readEarlier(std::move(earlier));
+    WalkRequest request{.roots = std::move(roots), .rootsAreNamed = rootsAreNamed};
     services_.background->run(
-        services_.priority,
-        [reader = services_.reader, memory = services_.memory, request = std::move(request),
-         cancelled = *task_, reports = std::move(reports)]() mutable {
+        services_.priority, [reader = services_.reader, memory = services_.memory,
+                             previous = previous_, request = std::move(request), cancelled = *task_,
+                             reports = ScanReports(services_.main, handle_, scan_)]() mutable {
+            request.previous = previous.get();
             try {
                 walkWithMemory(*reader, memory, request, cancelled, reports);
             } catch (const std::bad_alloc&) {
@@ -233,6 +246,36 @@ void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed) {
           ScannerField::lastRoots, ScannerField::allHits, ScannerField::groups}) {
         changed(field);
     }
+}
+
+void Scanner::readEarlier(EarlierScan earlier) {
+    previous_ = std::make_shared<PreviousHits>();
+    walkIsDone_ = false;
+    previousIsRead_ = !earlier;
+    if (!earlier) return;
+    auto reading = [earlier = std::move(earlier), previous = previous_,
+                    reports = ScanReports(services_.main, handle_, scan_)]() mutable {
+        SignatureMap signatures;
+        try {
+            auto record = earlier();
+            if (record) previous->provide(std::move(record->hits));
+            if (record && record->signatures) signatures = std::move(*record->signatures);
+        } catch (const std::bad_alloc&) {
+            // Without it the files are read, which costs time only.
+        }
+        reports.earlier(std::move(signatures));
+    };
+    services_.background->run(services_.priority, std::move(reading));
+}
+
+void Scanner::takeEarlier(SignatureMap signatures) {
+    previousIsRead_ = true;
+    if (!signatures.empty()) {
+        results_.signatures->merge(signatures);
+        signaturesNewer_ = true;
+        changed(ScannerField::signatures);
+    }
+    if (walkIsDone_) takeFinish();
 }
 
 void Scanner::takeProgress(std::int64_t count, std::string path) {
@@ -256,10 +299,14 @@ void Scanner::takeHits(HitList added, std::int64_t count) {
 }
 
 void Scanner::takeFinish() {
+    // One that was stopped does not wait.
+    walkIsDone_ = scanning_ && !previousIsRead_;
+    if (walkIsDone_) return;
     scanning_ = false;
     walking_ = false;
     goneInScan_.clear();
     currentPath_.clear();
+    completeDates();
     lastScanDate_ = services_.now();
     if (signaturesNewer_) regroup();
     saveCache();
@@ -269,7 +316,21 @@ void Scanner::takeFinish() {
     changed(ScannerField::lastScanDate);
 }
 
+void Scanner::completeDates() {
+    for (auto& hit : results_.hits) {
+        if (hit->ctime > 0) continue;
+        const auto* const known = previous_->find(hit->path);
+        if (!known || (*known)->ctime <= 0) continue;
+        auto whole = reusable(*known, {.size = hit->size, .mtime = hit->mtime});
+        if (!whole) continue;
+        hit = std::move(whole);
+        signaturesNewer_ = true;
+    }
+    previous_.reset();
+}
+
 void Scanner::takeFailure() {
+    previous_.reset();
     scanning_ = false;
     walking_ = false;
     cutShort_ = true;
@@ -283,6 +344,7 @@ void Scanner::stop() {
     scanning_ = false;
     saveCache();
     changed(ScannerField::scanning);
+    if (walkIsDone_) takeFinish();
 }
 
 void Scanner::setIntelOnly(bool value) {

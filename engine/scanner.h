@@ -11,6 +11,7 @@
 
 #include "engine/file_memory.h"
 #include "engine/observers.h"
+#include "engine/previous_hits.h"
 #include "engine/records.h"
 #include "engine/regrouping.h"
 #include "engine/removal_look.h"
@@ -66,6 +67,10 @@ struct AllowedItems {
     std::optional<std::string> refusal;  ///< Why the first of the others must stay.
 };
 
+/// Reads what an earlier scan has saved, on a background thread, while the next one already walks.
+/// Absent: there is nothing usable.
+using EarlierScan = std::function<std::optional<ScanFile>()>;
+
 /// Main thread only. May be destroyed at any moment but in a call of an observer: what runs in the
 /// background then ends soon and its results are dropped.
 class Scanner {
@@ -104,8 +109,11 @@ public:
     /// Ignored while a scan runs.
     void takeOver(ScanFile record);
     /// Ignored while a scan runs. A scan that runs out of memory ends with what was found by
-    /// then, which is not saved. `rootsAreNamed`: as the walk's request has it.
-    void startScan(std::vector<std::string> roots, bool rootsAreNamed = false);
+    /// then, which is not saved. `rootsAreNamed`: as the walk's request has it. `earlier` takes the
+    /// place of the hits at hand and adds its signatures to those at hand; the scan does not end
+    /// before it has been read, unless it is stopped.
+    void startScan(std::vector<std::string> roots, bool rootsAreNamed = false,
+                   EarlierScan earlier = {});
     /// The scan ends within a moment; what it found by then is still handed over.
     void stop();
     void setIntelOnly(bool value);
@@ -158,8 +166,12 @@ private:
     void loadCache();
     void takeProgress(std::int64_t count, std::string path);
     void takeHits(HitList added, std::int64_t count);
+    void readEarlier(EarlierScan earlier);
+    void takeEarlier(SignatureMap signatures);
     void takeFinish();
     void takeFailure();
+    /// Of hits that were read before those of the scan before were there.
+    void completeDates();
     void takeSignatures(const SignatureMap& found);
     void takePassEnd();
     /// Whether there were hits of these roots. While a scan runs, none of them come back.
@@ -183,7 +195,11 @@ private:
     std::optional<double> lastScanDate_;
     bool intelOnly_ = true;
     std::optional<CancelFlag> task_;  ///< Of the running or last scan.
-    std::uint64_t scan_ = 0;          ///< Which one the results are of, by `order`.
+    /// Of the running scan; the last one's hits.
+    std::shared_ptr<PreviousHits> previous_;
+    bool previousIsRead_ = true;
+    bool walkIsDone_ = false;  ///< Only the end of the reading is waited for.
+    std::uint64_t scan_ = 0;   ///< Which one the results are of, by `order`.
     std::size_t passes_ = 0;
     CancelFlag closing_;
     std::shared_ptr<Handle> handle_;

@@ -6,7 +6,6 @@
 #include <mutex>
 #include <new>
 #include <string_view>
-#include <unordered_map>
 
 #include "engine/mach_o.h"
 #include "engine/scan_rules.h"
@@ -18,50 +17,6 @@ namespace {
 
 // What keeps a cold disk busy; the queue lets no more of them work than help.
 constexpr unsigned maxThreads = 32;
-
-/// The scan before, by path. Of two hits with one path the first counts.
-class PreviousHits {
-public:
-    explicit PreviousHits(const HitList& hits) {
-        byPath_.reserve(hits.size());
-        mayHold_.resize(hits.size() * bitsPerHit);
-        for (const auto& hit : hits) {
-            byPath_.emplace(hit->path, &hit);
-            mayHold_[bitOf(hit->path)] = true;
-        }
-    }
-    [[nodiscard]] const HitRef* find(std::string_view path) const {
-        // Nearly all files are no hits: these bits say so without a walk through the table's
-        // memory.
-        if (byPath_.empty() || !mayHold_[bitOf(path)]) return nullptr;
-        const auto found = byPath_.find(path);
-        return found == byPath_.end() ? nullptr : found->second;
-    }
-
-private:
-    static constexpr std::size_t bitsPerHit = 16;
-    [[nodiscard]] std::size_t bitOf(std::string_view path) const {
-        return std::hash<std::string_view>()(path) % mayHold_.size();
-    }
-
-    std::vector<bool> mayHold_;
-    std::unordered_map<std::string_view, const HitRef*> byPath_;
-};
-
-bool hasUnknownArch(const BinaryHit& hit) {
-    return std::ranges::any_of(hit.archs,
-                               [](const std::string& arch) { return arch.starts_with("cpu("); });
-}
-
-/// The previous answer for a file, where it still holds.
-HitRef reuse(const HitRef& previous, const FileAttributes& now) {
-    if (previous->size != now.size || previous->mtime != now.mtime) return nullptr;
-    if (hasUnknownArch(*previous)) return nullptr;
-    if (now.ctime <= 0 || now.ctime == previous->ctime) return previous;
-    auto hit = std::make_shared<BinaryHit>(*previous);
-    hit->ctime = now.ctime;
-    return hit;
-}
 
 /// Keeps the first path that could not be looked at. Thread-safe.
 class Unread {
@@ -134,7 +89,7 @@ private:
 /// What all threads of a walk share.
 struct Shared {
     DirectoryReader& reader;
-    const PreviousHits& previous;
+    const PreviousHits* const previous;
     FileMemory* const memory;
     const bool rootsAreNamed;
     const std::vector<std::string>& rootsInExcludedPlaces;
@@ -240,10 +195,11 @@ private:
 
     /// The file at `path_`. Null when it is no Mach-O file.
     HitRef examine(Folder& folder, const char* name, std::optional<FileAttributes> attributes) {
-        if (const auto* const previous = shared_.previous.find(path_)) {
+        const auto* const previous = shared_.previous ? shared_.previous->find(path_) : nullptr;
+        if (previous) {
             if (!attributes) attributes = folder.attributes(name);
             if (!attributes) return unread();
-            if (auto hit = reuse(*previous, *attributes)) return hit;
+            if (auto hit = reusable(*previous, *attributes)) return hit;
         }
         if (isRemembered(folder, name, attributes)) return nullptr;
         if (attributes && isTooSmall(*attributes)) return nullptr;
@@ -353,7 +309,6 @@ std::vector<std::string> rootsInExcludedPlaces(const WalkRequest& request) {
 
 WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const CancelFlag& cancelled,
                  WalkListener& listener) {
-    const PreviousHits previous(request.previous);
     const auto opened = rootsInExcludedPlaces(request);
     const auto wanted = request.threads ? request.threads : maxThreads;
     const auto openFolders = reader.maxOpenFolders();
@@ -362,8 +317,8 @@ WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const Canc
     Crew crew(count, queue);
     if (cancelled.cancelled()) queue.stop();
     Unread unread;
-    const Shared shared{reader, previous,  request.memory, request.rootsAreNamed,
-                        opened, cancelled, queue,          unread,
+    const Shared shared{reader, request.previous, request.memory, request.rootsAreNamed,
+                        opened, cancelled,        queue,          unread,
                         crew};
     crew.run([&shared] { Worker(shared).run(); });
     queue.finish();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/file_memory.h"
+#include "engine/previous_hits.h"
 #include "engine/records.h"
 #include "platform/directory_reader.h"
 #include "platform/tasks.h"
@@ -28,8 +29,9 @@ public:
 
 struct WalkRequest {
     std::vector<std::string> roots;
-    /// Of the scan before: a file in it that has not changed is not read again.
-    HitList previous = {};
+    /// Of the scan before: a file in it that has not changed is not read again. May be null, and
+    /// may still be filled.
+    const PreviousHits* previous = nullptr;
     unsigned threads = 0;  ///< At most; 0: as many as help.
     /// Someone named the roots: a place that scans leave out does not count for a root at or below
     /// it. What else is left out stays out, below such a root too. And a root may be a file.

@@ -26,7 +26,7 @@ std::optional<ScanFile> interruptedScan(bool atOnce) {
                              [](const std::string&) {
                                  return SignInfo{false, "Vendor"};
                              }},
-                        std::nullopt);
+                        {});
     const auto watching = session.scanner().subscribe([&](ScannerField field) {
         if (field == ScannerField::signatures) interrupted = true;
     });

@@ -141,6 +141,101 @@ TEST_F(ScannerTest, StopsAtOnceAndDropsWhatComesOnceTheNextScanRuns) {
     EXPECT_EQ(scanner().scannedCount(), 1);
 }
 
+/// One folder of one Mach-O file that is said to have been made at no time.
+struct DatelessReader : DirectoryReader {
+    struct File : HeaderFile {
+        std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
+            return test::thinMachO(test::cpuX86_64)
+                .copy(reinterpret_cast<char*>(buffer.data()), 32);
+        }
+        std::optional<FileAttributes> attributes() override { return FileAttributes{}; }
+    };
+    struct OneFile : Folder {
+        bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
+            return visitor({.name = "tool", .kind = EntryKind::file, .attributes = {}});
+        }
+        std::optional<FileAttributes> attributes(const char*) override { return FileAttributes{}; }
+        std::unique_ptr<HeaderFile> openFile(const char*) override {
+            return std::make_unique<File>();
+        }
+        std::unique_ptr<Folder> openFolder(std::string_view) override { return nullptr; }
+    };
+    std::unique_ptr<Folder> open(const std::string&) override {
+        return std::make_unique<OneFile>();
+    }
+    unsigned maxOpenFolders() const override { return 8; }
+};
+
+TEST_F(ScannerTest, EndsOnceTheEarlierScanIsReadOrItIsStopped) {
+    const auto held = std::make_shared<test::HeldTasks>();
+    tasks = held;
+    auto services = servicesOf();
+    services.reader = std::make_shared<DatelessReader>();
+    made = std::make_unique<Scanner>(services);
+    openGate();
+    for (const bool stops : {false, true}) {
+        held->jobs.clear();
+        inspected.clear();
+        scanner().startScan({"/disk"}, false, [] {
+            auto record = test::savedScan({test::hitRef({"/disk/tool", {"x86_64"}, 0, 0, 7})});
+            record.signatures->emplace("/disk/tool", SignInfo{false, "Known"});
+            return record;
+        });
+        const auto reading = held->jobs.at(0);
+        held->jobs.at(1)();
+        loop->runPosted();
+        EXPECT_EQ(scanner().allHits().at(0)->ctime, 0);
+        EXPECT_TRUE(scanner().scanning() && scanner().walking());
+        if (stops) scanner().stop();
+        if (!stops) reading();
+        loop->runPosted();
+        EXPECT_FALSE(scanner().scanning() || scanner().walking());
+        EXPECT_EQ(store->record->hits.at(0)->ctime, stops ? 0 : 7);
+        EXPECT_EQ(scanner().signatures().at("/disk/tool").vendor, "Known");
+    }
+    EXPECT_TRUE(inspected.empty());
+}
+
+TEST_F(ScannerTest, KeepsTheMemoryOfScansThatEndByThemselvesAndNeedsNone) {
+    struct CountingMemory : FileMemory {
+        explicit CountingMemory(int& count) : finished(count) {}
+        std::int64_t now() const override { return 0; }
+        std::uint64_t fingerprint(std::string_view, const FileAttributes&) const override {
+            return 1;
+        }
+        bool contains(std::uint64_t) override { return false; }
+        void add(std::span<const std::uint64_t>) override {}
+        void finish() override {
+            ++finished;
+            throw std::bad_alloc();
+        }
+        int& finished;
+    };
+    tree.file("tool", intel);
+    const auto held = std::make_shared<test::HeldTasks>();
+    tasks = held;
+    int opened = 0;
+    int finished = 0;
+    auto services = servicesOf();
+    services.memory = [&]() -> std::unique_ptr<FileMemory> {
+        if (++opened == 1) throw std::bad_alloc();
+        return std::make_unique<CountingMemory>(finished);
+    };
+    openGate();
+    for (int scan = 1; scan <= 3; ++scan) {
+        made = std::make_unique<Scanner>(services);
+        store->record.reset();
+        scanner().startScan({tree.path()});
+        if (scan == 3) scanner().stop();
+        held->runHeld();
+        loop->runPosted();
+        EXPECT_EQ(scanner().allHits().size(), scan == 3 ? 0U : 1U);
+        EXPECT_EQ(opened, scan);
+        EXPECT_EQ(finished, scan == 1 ? 0 : 1);
+        held->jobs.clear();
+    }
+}
+
 TEST_F(ScannerTest, MergesOverlappingSignaturePasses) {
     tree.file("a", intel);
     tree.file("b", test::thinMachO(test::cpuArm64));

@@ -52,7 +52,9 @@ class WalkTest : public testing::Test {
 protected:
     RecordingListener walked(Paths roots, HitList previous = {}, unsigned threads = 0) {
         RecordingListener listener;
-        walk(reader, {std::move(roots), std::move(previous), threads}, CancelFlag(), listener);
+        PreviousHits known;
+        known.provide(std::move(previous));
+        walk(reader, {std::move(roots), &known, threads}, CancelFlag(), listener);
         return listener;
     }
     RecordingListener walkedTree(HitList previous = {}) {
@@ -174,7 +176,9 @@ TEST_F(WalkTest, GivesEachFileTheAttributesThatItsListingBrought) {
     EXPECT_EQ(expected.size(), 26U);
     for (const auto& previous : {HitList(), expected}) {
         RecordingListener listener;
-        walk(listing, {{tree.path()}, previous}, CancelFlag(), listener);
+        PreviousHits known;
+        known.provide(previous);
+        walk(listing, {{tree.path()}, &known}, CancelFlag(), listener);
         EXPECT_TRUE(sameHits(listener.hits, expected));
     }
 }
@@ -332,7 +336,9 @@ TEST_F(WalkTest, TellsWhatItCouldNotLookAt) {
     const auto unreadAfter = [&](const char* fault, const HitList& previous, std::size_t hits) {
         failing.fault = fault;
         RecordingListener listener;
-        auto outcome = walk(failing, {{tree.path()}, previous}, CancelFlag(), listener);
+        PreviousHits known;
+        known.provide(previous);
+        auto outcome = walk(failing, {{tree.path()}, &known}, CancelFlag(), listener);
         EXPECT_EQ(listener.hits.size(), hits) << fault;
         return outcome.unread;
     };

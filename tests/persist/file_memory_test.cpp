@@ -152,7 +152,9 @@ struct FileMemoryTest : testing::Test {
     }
     HitList walked(FileMemory* memory, HitList previous = {}, const std::string& root = "/disk") {
         Found found;
-        walk(disk, {{root}, std::move(previous), 2, false, memory}, CancelFlag(), found);
+        PreviousHits known;
+        known.provide(std::move(previous));
+        walk(disk, {{root}, &known, 2, false, memory}, CancelFlag(), found);
         if (memory) memory->finish();
         return found.hits;
     }

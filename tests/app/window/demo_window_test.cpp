@@ -21,7 +21,9 @@ class DemoWindow : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(makeDemoTree(disk.path()));
-        content = std::make_unique<ContentView>(windowServices(demoSurroundings(disk.path())));
+        auto surroundings = demoSurroundings(disk.path());
+        surroundings.folders.caches = "/private/caches";
+        content = std::make_unique<ContentView>(windowServices(std::move(surroundings)));
         content->scanPressed();
         const auto& scanner = content->scanner();
         ASSERT_TRUE(QTest::qWaitFor(
@@ -41,6 +43,10 @@ protected:
     TemporaryTree disk;
     std::unique_ptr<ContentView> content;
 };
+
+TEST_F(DemoWindow, KeepsItsMemoryOfOtherFilesInTheCachesFolder) {
+    EXPECT_TRUE(QTest::qWaitFor([&] { return has("/private/caches/Vestigo/other-files"); }, 20000));
+}
 
 TEST_F(DemoWindow, ShowsEveryCategoryAndEveryFixOnTheDiskItPlays) {
     for (const auto category : allCategories) EXPECT_GT(content->categoryCount(category), 0U);
