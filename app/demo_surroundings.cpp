@@ -82,7 +82,7 @@ Surroundings demoSurroundings(const std::string& disk) {
                     .applicationSupport = library + "/Application Support",
                     .temporary = temporary},
         .preferences = QtPreferences::inFile(disk + library + "/Preferences/vestigo.ini"),
-        .previousPreferences = {},
+        .openPreviousPreferences = {},
         .reader = demoDirectoryReader(std::make_shared<LinuxDirectoryReader>(), disk),
         .signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk),
         .desktop = std::make_shared<DemoDesktop>(std::make_unique<QtDesktop>(), disk),

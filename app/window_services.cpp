@@ -64,7 +64,7 @@ Surroundings systemSurroundings() {
     return {
         .folders = folders,
         .preferences = QtPreferences::own(),
-        .previousPreferences = QtPreferences::previousProduct(),
+        .openPreviousPreferences = QtPreferences::previousProduct,
         .reader = systemDirectoryReader(),
         .signing = systemCodeSigning(),
         .desktop = std::make_shared<QtDesktop>(),
@@ -91,8 +91,9 @@ ContentServices windowServices(Surroundings surroundings) {
         .store = std::make_shared<BackgroundScanStore>(cache, surroundings.tasks),
         .inspect = [signing = std::move(surroundings.signing)](
                        const std::string& root) { return inspectSignature(*signing, root); },
-        .migrate = [own = surroundings.preferences, previous = surroundings.previousPreferences,
-                    cache] { migrateFromPreviousProduct(*own, previous.get(), *cache); },
+        .migrate = [own = surroundings.preferences,
+                    openPrevious = std::move(surroundings.openPreviousPreferences),
+                    cache] { migrateFromPreviousProduct(*own, openPrevious, *cache); },
         .now = secondsSince2001,
         .priority = Priority::utility,
         .trash = std::move(surroundings.trash),

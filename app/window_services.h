@@ -26,7 +26,8 @@ namespace vestigo {
 struct Surroundings {
     StandardFolders folders;
     std::shared_ptr<Preferences> preferences;
-    std::shared_ptr<Preferences> previousPreferences;  ///< Of the previous product; may be null.
+    /// Opens those of the previous product, at the first launch only. May be empty.
+    std::function<std::shared_ptr<Preferences>()> openPreviousPreferences;
     std::shared_ptr<DirectoryReader> reader;
     std::shared_ptr<CodeSigning> signing;
     std::shared_ptr<Desktop> desktop;

@@ -41,7 +41,7 @@ Surroundings surroundingsIn(const std::string& folder) {
     surroundings.folders.caches = folder;
     surroundings.preferences = QtPreferences::inFile(folder + "/settings.ini");
     surroundings.preferences->setBoolean(preference::acceptedDisclaimer, true);
-    surroundings.previousPreferences = nullptr;
+    surroundings.openPreviousPreferences = {};
     return surroundings;
 }
 

@@ -7,6 +7,7 @@
 #include <QNetworkRequest>
 #include <utility>
 
+#include "platform/qt/own_settings.h"
 #include "platform/qt/update_dialog.h"
 
 namespace vestigo {
@@ -24,8 +25,7 @@ constexpr int patience = 30000;
 }  // namespace
 
 AppcastServices systemAppcastServices() {
-    return {.settings = std::make_unique<QSettings>(QStringLiteral("Vestigo"),
-                                                    QStringLiteral("Vestigo Updater")),
+    return {.settings = ownSettings(QStringLiteral("Vestigo Updater")),
             .network = std::make_unique<QNetworkAccessManager>(),
             .openPage = [](const QUrl& page) { QDesktopServices::openUrl(page); }};
 }

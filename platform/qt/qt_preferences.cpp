@@ -3,27 +3,45 @@
 #include <QFile>
 #include <QSettings>
 #include <QVariant>
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
 #include <utility>
+
+#include "platform/qt/own_settings.h"
 
 namespace vestigo {
 
-struct QtPreferences::Store {
-    QSettings settings;
+namespace {
 
-    Store(const char* organisation, const char* application)
-        : settings(QString::fromLatin1(organisation), QString::fromLatin1(application)) {
+/// Whether a text means yes as it does to the system's own reader of preferences: by its first
+/// letter, or as a number that is not 0.
+bool meansYes(const QString& text) {
+    const auto isInsignificant = [](QChar c) { return c.isSpace() || c == u'0'; };
+    const auto trimmed = text.trimmed();
+    const bool hasSign = trimmed.startsWith(u'+') || trimmed.startsWith(u'-');
+    const auto first =
+        std::find_if_not(trimmed.begin() + (hasSign ? 1 : 0), trimmed.end(), isInsignificant);
+    return first != trimmed.end() && QStringLiteral("YyTt123456789").contains(*first);
+}
+
+}  // namespace
+
+struct QtPreferences::Store {
+    std::unique_ptr<QSettings> settings;
+
+    explicit Store(std::unique_ptr<QSettings> opened) : settings(std::move(opened)) {
         // Only this domain counts, not what the system or the organisation sets for all.
-        settings.setFallbacksEnabled(false);
+        settings->setFallbacksEnabled(false);
     }
-    explicit Store(const std::string& path)
-        : settings(QFile::decodeName(path.c_str()), QSettings::IniFormat) {}
 
     [[nodiscard]] QVariant value(const std::string& key) const {
-        return settings.value(QString::fromStdString(key));
+        return settings->value(QString::fromStdString(key));
     }
     void store(const std::string& key, const QVariant& value) {
-        settings.setValue(QString::fromStdString(key), value);
-        settings.sync();
+        settings->setValue(QString::fromStdString(key), value);
+        settings->sync();
     }
 };
 
@@ -31,34 +49,44 @@ QtPreferences::QtPreferences(std::unique_ptr<Store> store) : store_(std::move(st
 
 QtPreferences::~QtPreferences() = default;
 
-std::unique_ptr<QtPreferences> QtPreferences::own() {
+std::unique_ptr<QtPreferences> QtPreferences::in(std::unique_ptr<QSettings> settings) {
     return std::unique_ptr<QtPreferences>(
-        new QtPreferences(std::make_unique<Store>("Vestigo", "Vestigo")));
+        new QtPreferences(std::make_unique<Store>(std::move(settings))));
+}
+
+std::unique_ptr<QtPreferences> QtPreferences::own() {
+    return in(ownSettings(QStringLiteral("Vestigo")));
 }
 
 std::unique_ptr<QtPreferences> QtPreferences::previousProduct() {
-    return std::unique_ptr<QtPreferences>(
-        new QtPreferences(std::make_unique<Store>("tracemole.com", "Tracemole")));
+    return in(
+        std::make_unique<QSettings>(QStringLiteral("tracemole.com"), QStringLiteral("Tracemole")));
 }
 
 std::unique_ptr<QtPreferences> QtPreferences::inFile(const std::string& path) {
-    return std::unique_ptr<QtPreferences>(new QtPreferences(std::make_unique<Store>(path)));
+    return in(std::make_unique<QSettings>(QFile::decodeName(path.c_str()), QSettings::IniFormat));
 }
 
 bool QtPreferences::contains(const std::string& key) const {
-    return store_->settings.contains(QString::fromStdString(key));
+    return store_->settings->contains(QString::fromStdString(key));
 }
 
 bool QtPreferences::boolean(const std::string& key) const {
-    // As text, which is what some of the stores keep.
-    const auto text = store_->value(key).toString();
-    return text == QLatin1String("true") || text == QLatin1String("1");
+    // Some stores keep everything as text, and administrators write what they like.
+    const auto value = store_->value(key);
+    if (value.typeId() == QMetaType::QString) return meansYes(value.toString());
+    return value.toDouble() != 0;
 }
 
 int QtPreferences::integer(const std::string& key) const {
-    // Asked for an int, the value would be cut to size.
-    const auto number = store_->value(key).toLongLong();
-    return std::in_range<int>(number) ? static_cast<int>(number) : 0;
+    // Of a text the number that it begins with counts, and of a number what is before the point.
+    const auto value = store_->value(key);
+    const bool isText = value.typeId() == QMetaType::QString;
+    const auto text = value.toString().toUtf8();
+    const auto number = isText ? static_cast<double>(std::strtoll(text.constData(), nullptr, 10))
+                               : std::trunc(value.toDouble());
+    using Limits = std::numeric_limits<int>;
+    return number >= Limits::min() && number <= Limits::max() ? static_cast<int>(number) : 0;
 }
 
 void QtPreferences::setBoolean(const std::string& key, bool value) {

@@ -6,12 +6,14 @@
 
 #include "platform/preferences.h"
 
+class QSettings;
+
 namespace vestigo {
 
 /// Nothing fails visibly: a value that cannot be stored is remembered until the object dies.
 class QtPreferences : public Preferences {
 public:
-    /// The program's own domain.
+    /// The program's own domain; on a Mac the one that is called like its bundle.
     [[nodiscard]] static std::unique_ptr<QtPreferences> own();
     /// The domain of the product's previous version, "com.tracemole.Tracemole" on macOS. Reading it
     /// leaves no trace.
@@ -32,6 +34,7 @@ public:
 private:
     struct Store;
     explicit QtPreferences(std::unique_ptr<Store> store);
+    static std::unique_ptr<QtPreferences> in(std::unique_ptr<QSettings> settings);
 
     std::unique_ptr<Store> store_;
 };

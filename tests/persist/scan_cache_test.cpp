@@ -80,10 +80,18 @@ TEST(BackgroundScanStore, WritesTheFirstAndTheLatestAndAlsoWhatIsLeftAtTheEnd) {
 }
 
 struct Migration : ScanCacheTest {
-    Migration() { previous.setBoolean(acceptedDisclaimer, true); }
-    void migrate() { migrateFromPreviousProduct(own, &previous, cache); }
+    Migration() { previous->setBoolean(acceptedDisclaimer, true); }
+    void migrate() {
+        const auto openPrevious = [this] {
+            ++opened;
+            return previous;
+        };
+        migrateFromPreviousProduct(own, openPrevious, cache);
+    }
 
-    test::MemoryPreferences own, previous;
+    test::MemoryPreferences own;
+    std::shared_ptr<test::MemoryPreferences> previous = std::make_shared<test::MemoryPreferences>();
+    int opened = 0;
     std::string old = tree.file("Tracemole/last-scan.json", "old");
 };
 
@@ -97,6 +105,7 @@ TEST_F(Migration, TakesOverAcceptanceAndLastScanOnce) {
     migrate();
     EXPECT_FALSE(own.contains(acceptedDisclaimer));
     EXPECT_FALSE(files.exists(current));
+    EXPECT_EQ(opened, 1);
 }
 
 TEST_F(Migration, NeverOverwritesWhatIsThere) {
