@@ -95,17 +95,24 @@ std::optional<std::string> cacheProblem(const ScanOptions& options) {
     return std::nullopt;
 }
 
-/// Tells when the scan has let go of it: by then the file has been replaced, or stays as it was.
+/// Tells when the scan has let go of it, and whether the file could be written where it had to be.
+/// Otherwise the file stays as it was.
 class CacheOfScan : public FileMemoryTable {
 public:
-    CacheOfScan(std::string path, std::shared_ptr<std::promise<void>> done)
+    CacheOfScan(std::string path, std::shared_ptr<std::promise<bool>> done)
         : FileMemoryTable(systemFiles(), std::move(path)), done_(std::move(done)) {}
     CacheOfScan(const CacheOfScan&) = delete;
     CacheOfScan& operator=(const CacheOfScan&) = delete;
-    ~CacheOfScan() override { done_->set_value(); }
+    ~CacheOfScan() override { done_->set_value(written_); }
+
+    void finish() override {
+        FileMemoryTable::finish();
+        written_ = isInFile();
+    }
 
 private:
-    std::shared_ptr<std::promise<void>> done_;
+    std::shared_ptr<std::promise<bool>> done_;
+    bool written_ = true;
 };
 
 void showProgress(const Scanner& scanner, ScannerField field, ProgressLine& line) {
@@ -146,7 +153,7 @@ int scan(const ScanOptions& options) {
         return !*scanned;
     });
     auto services = servicesFor(options, loop);
-    const auto cacheDone = std::make_shared<std::promise<void>>();
+    const auto cacheDone = std::make_shared<std::promise<bool>>();
     if (options.cache) {
         // Where a link leads the file is replaced, not the link.
         const auto path = systemFiles()->resolved(*options.cache).value_or(*options.cache);
@@ -172,7 +179,10 @@ int scan(const ScanOptions& options) {
     const auto status = refusal->empty()
                             ? report(options, session, *interrupted, folders.unopened.empty())
                             : complain(*refusal);
-    if (options.cache) cacheDone->get_future().wait();
+    // The findings are whole without it.
+    if (options.cache && !cacheDone->get_future().get()) {
+        complain(*options.cache + " could not be written; the next scan reads everything again");
+    }
     // Giving every piece of the results back first would only take time.
     std::_Exit(status);
 }

@@ -42,6 +42,8 @@ public:
     void finish() override;
 
     [[nodiscard]] std::size_t size() const { return table_.size(); }
+    /// Whether what this remembers is in the file: not after a `finish` that could not write it.
+    [[nodiscard]] bool isInFile() const { return isInFile_; }
 
 private:
     void use(FingerprintTable table);

@@ -161,6 +161,10 @@ TEST_F(VestigoScanTest, RemembersOtherFilesInACacheOfItsOwn) {
                     " >one$j & done; wait; cmp one1 one2; done; $scan --all disk | cmp - one1")
                   .output,
               "");
+    // In /proc nobody can write, whoever it is.
+    const auto unwritten = shell("$scan --all --cache /proc/cache disk");
+    EXPECT_EQ(unwritten.status, 0);
+    EXPECT_NE(unwritten.complaint.find("/proc/cache could not be written"), std::string::npos);
     tree.file("foreign", "something of the user's, longer than the beginning of any cache is");
     ASSERT_EQ(chmod(tree.at("real").c_str(), 0620), 0);
     for (const auto* const wrong : {"foreign", "disk", "missing/cache", "/dev/null", "real"}) {
