@@ -39,7 +39,10 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Vestigo"));
     QApplication::setApplicationVersion(QStringLiteral(VESTIGO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("vestigo"));
+#ifndef Q_OS_MACOS
+    // There the bundle has one, in the sizes and the shape that the system wants.
     QApplication::setWindowIcon(vestigo::applicationIcon());
+#endif
     const vestigo::DesktopAppearance appearance;
     auto surroundings = vestigo::systemSurroundings();
     application.setOutOfMemoryReport(vestigo::outOfMemoryReport(surroundings.notifications));
