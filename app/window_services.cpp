@@ -99,6 +99,7 @@ ContentServices windowServices(Surroundings surroundings) {
         .trash = std::move(surroundings.trash),
         .files = surroundings.files,
         .memory = memoryOfOtherFiles(surroundings.files, surroundings.folders.caches),
+        .makeLookMemory = [] { return std::make_unique<FileMemoryTable>(); },
     };
     services.desktop = std::move(surroundings.desktop);
     services.files = surroundings.files;

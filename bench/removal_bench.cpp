@@ -16,6 +16,7 @@
 #include "engine/removal_look.h"
 #include "engine/scanner.h"
 #include "engine/walk.h"
+#include "persist/file_memory_table.h"
 #include "persist/scan_cache.h"
 #include "platform/linux/linux_bundle_reader.h"
 #include "platform/linux/linux_directory_reader.h"
@@ -187,7 +188,12 @@ void lookInto(benchmark::State& state) {
     }
     const LookServices services{.reader = std::make_shared<LinuxDirectoryReader>(),
                                 .files = std::make_shared<PosixFiles>(),
-                                .inspect = {}};
+                                .inspect = {},
+                                .makeMemory = [] {
+                                    // By this clock nothing of the item has changed of late.
+                                    return std::make_unique<FileMemoryTable>(
+                                        [] { return FileMemoryTable::systemClock() * 2; });
+                                }};
     const auto path = tree.at("Big.app");
     const RemovalItem item{path, services.files->identity(path), CodeRule::noArm64};
     double walks = 0;

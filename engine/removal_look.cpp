@@ -37,7 +37,7 @@ private:
     void note(const BinaryHit& hit) {
         facts_.code = facts_.code * 31 + std::hash<BinaryHit>()(hit);
         facts_.holdsLegacy = facts_.holdsLegacy || isLegacy(hit.archs);
-        if (facts_.roots.empty() || !liesUnder(hit.path, latestRoot_)) {
+        if (latestRoot_.empty() || !liesUnder(hit.path, latestRoot_)) {
             latestRoot_ = groupRoot(hit.path).root;
             facts_.roots.insert(latestRoot_);
         }
@@ -82,16 +82,19 @@ ItemLook::ItemLook(RemovalItem item, LookServices services)
 std::optional<std::string> ItemLook::refusal(const CancelFlag& cancelled) {
     const std::lock_guard lock(mutex_);
     try {
-        facts_.identity.reset();
-        if (auto why = protectionOf(item_.path, *services_.files)) return why;
+        if (auto why = protectionOf(item_.path, *services_.files)) {
+            startOver();
+            return why;
+        }
         gather(cancelled);
     } catch (const std::bad_alloc&) {
-        facts_ = {};
-        facts_.place = item_.path;
-        signaturesRead_ = false;
+        startOver();
         return leftInPlace(item_.path, "could not be looked into for want of memory");
     }
-    return vestigo::refusal(item_, facts_);
+    auto why = vestigo::refusal(item_, facts_);
+    // What keeps the item may have gone by the next look.
+    if (why) memory_.reset();
+    return why;
 }
 
 std::optional<ItemIdentity> ItemLook::found() const {
@@ -104,24 +107,49 @@ std::string ItemLook::place() const {
     return facts_.place;
 }
 
+void ItemLook::startOver() {
+    facts_ = {};
+    facts_.place = item_.path;
+    memory_.reset();
+    signaturesRead_ = false;
+}
+
 void ItemLook::gather(const CancelFlag& cancelled) {
-    const auto before = std::exchange(facts_, {});
-    facts_.identity = services_.files->identity(item_.path);
-    facts_.place = realPlace(item_.path, *services_.files).value_or(item_.path);
-    if (!facts_.identity) return;
+    auto identity = services_.files->identity(item_.path);
+    auto place = realPlace(item_.path, *services_.files).value_or(item_.path);
+    const auto before = facts_;
+    if (!memory_ || identity != before.identity || place != before.place) {
+        facts_ = {};
+        memory_ = services_.makeMemory ? services_.makeMemory() : nullptr;
+    }
+    facts_.identity = identity;
+    facts_.place = std::move(place);
+    if (!identity) return;
     // A link goes without what it leads to.
-    const auto kind = facts_.identity->kind;
-    if (kind == ItemKind::folder || kind == ItemKind::file) {
-        FactFinder finder(facts_, files_);
-        const WalkRequest request{.roots = {facts_.place},
-                                  .threads = files_ < manyFiles ? 1U : 0U,
-                                  .rootsAreNamed = true};
-        facts_.unread = walk(*services_.reader, request, cancelled, finder).unread;
+    if (identity->kind == ItemKind::folder || identity->kind == ItemKind::file) {
+        lookThrough(cancelled);
     }
     if (signaturesRead_ && before.code == facts_.code) {
         facts_.appleRoot = before.appleRoot;
     } else {
         readSignatures(cancelled);
+    }
+}
+
+/// Where there is a memory, the facts come to hold for what the item has held since the first look
+/// with it: more than it holds now keeps it in its place rather than less.
+void ItemLook::lookThrough(const CancelFlag& cancelled) {
+    FactFinder finder(facts_, files_);
+    const WalkRequest request{.roots = {facts_.place},
+                              .threads = files_ < manyFiles ? 1U : 0U,
+                              .rootsAreNamed = true,
+                              .memory = memory_.get(),
+                              .remembersHits = true};
+    facts_.unread = walk(*services_.reader, request, cancelled, finder).unread;
+    try {
+        if (memory_) memory_->finish();
+    } catch (const std::bad_alloc&) {
+        memory_.reset();
     }
 }
 

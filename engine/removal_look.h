@@ -2,7 +2,7 @@
 //
 // What a scan remembers may be old, and a scan that runs or was stopped knows only a part. So an
 // item is looked into anew: in the background from the moment it is shown to the user, which may
-// take long, and once more right before it is moved, when the files are in the system's memory.
+// take long, and once more right before it is moved, when only what has changed since is read.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +15,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "engine/file_memory.h"
 #include "engine/records.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
@@ -45,6 +46,9 @@ struct LookServices {
     std::shared_ptr<Files> files;
     /// The signature summary of a group root. Empty: no signature is looked at.
     std::function<SignInfo(const std::string& root)> inspect;
+    /// Makes a memory for the looks into one item, so that the one right before it goes reads only
+    /// what has changed since the one before. Empty: each reads everything.
+    std::function<std::unique_ptr<FileMemory>()> makeMemory = {};
 };
 
 /// What a look has found at the path of an item.
@@ -85,12 +89,16 @@ private:
     static constexpr std::int64_t manyFiles = 1000;
 
     void gather(const CancelFlag& cancelled);
+    void lookThrough(const CancelFlag& cancelled);
+    void startOver();
     void readSignatures(const CancelFlag& cancelled);
 
     const RemovalItem item_;
     const LookServices services_;
     mutable std::mutex mutex_;
-    ItemFacts facts_;                 ///< Of the latest look.
+    ItemFacts facts_;  ///< Of the latest look.
+    /// Of the files that `facts_` take in. Null: the next look takes in all of them anew.
+    std::unique_ptr<FileMemory> memory_;
     std::int64_t files_ = manyFiles;  ///< In the item, as the latest look found them.
     bool signaturesRead_ = false;     ///< Of `facts_.roots`, to the end.
 };

@@ -45,6 +45,8 @@ struct ScannerServices {
     /// Opens the memory of the files that are no Mach-O files, for one scan; called on its
     /// background thread. Empty: there is none.
     std::function<std::unique_ptr<FileMemory>()> memory = {};
+    /// As the looks before a removal use it (`LookServices`).
+    std::function<std::unique_ptr<FileMemory>()> makeLookMemory = {};
     /// One for all Scanners that share the store.
     std::shared_ptr<ScanOrder> order = std::make_shared<ScanOrder>();
 };

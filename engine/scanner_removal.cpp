@@ -58,7 +58,7 @@ private:
 };
 
 LookServices lookServices(const ScannerServices& services) {
-    return {services.reader, services.files, services.inspect};
+    return {services.reader, services.files, services.inspect, services.makeLookMemory};
 }
 
 }  // namespace

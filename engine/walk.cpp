@@ -91,6 +91,7 @@ struct Shared {
     DirectoryReader& reader;
     const PreviousHits* const previous;
     FileMemory* const memory;
+    const bool remembersHits;
     const bool rootsAreNamed;
     const std::vector<std::string>& rootsInExcludedPlaces;
     const CancelFlag& cancelled;
@@ -186,11 +187,11 @@ private:
     /// For want of memory nothing is remembered, which costs the next scan time.
     void remember() {
         try {
-            if (!others_.empty()) shared_.memory->add(others_);
+            if (!known_.empty()) shared_.memory->add(known_);
         } catch (const std::bad_alloc&) {
-            others_ = {};
+            known_ = {};
         }
-        others_.clear();
+        known_.clear();
     }
 
     /// The file at `path_`. Null when it is no Mach-O file.
@@ -228,9 +229,9 @@ private:
         const auto fingerprint = shared_.memory->fingerprint(path_, *attributes);
         if (contains(fingerprint)) return nullptr;
         auto archs = readArchs(file);
-        if (archs) return hit(std::move(*archs), *attributes);
-        if (wasRead_ && isSettled(*attributes)) others_.push_back(fingerprint);
-        return nullptr;
+        const bool isToBeRemembered = wasRead_ && (!archs || shared_.remembersHits);
+        if (isToBeRemembered && isSettled(*attributes)) known_.push_back(fingerprint);
+        return archs ? hit(std::move(*archs), *attributes) : nullptr;
     }
 
     /// Asking by name costs as much as half a reading. Where it has often been in vain it is tried
@@ -287,10 +288,10 @@ private:
     const Shared& shared_;
     std::string path_;
     std::array<std::byte, machOHeaderBytes> buffer_{};
-    bool wasRead_ = false;               ///< What was last to be read.
-    std::int64_t startedAt_ = 0;         ///< Of the files at hand, in nanoseconds since 1970.
-    unsigned inVain_ = 0;                ///< Files in a row that were asked for and not remembered.
-    std::vector<std::uint64_t> others_;  ///< Of the files at hand, those to be remembered.
+    bool wasRead_ = false;              ///< What was last to be read.
+    std::int64_t startedAt_ = 0;        ///< Of the files at hand, in nanoseconds since 1970.
+    unsigned inVain_ = 0;               ///< Files in a row that were asked for and not remembered.
+    std::vector<std::uint64_t> known_;  ///< Of the files at hand, those to be remembered.
 };
 
 /// The roots that open a place which scans leave out, without a slash at their end.
@@ -317,8 +318,15 @@ WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const Canc
     Crew crew(count, queue);
     if (cancelled.cancelled()) queue.stop();
     Unread unread;
-    const Shared shared{reader, request.previous, request.memory, request.rootsAreNamed,
-                        opened, cancelled,        queue,          unread,
+    const Shared shared{reader,
+                        request.previous,
+                        request.memory,
+                        request.remembersHits,
+                        request.rootsAreNamed,
+                        opened,
+                        cancelled,
+                        queue,
+                        unread,
                         crew};
     crew.run([&shared] { Worker(shared).run(); });
     queue.finish();

@@ -39,6 +39,9 @@ struct WalkRequest {
     /// Of files that are no Mach-O files: those in it are not read, and others are added. The
     /// caller finishes it. May be null.
     FileMemory* memory = nullptr;
+    /// Files that are Mach-O files are added to the memory as well, so that another walk with it
+    /// reports only those that have changed or come since.
+    bool remembersHits = false;
 };
 
 struct WalkOutcome {

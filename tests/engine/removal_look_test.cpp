@@ -1,10 +1,14 @@
 #include "engine/removal_look.h"
 
+#include <chrono>
 #include <filesystem>
+#include <memory>
+#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
 
+#include "persist/file_memory_table.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
@@ -96,16 +100,38 @@ TEST_F(RemovalLookTest, WhatAppleSignedOrNobodyCouldReadKeepsTheItem) {
     EXPECT_EQ(why("bin/env", group), "is protected by the system");
 }
 
-TEST_F(RemovalLookTest, ALaterLookSeesWhatHasChanged) {
+struct LaterLookTest : RemovalLookTest, testing::WithParamInterface<bool> {
+    LaterLookTest() {
+        // By this clock all files have been as they are for long.
+        const auto later = [] { return FileMemoryTable::systemClock() * 2; };
+        if (GetParam()) {
+            services.makeMemory = [=] { return std::make_unique<FileMemoryTable>(later); };
+        }
+    }
+    void change(const std::string& path, const std::string& content) {
+        // Within one tick of the system's clock a change gives a file no other times.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        add(path, content);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(WithoutAndWithAMemory, LaterLookTest, testing::Bool());
+
+TEST_P(LaterLookTest, SeesWhatHasChanged) {
     add("Old.app/old", intel);
+    add("Old.app/same", intel);
     const auto shown = item("Old.app", group);
     ItemLook look(shown, services);
     EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
     const auto time = fs::last_write_time(tree.at("Old.app/old"));
-    add("Old.app/old", native);
+    change("Old.app/old", native);
     fs::last_write_time(tree.at("Old.app/old"), time);
     EXPECT_EQ(reason(look.refusal(CancelFlag())), runs);
-    add("Old.app/old", intel);
+    change("Old.app/old", intel);
+    EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    change("Old.app/Inner.app/new", native);
+    EXPECT_EQ(reason(look.refusal(CancelFlag())), runs);
+    fs::remove_all(tree.at("Old.app/Inner.app"));
     EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
     fs::rename(tree.at("Old.app"), tree.at("Moved.app"));
     // Whoever is to move it says that it is gone.
