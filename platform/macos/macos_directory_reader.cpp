@@ -203,10 +203,9 @@ private:
                           .kind = EntryKind::unknown,
                           .hidden = isHidden(entry),
                           .attributes = {}};
-        // A scan that fetched what is kept in a cloud would fill the disk.
-        if (found.hidden || entry.failed || isElsewhere(entry)) return visitor(found);
-        found.kind = kindOf(entry).value_or(EntryKind::unknown);
-        if (!entry.objectType) found.kind = kindByLook(entry.name.data());
+        if (found.hidden) return visitor(found);
+        const auto kind = kindOf(entry);
+        found.kind = kind ? *kind : kindByLook(entry.name.data());
         // A rescan compares these; where one is missing they are asked for in full.
         const bool whole =
             entry.dataLength && entry.modified && entry.created && entry.changed && entry.fileId;

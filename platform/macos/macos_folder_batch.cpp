@@ -107,6 +107,9 @@ std::optional<EntryKind> kindOf(const BatchEntry& entry) {
     constexpr std::uint32_t regular = 1;
     constexpr std::uint32_t directory = 2;
     constexpr std::uint32_t link = 5;
+    // A scan that fetched what is kept in a cloud would fill the disk.
+    const bool isElsewhere = (entry.flags.value_or(0) & datalessFlag) != 0;
+    if (entry.failed || isElsewhere) return EntryKind::unknown;
     if (!entry.objectType) return std::nullopt;
     switch (*entry.objectType) {
         case regular: return EntryKind::file;
@@ -118,10 +121,6 @@ std::optional<EntryKind> kindOf(const BatchEntry& entry) {
 
 bool isHidden(const BatchEntry& entry) {
     return entry.name.starts_with('.') || (entry.flags.value_or(0) & hiddenFlag) != 0;
-}
-
-bool isElsewhere(const BatchEntry& entry) {
-    return (entry.flags.value_or(0) & datalessFlag) != 0;
 }
 
 FileAttributes attributesOf(const BatchEntry& entry) {

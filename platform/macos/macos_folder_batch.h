@@ -61,14 +61,12 @@ enum class BatchEnd : std::uint8_t { reached, visitorStopped, malformed };
 [[nodiscard]] BatchEnd visitBatch(std::span<const std::byte> bytes, std::size_t count,
                                   const std::function<bool(const BatchEntry&)>& visitor);
 
-/// Absent when the file system did not say.
+/// What may be opened as what. `unknown` when the entry could not be read, or when its content lies
+/// in a cloud and would be fetched by whoever opens it. Absent when the file system did not say.
 [[nodiscard]] std::optional<EntryKind> kindOf(const BatchEntry& entry);
 [[nodiscard]] bool isHidden(const BatchEntry& entry);
-/// Whether the content lies in a cloud, and would be fetched by whoever opens the entry.
-[[nodiscard]] bool isElsewhere(const BatchEntry& entry);
 [[nodiscard]] FileAttributes attributesOf(const BatchEntry& entry);
 [[nodiscard]] std::int64_t nanoseconds(const BatchTime& time);
-/// 0 for the very second of 1970, which is how file systems without a time say so.
 [[nodiscard]] double secondsSince2001(const BatchTime& time);
 
 }  // namespace vestigo

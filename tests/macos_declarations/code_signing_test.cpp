@@ -31,9 +31,11 @@ struct Framework {
     const Object* team = nullptr;
     const Object* name = nullptr;
 
+    const Object* leaf = nullptr;
+
     int held = 0;  ///< References given out and not released.
     int pools = 0;
-    std::string path, requirementText;
+    std::string path;
 
     /// As a function with Create or Copy in its name gives it.
     template <class Reference>
@@ -45,6 +47,7 @@ struct Framework {
 };
 
 Framework framework;
+const Object fileUrl;
 
 /// How the compiler lays out a constant string.
 struct ConstantString {
@@ -102,33 +105,45 @@ CFIndex CFArrayGetCount(CFArrayRef chain) {
 const void* CFArrayGetValueAtIndex(CFArrayRef chain, CFIndex index) {
     return ((const Object*)chain)->items.at(static_cast<std::size_t>(index));
 }
-const void* CFDictionaryGetValue(CFDictionaryRef, const void* key) {
+const void* CFDictionaryGetValue(CFDictionaryRef information, const void* key) {
+    EXPECT_EQ((const Object*)information, framework.information);
     return key == kSecCodeInfoCertificates ? framework.chain : framework.team;
 }
 CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef, const UInt8* path, CFIndex length,
-                                                 Boolean) {
+                                                 Boolean isFolder) {
+    EXPECT_FALSE(isFolder);
     framework.path.assign((const char*)path, static_cast<std::size_t>(length));
-    static const Object url;
     CFURLRef result = nullptr;
-    framework.give(framework.path.empty() ? nullptr : &url, &result, 0);
+    framework.give(framework.path.empty() ? nullptr : &fileUrl, &result, 0);
     return result;
 }
-OSStatus SecStaticCodeCreateWithPath(CFURLRef, SecCSFlags, SecStaticCodeRef* code) {
+OSStatus SecStaticCodeCreateWithPath(CFURLRef url, SecCSFlags flags, SecStaticCodeRef* code) {
+    EXPECT_EQ((const Object*)url, &fileUrl);
+    EXPECT_EQ(flags, 0U);
     return framework.give(framework.code, code, framework.codeStatus);
 }
-OSStatus SecRequirementCreateWithString(CFStringRef text, SecCSFlags, SecRequirementRef* result) {
-    framework.requirementText = ((const ConstantString*)text)->text;
+OSStatus SecRequirementCreateWithString(CFStringRef text, SecCSFlags flags,
+                                        SecRequirementRef* result) {
+    EXPECT_STREQ(((const ConstantString*)text)->text, "anchor apple");
+    EXPECT_EQ(flags, 0U);
     return framework.give(framework.requirement, result, framework.requirementStatus);
 }
-OSStatus SecStaticCodeCheckValidity(SecStaticCodeRef, SecCSFlags, SecRequirementRef) {
+OSStatus SecStaticCodeCheckValidity(SecStaticCodeRef code, SecCSFlags flags,
+                                    SecRequirementRef requirement) {
+    EXPECT_EQ((const Object*)code, framework.code);
+    EXPECT_EQ(flags, 0U);
+    // Without one, any valid signature would count as Apple's.
+    EXPECT_EQ((const Object*)requirement, framework.requirement);
     return framework.validity;
 }
-OSStatus SecCodeCopySigningInformation(SecStaticCodeRef, SecCSFlags flags,
+OSStatus SecCodeCopySigningInformation(SecStaticCodeRef code, SecCSFlags flags,
                                        CFDictionaryRef* result) {
+    EXPECT_EQ((const Object*)code, framework.code);
     EXPECT_EQ(flags, 2U);
     return framework.give(framework.information, result, framework.informationStatus);
 }
-OSStatus SecCertificateCopyCommonName(SecCertificateRef, CFStringRef* name) {
+OSStatus SecCertificateCopyCommonName(SecCertificateRef certificate, CFStringRef* name) {
+    EXPECT_EQ((const Object*)certificate, framework.leaf);
     return framework.give(framework.name, name, framework.nameStatus);
 }
 }
@@ -140,9 +155,10 @@ class MacOSCodeSigningTest : public testing::Test {
 protected:
     MacOSCodeSigningTest() {
         framework = {};
-        framework.code = &thing;
-        framework.requirement = &thing;
-        framework.information = &thing;
+        framework.code = &code;
+        framework.requirement = &requirement;
+        framework.information = &signature;
+        framework.leaf = &leaf;
         framework.chain = &chain;
         framework.name = &name;
         framework.team = &team;
@@ -156,9 +172,11 @@ protected:
     }
     static bool anchored() { return MacOSCodeSigning().staticCode("/bin/ls")->isAnchoredToApple(); }
 
-    Object thing{dictionary};
-    Object leaf{certificate};
-    Object chain{array, {}, {&leaf, &thing}};
+    // One for each kind of thing: none is taken for another.
+    Object code, requirement;
+    Object signature{dictionary};
+    Object leaf{certificate}, issuer{certificate};
+    Object chain{array, {}, {&leaf, &issuer}};
     Object name{string, "Developer ID Application: Żółw (AB12CD34EF)"};
     Object team{string, "AB12CD34EF"};
 };
@@ -182,7 +200,6 @@ TEST_F(MacOSCodeSigningTest, HasNoCodeWhereTheFrameworkHasNone) {
 
 TEST_F(MacOSCodeSigningTest, IsAnchoredOnlyWhenTheCheckOfTheRequirementSaysSo) {
     EXPECT_TRUE(anchored());
-    EXPECT_EQ(framework.requirementText, "anchor apple");
     framework.validity = refused;
     EXPECT_FALSE(anchored());
     framework.validity = 0;
