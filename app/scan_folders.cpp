@@ -60,8 +60,9 @@ std::vector<std::string> withoutOverlaps(DirectoryReader& reader,
             const bool isLaterName = outer.real == inner.real && &outer >= &inner;
             return !isLaterName && isWalkedFrom(reader, outer, inner);
         };
-        if (std::ranges::any_of(folders, covers))
+        if (std::ranges::any_of(folders, covers)) {
             folders.erase(folders.begin() + std::ptrdiff_t(i));
+        }
     }
     std::vector<std::string> paths;
     for (auto& folder : folders) paths.push_back(std::move(folder.path));
