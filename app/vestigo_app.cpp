@@ -1,15 +1,12 @@
 #include "app/vestigo_app.h"
 
-#include <QAction>
 #include <QApplication>
-#include <QKeyEvent>
-#include <QKeySequence>
-#include <QMenu>
-#include <QMenuBar>
+#include <QApplicationStateChangeEvent>
 #include <QTimer>
 #include <chrono>
 #include <cstdio>
 #include <mutex>
+#include <string_view>
 #include <utility>
 
 #include "platform/interrupt.h"
@@ -21,23 +18,6 @@ namespace {
 /// Nobody may be there to read a message, as at the end of a session.
 constexpr std::chrono::seconds messageTime{15};
 
-/// Lets the focused widget do what it does at a standard key.
-void pressStandardKey(QKeySequence::StandardKey key) {
-    auto* const target = QApplication::focusWidget();
-    const auto combination = QKeySequence(key)[0];
-    if (!target) return;
-    for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
-        QKeyEvent event(type, combination.key(), combination.keyboardModifiers());
-        QApplication::sendEvent(target, &event);
-    }
-}
-
-QAction* addAction(QMenu& menu, const QString& text, const QList<QKeySequence>& keys = {}) {
-    auto* const action = menu.addAction(text);
-    action->setShortcuts(keys);
-    return action;
-}
-
 }  // namespace
 
 /// Where a signal finds the application, as long as there is one.
@@ -47,11 +27,17 @@ struct VestigoApp::SignalTarget {
 };
 
 VestigoApp::VestigoApp(ContentServices services, std::unique_ptr<Updater> updater,
-                       std::string version)
+                       std::string version, MenuStyle menuStyle)
     : services_(std::move(services)),
       updater_(std::move(updater)),
       version_(std::move(version)),
-      terminate_(std::exchange(services_.terminate, [this] { quit(); })) {}
+      terminate_(std::exchange(services_.terminate, [this] { quit(); })),
+      menus_(menuServices(), menuStyle) {
+    if (menuStyle != MenuStyle::mac) return;
+    // There a program goes on without windows.
+    QApplication::setQuitOnLastWindowClosed(false);
+    qApp->installEventFilter(this);
+}
 
 VestigoApp::~VestigoApp() {
     if (signalTarget_) {
@@ -69,8 +55,9 @@ MainWindow& VestigoApp::openWindow() {
         if (const auto text = window->content().whatGoesOn()) tell(shown(*text));
     });
     connect(window, &QObject::destroyed, this, [this, window] { std::erase(windows_, window); });
-    addMenus(*window);
+    menus_.addTo(*window);
     window->show();
+    started_ = true;
     return *window;
 }
 
@@ -124,73 +111,25 @@ void VestigoApp::tell(const QString& text) {
     message_->show();
 }
 
-void VestigoApp::addMenus(MainWindow& window) {
-    addApplicationMenu(window);
-    addFileMenu(window);
-    addEditMenu(window);
-    addHelpMenu(window);
+MenuServices VestigoApp::menuServices() {
+    const auto post = [this](std::string_view name) {
+        return [this, name] { services_.notifications->post(name); };
+    };
+    return {.openWindow = [this] { openWindow(); },
+            .windows = [this] { return windows_; },
+            .showAbout = post(notification::showAbout),
+            .showHelp = post(notification::showHelp),
+            .quit = [this] { services_.terminate(); },
+            .updater = updater_.get()};
 }
 
-void VestigoApp::addApplicationMenu(MainWindow& window) {
-    auto& menu = *window.menuBar()->addMenu(QStringLiteral("Vestigo"));
-    auto* const about = addAction(menu, QStringLiteral("About Vestigo"));
-    about->setMenuRole(QAction::AboutRole);
-    connect(about, &QAction::triggered, this,
-            [this] { services_.notifications->post(notification::showAbout); });
-    menu.addSeparator();
-    if (updater_) addUpdateCommands(menu);
-    auto* const quit = addAction(menu, QStringLiteral("Quit Vestigo"),
-                                 QKeySequence::keyBindings(QKeySequence::Quit));
-    quit->setMenuRole(QAction::QuitRole);
-    connect(quit, &QAction::triggered, this, [this] { services_.terminate(); });
-}
-
-void VestigoApp::addUpdateCommands(QMenu& menu) {
-    auto* const check = addAction(menu, QStringLiteral("Check for Updates…"));
-    check->setMenuRole(QAction::ApplicationSpecificRole);
-    connect(check, &QAction::triggered, this, [this] { updater_->checkForUpdates(); });
-    auto* const automatically = addAction(menu, QStringLiteral("Automatically Check for Updates"));
-    automatically->setMenuRole(QAction::ApplicationSpecificRole);
-    automatically->setCheckable(true);
-    automatically->setChecked(updater_->automaticallyChecksForUpdates());
-    connect(automatically, &QAction::triggered, this,
-            [this](bool on) { updater_->setAutomaticallyChecksForUpdates(on); });
-    // Another window may have changed it.
-    connect(&menu, &QMenu::aboutToShow, automatically, [this, automatically] {
-        automatically->setChecked(updater_->automaticallyChecksForUpdates());
-    });
-    menu.addSeparator();
-}
-
-void VestigoApp::addFileMenu(MainWindow& window) {
-    auto& menu = *window.menuBar()->addMenu(QStringLiteral("&File"));
-    auto* const open =
-        addAction(menu, QStringLiteral("New Window"), QKeySequence::keyBindings(QKeySequence::New));
-    connect(open, &QAction::triggered, this, [this] { openWindow(); });
-    auto* const close =
-        addAction(menu, QStringLiteral("Close"), QKeySequence::keyBindings(QKeySequence::Close));
-    connect(close, &QAction::triggered, &window, &QWidget::close);
-}
-
-void VestigoApp::addEditMenu(MainWindow& window) {
-    auto& menu = *window.menuBar()->addMenu(QStringLiteral("&Edit"));
-    for (const auto& [text, key] :
-         {std::pair(QStringLiteral("Copy"), QKeySequence::Copy),
-          std::pair(QStringLiteral("Select All"), QKeySequence::SelectAll)}) {
-        auto* const action = addAction(menu, text, QKeySequence::keyBindings(key));
-        // Named only: the widgets know these keys themselves.
-        action->setShortcutContext(Qt::WidgetShortcut);
-        connect(action, &QAction::triggered, &window, [key = key] { pressStandardKey(key); });
+bool VestigoApp::eventFilter(QObject* object, QEvent* event) {
+    const bool mayOpen = object == qApp && started_ && windows_.empty() && !quitting_;
+    if (mayOpen && event->type() == QEvent::ApplicationStateChange) {
+        const auto state = static_cast<QApplicationStateChangeEvent*>(event)->applicationState();
+        if (state == Qt::ApplicationActive) openWindow();
     }
-}
-
-void VestigoApp::addHelpMenu(MainWindow& window) {
-    auto& menu = *window.menuBar()->addMenu(QStringLiteral("&Help"));
-    auto* const help =
-        addAction(menu, QStringLiteral("Vestigo Help"),
-                  {QKeySequence(Qt::CTRL | Qt::Key_Question), QKeySequence(Qt::Key_F1)});
-    connect(help, &QAction::triggered, this,
-            [this] { services_.notifications->post(notification::showHelp); });
+    return QObject::eventFilter(object, event);
 }
 
 }  // namespace vestigo

@@ -1,7 +1,6 @@
 // The application object: its windows, their menus, and the update service.
 #pragma once
 
-#include <QMenu>
 #include <QMessageBox>
 #include <QObject>
 #include <QPointer>
@@ -10,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "app/menus.h"
 #include "platform/updater.h"
 #include "ui/content_view.h"
 #include "ui/main_window.h"
@@ -17,13 +17,15 @@
 namespace vestigo {
 
 /// Main thread only. Closes its windows when it is destroyed. When a window is closed or the
-/// program quits, the user is told in words what goes on without it.
+/// program quits, the user is told in words what goes on without it. In a Mac's style the program
+/// goes on without windows, with its menus, and opens one when someone comes back to it.
 class VestigoApp : public QObject {
     Q_OBJECT
 public:
     /// `services` are what every window's model is made with. `updater` may be null: the commands
     /// that need one are then left out. An empty `version` is one that nobody knows.
-    VestigoApp(ContentServices services, std::unique_ptr<Updater> updater, std::string version);
+    VestigoApp(ContentServices services, std::unique_ptr<Updater> updater, std::string version,
+               MenuStyle menuStyle = systemMenuStyle());
     ~VestigoApp() override;
 
     /// A new window, shown, with a model and an engine of its own. It deletes itself when closed.
@@ -35,13 +37,11 @@ public:
     /// To be called once.
     void endAtSignals();
 
+    [[nodiscard]] const Menus& menus() const { return menus_; }
+    bool eventFilter(QObject* object, QEvent* event) override;
+
 private:
-    void addMenus(MainWindow& window);
-    void addApplicationMenu(MainWindow& window);
-    void addFileMenu(MainWindow& window);
-    void addEditMenu(MainWindow& window);
-    void addHelpMenu(MainWindow& window);
-    void addUpdateCommands(QMenu& menu);
+    [[nodiscard]] MenuServices menuServices();
     /// What goes on without the windows that are open; empty: nothing.
     [[nodiscard]] QString whatGoesOn() const;
     /// Shows a message until it has been read, but not for long.
@@ -58,6 +58,8 @@ private:
     struct SignalTarget;
     std::shared_ptr<SignalTarget> signalTarget_;
     std::vector<MainWindow*> windows_;  ///< Owned; a window that closes deletes itself and leaves.
+    bool started_ = false;              ///< There has been a window.
+    Menus menus_;
 };
 
 }  // namespace vestigo

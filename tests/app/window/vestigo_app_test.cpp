@@ -2,6 +2,8 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QApplicationStateChangeEvent>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPointer>
@@ -119,6 +121,93 @@ TEST_F(VestigoAppTest, SelectAllFromTheMenuSelectsTheRows) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     command(window, "Select All").trigger();
     EXPECT_EQ(window.content().selection().size(), 2U);
+}
+
+class MacMenusTest : public VestigoAppTest {
+protected:
+    QAction& command(const QString& text) {
+        for (auto* const action : mac.menus().sharedBar()->findChildren<QAction*>()) {
+            if (action->text() == text) return *action;
+        }
+        throw std::runtime_error("no command " + text.toStdString());
+    }
+    ~MacMenusTest() override { QApplication::setQuitOnLastWindowClosed(true); }
+
+    std::unique_ptr<FakeUpdater> another = std::make_unique<FakeUpdater>();
+    FakeUpdater& macUpdater = *another;
+    VestigoApp mac{fixture.services(), std::move(another), "1.2", MenuStyle::mac};
+};
+
+TEST_F(MacMenusTest, StayWithTheProgramWhenItsLastWindowIsClosed) {
+    QPointer<MainWindow> first = &mac.openWindow();
+    QPointer<MainWindow> second = &mac.openWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(second));
+    command("Close").trigger();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return second.isNull(); }));
+    EXPECT_TRUE(first);
+    command("Close").trigger();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return first.isNull(); }));
+    EXPECT_FALSE(QApplication::quitOnLastWindowClosed());
+    command("Close").trigger();
+    const auto windows = [] {
+        return std::ranges::count_if(QApplication::topLevelWidgets(), [](QWidget* widget) {
+            return qobject_cast<MainWindow*>(widget) != nullptr;
+        });
+    };
+    EXPECT_EQ(windows(), 0);
+    QApplicationStateChangeEvent comesBack(Qt::ApplicationActive);
+    QApplication::sendEvent(qApp, &comesBack);
+    EXPECT_EQ(windows(), 1);
+    command("New Window").trigger();
+    EXPECT_EQ(windows(), 2);
+}
+
+TEST_F(MacMenusTest, ActOnTheActiveWindowAndListAll) {
+    auto& first = mac.openWindow();
+    auto& second = mac.openWindow();
+    first.setWindowTitle("First");
+    second.setWindowTitle("Second");
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&second));
+    auto* const menu = qobject_cast<QMenu*>(command("Minimize").parent());
+    ASSERT_TRUE(menu);
+    for (int opened = 0; opened < 2; ++opened) emit menu->aboutToShow();
+    EXPECT_EQ(menu->actions().size(), 5);
+    EXPECT_TRUE(command("Second").isChecked() && !command("First").isChecked());
+    command("Zoom").trigger();
+    EXPECT_TRUE(second.isMaximized() && !first.isMaximized());
+    command("Minimize").trigger();
+    EXPECT_TRUE(second.isMinimized());
+    command("Second").trigger();
+    EXPECT_FALSE(second.isMinimized());
+    command("First").trigger();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&first));
+}
+
+TEST_F(MacMenusTest, EditTextWhereTheFocusIs) {
+    auto& window = mac.openWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    EXPECT_FALSE(command("Paste").isEnabled());
+    QLineEdit text(&window);
+    text.show();
+    text.setFocus();
+    QTest::keyClicks(&text, "words");
+    for (const auto* const name : {"Select All", "Cut"}) command(name).trigger();
+    EXPECT_EQ(text.text(), "");
+    command("Paste").trigger();
+    EXPECT_EQ(text.text(), "words");
+    command("Undo").trigger();
+    EXPECT_EQ(text.text(), "");
+    text.clearFocus();
+    EXPECT_FALSE(command("Cut").isEnabled());
+}
+
+TEST_F(MacMenusTest, CheckMarkFollowsWhatTheUpdaterWasToldElsewhere) {
+    auto& automatically = command("Automatically Check for Updates");
+    EXPECT_TRUE(automatically.isChecked());
+    macUpdater.automatic = false;
+    // Nobody hears when the system opens its own menu.
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&mac.openWindow()));
+    EXPECT_FALSE(automatically.isChecked());
 }
 
 }  // namespace

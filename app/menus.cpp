@@ -1,0 +1,197 @@
+#include "app/menus.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QKeySequence>
+#include <QLineEdit>
+#include <QOperatingSystemVersion>
+#include <QPlainTextEdit>
+#include <QTextEdit>
+#include <QWindow>
+#include <algorithm>
+#include <utility>
+
+namespace vestigo {
+namespace {
+
+/// Lets the focused widget do what it does at a standard key.
+void pressStandardKey(QKeySequence::StandardKey key) {
+    auto* const target = QApplication::focusWidget();
+    const auto combination = QKeySequence(key)[0];
+    if (!target) return;
+    for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+        QKeyEvent event(type, combination.key(), combination.keyboardModifiers());
+        QApplication::sendEvent(target, &event);
+    }
+}
+
+template <class Editor>
+bool isWritable(QWidget* widget) {
+    const auto* const editor = qobject_cast<Editor*>(widget);
+    return editor && !editor->isReadOnly();
+}
+
+/// Whether the focus is where text can be changed.
+bool isInText() {
+    auto* const widget = QApplication::focusWidget();
+    return isWritable<QLineEdit>(widget) || isWritable<QTextEdit>(widget) ||
+           isWritable<QPlainTextEdit>(widget);
+}
+
+QAction* addAction(QMenu& menu, const QString& text, const QList<QKeySequence>& keys = {}) {
+    auto* const action = menu.addAction(text);
+    action->setShortcuts(keys);
+    return action;
+}
+
+struct EditCommand {
+    const char* text;
+    QKeySequence::StandardKey key;
+    bool changesText;
+};
+
+constexpr EditCommand editCommands[] = {
+    {"Undo", QKeySequence::Undo, true},
+    {"Cut", QKeySequence::Cut, true},
+    {"Copy", QKeySequence::Copy, false},
+    {"Paste", QKeySequence::Paste, true},
+    {"Select All", QKeySequence::SelectAll, false},
+};
+
+}  // namespace
+
+MenuStyle systemMenuStyle() {
+    const auto system = QOperatingSystemVersion::currentType();
+    return system == QOperatingSystemVersion::MacOS ? MenuStyle::mac : MenuStyle::barInEachWindow;
+}
+
+Menus::Menus(MenuServices services, MenuStyle style) : services_(std::move(services)) {
+    if (style != MenuStyle::mac) return;
+    // Without a parent it stays when the last window has gone.
+    sharedBar_ = std::make_unique<QMenuBar>();
+    fill(*sharedBar_, nullptr);
+}
+
+void Menus::addTo(MainWindow& window) {
+    if (!sharedBar_) fill(*window.menuBar(), &window);
+}
+
+void Menus::fill(QMenuBar& bar, MainWindow* window) {
+    addApplicationMenu(bar);
+    addFileMenu(bar, window);
+    addEditMenu(bar);
+    if (sharedBar_) addWindowMenu(bar);
+    addHelpMenu(bar);
+}
+
+MainWindow* Menus::activeWindow() const {
+    const auto windows = services_.windows();
+    const auto active = std::ranges::find_if(windows, &QWidget::isActiveWindow);
+    if (active != windows.end()) return *active;
+    return windows.empty() ? nullptr : windows.back();
+}
+
+void Menus::addApplicationMenu(QMenuBar& bar) {
+    auto& menu = *bar.addMenu(QStringLiteral("Vestigo"));
+    auto* const about = addAction(menu, QStringLiteral("About Vestigo"));
+    about->setMenuRole(QAction::AboutRole);
+    connect(about, &QAction::triggered, this, [this] { services_.showAbout(); });
+    menu.addSeparator();
+    if (services_.updater) addUpdateCommands(menu);
+    auto* const quit = addAction(menu, QStringLiteral("Quit Vestigo"),
+                                 QKeySequence::keyBindings(QKeySequence::Quit));
+    quit->setMenuRole(QAction::QuitRole);
+    connect(quit, &QAction::triggered, this, [this] { services_.quit(); });
+}
+
+void Menus::addUpdateCommands(QMenu& menu) {
+    auto* const check = addAction(menu, QStringLiteral("Check for Updates…"));
+    check->setMenuRole(QAction::ApplicationSpecificRole);
+    connect(check, &QAction::triggered, this, [this] { services_.updater->checkForUpdates(); });
+    auto* const automatically = addAction(menu, QStringLiteral("Automatically Check for Updates"));
+    automatically->setMenuRole(QAction::ApplicationSpecificRole);
+    automatically->setCheckable(true);
+    connect(automatically, &QAction::triggered, this,
+            [this](bool on) { services_.updater->setAutomaticallyChecksForUpdates(on); });
+    const auto refresh = [this, automatically] {
+        automatically->setChecked(services_.updater->automaticallyChecksForUpdates());
+    };
+    refresh();
+    // Another window may have changed it, or a question of the updater's own. On a Mac the system
+    // shows these commands in a menu of its own, of whose opening nobody hears.
+    connect(&menu, &QMenu::aboutToShow, automatically, refresh);
+    connect(qApp, &QGuiApplication::focusWindowChanged, automatically, refresh);
+    menu.addSeparator();
+}
+
+void Menus::addFileMenu(QMenuBar& bar, MainWindow* window) {
+    auto& menu = *bar.addMenu(QStringLiteral("&File"));
+    auto* const open =
+        addAction(menu, QStringLiteral("New Window"), QKeySequence::keyBindings(QKeySequence::New));
+    connect(open, &QAction::triggered, this, [this] { services_.openWindow(); });
+    auto* const close =
+        addAction(menu, QStringLiteral("Close"), QKeySequence::keyBindings(QKeySequence::Close));
+    connect(close, &QAction::triggered, this, [this, window] {
+        if (auto* const closed = window ? window : activeWindow()) closed->close();
+    });
+}
+
+void Menus::addEditMenu(QMenuBar& bar) {
+    auto& menu = *bar.addMenu(QStringLiteral("&Edit"));
+    for (const auto& [text, key, changesText] : editCommands) {
+        if (changesText && !sharedBar_) continue;
+        auto* const action =
+            addAction(menu, QString::fromLatin1(text), QKeySequence::keyBindings(key));
+        // Named only: the widgets know these keys themselves.
+        action->setShortcutContext(Qt::WidgetShortcut);
+        connect(action, &QAction::triggered, this, [key = key] { pressStandardKey(key); });
+        if (!changesText) continue;
+        action->setEnabled(false);
+        connect(qApp, &QApplication::focusChanged, action,
+                [action] { action->setEnabled(isInText()); });
+    }
+}
+
+void Menus::addWindowMenu(QMenuBar& bar) {
+    auto& menu = *bar.addMenu(QStringLiteral("&Window"));
+    auto* const minimise = addAction(menu, QStringLiteral("Minimize"), {Qt::CTRL | Qt::Key_M});
+    connect(minimise, &QAction::triggered, this, [this] {
+        if (auto* const window = activeWindow()) window->showMinimized();
+    });
+    auto* const zoom = addAction(menu, QStringLiteral("Zoom"));
+    connect(zoom, &QAction::triggered, this, [this] {
+        auto* const window = activeWindow();
+        if (window) window->setWindowState(window->windowState() ^ Qt::WindowMaximized);
+    });
+    menu.addSeparator();
+    connect(&menu, &QMenu::aboutToShow, this, [this, &menu, first = menu.actions().size()] {
+        const auto actions = menu.actions();
+        for (auto i = first; i < actions.size(); ++i) delete actions[i];
+        listWindows(menu);
+    });
+}
+
+void Menus::listWindows(QMenu& menu) {
+    for (auto* const window : services_.windows()) {
+        auto* const action = addAction(menu, window->windowTitle());
+        action->setCheckable(true);
+        action->setChecked(window == activeWindow());
+        // The window may have closed since the menu was opened.
+        connect(action, &QAction::triggered, window, [window] {
+            window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
+            window->raise();
+            window->activateWindow();
+        });
+    }
+}
+
+void Menus::addHelpMenu(QMenuBar& bar) {
+    auto& menu = *bar.addMenu(QStringLiteral("&Help"));
+    auto* const help =
+        addAction(menu, QStringLiteral("Vestigo Help"),
+                  {QKeySequence(Qt::CTRL | Qt::Key_Question), QKeySequence(Qt::Key_F1)});
+    connect(help, &QAction::triggered, this, [this] { services_.showHelp(); });
+}
+
+}  // namespace vestigo
