@@ -65,6 +65,7 @@ std::vector<std::string> withoutOverlaps(DirectoryReader& reader,
         }
     }
     std::vector<std::string> paths;
+    paths.reserve(folders.size());
     for (auto& folder : folders) paths.push_back(std::move(folder.path));
     return paths;
 }
