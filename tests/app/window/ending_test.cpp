@@ -43,6 +43,8 @@ protected:
                 setenv(name, tree.path().c_str(), 1);
             }
             setenv("QT_QPA_PLATFORM", "offscreen", 1);
+            // As for the tests themselves, where the program is built with that sanitizer.
+            setenv("TSAN_OPTIONS", "ignore_noninstrumented_modules=1:die_after_fork=0", 1);
             dup2(open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, S_IRUSR | S_IWUSR), 2);
             execl(VESTIGO_PROGRAM, VESTIGO_PROGRAM, nullptr);
             _exit(99);
