@@ -107,9 +107,9 @@ def end_session(leader, patience):
 
 
 def any_in_session(leader):
-    for status in pathlib.Path("/proc").glob("[0-9]*/stat"):
+    for process in filter(str.isdigit, os.listdir("/proc")):
         try:
-            fields = status.read_text().rpartition(") ")[2].split()
+            fields = pathlib.Path("/proc", process, "stat").read_text().rpartition(") ")[2].split()
         except OSError:
             continue
         if fields[0] != "Z" and int(fields[3]) == leader:
