@@ -13,8 +13,9 @@
 
 namespace vestigo {
 
-/// How much of a file's start the reader wants to see; it never needs more.
-inline constexpr std::size_t machOHeaderBytes = 4096;
+/// How much of a file's start the reader wants to see; it never needs more: that is where the last
+/// entry ends of the largest universal file that it looks into.
+inline constexpr std::size_t machOHeaderBytes = 2056;
 
 /// What is smaller is no Mach-O file.
 inline constexpr std::int64_t machOSmallestBytes = 8;

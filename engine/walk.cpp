@@ -10,6 +10,7 @@
 #include "engine/mach_o.h"
 #include "engine/scan_rules.h"
 #include "engine/walk_queue.h"
+#include "platform/clock.h"
 #include "platform/threads.h"
 
 namespace vestigo {
@@ -170,7 +171,7 @@ private:
     ExaminedFiles examineFiles(const WalkQueue::ReadWork& work) {
         ExaminedFiles result;
         path_ = *work.prefix;
-        if (shared_.memory) startedAt_ = shared_.memory->now();
+        startedAt_ = shared_.memory ? shared_.memory->now() : nanosecondsSince1970();
         for (auto i = work.first; i < work.last && !shared_.cancelled.cancelled(); ++i) {
             const char* const name = work.listing->candidates[i];
             path_.replace(work.prefix->size(), std::string::npos, name);
@@ -216,7 +217,7 @@ private:
             // long as these attributes hold, so what counts is read after them.
             attributes = file.attributes();
             if (!attributes) return unread();
-            archs = readArchs(file);
+            if (!isSettled(*attributes)) archs = readArchs(file);
         }
         return archs ? hit(std::move(*archs), *attributes) : nullptr;
     }

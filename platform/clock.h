@@ -1,4 +1,5 @@
-// The one way time is counted here: seconds since 2001-01-01 00:00:00 UTC.
+// The one way time is counted here: seconds since 2001-01-01 00:00:00 UTC; and nanoseconds since
+// 1970 where two states of a file are told apart.
 #pragma once
 
 #include <chrono>
@@ -13,6 +14,11 @@ inline constexpr double secondsFrom1970To2001 = 978307200;
 [[nodiscard]] inline double secondsSince2001() {
     const auto since1970 = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration<double>(since1970).count() - secondsFrom1970To2001;
+}
+
+[[nodiscard]] inline std::int64_t nanosecondsSince1970() {
+    const auto since1970 = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(since1970).count();
 }
 
 /// Nanoseconds since 1970 of a time in the system's own form. What they cannot count becomes the

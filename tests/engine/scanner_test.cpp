@@ -146,7 +146,7 @@ struct DatelessReader : DirectoryReader {
     struct File : HeaderFile {
         std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
             return test::thinMachO(test::cpuX86_64)
-                .copy(reinterpret_cast<char*>(buffer.data()), 32);
+                .copy(reinterpret_cast<char*>(buffer.data()), buffer.size());
         }
         std::optional<FileAttributes> attributes() override { return FileAttributes{}; }
     };

@@ -1,5 +1,4 @@
 #include <atomic>
-#include <cstring>
 #include <map>
 #include <random>
 
@@ -95,8 +94,7 @@ private:
         FakeFile(const FakeDisk& owner, std::shared_ptr<Inode> opened)
             : disk(owner), inode(std::move(opened)) {}
         std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
-            std::memcpy(buffer.data(), inode->content.data(), inode->content.size());
-            return inode->content.size();
+            return inode->content.copy(reinterpret_cast<char*>(buffer.data()), buffer.size());
         }
         std::optional<FileAttributes> attributes() override { return disk.attributesOf(*inode); }
         const FakeDisk& disk;
