@@ -46,7 +46,8 @@ bool renameIfFree(int folder, const std::string& name, int newFolder, const std:
 }
 
 std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path) {
-    constexpr int look = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
+    const int itself = path.empty() && folder != AT_FDCWD ? AT_EMPTY_PATH : 0;
+    const int look = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | itself;
     constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_BTIME;
     struct statx status {};
     if (retrying([&] { return ::statx(folder, path.c_str(), look, wanted, &status); }) != 0) {

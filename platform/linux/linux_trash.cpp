@@ -65,7 +65,8 @@ std::optional<Item> findItem(const std::string& path, const ItemIdentity& expect
     item.folder = openAsPlace(AT_FDCWD, real.get(), O_DIRECTORY);
     if (!item.folder) return std::nullopt;
     item.handle = openAsPlace(item.folder.get(), item.name.c_str(), 0);
-    const auto found = item.handle ? itemIdentity(item.folder.get(), item.name) : std::nullopt;
+    // Of what is open: something else may have the name now and then.
+    const auto found = item.handle ? itemIdentity(item.handle.get(), "") : std::nullopt;
     if (!found) return std::nullopt;
     if (*found == expected && item.isStillThere()) return item;
     errno = ESTALE;

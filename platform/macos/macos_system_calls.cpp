@@ -38,10 +38,12 @@ bool renameIfFree(int folder, const std::string& name, int newFolder, const std:
 
 std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path) {
     struct stat status {};
-    if (retrying([&] { return ::fstatat(folder, path.c_str(), &status, AT_SYMLINK_NOFOLLOW); }) !=
-        0) {
-        return std::nullopt;
-    }
+    const bool itself = path.empty() && folder != AT_FDCWD;
+    const auto look = [&] {
+        return itself ? ::fstat(folder, &status)
+                      : ::fstatat(folder, path.c_str(), &status, AT_SYMLINK_NOFOLLOW);
+    };
+    if (retrying(look) != 0) return std::nullopt;
     constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
     const auto& made = status.st_birthtimespec;
     return ItemIdentity{.device = static_cast<std::uint64_t>(status.st_dev),

@@ -28,8 +28,8 @@ namespace vestigo {
 [[nodiscard]] bool renameIfFree(int folder, const std::string& name, int newFolder,
                                 const std::string& newName);
 
-/// Of an entry of an open folder, or of any path below it; a link there is not followed. Absent
-/// with errno.
+/// Of an entry of an open folder, or of any path below it; a link there is not followed. Of what is
+/// open itself where the path is empty. Absent with errno.
 [[nodiscard]] std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path);
 
 [[nodiscard]] constexpr ItemKind itemKindByMode(mode_t mode) {

@@ -194,9 +194,11 @@ TEST_F(LinuxTrashTest, TakesOnlyTheItemThatWasMeantHoweverQuicklyItIsExchanged) 
             EXPECT_NE(contentOf(aside), "meant");
         }
     }
-    EXPECT_EQ(systemFiles()->names(home + "/files").value().size(),
-              static_cast<std::size_t>(moved));
-    EXPECT_EQ(systemFiles()->names(home + "/info").value().size(), static_cast<std::size_t>(moved));
+    // Where each round came too late there is no Trash yet.
+    for (const auto* part : {"/files", "/info"}) {
+        const auto names = systemFiles()->names(home + part).value_or(std::vector<std::string>());
+        EXPECT_EQ(names.size(), static_cast<std::size_t>(moved)) << part;
+    }
 }
 
 TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
