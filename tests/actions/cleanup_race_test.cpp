@@ -11,9 +11,10 @@
 
 #include "actions/cleanup_script.h"
 #include "platform/folder_cleanup_trash.h"
-#include "platform/linux/linux_cleanup_trash.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/posix_files.h"
+#include "platform/posix/system_calls.h"
+#include "platform/system.h"
 #include "tests/support/own_script.h"
 #include "tests/support/temporary_tree.h"
 
@@ -63,8 +64,7 @@ private:
         }
         if (way == 1) return ::symlink(content_.c_str(), path.c_str()) == 0;
         const auto ready = tree_.file("ready/" + std::to_string(count_) + "/inner", content_);
-        return ::renameat2(AT_FDCWD, fs::path(ready).parent_path().c_str(), AT_FDCWD, path.c_str(),
-                           RENAME_NOREPLACE) == 0;
+        return renameIfFree(AT_FDCWD, fs::path(ready).parent_path(), AT_FDCWD, path);
     }
     void remove(const std::string& name) {
         fs::remove_all(folder_ + "/" + name);
@@ -149,8 +149,10 @@ TEST_P(CleanupRace, OverwritesNothingInAPlainTrash) {
 }
 
 TEST_P(CleanupRace, OverwritesNothingInTheDesktopsTrashAndKeepsTheNotesRight) {
-    LinuxCleanupTrash trash(tree.at("data/Trash"));
-    removeAgainst(trash);
+    StandardFolders folders;
+    folders.home = folders.applicationSupport = tree.folder("data");
+    tree.folder("data/.Trash");
+    removeAgainst(*systemCleanupTrash(folders, std::make_shared<PosixFiles>()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Shells, CleanupRace, testing::Values("/bin/sh", "/bin/bash --posix"));

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/linux_bundle_reader.h"
 #include "platform/posix/posix_files.h"
+#include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -23,7 +23,7 @@ struct LeftoverFinderTest : testing::Test {
         for (const auto& root : roots) groups.push_back({.root = root, .hits = {}});
         std::vector<const BundleGroup*> pointers;
         for (const auto& group : groups) pointers.push_back(&group);
-        return findLeftovers(pointers, {tree.at("home"), tree.at("Library")}, bundles, files);
+        return findLeftovers(pointers, {tree.at("home"), tree.at("Library")}, *bundles, files);
     }
     /// Relative to the tree.
     Paths pathsFor(const Paths& roots) {
@@ -35,7 +35,7 @@ struct LeftoverFinderTest : testing::Test {
     }
 
     test::TemporaryTree tree;
-    LinuxBundleReader bundles;
+    std::shared_ptr<BundleReader> bundles = systemBundles();
     PosixFiles files;
 };
 

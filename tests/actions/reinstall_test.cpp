@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
 #include "platform/run_loop.h"
+#include "platform/system.h"
 #include "tests/support/service_fakes.h"
 #include "tests/support/temporary_tree.h"
 
@@ -93,9 +93,7 @@ protected:
         .looks =
             [this] {
                 return std::make_unique<RemovalLooks>(
-                    LookServices{std::make_shared<LinuxDirectoryReader>(),
-                                 std::make_shared<PosixFiles>(),
-                                 {}},
+                    LookServices{systemDirectoryReader(), std::make_shared<PosixFiles>(), {}},
                     loop_, tasks_);
             },
         .trashPath = [this](const std::string& path, const RemovalLooks*) { return trash(path); },

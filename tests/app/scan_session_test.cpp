@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "persist/scan_file_reader.h"
-#include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/thread_tasks.h"
+#include "platform/system.h"
 #include "tests/support/mach_o_maker.h"
 #include "tests/support/temporary_tree.h"
 
@@ -21,7 +21,7 @@ std::optional<ScanFile> interruptedScan(bool atOnce) {
     bool interrupted = atOnce;
     ScanSession session({.loop = loop,
                          .background = std::make_shared<ThreadTasks>(),
-                         .reader = std::make_shared<LinuxDirectoryReader>(),
+                         .reader = systemDirectoryReader(),
                          .inspect =
                              [](const std::string&) {
                                  return SignInfo{false, "Vendor"};

@@ -151,7 +151,7 @@ TEST_F(VestigoScanTest, RemembersOtherFilesInACacheOfItsOwn) {
     for (int i = 0; i < 50; ++i) tree.file("disk/text" + std::to_string(i), "no program");
     const auto expected = shell("$scan --all disk").output;
     EXPECT_EQ(shell(": >real; ln -s real cache; $scan --all --cache cache disk").output, expected);
-    EXPECT_EQ(shell("stat -c '%a %s' real; test -L cache").output, "600 128\n");
+    EXPECT_EQ(shell("find real cache -perm 600 -size 128c -type f").output, "real\n");
     tree.file("disk/text7", test::thinMachO(test::cpuPpc));
     const auto changed =
         shell("$scan --all --cache=cache disk; $scan --all disk | cmp - out").output;
@@ -161,10 +161,10 @@ TEST_F(VestigoScanTest, RemembersOtherFilesInACacheOfItsOwn) {
                     " >one$j & done; wait; cmp one1 one2; done; $scan --all disk | cmp - one1")
                   .output,
               "");
-    // In /proc nobody can write, whoever it is.
-    const auto unwritten = shell("$scan --all --cache /proc/cache disk");
+    // In this folder nobody can write, whoever it is.
+    const auto unwritten = shell("$scan --all --cache /dev/fd/cache disk");
     EXPECT_EQ(unwritten.status, 0);
-    EXPECT_NE(unwritten.complaint.find("/proc/cache could not be written"), std::string::npos);
+    EXPECT_NE(unwritten.complaint.find("/dev/fd/cache could not be written"), std::string::npos);
     tree.file("foreign", "something of the user's, longer than the beginning of any cache is");
     ASSERT_EQ(chmod(tree.at("real").c_str(), 0620), 0);
     for (const auto* const wrong : {"foreign", "disk", "missing/cache", "/dev/null", "real"}) {
@@ -182,8 +182,8 @@ TEST_F(VestigoScanTest, WritesAllOfItToAPipeThatDoesNotBlock) {
                   test::thinMachO(test::cpuPpc));
     }
     std::array<int, 2> ends{};
-    ASSERT_EQ(pipe2(ends.data(), O_NONBLOCK), 0);
-    ASSERT_EQ(fcntl(ends[0], F_SETFL, 0), 0);
+    ASSERT_EQ(pipe(ends.data()), 0);
+    ASSERT_EQ(fcntl(ends[1], F_SETFL, O_NONBLOCK), 0);
     auto reader = std::async(std::launch::async, [in = ends[0]] {
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
         std::string all;
@@ -203,7 +203,10 @@ TEST_F(VestigoScanTest, KeepsNamesFromDrivingATerminal) {
     tree.file("disk/evil\x1B[2J", test::thinMachO(test::cpuPpc));
     for (int i = 0; i < 1000; ++i) tree.file("disk/text/" + std::to_string(i));
     const auto onTerminal = [this](const std::string& kind) {
-        return shell("export TERM=" + kind + "; script -qec \"stty cols 40; $scan disk\" /dev/null")
+        const auto looking = std::string("\"stty cols 40; $scan disk\"");
+        return shell("export TERM=" + kind + "; if [ $(uname) = Darwin ];" +
+                     " then script -q /dev/null bash -c " + looking + ";" +  //
+                     " else script -qec " + looking + " /dev/null; fi")
             .output;
     };
     const auto seen = onTerminal("xterm");
@@ -214,17 +217,19 @@ TEST_F(VestigoScanTest, KeepsNamesFromDrivingATerminal) {
 }
 
 TEST_F(VestigoScanTest, SaysThatItRanOutOfMemory) {
-    // Sanitizers take more address space than any limit leaves them.
+    // Sanitizers take more address space than any limit leaves them, and not every system keeps to
+    // the limit.
     if (shell("ulimit -v 100000; $scan --version").status != 0) GTEST_SKIP();
+    if (shell("ulimit -v 1000; $scan --version").status == 0) GTEST_SKIP();
     std::string folder = "disk";
     for (int depth = 0; depth < 5; ++depth) folder += "/" + std::string(200, 'd');
     for (int i = 0; i < 2000; ++i) {
         tree.file(folder + "/" + std::to_string(i), test::thinMachO(test::cpuX86_64));
     }
-    const auto expected = shell("$scan disk | md5sum").output;
+    const auto expected = shell("$scan disk | cksum").output;
     const auto outcomes = shell(
         "for limit in 25 31 38 46 55 300; do (ulimit -v ${limit}000; $scan disk >found 2>said)"
-        " && md5sum <found || echo $? $(cat said); done");
+        " && cksum <found || echo $? $(cat said); done");
     std::istringstream lines(outcomes.output);
     std::set<std::string> different;
     for (std::string line; std::getline(lines, line);) different.insert(line + "\n");

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include "persist/file_memory_table.h"
-#include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "tests/support/mach_o_maker.h"
@@ -22,10 +21,10 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Cannot open a folder of this name.
-class RefusingReader : public LinuxDirectoryReader {
+class RefusingReader : public test::RealReader {
 public:
     std::unique_ptr<Folder> open(const std::string& path) override {
-        return path.ends_with("/refused.app") ? nullptr : LinuxDirectoryReader::open(path);
+        return path.ends_with("/refused.app") ? nullptr : RealReader::open(path);
     }
 };
 

@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/thread_tasks.h"
 #include "platform/run_loop.h"
+#include "platform/system.h"
 #include "tests/support/mach_o_maker.h"
 #include "tests/support/records.h"
 #include "tests/support/service_fakes.h"
@@ -33,7 +33,7 @@ struct ScannerTest : testing::Test {
         ScannerServices services;
         services.main = loop;
         services.background = tasks;
-        services.reader = std::make_shared<LinuxDirectoryReader>();
+        services.reader = systemDirectoryReader();
         services.store = store;
         services.inspect = [this](const std::string& root) { return inspect(root); };
         services.now = [] { return 99.5; };

@@ -15,8 +15,8 @@
 #include <unistd.h>
 
 #include "engine/scan_rules.h"
-#include "platform/linux/linux_directory_reader.h"
 #include "tests/support/mach_o_maker.h"
+#include "tests/support/service_fakes.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -68,7 +68,7 @@ protected:
         return paths;
     }
 
-    LinuxDirectoryReader reader;
+    test::RealReader reader;
     test::TemporaryTree tree;
     const std::string intel = test::thinMachO(test::cpuX86_64);
 };
@@ -103,7 +103,8 @@ TEST_F(WalkTest, PassesOverWhatIsExcludedHiddenLinkedOrNoFile) {
 }
 
 TEST_F(WalkTest, KeepsEveryByteOfANameAndGoesDeeperThanOnePathCanName) {
-    const Paths names = {"Caf\xC3\xA9", "line\nbreak", std::string(255, 'n'), "\xFF\xFE"};
+    Paths names = {"Caf\xC3\xA9", "line\nbreak", std::string(255, 'n'), "\xFF\xFE"};
+    if (!tree.takesAnyName()) names.pop_back();
     for (const auto& name : names) tree.file(name, intel);
     EXPECT_EQ(found(), names);
 
@@ -141,7 +142,7 @@ struct RealFolder : Folder {
 };
 
 /// As on systems whose listing brings the attributes along: they are never asked for.
-class ListingReader : public LinuxDirectoryReader {
+class ListingReader : public test::RealReader {
     struct ListingFolder : RealFolder<ListingFolder> {
         using RealFolder::RealFolder;
         static std::unique_ptr<Folder> changed(std::unique_ptr<Folder> folder, std::string_view) {
@@ -160,7 +161,7 @@ class ListingReader : public LinuxDirectoryReader {
 
 public:
     std::unique_ptr<Folder> open(const std::string& path) override {
-        return std::make_unique<ListingFolder>(LinuxDirectoryReader::open(path));
+        return std::make_unique<ListingFolder>(RealReader::open(path));
     }
 };
 
@@ -188,7 +189,7 @@ TEST_F(WalkTest, TakesRootsAsTheyAreGiven) {
     fs::create_directory_symlink(tree.at("real"), tree.at("link"));
     EXPECT_EQ(walked({tree.at("link")}).paths(), Paths{tree.at("link/tool")});
     EXPECT_EQ(walked({tree.at("real"), tree.at("real")}).paths(), (Paths{file, file}));
-    EXPECT_TRUE(walked({file, tree.at("missing"), "/proc/self", "/sys"}).hits.empty());
+    EXPECT_TRUE(walked({file, tree.at("missing"), "/dev/fd", "/sys"}).hits.empty());
     EXPECT_EQ(walked({}).reports, Paths{"0 of 0"});
 }
 
@@ -211,13 +212,9 @@ TEST_F(WalkTest, StaysBelowItsRootWhenAFolderIsSwappedForALink) {
     for (int i = 0; i < 30; ++i) tree.file("root/a/b/d" + std::to_string(i) + "/inside", intel);
     for (int i = 0; i < 30; ++i) tree.file("outside/b/d" + std::to_string(i) + "/outside", intel);
     fs::create_directory_symlink(tree.at("outside"), tree.at("link"));
-    const auto folder = tree.at("root/a");
-    const auto link = tree.at("link");
     std::atomic<bool> done = false;
     std::thread swapping([&] {
-        while (!done) {
-            renameat2(AT_FDCWD, folder.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE);
-        }
+        while (!done) tree.exchange("root/a", "link");
     });
     for (int i = 0; i < 300 && !HasFailure(); ++i) {
         for (const auto& path : walked({tree.at("root")}).paths()) {
@@ -268,7 +265,7 @@ TEST_F(WalkTest, DoesNotReadUnchangedFilesAgain) {
 }
 
 /// Fails at what it is told to, for everything named "bad".
-class FailingReader : public LinuxDirectoryReader {
+class FailingReader : public test::RealReader {
     struct FailingFile : HeaderFile {
         FailingFile(std::unique_ptr<HeaderFile> file, const std::string& fault)
             : real(std::move(file)), failing(fault) {}
@@ -316,7 +313,7 @@ class FailingReader : public LinuxDirectoryReader {
 
 public:
     std::unique_ptr<Folder> open(const std::string& path) override {
-        auto folder = LinuxDirectoryReader::open(path);
+        auto folder = RealReader::open(path);
         if (!folder) return nullptr;
         return std::make_unique<FailingFolder>(std::move(folder), false, fault);
     }
@@ -353,11 +350,11 @@ TEST_F(WalkTest, TellsWhatItCouldNotLookAt) {
     RecordingListener listener;
     EXPECT_EQ(walk(failing, {{tree.at("missing")}}, CancelFlag(), listener).unread,
               tree.at("missing"));
-    EXPECT_EQ(walk(failing, {{"/proc"}}, CancelFlag(), listener).unread, std::nullopt);
+    EXPECT_EQ(walk(failing, {{"/dev/fd"}}, CancelFlag(), listener).unread, std::nullopt);
 }
 
 /// Cancels a walk from its twelfth folder on.
-class CancellingReader : public LinuxDirectoryReader {
+class CancellingReader : public test::RealReader {
     struct CancellingFolder : RealFolder<CancellingFolder> {
         CancellingFolder(std::unique_ptr<Folder> folder, CancellingReader& reader)
             : RealFolder(std::move(folder)), owner(reader) {}
@@ -370,7 +367,7 @@ class CancellingReader : public LinuxDirectoryReader {
 
 public:
     std::unique_ptr<Folder> open(const std::string& path) override {
-        return std::make_unique<CancellingFolder>(LinuxDirectoryReader::open(path), *this);
+        return std::make_unique<CancellingFolder>(RealReader::open(path), *this);
     }
     std::atomic<int> opened = 1;
     CancelFlag flag;

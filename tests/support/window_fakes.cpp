@@ -2,10 +2,9 @@
 
 #include <utility>
 
-#include "platform/linux/linux_bundle_reader.h"
-#include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
+#include "platform/system.h"
 #include "tests/support/records.h"
 
 namespace vestigo::test {
@@ -27,7 +26,7 @@ ContentServices WindowFixture::services() {
     ContentServices services;
     services.scanner.main = loop;
     services.scanner.background = tasks;
-    services.scanner.reader = std::make_shared<LinuxDirectoryReader>();
+    services.scanner.reader = systemDirectoryReader();
     services.scanner.store = store;
     services.scanner.inspect = inspect;
     services.scanner.now = [] { return 800000000.0; };
@@ -41,7 +40,7 @@ ContentServices WindowFixture::services() {
     services.notifications = notifications;
     services.places = places;
     services.terminate = [this] { terminated = true; };
-    services.bundles = std::make_shared<LinuxBundleReader>();
+    services.bundles = systemBundles();
     services.authentication = authentication;
     services.processes = processes;
     services.links = std::make_shared<PosixLinks>();

@@ -47,7 +47,12 @@ TEST(OwnSettings, AreInTheDomainOfTheBundleOnAMacAndInTheirFileElsewhere) {
     const auto onMac = settingsNames(true, "Vestigo");
     EXPECT_EQ(onMac.organisation, "vestigo.org");
     EXPECT_EQ(onMac.application, "vestigo");
-    EXPECT_TRUE(ownSettings("Vestigo")->fileName().endsWith("/Vestigo/Vestigo.conf"));
+#ifdef Q_OS_MACOS
+    const auto* const file = "/org.vestigo.vestigo.plist";
+#else
+    const auto* const file = "/Vestigo/Vestigo.conf";
+#endif
+    EXPECT_TRUE(ownSettings("Vestigo")->fileName().endsWith(file));
 }
 
 }  // namespace

@@ -10,8 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/mach_o.h"
-#include "platform/linux/linux_bundle_reader.h"
-#include "platform/linux/linux_code_signing.h"
+#include "platform/system.h"
 
 namespace vestigo {
 namespace {
@@ -51,7 +50,7 @@ TEST(RealMacFiles, HaveTheArchitecturesAndTheSignerThatOtherToolsSee) {
         const auto root = std::string(data) + "/" + sample.path;
         if (!std::filesystem::exists(root)) GTEST_SKIP() << root << " was not fetched";
         const auto executable = root + sample.executable;
-        if (const auto bundle = LinuxBundleReader().read(root)) {
+        if (const auto bundle = systemBundles()->read(root)) {
             EXPECT_EQ(bundle->executable, executable);
         }
         std::array<char, machOHeaderBytes> header{};
@@ -59,7 +58,7 @@ TEST(RealMacFiles, HaveTheArchitecturesAndTheSignerThatOtherToolsSee) {
         const auto archs = machOArchs(std::as_bytes(std::span(header)));
         EXPECT_EQ(archs.value_or(std::vector<std::string>()), sample.archs);
 
-        const auto code = LinuxCodeSigning().staticCode(root);
+        const auto code = systemCodeSigning()->staticCode(root);
         ASSERT_TRUE(code);
         EXPECT_EQ(code->signingInformation()->leafCommonName, sample.signer);
     }
