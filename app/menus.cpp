@@ -87,8 +87,11 @@ void Menus::fill(QMenuBar& bar, MainWindow* window) {
 
 MainWindow* Menus::activeWindow() const {
     const auto windows = services_.windows();
-    const auto active = std::ranges::find_if(windows, &QWidget::isActiveWindow);
-    if (active != windows.end()) return *active;
+    // The active one may be a sheet, which belongs to the window that it is on.
+    for (auto* widget = QApplication::activeWindow(); widget; widget = widget->parentWidget()) {
+        const auto active = std::ranges::find(windows, widget);
+        if (active != windows.end()) return *active;
+    }
     return windows.empty() ? nullptr : windows.back();
 }
 
@@ -133,7 +136,11 @@ void Menus::addFileMenu(QMenuBar& bar, MainWindow* window) {
     auto* const close =
         addAction(menu, QStringLiteral("Close"), QKeySequence::keyBindings(QKeySequence::Close));
     connect(close, &QAction::triggered, this, [this, window] {
-        if (auto* const closed = window ? window : activeWindow()) closed->close();
+        auto* const closed = window ? window : activeWindow();
+        const auto* const sheet = QApplication::activeModalWidget();
+        const bool waitsForAnswer =
+            sheet && sheet->parentWidget() && sheet->parentWidget()->window() == closed;
+        if (closed && !waitsForAnswer) closed->close();
     });
 }
 

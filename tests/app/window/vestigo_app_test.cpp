@@ -138,6 +138,17 @@ protected:
     VestigoApp mac{fixture.services(), std::move(another), "1.2", MenuStyle::mac};
 };
 
+TEST_F(MacMenusTest, CloseNoOtherWindowThanTheOneWhoseSheetWaits) {
+    auto& first = mac.openWindow();
+    QPointer<MainWindow> second = &mac.openWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(second));
+    first.content().showHelpRequested();
+    ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activeModalWidget() != nullptr; }));
+    QApplication::setActiveWindow(QApplication::activeModalWidget());
+    command("Close").trigger();
+    EXPECT_FALSE(QTest::qWaitFor([&] { return second.isNull() || !first.isVisible(); }, 50));
+}
+
 TEST_F(MacMenusTest, StayWithTheProgramWhenItsLastWindowIsClosed) {
     QPointer<MainWindow> first = &mac.openWindow();
     QPointer<MainWindow> second = &mac.openWindow();
