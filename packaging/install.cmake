@@ -1,4 +1,8 @@
 # What is installed, and the package that carries it. On a Mac: what goes into the bundle.
+if(NOT Qt6_FOUND)
+    install(TARGETS vestigo-scan)
+    return()
+endif()
 if(APPLE)
     include(${CMAKE_CURRENT_LIST_DIR}/macos/bundle.cmake)
     return()
