@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
-"""Checks that a Mac bundle runs wherever it says: reads the load commands of every program and library
-in it.
+"""Checks that a Mac bundle, or a program by itself, runs wherever it says: reads the load commands of
+every program and library in it.
 
-check_bundle.py [--otool OTOOL] BUNDLE.app
+check_load_commands.py [--otool OTOOL] BUNDLE.app
+check_load_commands.py [--otool OTOOL] --oldest VERSION [--lipo LIPO] PROGRAM
 
-Nothing in the bundle may need a newer system than its LSMinimumSystemVersion, and everything that is
-loaded comes with the system or lies in the bundle. Prints a line for each offence.
+Nothing may need a newer system than the bundle's LSMinimumSystemVersion or VERSION, and everything that
+is loaded comes with the system or lies in the bundle. A program by itself is there for both processors.
+Prints a line for each offence.
 
 exit status: 0 all as it should be, 1 something is not
 """
@@ -45,6 +47,22 @@ class LoadCommands:
                 self.oldest.append(fields["minos"])
             elif kind.startswith("LC_VERSION_MIN_"):
                 self.oldest.append(fields["version"])
+
+
+def offences_of_program(otool, lipo, path, oldest):
+    commands = LoadCommands(otool, path)
+    processors = subprocess.run([lipo, "-archs", path], check=True, capture_output=True,
+                                text=True).stdout.split()
+    if sorted(processors) != ["arm64", "x86_64"]:
+        yield f"is for {' and '.join(processors)}"
+    if len(commands.oldest) != len(processors):
+        yield "does not say which system it needs"
+    for needed in commands.oldest:
+        if version(needed) > version(oldest):
+            yield f"needs system {needed}, and {oldest} is promised"
+    for library in sorted(commands.loads):
+        if not library.startswith(SYSTEM):
+            yield f"needs {library}, which does not come with the system"
 
 
 class Bundle:
@@ -105,8 +123,13 @@ class Bundle:
 
 parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
 parser.add_argument("--otool", default="otool")
-parser.add_argument("bundle")
+parser.add_argument("--lipo", default="lipo")
+parser.add_argument("--oldest", help="the oldest system that a program by itself runs on")
+parser.add_argument("path")
 arguments = parser.parse_args()
-found = list(Bundle(arguments.otool, arguments.bundle).offences())
+if arguments.oldest:
+    found = list(offences_of_program(arguments.otool, arguments.lipo, arguments.path, arguments.oldest))
+else:
+    found = list(Bundle(arguments.otool, arguments.path).offences())
 print("\n".join(found), end="\n" if found else "")
 sys.exit(bool(found))
