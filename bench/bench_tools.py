@@ -92,15 +92,18 @@ class Bench:
         return Run(wall, used.ru_utime + used.ru_stime, used.ru_maxrss * 1024)
 
     def compare(self, commands, cold=False, runs=None):
-        """Runs all commands by turns. A list of runs for each; the first warm round is not counted,
-        it fills the caches."""
+        """Runs all commands by turns; one may also be a function that gives the run. A list of runs
+        for each; the first warm round is not counted, it fills the caches."""
         results = [[] for _ in commands]
         rounds = runs or self.runs
         for number in range(rounds if cold else rounds + 1):
             for command, result in zip(commands, results):
                 if cold:
                     drop_caches()
-                run = self.time(command, fine=(0, 1) if command[0] == "rg" else (0,))
+                if callable(command):
+                    run = command()
+                else:
+                    run = self.time(command, fine=(0, 1) if command[0] == "rg" else (0,))
                 if cold or number > 0:
                     result.append(run)
         return results
