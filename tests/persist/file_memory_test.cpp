@@ -1,6 +1,7 @@
 #include <atomic>
 #include <map>
 #include <random>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -311,6 +312,45 @@ TEST_F(FileMemoryTest, ServesTwoScansAtATimeAndFoldersInTurn) {
         walked(&used, {}, "/other");
     }
     EXPECT_EQ(opened(), 107);
+}
+
+// Each with the file opened for itself, as two programs do.
+TEST_F(FileMemoryTest, IsWholeWhileTwoProgramsReadAndReplaceIt) {
+    fill();
+    const test::TemporaryTree tree;
+    const auto expected = walked(nullptr);
+    const auto memoryInFile = [&] {
+        return FileMemoryTable(std::make_shared<PosixFiles>(), tree.at("memory"),
+                               [this] { return disk.now; });
+    };
+    auto first = memoryInFile();
+    walked(&first);
+    std::atomic<int> found = 0;
+    const auto scanInTurn = [&](const std::string& folder) {
+        for (int round = 0; round < 100; ++round) {
+            auto used = memoryInFile();
+            // Another folder each time, so that each scan has something to write.
+            const auto hits = walked(&used, {}, folder + std::to_string(round));
+            found += static_cast<int>(hits.size() == expected.size() && used.isInFile());
+        }
+    };
+    std::atomic<bool> ended = false;
+    std::atomic<int> unusable = 0;
+    std::thread reader([&] {
+        while (!ended) unusable += memoryInFile().isInFile() ? 0 : 1;
+    });
+    std::thread other([&] { scanInTurn("/other"); });
+    scanInTurn("/one");
+    other.join();
+    ended = true;
+    reader.join();
+    EXPECT_EQ(found, 200);
+    EXPECT_EQ(unusable, 0);
+    auto last = memoryInFile();
+    disk.opened = 0;
+    walked(&last, {}, "/one99");
+    walked(&last, {}, "/other99");
+    EXPECT_LE(disk.opened, 102);
 }
 
 TEST(FingerprintTable, IsNoneByOtherRulesOrWithoutFreeSlots) {
