@@ -80,7 +80,7 @@ int runInTree(const std::string& path, const std::string& tree, const std::strin
     std::ifstream file(path, std::ios::binary);
     std::ostringstream script;
     constexpr std::string_view first = "#!/bin/sh\n";
-    if (!(script << file.rdbuf()) || !script.view().starts_with(first)) return -1;
+    if (!(script << file.rdbuf()) || !script.str().starts_with(first)) return -1;
     if (const auto word = wordOutside(script.str().substr(first.size()), tree)) {
         std::cerr << "The script was not run: it names " << *word << "\n";
         return -1;
