@@ -145,6 +145,7 @@ ON CONFLICT (file) DO UPDATE SET reason = excluded.reason, refused_at = excluded
 REFRESH MATERIALIZED VIEW latest_by_kind;
 REFRESH MATERIALIZED VIEW latest_by_product;
 REFRESH MATERIALIZED VIEW latest_by_vendor;
+REFRESH MATERIALIZED VIEW machines_by_week;
 
 SELECT count(*) AS loaded,
        (SELECT count(*) FROM incoming_report WHERE file NOT IN (SELECT file FROM incoming_refused))

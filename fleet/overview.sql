@@ -10,8 +10,8 @@ SELECT count(*) AS machines,
        count(*) FILTER (WHERE components IS NULL) AS clean,
        sum(components) AS components, sum(files) AS files
 FROM latest_report
-LEFT JOIN (SELECT report, sum(components) AS components, sum(files) AS files
-           FROM tally WHERE to_do GROUP BY report) tally ON tally.report = latest_report.id;
+CROSS JOIN LATERAL (SELECT sum(components) AS components, sum(files) AS files
+                    FROM tally WHERE to_do AND tally.report = latest_report.id) tally;
 
 \echo Which machines have most to do?
 SELECT host, machine, taken_at::date AS reported, sum(components) AS components, sum(files) AS files

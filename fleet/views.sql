@@ -23,7 +23,7 @@ CROSS JOIN LATERAL (SELECT * FROM found WHERE found.week = report.week AND found
 JOIN component ON component.id = found.component;
 
 -- The same, counted; worked out anew by every load, since counting a million rows takes longer than asking.
-DROP MATERIALIZED VIEW IF EXISTS latest_by_kind, latest_by_product, latest_by_vendor;
+DROP MATERIALIZED VIEW IF EXISTS latest_by_kind, latest_by_product, latest_by_vendor, machines_by_week;
 
 CREATE MATERIALIZED VIEW latest_by_kind AS
 SELECT fix, category, sum(components) AS components, count(*) AS machines
@@ -62,5 +62,20 @@ CROSS JOIN LATERAL generate_series(
     least(report.week + 21, report.next_week - 7,
           (SELECT date_trunc('week', max(taken_at) AT TIME ZONE 'UTC') FROM report)::date),
     interval '7 days') shown(week);
+
+-- Machines with legacy code week by week, over the last year, and how many of them each fix would help.
+-- Worked out anew by every load, too: a late report may change any week.
+CREATE MATERIALIZED VIEW machines_by_week AS
+SELECT week, count(*) AS machines,
+       count(*) FILTER (WHERE to_do) AS with_legacy_code,
+       count(*) FILTER (WHERE "Manual") AS "Manual",
+       count(*) FILTER (WHERE brew) AS brew,
+       count(*) FILTER (WHERE "MacPorts") AS "MacPorts"
+FROM weekly_report
+LEFT JOIN (SELECT report, bool_or(to_do) AS to_do, bool_or(fix = 'Manual') AS "Manual",
+                  bool_or(fix = 'brew') AS brew, bool_or(fix = 'MacPorts') AS "MacPorts"
+           FROM tally GROUP BY report) needs USING (report)
+WHERE week > current_date - 366
+GROUP BY week;
 
 COMMIT;
