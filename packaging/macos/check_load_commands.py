@@ -3,7 +3,7 @@
 every program and library in it.
 
 check_load_commands.py [--otool OTOOL] BUNDLE.app
-check_load_commands.py [--otool OTOOL] --oldest VERSION [--lipo LIPO] PROGRAM
+check_load_commands.py [--otool OTOOL] --oldest VERSION PROGRAM
 
 Nothing may need a newer system than the bundle's LSMinimumSystemVersion or VERSION, and everything that
 is loaded comes with the system or lies in the bundle. A program by itself is there for both processors.
@@ -15,6 +15,7 @@ import argparse
 import os
 import plistlib
 import re
+import struct
 import subprocess
 import sys
 
@@ -29,12 +30,31 @@ def version(text):
     return tuple(int(part) for part in (text.split(".") + ["0", "0"])[:3])
 
 
+CPUS = {(7, False): "i386", (0x01000007, False): "x86_64", (0x0100000C, False): "arm64",
+        (0x0100000C, True): "arm64e"}
+
+
+def processors(path):
+    """Those that a file is for, as otool calls them."""
+    with open(path, "rb") as file:
+        start = file.read(4096)
+    magic, count = struct.unpack_from(">II", start)
+    if magic in (0xCAFEBABE, 0xCAFEBABF):
+        size = 20 if magic == 0xCAFEBABE else 32
+        kinds = [struct.unpack_from(">II", start, 8 + i * size) for i in range(count)]
+    else:
+        order = "<" if start[0] in (0xCE, 0xCF) else ">"
+        kinds = [struct.unpack_from(order + "II", start, 4)]
+    return [CPUS[cpu, cpu == 0x0100000C and kind & 0xFF == 2] for cpu, kind in kinds]
+
+
 class LoadCommands:
     """What a file, in any of its architectures, loads, where it looks, and the system it needs."""
 
     def __init__(self, otool, path):
-        text = subprocess.run([otool, "-arch", "all", "-l", path], check=True, capture_output=True,
-                              text=True).stdout
+        text = "".join(subprocess.run([otool, "-arch", processor, "-l", path], check=True,
+                                      capture_output=True, text=True).stdout
+                       for processor in processors(path))
         self.loads, self.search, self.oldest = set(), [], []
         for command in re.split(r"^Load command \d+\n", text, flags=re.M)[1:]:
             fields = dict(re.findall(r"^ *(\w+) (.+?)(?: \(offset \d+\))?$", command, flags=re.M))
@@ -49,13 +69,12 @@ class LoadCommands:
                 self.oldest.append(fields["version"])
 
 
-def offences_of_program(otool, lipo, path, oldest):
+def offences_of_program(otool, path, oldest):
     commands = LoadCommands(otool, path)
-    processors = subprocess.run([lipo, "-archs", path], check=True, capture_output=True,
-                                text=True).stdout.split()
-    if sorted(processors) != ["arm64", "x86_64"]:
-        yield f"is for {' and '.join(processors)}"
-    if len(commands.oldest) != len(processors):
+    built_for = processors(path)
+    if sorted(built_for) != ["arm64", "x86_64"]:
+        yield f"is for {' and '.join(built_for)}"
+    if len(commands.oldest) != len(built_for):
         yield "does not say which system it needs"
     for needed in commands.oldest:
         if version(needed) > version(oldest):
@@ -123,12 +142,11 @@ class Bundle:
 
 parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
 parser.add_argument("--otool", default="otool")
-parser.add_argument("--lipo", default="lipo")
 parser.add_argument("--oldest", help="the oldest system that a program by itself runs on")
 parser.add_argument("path")
 arguments = parser.parse_args()
 if arguments.oldest:
-    found = list(offences_of_program(arguments.otool, arguments.lipo, arguments.path, arguments.oldest))
+    found = list(offences_of_program(arguments.otool, arguments.path, arguments.oldest))
 else:
     found = list(Bundle(arguments.otool, arguments.path).offences())
 print("\n".join(found), end="\n" if found else "")
