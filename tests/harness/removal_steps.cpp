@@ -79,12 +79,7 @@ public:
     }
 
     void removal() {
-        ScannerServices services;
-        services.store = std::make_shared<ScanCache>(cache_);
-        services.trash = std::make_shared<LinuxTrash>(trash());
-        services.files = files_;
-        services.reader = systemDirectoryReader();
-        Scanner scanner(services);
+        Scanner scanner(scannerServices());
         RootSet roots;
         for (int i = 0; i < groupCount; ++i) roots.insert(groupPath(i));
         begin();
@@ -102,11 +97,16 @@ public:
                            : std::optional<std::string>("not written"));
     }
 
+    /// As a removal does it: only what may go is handed to the administrator.
     void cleanup() {
+        const Scanner scanner(scannerServices());
         std::vector<std::string> paths;
         for (int i = 0; i < systemCount; ++i) paths.push_back(systemPath(i));
         begin();
-        tell("cleanup", administratorCleanup().runAdminCleanup(test::cleanupItems(paths)));
+        auto [items, refusal] = scanner.allowedToGo(paths);
+        const auto error =
+            items.empty() ? std::nullopt : administratorCleanup().runAdminCleanup(items);
+        tell("cleanup", refusal ? refusal : error);
     }
 
     void next() {
@@ -175,6 +175,14 @@ private:
                 test::hitRef({groupPath(i) + "/Contents/first", {"x86_64"}, 2, 0, 0}));
         }
         return result;
+    }
+    [[nodiscard]] ScannerServices scannerServices() const {
+        ScannerServices services;
+        services.store = std::make_shared<ScanCache>(cache_);
+        services.trash = std::make_shared<LinuxTrash>(trash());
+        services.files = files_;
+        services.reader = systemDirectoryReader();
+        return services;
     }
     [[nodiscard]] AdministratorCleanup administratorCleanup() const {
         return AdministratorCleanup({std::make_shared<OwnShell>(tree_), files_,
