@@ -20,7 +20,14 @@ constexpr char notPrivate[] =
 }  // namespace
 
 AdministratorCleanup::AdministratorCleanup(AdministratorCleanupServices services)
-    : services_(std::move(services)) {}
+    : services_(std::move(services)) {
+    if (!services_.files->isPrivateFolder(services_.temporary)) return;
+    CancelFlag atOnce;
+    atOnce.cancel();
+    // Whoever holds the folder, another window's program perhaps, is using its script.
+    const auto lock = services_.files->lockFolder(services_.temporary, atOnce);
+    if (lock) services_.files->remove(services_.temporary + scriptName);
+}
 
 std::optional<std::string> AdministratorCleanup::runAdminCleanup(
     const std::vector<CleanupItem>& items) {
@@ -38,7 +45,8 @@ std::optional<std::string> AdministratorCleanup::runAdminCleanup(
 
 // The question for the password may stay open for long, and another run's may come first.
 std::optional<std::string> AdministratorCleanup::run(const std::vector<CleanupItem>& items) {
-    const auto lock = services_.files->lockFolder(services_.temporary);
+    const auto lock = services_.files->lockFolder(services_.temporary, withdrawn_);
+    if (withdrawn_.cancelled()) return notRemoved;
     if (!lock || !services_.files->isPrivateFolder(services_.temporary)) return notPrivate;
     const auto plan = services_.trash->plan(items);
     if (plan.error) return plan.error;
@@ -52,7 +60,8 @@ std::optional<std::string> AdministratorCleanup::run(const std::vector<CleanupIt
 std::optional<std::string> AdministratorCleanup::runScript(const std::string& text) {
     const auto script = services_.temporary + scriptName;
     if (!services_.files->replace(script, text, Access::ownerOnly)) return notWritten;
-    const auto run = services_.administrator->runScript(script);
+    const auto run = services_.administrator->runScript(script, withdrawn_);
+    // A shell that runs it has it open.
     services_.files->remove(script);
     if (run.launchError) return run.launchError;
     return run.status == 0 ? std::nullopt : std::optional<std::string>(notRemoved);

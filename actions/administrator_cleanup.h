@@ -20,7 +20,8 @@ struct AdministratorCleanupServices {
     std::string temporary;  ///< The user's private temporary folder, without a trailing slash.
 };
 
-/// All runs of a user share the place of their script, so they come one after the other, also those
+/// Whatever an earlier program has left of its script goes when this is made. All runs of a user
+/// share the place of their script, so they come one after the other, also those
 /// of another window or of a program started twice. Thread-safe.
 class AdministratorCleanup {
 public:
@@ -33,11 +34,16 @@ public:
     /// main thread.
     [[nodiscard]] std::optional<std::string> runAdminCleanup(const std::vector<CleanupItem>& items);
 
+    /// For the end of the program: runs return within a moment from now on. A question that is open
+    /// is withdrawn and none is asked any more; a script that is running ends alone.
+    void withdraw() { withdrawn_.cancel(); }
+
 private:
     [[nodiscard]] std::optional<std::string> run(const std::vector<CleanupItem>& items);
     [[nodiscard]] std::optional<std::string> runScript(const std::string& text);
 
     AdministratorCleanupServices services_;
+    CancelFlag withdrawn_;
 };
 
 }  // namespace vestigo

@@ -7,6 +7,9 @@
 //
 // The text is for dash and for the bash 3.2 of a Mac, with the tools of GNU or of BSD. A failed
 // redirection of ":" would end the shell, one of "true" does not.
+//
+// Nothing needs the script's own file once a shell has it open: whoever has written it may end, and
+// remove it, while it runs. What it writes goes nowhere, as nobody may be there to read it.
 #include "actions/cleanup_script.h"
 
 #include <string>
@@ -16,7 +19,7 @@
 namespace vestigo {
 namespace {
 
-constexpr char start[] = R"sh(exec 2>/dev/null
+constexpr char start[] = R"sh(exec >/dev/null 2>&1
 umask 077
 name=
 exists() { [ -e "$1" ] || [ -L "$1" ]; }
@@ -28,6 +31,7 @@ is_folder "$trash" || exit 1
 // out of it: whoever clears the journal at the end can tell more of what is there than a shell.
 constexpr char withNotes[] = R"sh([ "$(cd -P "$trash" && pwd -P)" = "$trash" ] || exit 1
 is_folder "$notes" && exec 9<"$journal" && flock -n -s 9 || exit 1
+reference=$journal/notes/1
 note() { # name, number
     rm -f "$journal/info/$1$ending"
     ln "$journal/notes/$2" "$journal/info/$1$ending"
@@ -43,8 +47,35 @@ finish() { exit 0; }
 
 // Where mv knows no -T, a folder gets its name in a folder that nobody else may enter. It can be
 // seen in the Trash, so whatever a killed script leaves in it is not lost.
-constexpr char withoutNotes[] = R"sh(journal=$(mktemp -d "$trash"/.vestigo-XXXXXXXX) &&
-    mkdir "$journal/files" || exit 1
+//
+// The script makes its journal itself, and clears those of scripts that were killed: nobody else
+// may look into them. It looks at one from within, as the user may put another folder in its place.
+constexpr char withoutNotes[] = R"sh(clear_journal() { # in the current folder
+    for taken in files/* files/.*; do
+        name=${taken##*/}
+        [ -f "$taken" ] || continue
+        if is_folder "$trash/$name"; then
+            case $(ls -ld "$trash/$name") in d---------*) rmdir "$trash/$name" ;; esac
+        else
+            [ ! "$taken" -ef "$trash/$name" ] || rm -f "$trash/$name"
+        fi
+        rm -f "$taken"
+    done
+    rm -f reference
+    rmdir files
+}
+for old in "$trash"/.vestigo-*-*; do
+    owner=${old##*/.vestigo-}
+    owner=${owner%%-*}
+    case $owner in '' | *[!0-9]*) continue ;; esac
+    ! is_folder "$old" || kill -0 "$owner" || (
+        cd -P "$old" && [ -O . ] && is_folder files || exit
+        case $(ls -ld .) in drwx------*) clear_journal ;; esac
+    )
+    kill -0 "$owner" || rmdir "$old"
+done
+journal=$(mktemp -d "$trash/.vestigo-$$-XXXXXXXX") && reference=$journal/reference &&
+    mkdir "$journal/files" && touch -r "$0" "$reference" || exit 1
 note() { return 0; }
 drop_note() { return 0; }
 forget() { rm -f "$journal/files/$1"; } # name
@@ -58,6 +89,7 @@ move_as() { # item, name
     fi
 }
 finish() {
+    rm -f "$reference"
     rmdir "$journal/files" "$journal"
     exit 0
 }
@@ -71,7 +103,7 @@ is_inode() { # number, item
     [ "$1" = "$2" ]
 }
 is_unchanged() { # item; everything in it is as it was when the script was written
-    changed=$(find "$1" -cnewer "$0") && [ -z "$changed" ]
+    changed=$(find "$1" -cnewer "$reference") && [ -z "$changed" ]
 }
 take() { # item, name, number; 1: taken, 2: impossible
     name=

@@ -51,8 +51,9 @@ public:
     bool isPrivateFolder(const std::string& path) override {
         return real_->isPrivateFolder(disk_ + path);
     }
-    std::unique_ptr<FolderLock> lockFolder(const std::string& path) override {
-        return real_->lockFolder(disk_ + path);
+    std::unique_ptr<FolderLock> lockFolder(const std::string& path,
+                                           const CancelFlag& cancel) override {
+        return real_->lockFolder(disk_ + path, cancel);
     }
     bool remove(const std::string& path) override { return real_->remove(disk_ + path); }
 

@@ -20,10 +20,12 @@ constexpr std::chrono::seconds messageTime{15};
 
 }  // namespace
 
-/// Where a signal finds the application, as long as there is one.
+/// Where a signal finds the application, as long as there is one, and what may keep the program
+/// from ending after that.
 struct VestigoApp::SignalTarget {
     std::mutex mutex;
     VestigoApp* app;
+    std::weak_ptr<AdministratorCleanup> cleanup;
 };
 
 VestigoApp::VestigoApp(ContentServices services, std::unique_ptr<Updater> updater,
@@ -64,8 +66,10 @@ MainWindow& VestigoApp::openWindow() {
 void VestigoApp::endAtSignals() {
     signalTarget_ = std::make_shared<SignalTarget>();
     signalTarget_->app = this;
+    signalTarget_->cleanup = services_.cleanup;
     watchForInterrupt(
         [target = signalTarget_](int exitStatus) {
+            if (const auto cleanup = target->cleanup.lock()) cleanup->withdraw();
             const std::lock_guard lock(target->mutex);
             if (!target->app) return true;  // It is ending already.
             QMetaObject::invokeMethod(

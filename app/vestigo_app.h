@@ -32,7 +32,8 @@ public:
     MainWindow& openWindow();
 
     /// From now on SIGINT, SIGTERM and SIGHUP end the event loop, and the program goes through its
-    /// usual end, which waits for what is being saved; the exit status is 128 + the signal. What
+    /// usual end, which waits for what is being saved; the exit status is 128 + the signal. An open
+    /// question for an administrator is withdrawn, also when the program is ending already. What
     /// goes on without the program is said on the standard error. A second signal ends it at once.
     /// To be called once.
     void endAtSignals();

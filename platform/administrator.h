@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/tasks.h"
+
 namespace vestigo {
 
 /// How a run ended: with an exit status, or with the reason why it could not be started.
@@ -17,8 +19,11 @@ class Administrator {
 public:
     virtual ~Administrator() = default;
     /// Has the system ask for an administrator and runs the shell script at `script` as the
-    /// superuser. A status other than 0 when the user cancelled or was refused.
-    [[nodiscard]] virtual AdministratorRun runScript(const std::string& script) = 0;
+    /// superuser. A status other than 0 when the user cancelled or was refused. Once `cancel` is
+    /// cancelled, an open question is withdrawn, and a script that runs is left to end alone: the
+    /// call returns within a moment with another status than 0.
+    [[nodiscard]] virtual AdministratorRun runScript(const std::string& script,
+                                                     const CancelFlag& cancel) = 0;
 };
 
 }  // namespace vestigo

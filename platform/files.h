@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/tasks.h"
+
 namespace vestigo {
 
 /// Who may open a file that is written. `usual`: as the user's other new files; a file that is
@@ -76,8 +78,10 @@ public:
         const std::string& folder) = 0;
     /// A real folder, no link to one, of this user, that nobody else may enter.
     [[nodiscard]] virtual bool isPrivateFolder(const std::string& path) = 0;
-    /// Waits until nobody else holds the folder. Null when it cannot be opened.
-    [[nodiscard]] virtual std::unique_ptr<FolderLock> lockFolder(const std::string& path) = 0;
+    /// Waits until nobody else holds the folder, or until `cancel` is cancelled: then it is tried
+    /// once more. Null when it was not had.
+    [[nodiscard]] virtual std::unique_ptr<FolderLock> lockFolder(const std::string& path,
+                                                                 const CancelFlag& cancel) = 0;
     /// Removes a file, or a link itself. True when it has gone.
     virtual bool remove(const std::string& path) = 0;
 };

@@ -12,10 +12,14 @@ LaunchedAdministrator::LaunchedAdministrator(std::shared_ptr<Processes> processe
       launcher_(std::move(launcher)),
       arguments_(std::move(arguments)) {}
 
-AdministratorRun LaunchedAdministrator::runScript(const std::string& script) {
+AdministratorRun LaunchedAdministrator::runScript(const std::string& script,
+                                                  const CancelFlag& cancel) {
     const auto status = std::make_shared<std::promise<int>>();
     auto error = processes_->start(
-        {.program = launcher_, .arguments = arguments_(script), .environment = {}},
+        {.program = launcher_,
+         .arguments = arguments_(script),
+         .environment = {},
+         .cancel = cancel},
         [](std::string_view) {}, [status](int value) { status->set_value(value); });
     if (error) {
         return {.status = 127,

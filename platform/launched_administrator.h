@@ -20,7 +20,8 @@ public:
                           Arguments arguments);
 
     /// The launcher's own exit status.
-    [[nodiscard]] AdministratorRun runScript(const std::string& script) override;
+    [[nodiscard]] AdministratorRun runScript(const std::string& script,
+                                             const CancelFlag& cancel) override;
 
 private:
     std::shared_ptr<Processes> processes_;

@@ -17,9 +17,13 @@ struct ProcessStart {
     std::vector<std::string> arguments;
     /// Set in the child beside, or in place of, what this program has in its environment.
     std::map<std::string, std::string> environment;
-    /// Once cancelled, the program is asked to end within a moment. Absent: it never is.
+    /// Once cancelled, the program is asked to end within a moment, and left to itself when it
+    /// does not. Absent: it never is.
     std::optional<CancelFlag> cancel = {};
 };
+
+/// In the place of the exit status of a program that was asked to end and goes on.
+inline constexpr int leftRunning = -2;
 
 /// Thread-safe.
 class Processes {
@@ -29,7 +33,7 @@ public:
     /// together through one pipe. `output` is called with each chunk as it comes and `ended`, after
     /// all output that the program itself wrote, with the exit status (128 + the signal that ended
     /// it), both on one background thread. The destructor of what runs the threads waits for the
-    /// child. Absent when it runs, else why it could not be started.
+    /// child, unless that was left running. Absent when it runs, else why it could not be started.
     [[nodiscard]] virtual std::optional<std::string> start(
         const ProcessStart& what, std::function<void(std::string_view)> output,
         std::function<void(int)> ended) = 0;

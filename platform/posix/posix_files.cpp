@@ -1,11 +1,13 @@
 #include "platform/posix/posix_files.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <span>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -215,9 +217,16 @@ bool PosixFiles::isPrivateFolder(const std::string& path) {
            S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() && (status.st_mode & 077U) == 0;
 }
 
-std::unique_ptr<FolderLock> PosixFiles::lockFolder(const std::string& path) {
+std::unique_ptr<FolderLock> PosixFiles::lockFolder(const std::string& path,
+                                                   const CancelFlag& cancel) {
+    constexpr std::chrono::milliseconds pollInterval{50};
     auto folder = openFolder(path);
-    if (!folder || retrying([&] { return ::flock(folder.get(), LOCK_EX); }) != 0) return nullptr;
+    if (!folder) return nullptr;
+    // A lock that is waited for in the kernel could not be given up.
+    while (retrying([&] { return ::flock(folder.get(), LOCK_EX | LOCK_NB); }) != 0) {
+        if (errno != EWOULDBLOCK || cancel.cancelled()) return nullptr;
+        std::this_thread::sleep_for(pollInterval);
+    }
     return std::make_unique<OpenFolderLock>(std::move(folder));
 }
 

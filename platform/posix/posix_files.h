@@ -23,7 +23,8 @@ public:
     [[nodiscard]] std::optional<std::string> resolved(const std::string& path) override;
     [[nodiscard]] std::optional<std::vector<std::string>> names(const std::string& folder) override;
     [[nodiscard]] bool isPrivateFolder(const std::string& path) override;
-    [[nodiscard]] std::unique_ptr<FolderLock> lockFolder(const std::string& path) override;
+    [[nodiscard]] std::unique_ptr<FolderLock> lockFolder(const std::string& path,
+                                                         const CancelFlag& cancel) override;
     bool remove(const std::string& path) override;
 };
 

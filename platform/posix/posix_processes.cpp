@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <system_error>
 #include <utility>
 
@@ -22,7 +24,8 @@ namespace {
 
 constexpr std::size_t chunkSize = 65536;
 constexpr int unknownStatus = -1;
-constexpr int longestDeafness = 200;  ///< Milliseconds until a program that is cancelled is told.
+constexpr int pollInterval = 100;  ///< In milliseconds, of looking whether a program is cancelled.
+constexpr std::chrono::seconds timeToEnd{1};
 
 struct Pipe {
     Descriptor read;
@@ -58,32 +61,46 @@ public:
     Child(pid_t id, Descriptor output, std::optional<CancelFlag> cancel)
         : id_(id), output_(std::move(output)), cancel_(std::move(cancel)), end_(endOfChild(id)) {}
 
-    /// Hands on the output until the program has ended; its exit status.
+    /// Hands on the output until the program has ended; its exit status, or `leftRunning`.
     int follow(const std::function<void(std::string_view)>& output) {
-        bool open = true;
-        while (open && !endedBeforeOutput()) open = handOn(output, chunkSize);
-        const int status = waitForEnd(id_);
-        if (open) drain(output);
-        return status;
-    }
-
-private:
-    /// Waits for output or the end. True when the program has ended, whether it left output or not.
-    bool endedBeforeOutput() {
-        std::array<pollfd, 2> waits{
-            {{output_.get(), POLLIN, 0}, {end_.get(), POLLIN, 0}}};  // -1 is passed over.
         for (;;) {
-            const int ready = poll(waits.data(), waits.size(), cancel_ ? longestDeafness : -1);
-            if (ready > 0) return waits[1].revents != 0;
-            if (ready < 0 && errno != EINTR) return false;
-            endIfCancelled();
+            switch (next()) {
+                case Next::output: open_ = handOn(output, chunkSize); break;
+                case Next::left: return leftRunning;
+                case Next::end:
+                    const int status = waitForEnd(id_);
+                    if (open_) drain(output);
+                    return status;
+            }
         }
     }
 
-    void endIfCancelled() {
-        if (!cancel_ || !cancel_->cancelled()) return;
-        kill(id_, SIGTERM);
-        cancel_.reset();
+private:
+    enum class Next : std::uint8_t { output, end, left };
+
+    /// Waits for output, for the end, whether it left output or not, or until it is not waited for
+    /// any more.
+    Next next() {
+        if (!open_ && !end_) return Next::end;
+        std::array<pollfd, 2> waits{{{open_ ? output_.get() : -1, POLLIN, 0},
+                                     {end_.get(), POLLIN, 0}}};  // -1 is passed over.
+        for (;;) {
+            if (endedWaiting()) return Next::left;
+            const int ready = poll(waits.data(), waits.size(), cancel_ ? pollInterval : -1);
+            if (ready > 0) return waits[1].revents != 0 ? Next::end : Next::output;
+            if (ready < 0 && errno != EINTR) return Next::end;
+        }
+    }
+
+    /// A program that has got more rights meanwhile cannot be ended by this one.
+    bool endedWaiting() {
+        if (!cancel_ || !cancel_->cancelled()) return false;
+        const auto now = std::chrono::steady_clock::now();
+        if (!askedToEnd_) {
+            kill(id_, SIGTERM);
+            askedToEnd_ = now;
+        }
+        return now - *askedToEnd_ > timeToEnd;
     }
 
     /// One read. False when nobody can write any more.
@@ -111,7 +128,9 @@ private:
     pid_t id_;
     Descriptor output_;
     std::optional<CancelFlag> cancel_;
+    std::optional<std::chrono::steady_clock::time_point> askedToEnd_;
     Descriptor end_;
+    bool open_ = true;  ///< Somebody can still write to the output.
     std::size_t latest_ = 0;
     std::array<char, chunkSize> buffer_;
 };

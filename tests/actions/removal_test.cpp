@@ -4,13 +4,17 @@
 #include <atomic>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "actions/cleanup_script.h"
 #include "platform/folder_cleanup_trash.h"
+#include "platform/launched_administrator.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "platform/system.h"
@@ -31,7 +35,7 @@ class FakeAdministrator : public Administrator {
 public:
     explicit FakeAdministrator(std::string tree) : tree_(std::move(tree)) {}
 
-    AdministratorRun runScript(const std::string& script) override {
+    AdministratorRun runScript(const std::string& script, const CancelFlag& /*cancel*/) override {
         if (++running > 1) overlapped = true;
         scripts.push_back(PosixFiles().read(script).value_or(""));
         permissions = fs::status(script).permissions();
@@ -409,6 +413,56 @@ TEST_F(CleanupTest, RunsOneScriptAtATime) {
     for (auto& program : programs) program.join();
     EXPECT_FALSE(administrator->overlapped);
     EXPECT_EQ(namesIn(trashFolder).size(), programs.size());
+}
+
+TEST_F(CleanupTest, EndsWithinAMomentWhenTheQuestionIsWithdrawn) {
+    const auto asked = tree.at("asked");
+    const auto wait = [&asked](const std::string&) {
+        return Lines{"-c", "touch '" + asked + "'; exec sleep 1000"};
+    };
+    places.administrator =
+        std::make_shared<LaunchedAdministrator>(systemProcesses(systemTasks()), "/bin/sh", wait);
+    AdministratorCleanup asking(places);
+    const auto path = systemFile("one");
+    const auto run = [&] { return asking.runAdminCleanup(test::cleanupItems({path})); };
+    auto open = std::async(std::launch::async, run);
+    auto next = std::async(std::launch::async, run);
+    while (!fs::exists(asked)) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    // A second program must not take the script away.
+    const AdministratorCleanup other(places);
+    EXPECT_EQ(namesIn(temporary), Lines{"tm_sys_cleanup.sh"});
+    asking.withdraw();
+    EXPECT_TRUE(open.get());
+    EXPECT_TRUE(next.get());
+    EXPECT_TRUE(fs::is_empty(temporary));
+    EXPECT_TRUE(fs::exists(path));
+    // What a killed one has left goes at the next start.
+    tree.file("temporary/tm_sys_cleanup.sh");
+    const AdministratorCleanup nextStart(places);
+    EXPECT_TRUE(fs::is_empty(temporary));
+}
+
+TEST_F(CleanupTest, ClearsWhatKilledScriptsHaveLeftInAPlainTrash) {
+    const pid_t dead = ::fork();
+    if (dead == 0) ::_exit(0);
+    ::waitpid(dead, nullptr, 0);
+    const auto left = [this](const std::string& name) {
+        const auto journal = trashName + "/" + name;
+        const auto placeholder = tree.file(journal + "/files/tool");
+        tree.file(journal + "/files/Foo.app");
+        tree.file(journal + "/files/moved");
+        tree.file(journal + "/reference");
+        fs::permissions(tree.at(journal), fs::perms::owner_all);
+        return placeholder;
+    };
+    const auto live = ".vestigo-" + std::to_string(::getpid()) + "-abc";
+    left(live);
+    fs::create_hard_link(left(".vestigo-" + std::to_string(dead) + "-abc"), trashFolder + "/tool");
+    fs::permissions(tree.folder(trashName + "/Foo.app"), fs::perms::none);
+    tree.file(trashName + "/moved", "moved");
+    EXPECT_EQ(runCleanup({systemFile("one")}), std::nullopt);
+    EXPECT_EQ(namesIn(trashFolder), (Lines{live, "moved", "one"}));
+    EXPECT_EQ(inTrash("moved"), "moved");
 }
 
 TEST_F(CleanupTest, LeavesProtectedItemsOutOfTheScript) {

@@ -45,7 +45,7 @@ class OwnShell : public Administrator {
 public:
     explicit OwnShell(std::string tree) : tree_(std::move(tree)) {}
 
-    AdministratorRun runScript(const std::string& script) override {
+    AdministratorRun runScript(const std::string& script, const CancelFlag& /*cancel*/) override {
         const char* const shell = std::getenv("SCRIPT_SHELL");
         return {test::runInTree(script, tree_, shell ? shell : "/bin/sh"), std::nullopt};
     }

@@ -110,13 +110,22 @@ TEST_F(FilesTest, TellsWhatLiesAtAPathAndRemovesALinkItself) {
 }
 
 TEST_F(FilesTest, AFolderIsHeldByOneAtATime) {
-    auto held = files.lockFolder(tree.path());
+    CancelFlag cancel;
+    auto held = files.lockFolder(tree.path(), cancel);
     ASSERT_TRUE(held);
-    auto next = std::async(std::launch::async, [this] { return files.lockFolder(tree.path()); });
+    const auto wait = [&] { return files.lockFolder(tree.path(), cancel); };
+    auto next = std::async(std::launch::async, wait);
     EXPECT_EQ(next.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     held.reset();
-    EXPECT_TRUE(next.get());
-    EXPECT_FALSE(files.lockFolder(tree.at("none")));
+    held = next.get();
+    ASSERT_TRUE(held);
+    next = std::async(std::launch::async, wait);
+    EXPECT_EQ(next.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    cancel.cancel();
+    EXPECT_FALSE(next.get());
+    held.reset();
+    EXPECT_TRUE(files.lockFolder(tree.path(), cancel));
+    EXPECT_FALSE(files.lockFolder(tree.at("none"), CancelFlag()));
 }
 
 TEST_F(FilesTest, APrivateFolderIsARealOneThatNobodyElseMayEnter) {

@@ -84,12 +84,26 @@ TEST(Processes, InheritNoInputNoDescriptorNoSessionAndNoIgnoredSignal) {
     EXPECT_EQ(result.status, 128 + SIGPIPE);
 }
 
-TEST(Processes, EndWhenTheyAreCancelled) {
+TEST(Processes, EndWhenTheyAreCancelledOrAreLeftRunning) {
     CancelFlag cancel;
-    ProcessStart start{.program = "/bin/sleep", .arguments = {"1000"}, .environment = {}};
-    start.cancel = cancel;
     cancel.cancel();
-    EXPECT_EQ(run(start).status, 128 + SIGTERM);
+    const auto cancelled = [&cancel](const std::string& script) {
+        return run({.program = "/bin/sh",
+                    .arguments = {"-c", script},
+                    .environment = {},
+                    .cancel = cancel})
+            .status;
+    };
+    EXPECT_EQ(cancelled("exec sleep 1000"), 128 + SIGTERM);
+    EXPECT_EQ(cancelled("exec >&- 2>&-; exec sleep 1000"), 128 + SIGTERM);
+    const test::TemporaryTree tree;
+    const auto file = tree.at("id");
+    EXPECT_EQ(cancelled("trap '' TERM; echo $$ > '" + file + "'; exec sleep 1000"), leftRunning);
+    pid_t left = 0;
+    std::ifstream(file) >> left;
+    ASSERT_GT(left, 0);
+    EXPECT_EQ(kill(left, SIGKILL), 0);
+    EXPECT_EQ(waitpid(left, nullptr, 0), left);
 }
 
 TEST(Processes, LeaveNeitherDescriptorsNorZombiesAndSayWhyTheyCannotStart) {

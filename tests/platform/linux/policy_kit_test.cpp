@@ -59,10 +59,10 @@ TEST_F(PolicyKitTest, IsConfirmedOnlyByStatusZero) {
 
 TEST_F(PolicyKitTest, HasTheShellRunTheScript) {
     LinuxAdministrator administrator(processes, program("exit 126"));
-    EXPECT_EQ(administrator.runScript("/a script").status, 126);
+    EXPECT_EQ(administrator.runScript("/a script", CancelFlag()).status, 126);
     EXPECT_EQ(given(), "/bin/sh\n/a script\n");
     LinuxAdministrator missing(processes, tree.at("missing"));
-    EXPECT_TRUE(missing.runScript("/a script").launchError);
+    EXPECT_TRUE(missing.runScript("/a script", CancelFlag()).launchError);
 }
 
 }  // namespace
