@@ -1,7 +1,9 @@
 #include "platform/linux/bundle_folder.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <utility>
 
 #include <fcntl.h>
@@ -32,7 +34,53 @@ int openBeneath(int folder, const char* path, int flags) {
     }
 }
 
+/// Where the link leads. Absent where the name is not one of a link.
+std::optional<std::string> linkIn(int folder, const std::string& name) {
+    std::array<char, PATH_MAX> text;
+    const auto length =
+        retrying([&] { return ::readlinkat(folder, name.c_str(), text.data(), text.size()); });
+    if (length < 0) return std::nullopt;
+    return std::string(text.data(), static_cast<std::size_t>(length));
+}
+
+/// Takes the first name from the front of a path, with the slashes after it.
+std::string takeName(std::string& path) {
+    const auto end = std::min(path.find('/'), path.size());
+    auto name = path.substr(0, end);
+    path.erase(0, path.find_first_not_of('/', end));
+    return name;
+}
+
+Descriptor refused(int error) {
+    errno = error;
+    return {};
+}
+
 }  // namespace
+
+Descriptor openBeneathStepwise(int folder, std::string path, int flags) {
+    int linksLeft = 40;               // As many as the kernel follows.
+    std::vector<Descriptor> entered;  // From the folder down, so that ".." leads back there.
+    const auto here = [&] { return entered.empty() ? folder : entered.back().get(); };
+    while (!path.empty()) {
+        if (path.starts_with('/')) return refused(EXDEV);
+        const auto name = takeName(path);
+        if (name == ".") continue;
+        if (name == "..") {
+            if (entered.empty()) return refused(EXDEV);
+            entered.pop_back();
+        } else if (const auto target = linkIn(here(), name)) {
+            if (linksLeft-- == 0) return refused(ELOOP);
+            path = path.empty() ? *target : *target + "/" + path;
+        } else if (path.empty()) {
+            return openPatiently(here(), name.c_str(), flags | O_NOFOLLOW);
+        } else {
+            entered.push_back(openPatiently(here(), name.c_str(), throughFlags | O_NOFOLLOW));
+            if (!entered.back()) return {};
+        }
+    }
+    return openPatiently(here(), ".", flags);
+}
 
 std::optional<BundleFolder> BundleFolder::open(const std::string& path) {
     auto folder = openPathPatiently(path, throughFlags, throughFlags);
@@ -43,7 +91,7 @@ Descriptor BundleFolder::openInside(const std::string& path, int flags) const {
     Descriptor opened(openBeneath(folder_.get(), path.c_str(), flags));
     // Containers answer with EPERM to calls that they do not know.
     if (opened || (errno != ENOSYS && errno != EPERM)) return opened;
-    return openFolderBelowStepwise(folder_.get(), path, flags, throughFlags);
+    return openBeneathStepwise(folder_.get(), path, flags);
 }
 
 std::optional<FileBytes> BundleFolder::file(const std::string& path) const {

@@ -10,8 +10,8 @@
 
 namespace vestigo {
 
-/// Paths are relative to the bundle. Links in it are followed as long as they stay in it; on a
-/// kernel older than 5.6 none are. Thread-safe; never blocks.
+/// Paths are relative to the bundle. Links in it are followed as long as they stay in it.
+/// Thread-safe; never blocks.
 class BundleFolder {
 public:
     /// The path may be longer than one call takes. Absent when it is no folder that can be opened.
@@ -30,5 +30,10 @@ private:
 
     Descriptor folder_;
 };
+
+/// Opens what lies below an open folder, and follows links as long as they stay in it, as
+/// openat2(2) does with RESOLVE_BENEATH: one name at a time, for kernels that lack it. Owns
+/// nothing, with errno, where it cannot be opened.
+[[nodiscard]] Descriptor openBeneathStepwise(int folder, std::string path, int flags);
 
 }  // namespace vestigo

@@ -1,7 +1,10 @@
 #include <filesystem>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include "platform/linux/bundle_folder.h"
 #include "platform/linux/linux_bundle_reader.h"
 #include "tests/support/mach_o_maker.h"
 #include "tests/support/temporary_tree.h"
@@ -65,6 +68,37 @@ TEST(LinuxBundleReader, FindsTheExecutableInUnusualLayoutsAndOnlyInsideTheBundle
     fs::create_symlink("../../Tool.app/Contents/Info.plist",
                        tree.at("Led.app/Contents/Info.plist"));
     EXPECT_FALSE(LinuxBundleReader().read(tree.at("Led.app")));
+}
+
+TEST(BundleFolder, FollowsTheSameLinksWhereTheKernelCannotSaySo) {
+    const TemporaryTree tree;
+    tree.file("outside");
+    tree.file("Tool.framework/Versions/B/Tool");
+    const auto link = [&tree](const std::string& destination, const std::string& name) {
+        fs::create_symlink(destination, tree.at("Tool.framework/" + name));
+    };
+    link("B", "Versions/Current");
+    link("Versions/Current/./Tool", "Tool");
+    link("../Versions//Current/", "Versions/Round");
+    link("../outside", "Out");
+    link("..", "Up");
+    link(tree.at("Tool.framework/Tool"), "Absolute");
+    link("Loop", "Loop");
+    const auto bundle = BundleFolder::open(tree.at("Tool.framework")).value();
+    const Descriptor folder(::open(tree.at("Tool.framework").c_str(), O_PATH | O_DIRECTORY));
+    for (const std::string path :
+         {"Tool", "Versions/Current/Tool", "Versions/Round/Tool", "Versions/../Tool", "Out", "Up",
+          "Up/outside", "Absolute", "Loop", "Loop/Tool", "Versions/../../outside", "missing",
+          "Tool/none", "/etc/passwd"}) {
+        const auto opened = openBeneathStepwise(folder.get(), path, O_PATH);
+        struct stat status {};
+        const bool isFile =
+            opened && ::fstat(opened.get(), &status) == 0 && S_ISREG(status.st_mode);
+        EXPECT_EQ(isFile, bundle.holdsFile(path)) << path;
+        EXPECT_EQ(isFile, path.ends_with("Tool") && path != "Loop/Tool") << path;
+    }
+    EXPECT_EQ(bundle.names("Versions/Round"), bundle.names("Versions/B"));
+    EXPECT_TRUE(openBeneathStepwise(folder.get(), "Versions/Round", O_PATH | O_DIRECTORY));
 }
 
 // Hostile ones overran libplist: deep nesting its recursion, shared containers its unfolding.
