@@ -88,6 +88,12 @@ void clear(const TrashFolder& trash, int journal, const std::string& name) {
     removeFolder(trash.folder(), name);
 }
 
+bool makeFile(int folder, const std::string& name, mode_t mode) {
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    return static_cast<bool>(
+        Descriptor(retrying([&] { return ::openat(folder, name.c_str(), flags, mode); })));
+}
+
 bool isOwn(int folder) {
     struct stat status {};
     return retrying([&] { return ::fstat(folder, &status); }) == 0 && status.st_uid == ::geteuid();
@@ -129,6 +135,39 @@ bool CleanupJournal::create(const std::vector<std::string>& origins) {
 CleanupJournal::~CleanupJournal() {
     // The script may outlive whoever waited for it; the next start clears up then.
     if (folder_ && lock(folder_.get(), LOCK_EX)) clear(trash_, folder_.get(), name_);
+}
+
+bool CleanupJournal::takeName(const std::string& name, ItemKind kind) const {
+    const auto files = openFolder(folder_.get(), "files");
+    if (!files || !makeFile(files.get(), name, 0600)) return false;
+    if (kind == ItemKind::folder) {
+        return retrying([&] { return ::mkdirat(trash_.files(), name.c_str(), 0); }) == 0;
+    }
+    const auto link = [&] {
+        return ::linkat(files.get(), name.c_str(), trash_.files(), name.c_str(), 0);
+    };
+    if (retrying(link) == 0) return true;
+    // Where there are no links, nobody can tell the placeholder of a killed program from an item.
+    return (errno == EPERM || errno == ENOTSUP) && makeFile(trash_.files(), name, 0600);
+}
+
+void CleanupJournal::forget(const std::string& name) const {
+    if (const auto files = openFolder(folder_.get(), "files")) removeFile(files.get(), name);
+}
+
+int moveOverPlaceholder(const TrashFolder& trash, int folder, const std::string& name,
+                        const std::string& taken) {
+    const auto item = itemIdentity(folder, name);
+    auto again = item ? trash.again() : std::nullopt;
+    const auto journal = again ? CleanupJournal::make(std::move(*again), {}) : nullptr;
+    if (!journal || !journal->takeName(taken, item->kind)) return errno;
+    const auto move = [&] {
+        return ::renameat(folder, name.c_str(), trash.files(), taken.c_str());
+    };
+    const int error = retrying(move) == 0 ? 0 : errno;
+    if (error == 0) journal->forget(taken);
+    // Something has been put into the placeholder.
+    return error == ENOTEMPTY ? EEXIST : error;
 }
 
 bool clearCleanupJournals(const TrashFolder& trash) {

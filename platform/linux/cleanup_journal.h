@@ -1,5 +1,6 @@
 // What an administrator's script takes in a Trash, kept where it is found again when the script, or
-// the program that started it, was killed.
+// the program that started it, was killed. On file systems that know no rename without replacing,
+// the program's own moves take their names in the same way.
 //
 // A journal is a folder in the Trash, beside "files" and "info", that the user's program makes:
 //   notes/1, 2, ...      a note for each item, in the plan's order
@@ -16,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/files.h"
 #include "platform/linux/trash_folder.h"
 
 namespace vestigo {
@@ -34,6 +36,12 @@ public:
     /// Of its folder.
     [[nodiscard]] const std::string& name() const { return name_; }
 
+    /// Takes a name in the Trash's "files" by a placeholder that an item of this kind can replace.
+    /// False with errno: EEXIST where the name is taken.
+    [[nodiscard]] bool takeName(const std::string& name, ItemKind kind) const;
+    /// An item has come to a name that was taken.
+    void forget(const std::string& name) const;
+
 private:
     explicit CleanupJournal(TrashFolder trash) : trash_(std::move(trash)) {}
     [[nodiscard]] bool create(const std::vector<std::string>& origins);
@@ -42,6 +50,11 @@ private:
     std::string name_;
     Descriptor folder_;
 };
+
+/// Moves an entry of an open folder to a name in the Trash, replaces a placeholder of its own there
+/// and nothing else. 0 or the error.
+[[nodiscard]] int moveOverPlaceholder(const TrashFolder& trash, int folder, const std::string& name,
+                                      const std::string& taken);
 
 /// Clears all journals in a Trash that nobody holds. False when one is held.
 [[nodiscard]] bool clearCleanupJournals(const TrashFolder& trash);

@@ -118,6 +118,10 @@ std::optional<TrashFolder> TrashFolder::openIn(int folder, const std::string& na
     return layOut(openOwnFolder(folder, name));
 }
 
+std::optional<TrashFolder> TrashFolder::again() const {
+    return layOut(Descriptor(::fcntl(folder_.get(), F_DUPFD_CLOEXEC, 0)));
+}
+
 std::optional<TrashFolder> TrashFolder::layOut(Descriptor folder) {
     if (!folder) return std::nullopt;
     TrashFolder trash;
@@ -159,16 +163,7 @@ int TrashFolder::takeIn(int folder, const std::string& name,
                         const TrashReservation& reservation) const {
     const auto& taken = reservation.name;
     if (renameIfFree(folder, name, files_.get(), taken)) return 0;
-    if (errno != ENOTSUP) return errno;
-    // File systems without such a rename: the name is reserved, so whoever keeps to the rules
-    // leaves it alone.
-    const auto held = holds(files_.get(), taken);
-    if (!held) return errno;
-    if (*held) return EEXIST;
-    return retrying(
-               [&] { return ::renameat(folder, name.c_str(), files_.get(), taken.c_str()); }) == 0
-               ? 0
-               : errno;
+    return errno == ENOTSUP ? moveOverPlaceholder(*this, folder, name, taken) : errno;
 }
 
 void TrashFolder::release(const TrashReservation& reservation) const {

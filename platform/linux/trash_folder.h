@@ -27,6 +27,8 @@ public:
     /// One with this name in an open folder; made when missing. It must be a real folder of this
     /// user. Absent with errno.
     [[nodiscard]] static std::optional<TrashFolder> openIn(int folder, const std::string& name);
+    /// The same folder, opened anew. Absent with errno.
+    [[nodiscard]] std::optional<TrashFolder> again() const;
 
     /// Takes a free name, the item's own if possible and one of a later attempt than `after` in any
     /// case, and writes to the disk where the item comes from: a path that is absolute, or relative

@@ -2,12 +2,13 @@
 """Interrupts a removal of 20 items, a save with an export, and an administrator's clean-up at their
 system calls, and prints what became of the items.
 
-    kill_and_fail.py PROGRAM [--quick] [--step removal|save|cleanup|script] [--jobs N]
+    kill_and_fail.py PROGRAM [--quick] [--step removal|plain|save|cleanup|script] [--jobs N]
 
 PROGRAM is removal_steps. For each system call of a step, one run kills the process there (strace's
 fault injection), and one run each makes the call fail once with EIO, ENOSPC, EACCES and EINTR. The
 step "script" does the same to the shell that runs the clean-up and to what it starts, where the call
-ends, or fails, in each of these processes; only every third run is made. --quick takes an even
+ends, or fails, in each of these processes; only every third run is made. The step "plain" is the
+removal on a file system that knows no rename without replacing. --quick takes an even
 sample of all, a few seconds' worth.
 
   lost      items that are neither whole in their place nor whole in the Trash with their note,
@@ -38,8 +39,11 @@ import time
 
 ERRORS = ["EIO", "ENOSPC", "EACCES", "EINTR"]
 KILL = "signal=KILL"
-STEPS = ["removal", "save", "cleanup", "script"]
-QUICK_RUNS = {"removal": 25, "save": 16, "cleanup": 5, "script": 5}
+STEPS = ["removal", "plain", "save", "cleanup", "script"]
+QUICK_RUNS = {"removal": 20, "plain": 5, "save": 16, "cleanup": 5, "script": 5}
+# Others are done by a step of the program under this name.
+DONE_BY = {"plain": "removal", "script": "cleanup"}
+NO_RENAME = "renameat2"
 # What only ends or waits, or cannot fail.
 PASSED_OVER = {"exit_group", "exit", "getpgid", "rt_sigreturn", "restart_syscall"}
 # None of these fails in such a way. A close that fails has closed, and the fault would leave open
@@ -119,7 +123,8 @@ def any_in_session(leader):
 
 def trace_of(step):
     """Of the clean-up only the program itself: the shell has a step of its own."""
-    return "strace -qq" if step == "cleanup" else "strace -f -qq"
+    refusal = f" -e inject={NO_RENAME}:error=EINVAL" if step == "plain" else ""
+    return ("strace -qq" if step == "cleanup" else "strace -f -qq") + refusal
 
 
 class Tree:
@@ -170,7 +175,7 @@ class Tree:
         inject = f"{trace_of(step)} -o /dev/null -e inject={call}:{how}:when={number}"
         if step == "script":
             return self.run("cleanup", shell=inject + " /bin/sh")
-        return self.run(step, strace=inject.split())
+        return self.run(DONE_BY.get(step, step), strace=inject.split())
 
     def calls(self, step):
         """Each system call of a step and its number among the calls of that name."""
@@ -180,7 +185,7 @@ class Tree:
         if step == "script":
             ended = self.run("cleanup", shell=trace + " /bin/sh")
         else:
-            ended = self.run(step, strace=trace.split())
+            ended = self.run(DONE_BY.get(step, step), strace=trace.split())
         if ended.returncode != 0:
             sys.exit(f"kill_and_fail: {step} fails by itself: {ended.stdout}{ended.stderr}")
         counts = collections.defaultdict(collections.Counter)
@@ -193,7 +198,7 @@ class Tree:
             process, call = match.groups()
             counts[process][call] += 1
             begun = begun or call == "getpgid"
-            if begun and call not in PASSED_OVER:
+            if begun and call not in PASSED_OVER and (step, call) != ("plain", NO_RENAME):
                 found[call, counts[process][call]] = True
         return list(found)
 
@@ -246,7 +251,7 @@ class Tree:
             return []
         found = []
         groups = [name for name in self.items if name.startswith("group")]
-        if step == "removal":
+        if step in ("removal", "plain"):
             if "groups done" in ended.stdout:
                 found += [name for name in groups if self.in_place(name)]
             found += [f"left{i}" for i in range(4)
@@ -259,8 +264,8 @@ class Tree:
         return found
 
     def left(self, step):
-        kinds = {"removal": ("group", "left"), "save": (), "cleanup": ("system",),
-                 "script": ("system",)}[step]
+        kinds = {"removal": ("group", "left"), "save": (),
+                 "cleanup": ("system",)}[DONE_BY.get(step, step)]
         return sum(self.in_place(name) for name in self.items if name.startswith(kinds)) \
             if kinds else 0
 

@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include <fcntl.h>
@@ -12,6 +14,7 @@
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "platform/linux/linux_cleanup_trash.h"
@@ -20,6 +23,28 @@
 #include "platform/system.h"
 #include "tests/support/own_script.h"
 #include "tests/support/temporary_tree.h"
+
+namespace {
+
+/// A file system that knows no rename without replacing; and what happens right before one that
+/// replaces.
+std::function<void(const char* target)> beforeRename;
+
+}  // namespace
+
+extern "C" int renameat2(int from, const char* name, int to, const char* newName,
+                         unsigned flags) noexcept {
+    if (!beforeRename) {
+        return static_cast<int>(::syscall(SYS_renameat2, from, name, to, newName, flags));
+    }
+    errno = EINVAL;
+    return -1;
+}
+
+extern "C" int renameat(int from, const char* name, int to, const char* newName) noexcept {
+    if (beforeRename) beforeRename(newName);
+    return static_cast<int>(::syscall(SYS_renameat2, from, name, to, newName, 0));
+}
 
 namespace vestigo {
 namespace {
@@ -199,6 +224,28 @@ TEST_F(LinuxTrashTest, TakesOnlyTheItemThatWasMeantHoweverQuicklyItIsExchanged) 
         const auto names = systemFiles()->names(home + part).value_or(std::vector<std::string>());
         EXPECT_EQ(names.size(), static_cast<std::size_t>(moved)) << part;
     }
+}
+
+TEST_F(LinuxTrashTest, ReplacesNothingWhereTheDiskCannotRenameSo) {
+    std::vector<std::string> others;
+    const auto file = tree.file("tool", "item");
+    tree.file("Foo.app/inner", "item");
+    beforeRename = [&](const char* target) {
+        // Another program that is just as quick, and keeps to a free name.
+        const auto path = home + "/files/" + target;
+        const Descriptor other(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600));
+        if (other) others.push_back(path);
+    };
+    EXPECT_EQ(move(file), std::nullopt);
+    EXPECT_EQ(move(tree.at("Foo.app")), std::nullopt);
+    EXPECT_TRUE(move(tree.at("data")));
+    beforeRename = {};
+    for (const auto& other : others) EXPECT_EQ(contentOf(other), "") << other;
+    EXPECT_EQ(trashed("tool"), "item");
+    EXPECT_EQ(trashed("Foo.app/inner"), "item");
+    EXPECT_EQ(systemFiles()->names(home).value().size(), 2U);
+    EXPECT_EQ(systemFiles()->names(home + "/info").value().size(), 2U);
+    EXPECT_EQ(systemFiles()->names(home + "/files").value().size(), 2U);
 }
 
 TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
