@@ -16,8 +16,9 @@
 namespace vestigo {
 namespace {
 
-// What keeps a cold disk busy; the queue lets no more of them work than help.
-constexpr unsigned maxThreads = 32;
+// What keeps a cold disk busy; the queue lets no more of them work than help. Compared with 32, a
+// cold scan took 0.75 of the time with 64 and 0.6 with 128, which took more processor time.
+constexpr unsigned maxThreads = 64;
 
 /// Keeps the first path that could not be looked at. Thread-safe.
 class Unread {
