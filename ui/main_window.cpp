@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "ui/action_button.h"
+#include "ui/stray_input.h"
 
 namespace vestigo {
 namespace {
@@ -44,6 +45,7 @@ MainWindow::MainWindow(ContentServices services, std::string version, QWidget* p
       results_(*new ResultsView(content_, &stack_)),
       status_(*new StatusBar(content_, &stack_)),
       sheets_(content_, this, std::move(version)) {
+    StrayInputFilter::install();
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(QStringLiteral("Vestigo"));
     stack();
@@ -96,7 +98,6 @@ void MainWindow::keyPressEvent(QKeyEvent* event) {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
     if (!isReturn || !plain) return QMainWindow::keyPressEvent(event);
-    if (event->isAutoRepeat()) return;
     if (auto* const button = focusedButton(*this); button && returnPressesFocusedButton) {
         button->click();
     } else {
