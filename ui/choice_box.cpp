@@ -1,10 +1,10 @@
 #include "ui/choice_box.h"
 
 #include <QAbstractItemView>
-#include <QEvent>
 #include <QStyle>
 #include <QStyleOptionComboBox>
 #include <QStylePainter>
+#include <QWheelEvent>
 
 namespace vestigo {
 namespace {
@@ -16,6 +16,7 @@ constexpr int textMargin = 1;
 
 ChoiceBox::ChoiceBox(const QString& name, QWidget* parent) : QComboBox(parent) {
     setAccessibleName(name);
+    setFocusPolicy(Qt::StrongFocus);  // Not by the wheel.
     setSizeAdjustPolicy(QComboBox::AdjustToContents);
     connect(this, &QComboBox::currentIndexChanged, this, &QWidget::updateGeometry);
     connect(this, &QComboBox::activated, this,
@@ -41,8 +42,7 @@ void ChoiceBox::setValue(int value) {
 QSize ChoiceBox::minimumSizeHint() const {
     QStyleOptionComboBox option;
     initStyleOption(&option);
-    const int needed = fontMetrics().horizontalAdvance(currentText()) + 2 * textMargin;
-    const int textWidth = isEnabled() ? needed : needed / 3;
+    const int textWidth = fontMetrics().horizontalAdvance(currentText()) + 2 * textMargin;
     const auto least = style()->sizeFromContents(QStyle::CT_ComboBox, &option,
                                                  {textWidth, fontMetrics().height()}, this);
     return least.boundedTo(sizeHint());
@@ -59,9 +59,9 @@ void ChoiceBox::makeRoomInPopup() {
     view()->setMinimumWidth(view()->sizeHintForColumn(0) + mark + 2 * view()->frameWidth());
 }
 
-void ChoiceBox::changeEvent(QEvent* event) {
-    QComboBox::changeEvent(event);
-    if (event->type() == QEvent::EnabledChange) updateGeometry();
+void ChoiceBox::wheelEvent(QWheelEvent* event) {
+    if (!hasFocus()) return event->ignore();
+    QComboBox::wheelEvent(event);
 }
 
 void ChoiceBox::paintEvent(QPaintEvent*) {

@@ -7,7 +7,8 @@
 namespace vestigo {
 
 /// Every item stands for a value, an int; no two for the same. Its texts may change at any time,
-/// also while it is open. When it is narrower than its text, the text ends in an ellipsis.
+/// also while it is open. When it is narrower than its text, the text ends in an ellipsis. The
+/// mouse wheel changes it only while it has the focus, so that nobody changes it in passing.
 class ChoiceBox : public QComboBox {
     Q_OBJECT
 public:
@@ -19,8 +20,7 @@ public:
     /// Shows the value as chosen; nothing is emitted.
     void setValue(int value);
     void showPopup() override;
-    /// What the chosen text needs, less while nothing can be chosen; the size hint is what the
-    /// longest text needs.
+    /// What the chosen text needs; the size hint is what the longest text needs.
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 signals:
@@ -29,7 +29,7 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void changeEvent(QEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
     void makeRoomInPopup();

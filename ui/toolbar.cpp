@@ -2,6 +2,7 @@
 
 #include <QEvent>
 #include <QPointer>
+#include <algorithm>
 #include <array>
 #include <string_view>
 #include <utility>
@@ -16,10 +17,10 @@ namespace {
 
 constexpr int padding = 10;
 constexpr int spacing = 12;
+constexpr int leastSpacing = 4;
 constexpr int categoryMaximum = 170;
 constexpr int fixMaximum = 140;
 constexpr int sizeMaximum = 110;
-constexpr int folderMaximum = 180;
 constexpr int clearSymbolSize = 14;
 
 /// The choice of no filter; every other choice is the number of an enum's case.
@@ -116,7 +117,6 @@ void Toolbar::addRootControls() {
 
     append(folder_, "folder");
     folder_.setLeastText(noFolder());
-    folder_.setMaximumWidth(folderMaximum);
     connect(&folder_, &QPushButton::clicked, this, &Toolbar::chooseFolder);
 
     append(clearFolder_, "clearFolder");
@@ -254,6 +254,30 @@ void Toolbar::refreshActions() {
                                         : QStringLiteral("Move to Trash"));
     moveToTrash_.setEnabled(idle && count > 0);
     exportCsv_.setEnabled(idle && content_.groupCount() > 0);
+}
+
+bool Toolbar::event(QEvent* event) {
+    const bool moves = event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize;
+    if (moves) shareOutRoom();
+    return QWidget::event(event);
+}
+
+/// Where the row is too narrow, the gaps give way first and the name of the folder next; then the
+/// layout takes from the choices what only their other texts need.
+void Toolbar::shareOutRoom() {
+    const int folder = folder_.sizeHint().width();
+    int wanted = 2 * padding;
+    int gaps = -1;
+    for (int i = 0; i < row_.count(); ++i) {
+        auto& item = *row_.itemAt(i);
+        if (!item.widget() || item.isEmpty()) continue;
+        wanted += item.widget() == &folder_ ? folder : item.sizeHint().width();
+        ++gaps;
+    }
+    const int gap = std::clamp((width() - wanted) / std::max(gaps, 1), leastSpacing, spacing);
+    const int missing = std::max(0, wanted + gaps * gap - width());
+    if (gap != row_.spacing()) row_.setSpacing(gap);
+    folder_.setMaximumWidth(std::max(folder - missing, folder_.minimumSizeHint().width()));
 }
 
 void Toolbar::changeEvent(QEvent* event) {

@@ -25,6 +25,7 @@ public:
     void refresh(const Changes& changes);
 
 protected:
+    bool event(QEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:
@@ -36,6 +37,7 @@ private:
     void append(QWidget& control, const char* name);
 
     void chooseFolder();
+    void shareOutRoom();
 
     void refreshScanButtons();
     void refreshRoots();

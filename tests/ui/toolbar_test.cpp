@@ -1,9 +1,13 @@
 #include "ui/toolbar.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
+#include <QMouseEvent>
+#include <QWheelEvent>
 #include <utility>
 
 #include "tests/support/on_screen.h"
+#include "ui/stray_input.h"
 
 namespace vestigo::test {
 namespace {
@@ -86,6 +90,64 @@ TEST_F(ToolbarTest, LocksTheScopeWhileAFolderIsChosen) {
     press("clearFolder");
     EXPECT_FALSE(content().customRoot());
     EXPECT_TRUE(enabled("scope"));
+}
+
+TEST_F(ToolbarTest, WhatComesUnderThePointerIgnoresTheRestOfADoubleClick) {
+    StrayInputFilter::install();
+    show();
+    content().chooseFolder("/nowhere");
+    const auto clickAt = [this](const char* name, quint64 time) {
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+            QMouseEvent event(type, QPointF(9, 9), QPointF(90, 90), Qt::LeftButton, Qt::LeftButton,
+                              {});
+            event.setTimestamp(time);
+            QApplication::sendEvent(&part(name), &event);
+        }
+        refresher->flush();
+    };
+    QApplication::setDoubleClickInterval(50000);
+    clickAt("scan", 100000);
+    clickAt("stop", 200000);
+    part("stop").setFocus();
+    key(part("stop"), Qt::Key_Space);
+    EXPECT_TRUE(content().scanner().scanning());
+    clickAt("categoryFilter", 300000);
+    clickAt("intelOnly", 300100);
+    EXPECT_TRUE(content().scanner().intelOnly());
+    clickAt("intelOnly", 400000);
+    EXPECT_FALSE(content().scanner().intelOnly());
+    QApplication::setDoubleClickInterval(0);
+}
+
+TEST_F(ToolbarTest, ChoicesIgnoreTheWheelInPassing) {
+    show();
+    auto& size = part("size");
+    for (const bool focused : {false, true}) {
+        focused ? size.setFocus() : part("scan").setFocus();
+        QWheelEvent event({9, 9}, size.mapToGlobal(QPointF(9, 9)), {}, {0, -120}, {}, {},
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&size, &event);
+        EXPECT_EQ(content().fontDelta(), focused ? 4 : 0);
+    }
+}
+
+TEST_F(ToolbarTest, GapsGiveWayBeforeTheFolderAndTheFolderBeforeTheChoices) {
+    show();
+    content().chooseFolder("/Volumes/Everything that was on the old machine");
+    refresher->flush();
+    const auto& folder = part("folder");
+    const auto widthAt = [&](int width) {
+        toolbar->resize(width, toolbar->height());
+        QTest::qWait(1);
+        for (const auto* const name : {"scope", "categoryFilter", "fixFilter", "size"}) {
+            EXPECT_GE(part(name).width(), part(name).minimumSizeHint().width()) << name;
+        }
+        return folder.width();
+    };
+    const int natural = folder.sizeHint().width();
+    EXPECT_EQ(widthAt(2000), natural);
+    EXPECT_EQ(widthAt(toolbar->sizeHint().width() - 40), natural);
+    EXPECT_LT(widthAt(toolbar->minimumSizeHint().width() + 20), natural);
 }
 
 TEST_F(ToolbarTest, StopsInPlaceOfScanningWhileAScanRuns) {
