@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "engine/grouping.h"
+#include "engine/protected_places.h"
 #include "engine/scan_rules.h"
 #include "persist/csv.h"
 
@@ -58,7 +59,10 @@ ContentView::ContentView(const ContentServices& services)
         // A signature may arrive when its row is selected already.
         scanner_.subscribe([this](ScannerField field) {
             if (field == ScannerField::signatures) selectionChanged();
-            if (field == ScannerField::signatures || field == ScannerField::groups) updatePlan();
+            if (field == ScannerField::signatures || field == ScannerField::groups) {
+                change(removalHint_, {}, ContentField::removalHint);
+                updatePlan();
+            }
         }),
         reinstall_.subscribe([this](const ReinstallReport& report) { apply(report); }),
         settings_->subscribe([this] { observers_.notify(ContentField::fontDelta); }),
@@ -147,12 +151,9 @@ bool ContentView::isDeletable(const BundleGroup& group) const {
 }
 
 std::vector<const BundleGroup*> ContentView::deletableSelection() const {
-    std::vector<const BundleGroup*> deletable;
-    if (selection_.empty()) return deletable;
-    for (const auto& group : scanner_.groups()) {
-        if (selection_.contains(group.root) && isDeletable(group)) deletable.push_back(&group);
-    }
-    return deletable;
+    auto groups = selectedGroups();
+    std::erase_if(groups, [this](const BundleGroup* group) { return !isDeletable(*group); });
+    return groups;
 }
 
 void ContentView::setSelection(RootSet selection) {
@@ -162,9 +163,14 @@ void ContentView::setSelection(RootSet selection) {
 }
 
 void ContentView::selectionChanged() {
-    const auto removed = std::erase_if(
-        selection_, [this](const std::string& root) { return scanner_.isAppleSigned(root); });
+    // Goes through all signatures in a row, which costs less than it does to look up each of a
+    // hundred thousand selected rows.
+    std::size_t removed = 0;
+    for (const auto& [root, signature] : scanner_.signatures()) {
+        if (signature.isApple) removed += selection_.erase(root);
+    }
     if (removed > 0) observers_.notify(ContentField::selection);
+    change(removalHint_, {}, ContentField::removalHint);
 }
 
 double ContentView::tableFontSize() const {
@@ -201,7 +207,32 @@ void ContentView::exportCSV() {
 }
 
 void ContentView::requestDeleteOfSelection() {
-    if (!deletableSelection().empty()) setShowDeleteConfirm(true);
+    if (!deletableSelection().empty()) return setShowDeleteConfirm(true);
+    // Told anew each time, so that whoever listens hears it again.
+    removalHint_ = whyNothingIsRemovable();
+    observers_.notify(ContentField::removalHint);
+}
+
+std::string ContentView::whyNothingIsRemovable() const {
+    const auto selected = selectedGroups();
+    if (selected.empty()) return "Nothing that can be removed is selected.";
+    const auto areAll = [&selected](auto test) { return std::ranges::all_of(selected, test); };
+    if (areAll([](const BundleGroup* group) { return isProtected(group->root); })) {
+        return "The system protects what is selected (SIP); it cannot be removed.";
+    }
+    if (areAll([](const BundleGroup* group) { return group->fix == Fix::keep; })) {
+        return "What is selected also runs natively (Keep); it is not removed.";
+    }
+    return "What is selected is protected (SIP) or also runs natively (Keep); it is not removed.";
+}
+
+std::vector<const BundleGroup*> ContentView::selectedGroups() const {
+    std::vector<const BundleGroup*> selected;
+    if (selection_.empty()) return selected;
+    for (const auto& group : scanner_.groups()) {
+        if (selection_.contains(group.root)) selected.push_back(&group);
+    }
+    return selected;
 }
 
 void ContentView::requestDeleteOfRow(const BundleGroup& group) {
@@ -327,6 +358,17 @@ std::optional<std::string> ContentView::whatGoesOn() const {
 void ContentView::copyPath(const std::string& root, bool showFeedback) {
     desktop_->copyText(root);
     if (showFeedback) change(copiedPath_, std::optional(root), ContentField::copiedPath);
+}
+
+void ContentView::copySelectedPaths() {
+    auto groups = selectedGroups();
+    sortRows(groups, sortOrder_);
+    std::string paths;
+    for (const auto* const group : groups) {
+        if (!paths.empty()) paths += '\n';
+        paths += group->root;
+    }
+    desktop_->copyText(paths);
 }
 
 void ContentView::reveal(const std::string& root) {

@@ -81,6 +81,7 @@ enum class ContentField : std::uint8_t {
     updating,
     updatedIDs,
     fontDelta,
+    removalHint,
 };
 
 /// Main thread only. A sheet is open exactly while its field is set.
@@ -149,8 +150,10 @@ public:
     /// leaves what was there and is not reported.
     void exportCSV();
 
-    /// Opens the confirmation when something in the selection can be removed.
+    /// Opens the confirmation when something in the selection can be removed; else gives a hint.
     void requestDeleteOfSelection();
+    /// Why the last request opened nothing; empty once the selection or the findings have changed.
+    [[nodiscard]] const std::string& removalHint() const { return removalHint_; }
     /// Selects just this row first.
     void requestDeleteOfRow(const BundleGroup& group);
     [[nodiscard]] bool showDeleteConfirm() const { return showDeleteConfirm_; }
@@ -201,6 +204,8 @@ public:
     /// The root whose row's copy button was used last.
     [[nodiscard]] const std::optional<std::string>& copiedPath() const { return copiedPath_; }
     void copyPath(const std::string& root, bool showFeedback);
+    /// Of all selected groups, also of those that a filter hides, one a line in the table's order.
+    void copySelectedPaths();
     void reveal(const std::string& root);
 
     /// A message on screen until it is dismissed; a later one takes its place.
@@ -231,6 +236,8 @@ private:
     void change(Value& field, Value value, ContentField name);
 
     void setShowDeleteConfirm(bool value);
+    [[nodiscard]] std::vector<const BundleGroup*> selectedGroups() const;
+    [[nodiscard]] std::string whyNothingIsRemovable() const;
     [[nodiscard]] RemovalEvents removalEvents();
     /// What is no longer deletable leaves the plan with its leftovers; choices stay.
     void updatePlan();
@@ -258,6 +265,7 @@ private:
     RootSet selection_;
     std::optional<std::string> copiedPath_;
     bool showDeleteConfirm_ = false;
+    std::string removalHint_;
     bool showDisclaimer_ = false;
     bool showAbout_ = false;
     bool showHelp_ = false;

@@ -56,6 +56,9 @@ ResultsView::ResultsView(ContentView& content, QWidget* parent)
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &ResultsView::placePathSelection);
     connect(horizontalScrollBar(), &QScrollBar::valueChanged, this,
             &ResultsView::placePathSelection);
+    connect(verticalScrollBar(), &QScrollBar::actionTriggered, this, [this] {
+        if (place_) place_->keepsView = false;
+    });
     layOutColumns();
     takeFontSize();
 }
@@ -106,6 +109,7 @@ void ResultsView::refresh(const Changes& changes) {
                                 ContentField::fixFilter)) {
         takeRows(found);
     }
+    if (place_) returnToPlace();
     if (changes.has(ContentField::sortOrder)) header_->viewport()->update();
     if (changes.has(ContentField::selection)) {
         QAccessibleEvent event(this, QAccessible::SelectionWithin);
@@ -117,6 +121,7 @@ void ResultsView::refresh(const Changes& changes) {
 /// Names the cell as our own table counts them.
 void ResultsView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     QAbstractItemView::currentChanged(current, previous);
+    if (!placing_) place_.reset();
     if (!current.isValid() || !hasFocus()) return;
     QAccessibleEvent event(this, QAccessible::Focus);
     event.setChild((current.row() + 1) * rows_.columnCount() + current.column());
@@ -124,21 +129,57 @@ void ResultsView::currentChanged(const QModelIndex& current, const QModelIndex& 
 }
 
 void ResultsView::takeRows(bool keepView) {
-    const auto kept = keepView ? anchor() : std::nullopt;
-    const auto current = currentIndex();
-    const int row = current.row();
-    const auto root = current.isValid() ? rows_.group(row).root : std::string();
-    if (!rows_.refresh()) return;
-    if (row >= 0 && !rows_.rowOf(root)) moveCurrentTo(row, current.column());
-    if (kept) restore(*kept);
+    auto before = placeNow();
+    const auto kept = keepView ? before.view : std::nullopt;
+    placing_ = true;
+    const bool changed = rows_.refresh();
+    placing_ = false;
+    if (!changed) return;
+    const bool isLost = before.row < 0 ? rows_.rowCount() == 0 : !rows_.rowOf(before.root);
+    if (isLost && !place_) place_ = std::move(before);
+    const bool waits = place_ && place_->keepsView;  // For the rows that were in view.
+    if (kept && !waits) restore(*kept);
     setHovered(buttonAt(viewport()->mapFromGlobal(QCursor::pos())));
     placePathSelection();
 }
 
-/// Where its row has gone, the current cell is the one that took its place.
+ResultsView::Place ResultsView::placeNow() const {
+    const auto current = currentIndex();
+    Place place;
+    place.scrolledBy = verticalScrollBar()->value();
+    place.view = anchor();
+    if (!current.isValid()) return place;
+    place.root = rows_.group(current.row()).root;
+    place.row = current.row();
+    place.column = current.column();
+    return place;
+}
+
+/// Until the scan ends, the row may still come; meanwhile the keyboard is at the nearest one.
+void ResultsView::returnToPlace() {
+    if (rows_.rowCount() == 0) return;
+    auto& place = *place_;
+    const bool isLastChance = !content_.scanner().walking();
+    if (place.row >= 0 && !place.isBack) {
+        const auto row = rows_.rowOf(place.root);
+        place.isBack = row.has_value();
+        const bool moves = row || isLastChance || !currentIndex().isValid();
+        if (moves) moveCurrentTo(row.value_or(place.row), place.column);
+    }
+    if (place.keepsView && place.view && !restore(*place.view) && isLastChance) {
+        verticalScrollBar()->setValue(place.scrolledBy);
+    }
+    if (isLastChance) place_.reset();
+}
+
+/// Past the last row: to the last. The view stays where it is.
 void ResultsView::moveCurrentTo(int row, int column) {
     const auto next = rows_.index(std::min(row, rows_.rowCount() - 1), column);
+    placing_ = true;
+    setAutoScroll(false);
     selectionModel()->setCurrentIndex(next, QItemSelectionModel::NoUpdate);
+    setAutoScroll(true);
+    placing_ = false;
 }
 
 /// The current row while it is in view, else the uppermost; none at the very top, where new rows
@@ -157,12 +198,13 @@ std::optional<ResultsView::Anchor> ResultsView::anchor() const {
     return Anchor{rows_.group(row).root, rowViewportPosition(row)};
 }
 
-void ResultsView::restore(const Anchor& anchor) {
+bool ResultsView::restore(const Anchor& anchor) {
     const auto row = rows_.rowOf(anchor.root);
-    if (!row) return;
+    if (!row) return false;
     executeDelayedItemsLayout();
     auto& bar = *verticalScrollBar();
     bar.setValue(bar.value() + rowViewportPosition(*row) - anchor.y);
+    return true;
 }
 
 bool ResultsView::isSelected(int row) const {
@@ -271,23 +313,81 @@ void ResultsView::keyPressEvent(QKeyEvent* event) {
     if (event->matches(QKeySequence::Delete) || (plain && event->key() == Qt::Key_Backspace)) {
         return content_.requestDeleteOfSelection();
     }
-    if (event->matches(QKeySequence::Copy) && current.isValid()) {
-        return content_.copyPath(rows_.group(current.row()).root, false);
-    }
-    if (plain && event->key() == Qt::Key_Space && press(current)) return;
+    if (event->matches(QKeySequence::Copy)) return copyPaths();
+    if (event->key() == Qt::Key_Space) return takeSpace(*event);
     if (plain && event->key() == Qt::Key_F2 && current.isValid()) {
         return selectPath(current.row(), 0).selectAll();
+    }
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+        return openMenuOf(current);
     }
     QTableView::keyPressEvent(event);
 }
 
+void ResultsView::copyPaths() {
+    const auto current = currentIndex();
+    if (!content_.selection().empty()) {
+        content_.copySelectedPaths();
+    } else if (current.isValid()) {
+        content_.copyPath(rows_.group(current.row()).root, false);
+    }
+}
+
+/// Part of a name that is being typed, else it presses the button of the cell, else it selects.
+void ResultsView::takeSpace(const QKeyEvent& event) {
+    const auto current = currentIndex();
+    const bool plain = event.modifiers() == Qt::NoModifier;
+    if (plain && isTyping()) return keyboardSearch(event.text());
+    if (plain && press(current)) return;
+    if (current.isValid()) {
+        selectionModel()->select(current, selectionCommand(current, &event));
+    }
+}
+
+bool ResultsView::isTyping() const {
+    return !typed_.isEmpty() && sinceTyped_.elapsed() < QApplication::keyboardInputInterval();
+}
+
+void ResultsView::keyboardSearch(const QString& typed) {
+    if (typed.isEmpty() || !typed.front().isPrint() || rows_.rowCount() == 0) return;
+    const bool begins = !isTyping();
+    typed_ = begins ? typed : typed_ + typed;
+    sinceTyped_.start();
+    // The same letter again and again goes through the items that begin with it.
+    const bool repeats = typed_.count(typed_.front()) == typed_.size();
+    const auto wanted = repeats ? typed_.left(1) : typed_;
+    const auto current = currentIndex();
+    const int first = current.isValid() ? current.row() + (begins || repeats ? 1 : 0) : 0;
+    for (int step = 0; step < rows_.rowCount(); ++step) {
+        const int row = (first + step) % rows_.rowCount();
+        const auto name = shown(rows_.group(row).name()).normalized(QString::NormalizationForm_C);
+        if (!name.startsWith(wanted, Qt::CaseInsensitive)) continue;
+        return selectByKey(row, current.isValid() ? current.column() : itemColumn);
+    }
+}
+
+/// As the arrow keys do, so that a range that follows begins there.
+void ResultsView::selectByKey(int row, int column) {
+    if (rows_.rowCount() == 1) return selectRow(row);
+    const int beside = row > 0 ? row - 1 : row + 1;
+    selectionModel()->setCurrentIndex(rows_.index(beside, column), QItemSelectionModel::NoUpdate);
+    QKeyEvent arrow(QEvent::KeyPress, row > beside ? Qt::Key_Down : Qt::Key_Up, Qt::NoModifier);
+    QTableView::keyPressEvent(&arrow);
+}
+
 void ResultsView::contextMenuEvent(QContextMenuEvent* event) {
-    const bool byMouse = event->reason() == QContextMenuEvent::Mouse;
-    const auto index = byMouse ? indexAt(event->pos()) : currentIndex();
+    if (event->reason() != QContextMenuEvent::Mouse) return openMenuOf(currentIndex());
+    const auto index = indexAt(event->pos());
     if (!index.isValid()) return;
-    if (byMouse) selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
-    const auto place = byMouse ? event->pos() : visualRect(index).bottomLeft();
-    openRowMenu(content_, rows_.group(index.row()), viewport()->mapToGlobal(place), *this);
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+    openRowMenu(content_, rows_.group(index.row()), event->globalPos(), *this);
+}
+
+void ResultsView::openMenuOf(const QModelIndex& index) {
+    if (!index.isValid()) return;
+    scrollTo(index);
+    openRowMenu(content_, rows_.group(index.row()),
+                viewport()->mapToGlobal(visualRect(index).bottomLeft()), *this);
 }
 
 /// The row menu acts on its row and leaves the selection alone. What Control does to a row depends

@@ -1,6 +1,7 @@
 // The results table: the rows of a window's model, with what the user can do to them.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QTableView>
 #include <optional>
@@ -16,7 +17,8 @@
 namespace vestigo {
 
 /// Redraws keep the selection, the current cell, what is in view, a button that is held down and a
-/// part of a path that is being selected.
+/// part of a path that is being selected. A rescan, which begins with no rows, brings the current
+/// cell and what is in view back with their rows, or else with the nearest ones.
 class ResultsView : public QTableView {
     Q_OBJECT
 public:
@@ -39,6 +41,8 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    /// Looks for items by what their names begin with, whatever the current column.
+    void keyboardSearch(const QString& typed) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void updateGeometries() override;
@@ -53,14 +57,31 @@ private:
         std::string root;
         int y = 0;
     };
+    /// Where the user was before the rows, or that of the current cell, went.
+    struct Place {
+        std::string root;
+        int row = -1;  ///< Negative: there was no current cell.
+        int column = 0;
+        bool isBack = false;    ///< The current cell is there again.
+        bool keepsView = true;  ///< Until the user scrolls.
+        int scrolledBy = 0;
+        std::optional<Anchor> view;  ///< Absent: at the very top.
+    };
 
     void layOutColumns();
     void fitLastColumns();
     void takeFontSize();
     void takeRows(bool keepView);
+    [[nodiscard]] Place placeNow() const;
+    void returnToPlace();
     void moveCurrentTo(int row, int column);
     [[nodiscard]] std::optional<Anchor> anchor() const;
-    void restore(const Anchor& anchor);
+    bool restore(const Anchor& anchor);
+    void copyPaths();
+    void takeSpace(const QKeyEvent& event);
+    [[nodiscard]] bool isTyping() const;
+    void selectByKey(int row, int column);
+    void openMenuOf(const QModelIndex& index);
     void placePathSelection();
     [[nodiscard]] CellLayout layoutOf(const QModelIndex& index) const;
     [[nodiscard]] QModelIndex buttonAt(const QPoint& position) const;
@@ -74,6 +95,10 @@ private:
     ResultsHeader* header_;
     int itemWidth_ = static_cast<int>(itemColumnIdeal);  ///< As the user wants it.
     bool fitting_ = false;
+    std::optional<Place> place_;  ///< To return to as rows come in; absent: the user is there.
+    bool placing_ = false;        ///< What moves the current cell now is not the user.
+    QString typed_;               ///< So far, for the search by typing.
+    QElapsedTimer sinceTyped_;
     QPointer<PathSelection> pathSelection_;
     /// Where the button went down on the text of a path, and on which.
     QPersistentModelIndex pathPressed_;

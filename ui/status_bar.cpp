@@ -1,5 +1,6 @@
 #include "ui/status_bar.h"
 
+#include <QAccessible>
 #include <QBoxLayout>
 #include <QDateTime>
 #include <QLocale>
@@ -49,12 +50,16 @@ StatusBar::StatusBar(ContentView& content, QWidget* parent)
       scannedCount_(*new TintedLabel(Tint::primary, this)),
       currentPath_(*new TintedLabel(Tint::secondary, this)),
       summary_(*new TintedLabel(Tint::secondary, this)),
-      lastScan_(*new TintedLabel(Tint::secondary, this)) {
+      lastScan_(*new TintedLabel(Tint::secondary, this)),
+      hint_(*new TintedLabel(Tint::primary, this)) {
     setObjectName(QStringLiteral("status"));
     scannedCount_.setObjectName(QStringLiteral("scannedCount"));
     currentPath_.setObjectName(QStringLiteral("currentPath"));
     summary_.setObjectName(QStringLiteral("summary"));
     lastScan_.setObjectName(QStringLiteral("lastScan"));
+    hint_.setObjectName(QStringLiteral("hint"));
+    hint_.setElision(Qt::ElideRight);
+    hint_.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     currentPath_.setElision(Qt::ElideMiddle);
     currentPath_.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
 
@@ -66,6 +71,7 @@ StatusBar::StatusBar(ContentView& content, QWidget* parent)
     row->addWidget(&currentPath_, 1);
     row->addWidget(&summary_);
     row->addWidget(&lastScan_);
+    row->addWidget(&hint_, 1);
     row->addStretch();
 }
 
@@ -77,6 +83,7 @@ void StatusBar::refresh(const Changes& changes) {
     }
     if (changes.hasAny(ScannerField::groups, ScannerField::lastScanDate)) refreshSummary();
     if (changes.hasAny(ScannerField::scanning, ScannerField::lastScanDate)) refreshShape();
+    if (changes.has(ContentField::removalHint)) refreshHint();
 }
 
 void StatusBar::refreshProgress() {
@@ -92,6 +99,15 @@ void StatusBar::refreshSummary() {
             .arg(QString::number(content_.groupCount()), QString::number(content_.hitCount())));
     const auto date = content_.scanner().lastScanDate();
     lastScan_.setText(date ? QStringLiteral("Last scan: ") + dateAndTime(*date) : QString());
+}
+
+void StatusBar::refreshHint() {
+    const auto text = shown(content_.removalHint());
+    hint_.setText(text);
+    hint_.setVisible(!text.isEmpty());
+    if (text.isEmpty()) return;
+    QAccessibleEvent event(&hint_, QAccessible::Alert);
+    QAccessible::updateAccessibility(&event);
 }
 
 void StatusBar::refreshShape() {

@@ -10,7 +10,8 @@
 
 namespace vestigo {
 
-/// Says how far a running scan is, else what the last one found. Its texts never make the window
+/// Says how far a running scan is, else what the last one found, and why nothing can be removed
+/// when the user asked for that. Its texts never make the window
 /// wider.
 class StatusBar : public QWidget {
     Q_OBJECT
@@ -24,6 +25,7 @@ private:
     void refreshShape();
     void refreshProgress();
     void refreshSummary();
+    void refreshHint();
 
     ContentView& content_;
     Spinner& spinner_;
@@ -31,6 +33,7 @@ private:
     TintedLabel& currentPath_;
     TintedLabel& summary_;
     TintedLabel& lastScan_;
+    TintedLabel& hint_;
 };
 
 }  // namespace vestigo

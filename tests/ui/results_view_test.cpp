@@ -105,6 +105,78 @@ TEST_F(ResultsViewTest, TheKeyboardStaysWhereARowWasRemoved) {
     EXPECT_EQ(content().selection(), rootsOf({2}));
 }
 
+TEST_F(ResultsViewTest, ARescanBringsTheKeyboardAndTheViewBack) {
+    addApps(60);
+    show();
+    table->scrollTo(table->model()->index(40, 8), QAbstractItemView::PositionAtTop);
+    click(item(43));
+    const auto kept = root(43);
+    const int y = table->rowViewportPosition(43);
+    const auto rescan = [this] {
+        content().chooseFolder("/nowhere");
+        content().scanPressed();
+        refresher->flush();
+        EXPECT_EQ(table->model()->rowCount(), 0);
+        const auto found = fixture.store->record;
+        fixture.settle();
+        refresher->flush();
+        fixture.store->record = found;
+        showNews();
+    };
+    rescan();
+    EXPECT_EQ(table->currentIndex(), table->model()->index(43, static_cast<int>(Column::item)));
+    EXPECT_EQ(table->rowViewportPosition(43), y);
+    EXPECT_EQ(content().selection(), RootSet{kept});
+
+    std::erase_if(fixture.store->record->hits,
+                  [&kept](const HitRef& hit) { return hit->path.starts_with(kept); });
+    rescan();
+    EXPECT_EQ(table->currentIndex().row(), 43);
+    key(Qt::Key_Down);
+    EXPECT_EQ(content().selection(), rootsOf({44}));
+}
+
+TEST_F(ResultsViewTest, TypingSpaceAndCopyWorkOnItemsFromAnyColumn) {
+    addApps(3);
+    fixture.found("/usr/libexec/Some tool");
+    show();
+    table->setCurrentIndex(table->model()->index(0, static_cast<int>(Column::category)));
+    QApplication::setKeyboardInputInterval(100000);
+    QTest::keyClicks(table.get(), "app 1002");
+    EXPECT_EQ(content().selection(), rootsOf({2}));
+    key(Qt::Key_Down, Qt::ShiftModifier);
+    EXPECT_EQ(content().selection(), rootsOf({2, 3}));
+    key(Qt::Key_Up);
+    EXPECT_EQ(table->currentIndex().column(), static_cast<int>(Column::category));
+    QApplication::setKeyboardInputInterval(0);
+    QTest::keyClicks(table.get(), "aa");  // Around the end, and on to the next.
+    EXPECT_EQ(content().selection(), rootsOf({1}));
+
+    key(Qt::Key_Down, Qt::ControlModifier);
+    key(Qt::Key_Down, Qt::ControlModifier);
+    key(Qt::Key_Space);
+    EXPECT_EQ(content().selection(), rootsOf({1, 3}));
+    key(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(fixture.desktop->clipboard, root(1) + "\n" + root(3));
+}
+
+TEST_F(ResultsViewTest, DeleteKeysSayWhyNothingCanBeRemoved) {
+    fixture.found("/usr/libexec/tool");
+    fixture.found("/Applications/Keep.app/x");
+    fixture.found("/Applications/Keep.app/arm", {"arm64"});
+    show();
+    const auto hintFor = [this](RootSet roots) {
+        content().setSelection(std::move(roots));
+        EXPECT_EQ(content().removalHint(), "");
+        key(Qt::Key_Delete);
+        EXPECT_FALSE(content().showDeleteConfirm());
+        return content().removalHint();
+    };
+    EXPECT_EQ(hintFor({}), "Nothing that can be removed is selected.");
+    EXPECT_NE(hintFor({root(0)}).find("(Keep)"), std::string::npos);
+    EXPECT_NE(hintFor({root(1)}).find("(SIP)"), std::string::npos);
+}
+
 TEST_F(ResultsViewTest, DeleteKeysAskForWhatIsSelectedAndNotAppleSigned) {
     addApps(2);
     show();
@@ -174,7 +246,8 @@ TEST_F(ResultsViewTest, TheRowMenuActsOnItsRow) {
 
     refresher->flush();
     table->setCurrentIndex(table->model()->index(1, 1));
-    menu = openMenu(QContextMenuEvent::Keyboard, {});
+    key(Qt::Key_F10, Qt::ShiftModifier);
+    menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     ASSERT_TRUE(menu);
     EXPECT_EQ(menu->actions()[4]->text(), "Move to Trash…");
     EXPECT_FALSE(menu->actions()[4]->isEnabled());
