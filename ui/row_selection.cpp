@@ -25,6 +25,9 @@ void RowSelection::select(const QItemSelection& selection, SelectionFlags comman
         before_ = content_.selection();
     }
     auto selected = before_;
+    std::size_t rows = 0;
+    for (const auto& range : selection) rows += static_cast<std::size_t>(range.height());
+    selected.reserve(selected.size() + rows);
     const auto take = [&](const std::string& root) {
         const bool remove =
             command.testFlag(Deselect) || (command.testFlag(Toggle) && before_.contains(root));
