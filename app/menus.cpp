@@ -59,6 +59,14 @@ constexpr EditCommand editCommands[] = {
     {"Select All", QKeySequence::SelectAll, false},
 };
 
+/// Null when the window has none open; of several, the one with the keyboard.
+QWidget* sheetOf(const QWidget& window) {
+    for (auto* const top : {QApplication::activeWindow(), QApplication::activeModalWidget()}) {
+        if (top && top->parentWidget() == &window) return top;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 MenuStyle systemMenuStyle() {
@@ -78,7 +86,7 @@ void Menus::addTo(MainWindow& window) {
 }
 
 void Menus::fill(QMenuBar& bar, MainWindow* window) {
-    addApplicationMenu(bar);
+    addApplicationMenu(bar, window);
     addFileMenu(bar, window);
     addEditMenu(bar);
     if (sharedBar_) addWindowMenu(bar);
@@ -95,7 +103,7 @@ MainWindow* Menus::activeWindow() const {
     return windows.empty() ? nullptr : windows.back();
 }
 
-void Menus::addApplicationMenu(QMenuBar& bar) {
+void Menus::addApplicationMenu(QMenuBar& bar, MainWindow* window) {
     auto& menu = *bar.addMenu(QStringLiteral("Vestigo"));
     auto* const about = addAction(menu, QStringLiteral("About Vestigo"));
     about->setMenuRole(QAction::AboutRole);
@@ -106,6 +114,7 @@ void Menus::addApplicationMenu(QMenuBar& bar) {
                                  QKeySequence::keyBindings(QKeySequence::Quit));
     quit->setMenuRole(QAction::QuitRole);
     connect(quit, &QAction::triggered, this, [this] { services_.quit(); });
+    if (window) window->addAction(quit);
 }
 
 void Menus::addUpdateCommands(QMenu& menu) {
@@ -137,11 +146,13 @@ void Menus::addFileMenu(QMenuBar& bar, MainWindow* window) {
         addAction(menu, QStringLiteral("Close"), QKeySequence::keyBindings(QKeySequence::Close));
     connect(close, &QAction::triggered, this, [this, window] {
         auto* const closed = window ? window : activeWindow();
-        const auto* const sheet = QApplication::activeModalWidget();
-        const bool waitsForAnswer =
-            sheet && sheet->parentWidget() && sheet->parentWidget()->window() == closed;
-        if (closed && !waitsForAnswer) closed->close();
+        if (!closed) return;
+        auto* const sheet = sheetOf(*closed);
+        if (!sheet) closed->close();
+        // On a Mac a window waits for the answer to its sheet.
+        if (sheet && !sharedBar_) sheet->close();
     });
+    if (window) window->addActions({open, close});
 }
 
 void Menus::addEditMenu(QMenuBar& bar) {

@@ -35,7 +35,7 @@ class Menus : public QObject {
 public:
     Menus(MenuServices services, MenuStyle style);
 
-    /// To be called once for each window.
+    /// To be called once for each window. The window gets the actions that its sheets need, too.
     void addTo(MainWindow& window);
     /// The one bar of a Mac's style; null in the other.
     [[nodiscard]] QMenuBar* sharedBar() const { return sharedBar_.get(); }
@@ -43,7 +43,7 @@ public:
 private:
     /// `window`: what the commands for one window act on; null: the active one.
     void fill(QMenuBar& bar, MainWindow* window);
-    void addApplicationMenu(QMenuBar& bar);
+    void addApplicationMenu(QMenuBar& bar, MainWindow* window);
     void addUpdateCommands(QMenu& menu);
     void addFileMenu(QMenuBar& bar, MainWindow* window);
     void addEditMenu(QMenuBar& bar);

@@ -2,6 +2,7 @@
 
 #include <QCloseEvent>
 #include <QFrame>
+#include <QMoveEvent>
 #include <utility>
 
 #include "ui/action_button.h"
@@ -30,6 +31,7 @@ Sheet::Sheet(QWidget* window, const Measures& measures, std::function<void()> di
 #else
     setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
     setWindowFlag(Qt::WindowCloseButtonHint, static_cast<bool>(dismiss_));
+    window->installEventFilter(this);
 #endif
     setWindowModality(Qt::WindowModal);
     const int padding = measures.padding;
@@ -42,6 +44,14 @@ void Sheet::refresh(const Changes&) {}
 
 void Sheet::reject() {
     if (dismiss_) dismiss_();
+}
+
+bool Sheet::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == parentWidget() && event->type() == QEvent::Move) {
+        const auto& moved = static_cast<const QMoveEvent&>(*event);
+        move(pos() + moved.pos() - moved.oldPos());
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void Sheet::closeEvent(QCloseEvent* event) {

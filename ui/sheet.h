@@ -14,8 +14,9 @@
 
 namespace vestigo {
 
-/// Belongs to a window and blocks it. It never closes by itself: what the user does calls the
-/// model, and the model's field decides.
+/// Belongs to a window and blocks it. It opens over it and keeps its place there when the window
+/// moves, also when the window manager moves a new window. It never closes by itself: what the user
+/// does calls the model, and the model's field decides.
 class Sheet : public QDialog {
     Q_OBJECT
 public:
@@ -33,6 +34,7 @@ public:
     virtual void refresh(const Changes& changes);
 
     void reject() override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;

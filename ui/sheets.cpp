@@ -50,6 +50,7 @@ void Sheets::refresh(const Changes& changes) {
             }
         } else if (!kind.open) {
             kind.open = kind.make();
+            kind.open->addActions(kind.open->parentWidget()->actions());
             kind.open->open();
         } else {
             kind.open->refresh(changes);

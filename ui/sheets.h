@@ -14,7 +14,7 @@
 namespace vestigo {
 
 /// A sheet is open exactly while its field of the model is set. The one opened last is on top; the
-/// others wait beneath it.
+/// others wait beneath it. The actions of the window can be called by their keys in each.
 class Sheets : public QObject {
     Q_OBJECT
 public:

@@ -16,6 +16,9 @@ TEST_F(SheetsTest, OnlyItsButtonsLeadOutOfTheDisclaimerAndHelpBesideItCanBeReach
     show();
     content().showHelpRequested();
     auto& disclaimer = opened("disclaimer");
+    const auto place = disclaimer.pos() - window.pos();
+    window.move(window.pos() + QPoint(120, 80));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return disclaimer.pos() - window.pos() == place; }));
     QTest::keyClick(&disclaimer, Qt::Key_Escape);
     disclaimer.close();
     click(part(opened("help"), "close"));

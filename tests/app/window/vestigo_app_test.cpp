@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QApplicationStateChangeEvent>
+#include <QDialog>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -88,6 +89,25 @@ TEST_F(VestigoAppTest, WindowsHearWhatConcernsAllAndOutliveEachOther) {
               2);
     command(second, "Quit Vestigo").trigger();
     EXPECT_TRUE(fixture.terminated);
+}
+
+TEST_F(VestigoAppTest, KeysOfTheMenusReachASheet) {
+    auto& window = app.openWindow();
+    window.content().showHelpRequested();
+    QDialog* help = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return (help = window.findChild<QDialog*>("help")); }));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(help));
+    const auto press = [&](const QString& text) {
+        const QKeySequence keys(Qt::CTRL | Qt::Key_J);
+        command(window, text).setShortcut(keys);
+        QTest::keySequence(help, keys);
+        command(window, text).setShortcut({});
+    };
+    press("Quit Vestigo");
+    EXPECT_TRUE(fixture.terminated);
+    press("Close");
+    EXPECT_FALSE(window.content().showHelp());
+    EXPECT_TRUE(window.isVisible());
 }
 
 TEST_F(VestigoAppTest, SaysWhatGoesOnWithoutAClosedWindowAndWithoutTheProgram) {
