@@ -92,12 +92,19 @@ TEST_F(LeftoverFinderTest, TicksNothingForAnIdentifierOfOneWord) {
     for (std::size_t i = 0; i < found.size(); ++i) {
         EXPECT_EQ(found[i], (Leftover{tree.at(others[i]), true, i >= 3, false})) << i;
     }
-    for (const auto& leftover : find({application("Bar.app", "com.")})) EXPECT_FALSE(leftover.on);
+    for (const auto* other : {"com.", ".com"}) {
+        tree.file(std::string("home/Library/Preferences/") + other + ".plist");
+        for (const auto& leftover : find({application("Bar.app", other)})) {
+            EXPECT_FALSE(leftover.on) << leftover.path;
+        }
+    }
 }
 
 TEST_F(LeftoverFinderTest, SearchesByNameWhatHasNoUsableIdentifier) {
     tree.folder("home/Library/Application Support/Foo");
-    tree.folder("home/Library/Documents");
+    for (const auto* folder : {"Documents", "Containers", "Caches"}) {
+        tree.folder(std::string("home/Library/") + folder);
+    }
     tree.file("Library/LaunchDaemons/any.plist");
     const auto byName = Paths{"home/Library/Application Support/Foo"};
     for (const auto* identifier : {"", ".", "..", "../Documents", "/"}) {

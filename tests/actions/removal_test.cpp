@@ -298,15 +298,19 @@ TEST_F(RemovalTest, IsQuietAfterItsEndButTheScriptStillRuns) {
 }
 
 TEST_F(RemovalTest, TellsWhenTheScriptDidNotRun) {
-    administrator->answer = {126, std::nullopt};
-    intelApplication("a");
-    daemon("a");
-    open();
-    removal().performDelete();
-    settle();
-    EXPECT_EQ(log.back(),
-              "cleanup System items were not removed (admin prompt cancelled or failed).");
-    EXPECT_TRUE(fs::is_empty(temporary));
+    for (const auto* name : {"a", "b"}) {
+        intelApplication(name);
+        daemon(name);
+    }
+    const std::string refused = "System items were not removed (admin prompt cancelled or failed).";
+    for (const auto& [status, error] : {std::pair(126, ""), std::pair(127, "It is not there.")}) {
+        administrator->answer = {status, *error ? std::optional<std::string>(error) : std::nullopt};
+        removal().open(std::vector<const BundleGroup*>(1, allGroups()[0]));
+        removal().performDelete();
+        settle();
+        EXPECT_EQ(log.back(), "cleanup " + (*error ? error : refused));
+        EXPECT_TRUE(fs::is_empty(temporary));
+    }
 }
 
 /// What is done as the administrator.

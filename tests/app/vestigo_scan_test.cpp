@@ -15,6 +15,7 @@
 
 #include "persist/scan_file_reader.h"
 #include "tests/support/mach_o_maker.h"
+#include "tests/support/signed_mach_o.h"
 #include "tests/support/temporary_tree.h"
 
 namespace vestigo {
@@ -139,6 +140,33 @@ TEST_F(VestigoScanTest, SaysWhenTheOutputCannotBeWritten) {
     const auto closed = shell("$scan disk | true; exit ${PIPESTATUS[0]}");
     EXPECT_TRUE(closed.status == 1 || closed.status == 0) << closed.status;
     EXPECT_EQ(closed.complaint, "");
+}
+
+TEST_F(VestigoScanTest, PrintsWhatWasFoundWhenItIsInterrupted) {
+    // The walk is done, and waits for an earlier scan that never comes.
+    const auto ended = [this](const std::string& signals) {
+        return shell(
+                   "rm -f never; mkfifo never; $scan --previous never disk >found & pid=$!;"
+                   "(sleep 60; kill -KILL $pid) & exec 5>never; sleep 1; " +
+                   signals + "; wait $pid; echo $? $(grep -c A.app found)")
+            .output;
+    };
+    // A shell ignores SIGINT for what it runs in the background, and so does the program.
+    EXPECT_EQ(ended("kill -INT $pid; sleep 0.2; kill -TERM $pid || echo gone"), "130 1\n");
+    EXPECT_EQ(ended("kill -HUP $pid"), "129 0\n");
+}
+
+TEST_F(VestigoScanTest, FindsTheSameWhereTheSystemLacksTheNewestCalls) {
+    tree.file("disk/A.app/Contents/Info.plist", "<plist><dict/></plist>");
+    tree.file("disk/A.app/Contents/MacOS/A",
+              test::machOImage(test::cpuX86_64, test::embeddedSignature("TEAM", "")));
+    const auto expected = shell("$scan --all disk").output;
+    EXPECT_NE(expected.find("\"TEAM\""), std::string::npos);
+    if (shell("strace -o /dev/null true").status != 0) GTEST_SKIP() << "nothing can be traced";
+    for (const std::string error : {"ENOSYS", "EPERM"}) {
+        const auto trace = "strace -fqqo /dev/null -e inject=openat2:error=" + error;
+        EXPECT_EQ(shell(trace + " $scan --all disk").output, expected) << error;
+    }
 }
 
 TEST_F(VestigoScanTest, ScansTheSmartFoldersOfItsUserWhenNoneIsNamed) {

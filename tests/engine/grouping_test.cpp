@@ -21,7 +21,7 @@ TEST(IsLegacy, NeedsIntelOrPowerPCWithoutArm64) {
 TEST(GroupRoot, IsTheOutermostBundle) {
     const std::pair<const char*, GroupRoot> cases[] = {
         {"/Applications/Foo.app/Contents/Bar.framework/Bar", {"/Applications/Foo.app", true}},
-        {"/a/x.KEXT", {"/a/x.KEXT", true}},
+        {"/a/1.2.x.KEXT", {"/a/1.2.x.KEXT", true}},
         {"//a//b.vst3//x", {"/a/b.vst3", true}},
         {"/a/.app/x", {"/a/.app", true}},
         {"//a/app/b.apps/c", {"//a/app/b.apps/c", false}},

@@ -28,9 +28,13 @@ TEST(MachOArchs, ReadsUniversalFilesWithEntriesOfBothSizes) {
         EXPECT_EQ(archsOf(test::fatMachO({0x99}, wide)), std::nullopt);
         EXPECT_EQ(archsOf(test::fatMachO({test::cpuPpc, test::cpuPpc}, wide)), Archs{"ppc"});
     }
-    auto cut = test::fatMachO({test::cpuI386, test::cpuX86_64, test::cpuArm64});
-    cut.resize(8 + 2 * 20 + 7);
-    EXPECT_EQ(archsOf(cut), (Archs{"i386", "x86_64"}));
+    const auto cut = test::fatMachO({test::cpuI386, test::cpuX86_64, test::cpuArm64});
+    EXPECT_EQ(machOArchs(std::as_bytes(std::span(cut)).first(8 + 2 * 20 + 7)),
+              (Archs{"i386", "x86_64"}));
+    // The count of a Java class is its version, so no more is looked at.
+    std::vector<std::uint32_t> cpus(63, 0x99);
+    cpus.insert(cpus.end(), {test::cpuI386, test::cpuPpc});
+    EXPECT_EQ(archsOf(test::fatMachO(cpus)), Archs{"i386"});
 }
 
 TEST(MachOArchs, TellsOtherFilesApart) {

@@ -238,6 +238,8 @@ TEST_F(WalkTest, ReportsTheSameWithAnyNumberOfThreads) {
     const auto expected = walked({tree.path()}, {}, 1);
     EXPECT_EQ(expected.count, 2400);
     EXPECT_EQ(expected.hits.size(), 2100U);
+    EXPECT_TRUE(expected.reports.at(0).starts_with("1000 /"));
+    EXPECT_TRUE(expected.reports.at(2).starts_with("2000 of "));
     for (const unsigned threads : {2U, 3U, 8U, 16U, 32U}) {
         const auto result = walked({tree.path()}, {}, threads);
         ASSERT_EQ(result.reports, expected.reports);
@@ -256,6 +258,10 @@ TEST_F(WalkTest, DoesNotReadUnchangedFilesAgain) {
         return walkedTree({previous}).hits.at(0);
     };
     EXPECT_EQ(answerFor([](BinaryHit&) {})->archs, Paths{"ppc"});
+    // Of two with one path the first counts.
+    auto other = std::make_shared<BinaryHit>(*first);
+    other->archs = {"i386"};
+    EXPECT_EQ(walkedTree({first, other}).hits.at(0)->archs, first->archs);
     EXPECT_EQ(answerFor([](BinaryHit& hit) { hit.ctime = 5; })->ctime, first->ctime);
     EXPECT_EQ(answerFor([](BinaryHit& hit) { ++hit.size; })->archs, Paths{"x86_64"});
     EXPECT_EQ(answerFor([](BinaryHit& hit) { hit.mtime += 1e-6; })->archs, Paths{"x86_64"});

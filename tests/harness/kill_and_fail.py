@@ -19,6 +19,8 @@ sample of all, a few seconds' worth.
             script itself could not move are not reported by design and stand under "left"
   left      items that stayed after a call was interrupted (EINTR), or in a clean-up that failed
 
+Before that each step is done once without an interruption and must bring everything to the disk.
+
 All runs have a file system of their own in memory, and all others are read-only for them, so that
 no fault can touch anything of the machine. Where that or tracing is not possible the script says so.
 
@@ -44,6 +46,8 @@ QUICK_RUNS = {"removal": 20, "plain": 5, "save": 16, "cleanup": 5, "script": 5}
 # Others are done by a step of the program under this name.
 DONE_BY = {"plain": "removal", "script": "cleanup"}
 NO_RENAME = "renameat2"
+# How often a step must bring something to the disk: each note, file and folder of a save.
+FLUSHES = {"removal": 20, "save": 4, "cleanup": 4}
 # What only ends or waits, or cannot fail.
 PASSED_OVER = {"exit_group", "exit", "getpgid", "rt_sigreturn", "restart_syscall"}
 # None of these fails in such a way. A close that fails has closed, and the fault would leave open
@@ -320,7 +324,12 @@ def chosen(calls, step, quick):
 
 
 def measure(trees, step, quick, results):
-    runs = chosen(trees[0].calls(step), step, quick)
+    calls = trees[0].calls(step)
+    runs = chosen(calls, step, quick)
+    total = results.setdefault((step, "nothing"), Result())
+    flushes = sum(call == "fsync" for call, _ in calls)
+    if flushes < FLUSHES.get(step, 0):
+        total.add("lost", step, [f"only {flushes} flushes"])
     idle = list(trees)
 
     def one(run):

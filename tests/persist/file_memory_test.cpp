@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "engine/walk.h"
 #include "persist/file_memory_table.h"
@@ -379,6 +380,10 @@ TEST(FileMemoryProblem, IsAFileThatIsForeignOrThatOthersMayWrite) {
     EXPECT_EQ(problemOf(table, 0600), "");
     EXPECT_EQ(problemOf(std::string(200, 'v'), 0600),
               path + " is no cache of this program, and is left alone");
+    if (chown(path.c_str(), 4711, 4711) == 0) {
+        EXPECT_EQ(fileMemoryProblem(files, path),
+                  "cannot use " + path + ": it belongs to another user");
+    }
     EXPECT_EQ(fileMemoryProblem(files, tree.path()),
               "cannot use " + tree.path() + ": it is no regular file");
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <thread>
 
@@ -39,7 +40,7 @@ TEST_F(ScanCacheTest, KeepsTheLastRecordThatCouldBeWritten) {
     const auto read = cache.readScanFile();
     ASSERT_TRUE(read);
     EXPECT_EQ(*read->hits.at(0), (BinaryHit{"/a", {"i386"}, 1, 1, 2}));
-    EXPECT_TRUE(files.exists(current));
+    EXPECT_EQ(std::filesystem::status(current).permissions(), std::filesystem::perms{0600});
 }
 
 ScanFile datedRecord(double date) {
@@ -106,6 +107,12 @@ TEST_F(Migration, TakesOverAcceptanceAndLastScanOnce) {
     EXPECT_FALSE(own.contains(acceptedDisclaimer));
     EXPECT_FALSE(files.exists(current));
     EXPECT_EQ(opened, 1);
+}
+
+TEST_F(Migration, TakesOverNoRefusal) {
+    previous->setBoolean(acceptedDisclaimer, false);
+    migrate();
+    EXPECT_FALSE(own.boolean(acceptedDisclaimer));
 }
 
 TEST_F(Migration, NeverOverwritesWhatIsThere) {

@@ -1,10 +1,13 @@
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <map>
+#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 
@@ -48,6 +51,20 @@ TEST_F(DirectoryReaderTest, TellsKindsApartAndOpensFilesOnlyWithoutEverBlocking)
             << name;
         EXPECT_EQ(folder->attributes(name.c_str()).has_value(), name == "file") << name;
     }
+}
+
+TEST_F(DirectoryReaderTest, WaitsForADescriptorThatOthersGiveBack) {
+    struct rlimit usual {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+    auto none = usual;
+    none.rlim_cur = 0;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    std::thread giver([&usual] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        setrlimit(RLIMIT_NOFILE, &usual);
+    });
+    EXPECT_TRUE(reader->open(tree.path()));
+    giver.join();
 }
 
 TEST_F(DirectoryReaderTest, ListsLargeFoldersWholeAndStopsWhenAsked) {

@@ -136,6 +136,8 @@ TEST_F(FilesTest, APrivateFolderIsARealOneThatNobodyElseMayEnter) {
         EXPECT_EQ(files.isPrivateFolder(folder), mode == 0700) << mode;
         EXPECT_FALSE(files.isPrivateFolder(tree.at("link")));
     }
+    fs::permissions(folder, fs::perms::owner_all);
+    EXPECT_TRUE(::chown(folder.c_str(), 4711, 4711) != 0 || !files.isPrivateFolder(folder));
 }
 
 }  // namespace
