@@ -280,7 +280,7 @@ TEST_F(RemovalTest, GivesTheTrashOnlyWhatTheLastLookFound) {
     removal().performDelete();
     settle();
     EXPECT_EQ(trash->identities, std::vector<ItemIdentity>{ItemIdentity()});
-    EXPECT_TRUE(administrator->scripts.empty());
+    EXPECT_TRUE(administrator->scripts.empty() && log.size() == 1);
 }
 
 TEST_F(RemovalTest, IsQuietAfterItsEndButTheScriptStillRuns) {

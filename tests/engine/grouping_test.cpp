@@ -57,13 +57,11 @@ TEST(FixForPath, FollowsTheFirstRuleThatHolds) {
     EXPECT_EQ(formulaName("/usr/local/Cellar/"), std::nullopt);
 }
 
-TEST(BundleGroup, ComparesAndHashesByValue) {
-    const auto groupOf = [](double ctime) {
-        return BundleGroup{.root = "/x", .hits = {test::hitRef({"/x", {"ppc"}, 1, 2, ctime})}};
-    };
-    EXPECT_EQ(groupOf(3), groupOf(3));
-    EXPECT_NE(groupOf(3), groupOf(4));
-    EXPECT_EQ(std::hash<BundleGroup>{}(groupOf(0.0)), std::hash<BundleGroup>{}(groupOf(-0.0)));
+TEST(BundleGroup, IsNamedByItsRootAndSumsItsFilesUp) {
+    const BundleGroup group{.root = "/a/b.app/", .hits = {test::hitRef({"/x", {"ppc64"}})}};
+    EXPECT_EQ(group.name(), "b.app");
+    EXPECT_TRUE(group.hasPowerPC());
+    EXPECT_LT(group.fixRank(), (BundleGroup{.root = {}, .hits = {}, .fix = Fix::keep}.fixRank()));
 }
 
 TEST(Regrouping, GroupsByRootAndOrdersByCategoryAsHitsComeIn) {

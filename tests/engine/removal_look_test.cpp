@@ -24,8 +24,10 @@ namespace fs = std::filesystem;
 class RefusingReader : public test::RealReader {
 public:
     std::unique_ptr<Folder> open(const std::string& path) override {
+        ++opened;
         return path.ends_with("/refused.app") ? nullptr : RealReader::open(path);
     }
+    int opened = 0;
 };
 
 struct RemovalLookTest : testing::Test {
@@ -47,10 +49,12 @@ struct RemovalLookTest : testing::Test {
     const std::string native = test::thinMachO(test::cpuArm64);
     const std::string universal = test::fatMachO({test::cpuX86_64, test::cpuArm64});
     test::TemporaryTree tree;
-    LookServices services{.reader = std::make_shared<RefusingReader>(),
+    bool isAppleNow = false;
+    std::shared_ptr<RefusingReader> reader = std::make_shared<RefusingReader>();
+    LookServices services{.reader = reader,
                           .files = std::make_shared<PosixFiles>(),
-                          .inspect = [](const std::string& root) {
-                              return SignInfo{root.ends_with("/apple"), "Vendor"};
+                          .inspect = [this](const std::string& root) {
+                              return SignInfo{isAppleNow || root.ends_with("/apple"), "Vendor"};
                           }};
 };
 
@@ -97,6 +101,9 @@ TEST_F(RemovalLookTest, WhatAppleSignedOrNobodyCouldReadKeepsTheItem) {
     EXPECT_EQ(why("refused.app", group), "could not be looked into (“refused.app”)");
     fs::create_symlink("/usr/bin", tree.at("bin"));
     EXPECT_EQ(why("bin/env", group), "is protected by the system");
+    services.makeMemory = []() -> std::unique_ptr<FileMemory> { throw std::bad_alloc(); };
+    add("tool", intel);
+    EXPECT_EQ(why("tool", group), "could not be looked into for want of memory");
 }
 
 struct LaterLookTest : RemovalLookTest, testing::WithParamInterface<bool> {
@@ -132,6 +139,10 @@ TEST_P(LaterLookTest, SeesWhatHasChanged) {
     EXPECT_EQ(reason(look.refusal(CancelFlag())), runs);
     fs::remove_all(tree.at("Old.app/Inner.app"));
     EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    isAppleNow = true;
+    change("Old.app/old", intel + " signed");
+    EXPECT_EQ(reason(look.refusal(CancelFlag())), "is signed by Apple");
+    isAppleNow = false;
     fs::rename(tree.at("Old.app"), tree.at("Moved.app"));
     // Whoever is to move it says that it is gone.
     EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
@@ -165,6 +176,16 @@ TEST_F(RemovalLookTest, LooksOneAfterTheOtherAndTellsWhenAllAreDone) {
     EXPECT_EQ(looks.find(tree.at("A.app"))->refusal(CancelFlag()), std::nullopt);
     EXPECT_EQ(reason(looks.find(tree.at("B.app"))->refusal(CancelFlag())), runs);
     EXPECT_FALSE(looks.find(tree.at("C.app")));
+    // What is under way ends when it is dropped, or nobody is there any more.
+    auto given = std::make_optional<RemovalLooks>(services, loop, tasks);
+    given->add(item("A.app", group));
+    given->drop(tree.at("A.app"));
+    auto closed = std::make_optional<RemovalLooks>(services, loop, tasks);
+    closed->add(item("A.app", group));
+    closed.reset();
+    reader->opened = 0;
+    tasks->runHeld();
+    EXPECT_EQ(reader->opened, 0);
 }
 
 }  // namespace

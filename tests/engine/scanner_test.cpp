@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <latch>
 #include <mutex>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -96,6 +97,7 @@ TEST_F(ScannerTest, ScansInspectsAndSaves) {
         EXPECT_EQ(group.fix, group.root == apple ? Fix::apple : Fix::manual);
     }
     ASSERT_TRUE(store->record);
+    EXPECT_EQ(scanner().lastScanDate(), 99.5);
     EXPECT_EQ(store->record->date, 99.5);
     EXPECT_EQ(store->record->hits.size(), 3U);
     EXPECT_EQ(store->record->signatures->size(), 2U);
@@ -178,7 +180,7 @@ TEST_F(ScannerTest, EndsOnceTheEarlierScanIsReadOrItIsStopped) {
         inspected.clear();
         scanner().startScan({"/disk"}, false, [] {
             auto record = test::savedScan({test::hitRef({"/disk/tool", {"x86_64"}, 0, 0, 7})});
-            record.signatures->emplace("/disk/tool", SignInfo{false, "Known"});
+            record.signatures->emplace("/disk/tool", SignInfo{true, "Known"});
             return record;
         });
         const auto reading = held->jobs.at(0);
@@ -192,6 +194,7 @@ TEST_F(ScannerTest, EndsOnceTheEarlierScanIsReadOrItIsStopped) {
         EXPECT_FALSE(scanner().scanning() || scanner().walking());
         EXPECT_EQ(store->record->hits.at(0)->ctime, stops ? 0 : 7);
         EXPECT_EQ(scanner().signatures().at("/disk/tool").vendor, "Known");
+        EXPECT_EQ(scanner().groups().begin()->fix, Fix::apple);
     }
     EXPECT_TRUE(inspected.empty());
 }
@@ -281,6 +284,54 @@ TEST_F(ScannerTest, KeepsPrunedHitsAwayWhileTheScanGoesOn) {
     settle();
     EXPECT_EQ(scanner().allHits().size(), 2499U);
     EXPECT_EQ(scanner().groups().begin()->legacyCount(), 2499U);
+    EXPECT_TRUE(scanner().currentPath().empty());
+}
+
+TEST_F(ScannerTest, TakesOverWhatHasNotChangedAndReadsNothingForAClosedWindow) {
+    const auto path = tree.file("tool", intel);
+    const auto status = systemDirectoryReader()->open(tree.path())->attributes("tool").value();
+    store->record =
+        test::savedScan({test::hitRef({path, {"ppc"}, status.size, status.mtime, status.ctime})});
+    const auto held = std::make_shared<test::HeldTasks>();
+    tasks = held;
+    openGate();
+    scanner().startScan({tree.path()});
+    // Signatures that come during a scan do not save half of it.
+    for (const auto& job : std::exchange(held->jobs, {})) {
+        EXPECT_EQ(store->writes, 0);
+        job();
+        loop->runPosted();
+    }
+    EXPECT_EQ(store->writes, 1);
+    EXPECT_EQ(scanner().allHits().at(0)->archs, Paths{"ppc"});
+    tree.file("arm", test::thinMachO(test::cpuArm64));
+    scanner().setIntelOnly(false);
+    scanner().startScan({tree.path()});
+    inspected.clear();
+    made.reset();
+    while (!held->jobs.empty()) held->runHeld();
+    EXPECT_TRUE(inspected.empty());
+}
+
+TEST_F(ScannerTest, KeepsTheSavedScanWhenMemoryRunsOut) {
+    struct NoMemory : DirectoryReader {
+        std::unique_ptr<Folder> open(const std::string&) override { throw std::bad_alloc(); }
+        unsigned maxOpenFolders() const override { return 8; }
+    };
+    store->record = test::savedScan({test::hitRef({"/a", {"i386"}})});
+    std::atomic<int> told = 0;
+    tasks = std::make_shared<ThreadTasks>([&told] { ++told; });
+    auto services = servicesOf();
+    services.reader = std::make_shared<NoMemory>();
+    services.inspect = [](const std::string&) -> SignInfo { throw std::bad_alloc(); };
+    made = std::make_unique<Scanner>(services);
+    settle();
+    scanner().startScan({"/disk"});
+    settle();
+    EXPECT_FALSE(scanner().scanning());
+    scanner().saveCache();
+    EXPECT_EQ(store->record->hits.size(), 1U);
+    while (told < 2) std::this_thread::yield();
 }
 
 TEST_F(ScannerTest, MayBeDestroyedAtAnyMoment) {
@@ -336,6 +387,7 @@ TEST_F(ScannerRemovalTest, ForgetsWhatLiesUnderRemovedRootsAndNothingElse) {
     EXPECT_EQ(left(), stays);
     EXPECT_EQ(scanner().groups().size(), stays.size());
     EXPECT_EQ(store->record->hits.size(), stays.size());
+    EXPECT_EQ(store->record->date, 0);
     EXPECT_EQ(scanner().trashPath(tree.at("Bad.app")), message);
     EXPECT_EQ(store->writes, 1);
     trash->failing.clear();
@@ -360,6 +412,14 @@ TEST_F(ScannerRemovalTest, WhatWasRemovedDoesNotComeBackWhileItsScanRuns) {
     scanner().startScan({tree.at("a")});
     loop->runUntil([this] { return !scanner().walking(); });
     EXPECT_EQ(left().size(), 3000U);
+}
+
+TEST_F(ScannerRemovalTest, OnlyAKeptBundleThatIsStillThereKeepsTheFolderAroundIt) {
+    tree.file("Support/updater", test::fatMachO({test::cpuX86_64, test::cpuArm64}));
+    found({"Support/updater", "Support/Gone.app/a"});
+    for (const auto* path : {"Support/updater", "Support/Gone.app/b"}) found({path}, "arm64");
+    openGate();
+    EXPECT_EQ(scanner().trashPath(tree.at("Support")), std::nullopt);
 }
 
 TEST_F(ScannerTest, ALateSaveDoesNotUndoTheLaterScanOfAnotherWindow) {
@@ -420,7 +480,8 @@ TEST_F(ScannerRemovalTest, NeverTakesWhatIsProtectedSignedByAppleKeptOrOnlyALink
     EXPECT_EQ(trashGroups({"link/Signed.app"}), text("Signed.app", "is signed by Apple"));
     EXPECT_EQ(trashGroups({"link/Kept.app"}), text("Kept.app", "also runs natively"));
     EXPECT_EQ(trashGroups({"Link.app"}), text("Link.app", "is only a link to what the scan found"));
-    for (const auto* path : {"/System/Library/X", "/Library/Apple", "/Library", "/"}) {
+    for (const auto& path : {std::string("/System/Library/X"), std::string("/Library/Apple"),
+                             std::string("/Library"), std::string("/"), tree.at("real/..")}) {
         EXPECT_TRUE(scanner().trashPath(path)) << path;
     }
     EXPECT_TRUE(trash->taken.empty());

@@ -79,6 +79,7 @@ public:
     std::int64_t step = 1;
     bool keepsChangeTimes = true;
     bool listsAttributes = false;
+    bool fails = false;
     std::atomic<int> opened = 0;
     std::uint64_t latest = 0;
 
@@ -96,6 +97,7 @@ private:
         FakeFile(const FakeDisk& owner, std::shared_ptr<Inode> opened)
             : disk(owner), inode(std::move(opened)) {}
         std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
+            if (disk.fails) return std::nullopt;
             return inode->content.copy(reinterpret_cast<char*>(buffer.data()), buffer.size());
         }
         std::optional<FileAttributes> attributes() override { return disk.attributesOf(*inode); }
@@ -275,6 +277,17 @@ TEST_F(FileMemoryTest, OpensOnlyWhatHasChanged) {
     disk.listsAttributes = true;
     EXPECT_EQ(opened(), 1);
     EXPECT_EQ(file->replaced, 2);
+    // A size that nobody vouches for says nothing; what cannot be read may be anything.
+    disk.keepsChangeTimes = false;
+    EXPECT_EQ(opened(), 102);
+    disk.keepsChangeTimes = true;
+    file->bytes.clear();
+    disk.fails = true;
+    EXPECT_EQ(opened(), 101);
+    disk.fails = false;
+    EXPECT_EQ(opened(), 101);
+    disk.now -= 2000 * second;
+    EXPECT_EQ(opened(), 101);
 }
 
 TEST_F(FileMemoryTest, LivesInAFileThatMayBeDamagedAtWill) {
@@ -313,6 +326,10 @@ TEST_F(FileMemoryTest, ServesTwoScansAtATimeAndFoldersInTurn) {
         walked(&used, {}, "/other");
     }
     EXPECT_EQ(opened(), 107);
+    const auto size = file->bytes.size();
+    for (int i = 0; i < 100; ++i) disk.files.erase("f" + std::to_string(i));
+    for (int i = 0; i < 6; ++i) opened();
+    EXPECT_LT(file->bytes.size(), size / 2);
 }
 
 // Each with the file opened for itself, as two programs do.

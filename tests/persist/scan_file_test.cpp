@@ -75,8 +75,9 @@ TEST(ScanFile, HostileStringsSurvive) {
     std::string everyByte;
     for (char byte = 1; byte < 127; ++byte) everyByte += byte;
     auto file = test::savedScan();
-    for (const auto& text : {everyByte + "\x7f", std::string(), std::string(100000, '\n'),
-                             std::string("é€😀\xf4\x8f\xbf\xbf\xe2\x80\xa8\\u0000\"\\\"")}) {
+    for (const auto& text :
+         {everyByte + "\x7f", std::string(), std::string("back\\"), std::string(100000, '\n'),
+          std::string("é€😀\xf4\x8f\xbf\xbf\xe2\x80\xa8\\u0000\"\\\"")}) {
         file.hits.push_back(hit(text));
         file.roots.push_back(text);
         file.signatures->emplace(text, SignInfo{true, text + '\0'});
@@ -91,7 +92,7 @@ TEST(ScanFileReader, TakesAnyOrderUnknownKeysAndPlainSlashes) {
     const auto file = decodeScanFile(
         R"( {"extra":[{"hits":1}], "signatures" : {"/a":{"vendor":"V","new":0,"isApple":true}},
             "hits": [{"ctime":2,"mtime":1.5,"size":9e0,"x":{},"archs":["ppc","i386"],"path":"/a"}],
-            "roots":["\u002Fr"], "date":-1e2, "version":4} )");
+            "roots":["\u002Fr"], "date":-1e2, "version":4, "date":5} )");
     ASSERT_TRUE(file);
     EXPECT_EQ(file->version, 4);
     EXPECT_EQ(file->date, -100);
@@ -145,6 +146,7 @@ TEST(ScanFileReader, RefusesMalformedText) {
           with(R"("x":)" + std::string(1000000, '[') + std::string(1000000, ']'))}) {
         EXPECT_FALSE(decodeScanFile(bad)) << bad.substr(0, 200);
     }
+    EXPECT_FALSE(decodeScanFile(R"({"version":3,"date":0,"roots":[]})"));
     const std::string item = R"({"path":"/[\\\"}","archs":[],"size":0,"mtime":0})";
     EXPECT_TRUE(decodeHits("[" + item + " , " + item + "]"));
     EXPECT_TRUE(decodeHits(" [ ] "));

@@ -26,6 +26,7 @@ TEST(SignatureInspector, NamesTheVendorByTheCertificateThenTheTeam) {
         EXPECT_EQ(info.vendor, vendor);
         EXPECT_FALSE(info.isApple);
     }
+    EXPECT_EQ(signInfoFrom("/Applications/A.app", {true, true, {}}), (SignInfo{false, "unsigned"}));
     for (const bool isCode : {true, false}) {
         EXPECT_EQ(signInfoFrom("/usr/bin/a", {.isCode = isCode, .information = {}}),
                   (SignInfo{false, "unsigned"}));
