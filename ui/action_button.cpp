@@ -8,12 +8,14 @@
 
 #include "ui/colors.h"
 #include "ui/symbols.h"
+#include "ui/text.h"
 
 namespace vestigo {
 namespace {
 
 constexpr int symbolSize = 16;
 constexpr int labelSpacing = 5;
+constexpr int labelMargin = 4;  ///< Before and behind the label; what gives way first.
 
 }  // namespace
 
@@ -24,14 +26,14 @@ ActionButton::ActionButton(std::optional<Symbol> symbol, ButtonRole role, QWidge
 }
 
 void ActionButton::setPlainText(const QString& text) {
-    if (text == plainText_) return;
-    plainText_ = text;
-    plainText_.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    const auto line = oneLine(text);
+    if (line == plainText_) return;
+    plainText_ = line;
     setText(QString(plainText_).replace(QLatin1Char('&'), QStringLiteral("&&")));
 }
 
 QSize ActionButton::sizeHint() const {
-    return sizeFor(plainText_);
+    return sizeFor(plainText_).grownBy({labelMargin, 0, labelMargin, 0});
 }
 
 QSize ActionButton::minimumSizeHint() const {

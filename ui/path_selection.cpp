@@ -48,14 +48,14 @@ void PathSelection::focusOutEvent(QFocusEvent* event) {
 
 int characterAt(const QString& text, const QFont& font, double width, double x) {
     const QFontMetricsF metrics(font);
-    const auto elided = metrics.elidedText(text, Qt::ElideMiddle, width);
+    const auto elided = metrics.elidedText(oneLine(text), Qt::ElideMiddle, width);
     qsizetype place = 0;
     while (place < elided.size() &&
            metrics.horizontalAdvance(elided, static_cast<int>(place) + 1) <= x) {
         ++place;
     }
     // Behind the ellipsis, counted from the end.
-    const auto gap = elided == text ? text.size() : elided.indexOf(QChar(0x2026));
+    const auto gap = elided == oneLine(text) ? text.size() : elided.indexOf(QChar(0x2026));
     return static_cast<int>(place <= gap ? place : text.size() - (elided.size() - place));
 }
 

@@ -34,11 +34,18 @@ QString abbreviatedDate(const QLocale& locale, QDate date) {
     return locale.toString(date, format.trimmed());
 }
 
+/// The user's short time; some locales have seconds in it.
+QString shortTime(const QLocale& locale, QTime time) {
+    static const QRegularExpression seconds(QStringLiteral("[:.\\s]*ss?"));
+    auto format = locale.timeFormat(QLocale::ShortFormat);
+    return locale.toString(time, format.remove(seconds));
+}
+
 QString dateAndTime(double secondsSince2001) {
     const QLocale locale;
     const auto moment = localTime(secondsSince2001);
     return QStringLiteral("%1, %2").arg(abbreviatedDate(locale, moment.date()),
-                                        locale.toString(moment.time(), QLocale::ShortFormat));
+                                        shortTime(locale, moment.time()));
 }
 
 }  // namespace

@@ -12,6 +12,17 @@ namespace vestigo {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
+/// For a line that is measured before it is drawn: tabs, ends of lines and other control
+/// characters, which a name may hold, become spaces, as wide as they are drawn.
+[[nodiscard]] inline QString oneLine(QString text) {
+    for (auto& character : text) {
+        const bool separator =
+            character == QChar::LineSeparator || character == QChar::ParagraphSeparator;
+        if (separator || character.category() == QChar::Other_Control) character = QChar::Space;
+    }
+    return text;
+}
+
 /// A tooltip that shows exactly this text, broken into lines. Qt takes a tooltip for rich text when
 /// it looks like it, and the name of a file may.
 [[nodiscard]] inline QString plainToolTip(const QString& text) {

@@ -3,6 +3,7 @@
 #include <QPainter>
 
 #include "ui/colors.h"
+#include "ui/text.h"
 
 namespace vestigo {
 
@@ -23,7 +24,7 @@ void TintedLabel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setPen(colorOf(tint_, palette()));
     painter.drawText(rect(), Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
-                     fontMetrics().elidedText(text(), elision_, width()));
+                     fontMetrics().elidedText(oneLine(text()), elision_, width()));
 }
 
 }  // namespace vestigo
