@@ -27,27 +27,6 @@ QVariant unwrapped(QVariant value) {
 
 }  // namespace
 
-QPalette darkPalette() {
-    const QColor window(0x2b, 0x2b, 0x2e);
-    const QColor base(0x1f, 0x1f, 0x21);
-    const QColor text(0xec, 0xec, 0xee);
-    const QColor faint(0x7d, 0x7d, 0x82);
-    QPalette palette(QColor(0x3a, 0x3a, 0x3e), window);
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText,
-                            QPalette::ToolTipText, QPalette::BrightText}) {
-        palette.setColor(role, text);
-        palette.setColor(QPalette::Disabled, role, faint);
-    }
-    palette.setColor(QPalette::Base, base);
-    palette.setColor(QPalette::AlternateBase, QColor(0x25, 0x25, 0x28));
-    palette.setColor(QPalette::ToolTipBase, QColor(0x3a, 0x3a, 0x3e));
-    palette.setColor(QPalette::PlaceholderText, faint);
-    palette.setColor(QPalette::Highlight, QColor(0x0a, 0x60, 0xc8));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::Link, QColor(0x4d, 0xa3, 0xff));
-    return palette;
-}
-
 DesktopAppearance::DesktopAppearance() {
     auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return;

@@ -3,12 +3,8 @@
 
 #include <QDBusVariant>
 #include <QObject>
-#include <QPalette>
 
 namespace vestigo {
-
-/// Light text on dark ground, for desktops whose style brings none of its own.
-[[nodiscard]] QPalette darkPalette();
 
 /// Has the application follow the desktop's preference for dark windows, now and while it runs, as
 /// the desktop portal tells it. Where the style follows by itself, or no portal answers, nothing is

@@ -113,12 +113,16 @@ private:
         const auto& mouse = static_cast<const QMouseEvent&>(event);
         return mouse.button() == Qt::LeftButton && option.rect.contains(mouse.position().toPoint());
     }
+    static QColor borderColor(const QStyleOptionViewItem& option) {
+        const bool reached = option.state & (QStyle::State_HasFocus | QStyle::State_MouseOver);
+        return colorOf(reached ? Tint::primary : Tint::secondary, option.palette);
+    }
     /// Takes its place from the room.
     void drawCheckbox(QPainter& painter, const QStyleOptionViewItem& option, QRect& room,
                       bool on) const {
         const auto& style = *list_.style();
         QStyleOptionButton box;
-        box.palette = option.palette;
+        box.palette = checkBoxPalette(QApplication::palette(), borderColor(option));
         box.state = QStyle::State_Enabled | (on ? QStyle::State_On : QStyle::State_Off);
         const QSize size(style.pixelMetric(QStyle::PM_IndicatorWidth, &option, &list_),
                          style.pixelMetric(QStyle::PM_IndicatorHeight, &option, &list_));
@@ -138,7 +142,7 @@ private:
         const auto font = contentFont(pathSize);
         const QFontMetrics metrics(font);
         const auto path =
-            metrics.elidedText(shown(line.path), Qt::ElideMiddle, room.width() - tagRoom);
+            metrics.elidedText(oneLine(shown(line.path)), Qt::ElideMiddle, room.width() - tagRoom);
         constexpr int alignment = Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine;
         painter.setFont(font);
         painter.setPen(option.palette.color(QPalette::Text));
@@ -178,6 +182,7 @@ PathList::PathList(const QSize& size, QWidget* parent)
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setTabKeyNavigation(false);
+    viewport()->setAttribute(Qt::WA_Hover);
     setPalette(tintedGround(QApplication::palette(), groundShare));
 }
 

@@ -1,5 +1,6 @@
 #include "ui/toolbar.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QPointer>
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <utility>
 
 #include "engine/records.h"
+#include "ui/colors.h"
 #include "ui/symbols.h"
 #include "ui/text.h"
 #include "ui/tinted_label.h"
@@ -87,6 +89,7 @@ Toolbar::Toolbar(ContentView& content, Desktop& desktop, QWidget* parent)
     addSizeChoice();
     addActions();
     row_.addStretch();
+    levelControls();
 }
 
 void Toolbar::append(QWidget& control, const char* name) {
@@ -109,7 +112,8 @@ void Toolbar::addRootControls() {
     for (const auto scope : {Scope::smart, Scope::deep}) {
         scope_.add(static_cast<int>(scope), shown(label(scope)));
     }
-    scope_.setToolTip(
+    setPlainToolTip(
+        scope_,
         QStringLiteral("Smart = high-signal folders (Applications, Libraries, /usr/local, /opt, "
                        "command dirs). Whole disk is slower and mostly caches."));
     connect(&scope_, &ChoiceBox::chosen, this,
@@ -130,7 +134,9 @@ void Toolbar::addRootControls() {
 
 void Toolbar::addFilters() {
     append(intelOnly_, "intelOnly");
-    intelOnly_.setToolTip(
+    drawBoxClearly();
+    setPlainToolTip(
+        intelOnly_,
         QStringLiteral("Show only legacy binaries with no arm64 slice: Intel (x86_64/i386) and "
                        "PowerPC (ppc/ppc64)."));
     connect(&intelOnly_, &QCheckBox::clicked, this,
@@ -150,9 +156,9 @@ void Toolbar::addFilters() {
     fixes_.add(noFilter, QStringLiteral("All fixes"));
     fixes_.insertSeparator(1);
     for (const auto fix : fixesInOrder) fixes_.add(static_cast<int>(fix), {});
-    fixes_.setToolTip(
-        QStringLiteral("Filter by fix type, e.g. show only brew or MacPorts items. Curl or "
-                       "hand-installed tools show as Manual."));
+    setPlainToolTip(
+        fixes_, QStringLiteral("Filter by fix type, e.g. show only brew or MacPorts items. Curl or "
+                               "hand-installed tools show as Manual."));
     connect(&fixes_, &ChoiceBox::chosen, this,
             [this](int value) { content_.setFixFilter(filterOf<Fix>(value)); });
 }
@@ -168,19 +174,41 @@ void Toolbar::addSizeChoice() {
     sizes_.add(0, QStringLiteral("Small"));
     sizes_.add(4, QStringLiteral("Medium"));
     sizes_.add(8, QStringLiteral("Large"));
-    sizes_.setToolTip(QStringLiteral("List text size"));
+    setPlainToolTip(sizes_, QStringLiteral("List text size"));
     connect(&sizes_, &ChoiceBox::chosen, this, [this](int value) { content_.setFontDelta(value); });
 }
 
 void Toolbar::addActions() {
     append(moveToTrash_, "moveToTrash");
-    moveToTrash_.setToolTip(QStringLiteral(
-        "Move the selected deletable items to the Trash (confirmation + Touch ID)."));
+    setPlainToolTip(
+        moveToTrash_,
+        QStringLiteral(
+            "Move the selected deletable items to the Trash (confirmation + Touch ID)."));
     connect(&moveToTrash_, &QPushButton::clicked, this,
             [this] { content_.requestDeleteOfSelection(); });
     append(exportCsv_, "exportCsv");
     exportCsv_.setPlainText(QStringLiteral("Export CSV"));
     connect(&exportCsv_, &QPushButton::clicked, this, [this] { content_.exportCSV(); });
+}
+
+/// Buttons and pop-up choices are as high as each other, and the two that take each other's place
+/// as wide, so that nothing moves when they do.
+void Toolbar::levelControls() {
+    const auto buttons = findChildren<QPushButton*>();
+    const auto choices = findChildren<ChoiceBox*>();
+    int height = 0;
+    for (const auto* const button : buttons) height = std::max(height, button->sizeHint().height());
+    for (const auto* const choice : choices) height = std::max(height, choice->sizeHint().height());
+    for (auto* const button : buttons) button->setMinimumHeight(height);
+    for (auto* const choice : choices) choice->setMinimumHeight(height);
+    const int width = std::max(scan_.sizeHint().width(), stop_.sizeHint().width());
+    for (auto* const button : {&scan_, &stop_}) button->setFixedWidth(width);
+}
+
+/// The border that the style gives it can hardly be seen.
+void Toolbar::drawBoxClearly() {
+    const auto palette = QApplication::palette();
+    intelOnly_.setPalette(checkBoxPalette(palette, colorOf(Tint::secondary, palette)));
 }
 
 void Toolbar::chooseFolder() {
@@ -284,6 +312,7 @@ void Toolbar::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange) {
         clearFolder_.setIcon(symbolIcon(Symbol::crossCircleFill));
+        drawBoxClearly();
     }
 }
 

@@ -34,6 +34,8 @@ private:
     void addFilters();
     void addSizeChoice();
     void addActions();
+    void levelControls();
+    void drawBoxClearly();
     void append(QWidget& control, const char* name);
 
     void chooseFolder();

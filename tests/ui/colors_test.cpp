@@ -1,0 +1,78 @@
+#include "ui/colors.h"
+
+#include <QApplication>
+#include <QImage>
+#include <algorithm>
+
+#include "tests/support/on_screen.h"
+#include "ui/path_list.h"
+#include "ui/sheet_text.h"
+
+namespace vestigo::test {
+namespace {
+
+constexpr double legible = 4.5;
+constexpr double seen = 3;
+
+constexpr Tint freeTints[] = {Tint::primary, Tint::secondary, Tint::tertiary, Tint::red,
+                              Tint::purple,  Tint::green,     Tint::blue,     Tint::orange};
+constexpr Tint givenTints[] = {Tint::fixApple, Tint::fixPackageManager, Tint::fixManual,
+                               Tint::fixKeep};
+/// What is written on a sheet, and on its lists.
+constexpr Tint sheetTints[] = {Tint::primary, Tint::secondary, Tint::red, Tint::green,
+                               Tint::orange};
+constexpr Tint listTints[] = {Tint::primary, Tint::secondary, Tint::red, Tint::orange};
+constexpr double listShare = 0.04;
+constexpr double commandShare = 0.06;
+
+/// In one appearance after the other.
+class ColorsTest : public testing::TestWithParam<bool> {
+protected:
+    ColorsTest() { QApplication::setPalette(GetParam() ? darkPalette() : QPalette()); }
+    ~ColorsTest() override { QApplication::setPalette(QPalette()); }
+    QPalette palette = QApplication::palette();
+};
+
+TEST_P(ColorsTest, EveryTextCanBeReadOnItsGround) {
+    EXPECT_DOUBLE_EQ(contrast(Qt::black, Qt::white), 21);
+    const auto plain = palette.color(QPalette::Base);
+    const QColor rows[] = {plain, selectedGround(palette, true), selectedGround(palette, false)};
+    const auto expectLegible = [this](Tint tint, const QColor& ground) {
+        EXPECT_GE(contrast(colorOf(tint, palette), ground), legible) << static_cast<int>(tint);
+    };
+    const auto onSheet = [this](double share) {
+        return tintedGround(palette, share).color(QPalette::Base);
+    };
+    for (const auto tint : freeTints) {
+        for (const auto& ground : rows) expectLegible(tint, ground);
+    }
+    for (const auto tint : sheetTints) expectLegible(tint, palette.color(QPalette::Window));
+    for (const auto tint : listTints) expectLegible(tint, onSheet(listShare));
+    expectLegible(Tint::primary, onSheet(commandShare));
+    // Two given colours do not reach that on white; a selected row may take little from them.
+    for (const auto tint : givenTints) {
+        const auto text = colorOf(tint, palette);
+        const double most = std::min(legible, contrast(text, plain) * 0.9);
+        EXPECT_GE(contrast(text, rows[1]), most) << static_cast<int>(tint);
+    }
+    for (const auto& ground : rows) EXPECT_GE(contrast(markColor(palette), ground), seen);
+    EXPECT_GE(contrast(rows[0], rows[1]), 1.05);
+}
+
+TEST_P(ColorsTest, ACheckBoxCanBeSeen) {
+    PathList list({300, 60});
+    list.setLines({{.path = "/a", .tags = {}, .on = false}});
+    list.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&list));
+    const auto picture = list.viewport()->grab().toImage();
+    const int y = list.visualRect(list.model()->index(0, 0)).center().y();
+    const auto ground = list.palette().color(QPalette::Base);
+    double most = 0;
+    for (int x = 0; x < 14; ++x) most = std::max(most, contrast(picture.pixelColor(x, y), ground));
+    EXPECT_GE(most, seen);
+}
+
+INSTANTIATE_TEST_SUITE_P(Appearances, ColorsTest, testing::Bool());
+
+}  // namespace
+}  // namespace vestigo::test
