@@ -7,6 +7,7 @@
 #include <QScreen>
 #include <QShowEvent>
 #include <QToolButton>
+#include <algorithm>
 #include <utility>
 
 #include "ui/action_button.h"
@@ -16,7 +17,7 @@ namespace vestigo {
 namespace {
 
 constexpr QSize leastContent(880, 540);
-constexpr QSize firstSize(1360, 800);
+constexpr int firstHeight = 800;
 
 QWidget* divider(QWidget* parent) {
     auto* const line = new QWidget(parent);
@@ -71,7 +72,8 @@ void MainWindow::stack() {
 }
 
 void MainWindow::sizeToScreen() {
-    resize(firstSize.boundedTo(screen()->availableSize()));
+    const QSize wanted(std::max(results_.roomyWidth(), leastContent.width()), firstHeight);
+    resize(wanted.boundedTo(screen()->availableSize()));
 }
 
 void MainWindow::refresh(const Changes& changes) {

@@ -16,10 +16,10 @@
 namespace vestigo {
 namespace {
 
-constexpr double sidePadding = 4;
 constexpr int rowPadding = 4;
 constexpr double buttonMargin = 3;
 constexpr double cornerRadius = 4;
+constexpr int edgeWidth = 3;
 
 const ResultsModel& modelOf(const QModelIndex& index) {
     return *static_cast<const ResultsModel*>(index.model());
@@ -29,12 +29,13 @@ double symbolSide(const QFont& font) {
     return font.pixelSize() + 2;
 }
 
-/// A soft ground, so that every tint stays readable on it.
-QColor selectedGround(const QStyleOptionViewItem& option) {
-    const bool active = option.state.testFlag(QStyle::State_Active);
-    auto color = option.palette.color(QPalette::Highlight);
-    color.setAlphaF(active ? 0.24F : 0.13F);
-    return color;
+const QAbstractItemView& viewOf(const QStyleOptionViewItem& option) {
+    return *static_cast<const QAbstractItemView*>(option.widget);
+}
+
+/// The text as a cell of this column shows it.
+QString elided(const QString& text, const QFont& font, int column, double width) {
+    return QFontMetricsF(font).elidedText(text, ResultsDelegate::elision(column), width);
 }
 
 /// Every digit as wide as the widest, also where the typeface has them of their own width.
@@ -68,8 +69,14 @@ Qt::TextElideMode ResultsDelegate::elision(int column) {
     return static_cast<Column>(column) == Column::path ? Qt::ElideMiddle : Qt::ElideRight;
 }
 
+QRect ResultsDelegate::area(const QRect& whole, int column, const QAbstractItemView& view) {
+    if (static_cast<Column>(column) != Column::path) return whole;
+    return {whole.topLeft(),
+            QPoint(std::min(whole.right(), view.viewport()->width() - 1), whole.bottom())};
+}
+
 CellLayout ResultsDelegate::layout(const CellContent& cell, const QRect& area, const QFont& font) {
-    const auto inner = QRectF(area).adjusted(sidePadding, 0, -sidePadding, 0);
+    const auto inner = QRectF(area).adjusted(cellPadding, 0, -cellPadding, 0);
     CellLayout parts;
     parts.text = inner;
     if (!cell.symbol) return parts;
@@ -77,7 +84,7 @@ CellLayout ResultsDelegate::layout(const CellContent& cell, const QRect& area, c
     parts.symbol = QRectF(0, 0, side, side);
     parts.symbol.moveCenter(inner.center());
     if (!cell.text.empty()) {
-        const auto width = QFontMetricsF(font).horizontalAdvance(shown(cell.text));
+        const auto width = QFontMetricsF(font).horizontalAdvance(oneLine(shown(cell.text)));
         const auto room = inner.width() - side - cell.spacing;
         if (cell.symbolFirst) {
             parts.symbol.moveLeft(inner.left());
@@ -99,16 +106,15 @@ CellLayout ResultsDelegate::layout(const CellContent& cell, const QRect& area, c
 void ResultsDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                             const QModelIndex& index) const {
     const auto cell = modelOf(index).cell(index);
-    const auto parts = layout(cell, option.rect, option.font);
+    const auto parts = layout(cell, area(option.rect, index.column(), viewOf(option)), option.font);
     paintGround(*painter, option, index);
     if (!parts.button.isEmpty()) paintButtonGround(*painter, option, index, parts.button);
     if (cell.symbol) {
         drawSymbol(*painter, parts.symbol, cell.symbol->symbol,
                    colorOf(cell.symbol->tint, option.palette));
     }
-    const QFontMetricsF metrics(option.font);
     const auto text =
-        metrics.elidedText(shown(cell.text), elision(index.column()), parts.text.width());
+        elided(oneLine(shown(cell.text)), option.font, index.column(), parts.text.width());
     painter->setFont(option.font);
     painter->setPen(colorOf(cell.tint, option.palette));
     if (cell.fixedDigits) return drawWithFixedDigits(*painter, parts.text, text);
@@ -118,12 +124,19 @@ void ResultsDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
 void ResultsDelegate::paintGround(QPainter& painter, const QStyleOptionViewItem& option,
                                   const QModelIndex& index) const {
     if (content_.selection().contains(modelOf(index).group(index.row()).root)) {
-        painter.fillRect(option.rect, selectedGround(option));
+        const bool active = option.state.testFlag(QStyle::State_Active);
+        painter.fillRect(option.rect, selectedGround(option.palette, active));
+        // The edge is the view's and not the first column's: it stays when the others scroll.
+        if (option.rect.left() <= 0 && option.rect.right() > 0) {
+            painter.fillRect(
+                0, option.rect.top(), edgeWidth, option.rect.height(),
+                active ? markColor(option.palette) : colorOf(Tint::tertiary, option.palette));
+        }
     }
     if (!option.state.testFlag(QStyle::State_HasFocus)) return;
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(option.palette.color(QPalette::Highlight), 1.5));
+    painter.setPen(QPen(markColor(option.palette), 1.5));
     painter.drawRoundedRect(QRectF(option.rect).adjusted(1.5, 1.5, -1.5, -1.5), cornerRadius,
                             cornerRadius);
     painter.restore();
@@ -148,9 +161,9 @@ void ResultsDelegate::paintButtonGround(QPainter& painter, const QStyleOptionVie
 QSize ResultsDelegate::sizeHint(const QStyleOptionViewItem& option,
                                 const QModelIndex& index) const {
     const auto cell = modelOf(index).cell(index);
-    const auto text = QFontMetricsF(option.font).horizontalAdvance(shown(cell.text));
+    const auto text = QFontMetricsF(option.font).horizontalAdvance(oneLine(shown(cell.text)));
     const auto symbol = cell.symbol ? symbolSide(option.font) + cell.spacing : 0;
-    return {static_cast<int>(std::ceil(text + symbol + 2 * sidePadding)), rowHeight(option.font)};
+    return {static_cast<int>(std::ceil(text + symbol + 2 * cellPadding)), rowHeight(option.font)};
 }
 
 bool ResultsDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
@@ -159,12 +172,17 @@ bool ResultsDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
         return QStyledItemDelegate::helpEvent(event, view, option, index);
     }
     const auto cell = modelOf(index).cell(index);
-    const auto parts = layout(cell, option.rect, option.font);
+    const auto parts = layout(cell, area(option.rect, index.column(), *view), option.font);
     const auto symbolArea = parts.button.united(parts.symbol);
     const bool onSymbol = cell.symbol && symbolArea.contains(event->pos());
-    const auto help = shown(onSymbol ? cell.symbol->help : std::string_view(cell.help));
-    const auto area = onSymbol ? symbolArea.toAlignedRect() : option.rect;
-    QToolTip::showText(event->globalPos(), plainToolTip(help), view->viewport(), area);
+    auto help = shown(onSymbol ? cell.symbol->help : std::string_view(cell.help));
+    if (help.isEmpty()) {
+        const auto text = oneLine(shown(cell.text));
+        const bool whole = elided(text, option.font, index.column(), parts.text.width()) == text;
+        if (!whole) help = shown(cell.text);
+    }
+    const auto reach = onSymbol ? symbolArea.toAlignedRect() : option.rect;
+    QToolTip::showText(event->globalPos(), plainToolTip(help), view->viewport(), reach);
     return true;
 }
 

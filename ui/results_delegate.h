@@ -9,6 +9,9 @@
 
 namespace vestigo {
 
+/// Between the edge of a cell, or of its header, and what is in it. In points.
+inline constexpr int cellPadding = 4;
+
 /// The cells whose button the mouse is over, or holds down. Invalid: none.
 struct ButtonStates {
     QPersistentModelIndex hovered;
@@ -32,6 +35,9 @@ public:
 
     [[nodiscard]] static CellLayout layout(const CellContent& cell, const QRect& area,
                                            const QFont& font);
+    /// What of a cell (`whole`, in the view's coordinates) its content is laid out in: the path's
+    /// ends where the view does, so that it is shortened to what can be seen of it.
+    [[nodiscard]] static QRect area(const QRect& whole, int column, const QAbstractItemView& view);
     /// A path is shortened in the middle, everything else at its end.
     [[nodiscard]] static Qt::TextElideMode elision(int column);
     /// Of a row whose text is in this font.

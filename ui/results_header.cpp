@@ -7,6 +7,8 @@
 #include <algorithm>
 
 #include "ui/cell_content.h"
+#include "ui/colors.h"
+#include "ui/results_delegate.h"
 
 namespace vestigo {
 namespace {
@@ -60,14 +62,31 @@ void ResultsHeader::initStyleOptionForIndex(QStyleOptionHeader* option, int colu
 
 void ResultsHeader::paintSection(QPainter* painter, const QRect& area, int column) const {
     painter->save();
-    QHeaderView::paintSection(painter, area, column);
+    drawSection(*painter, area, column);
     painter->restore();
     if (!hasFocus() || column != currentColumn_) return;
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(QPen(palette().color(QPalette::Highlight), 1.5));
+    painter->setPen(QPen(markColor(palette()), 1.5));
     painter->drawRoundedRect(QRectF(area).adjusted(1.5, 1.5, -1.5, -1.5), 4, 4);
     painter->restore();
+}
+
+/// As the style has it, but for the title, which stands above what is in the cells.
+void ResultsHeader::drawSection(QPainter& painter, const QRect& area, int column) const {
+    QStyleOptionHeaderV2 option;
+    initStyleOption(&option);
+    initStyleOptionForIndex(&option, column);
+    option.rect = area;
+    painter.setClipRect(area);
+    style()->drawControl(QStyle::CE_HeaderSection, &option, &painter, this);
+    auto part = option;
+    part.rect = style()->subElementRect(QStyle::SE_HeaderLabel, &option, this);
+    part.rect.setLeft(area.left() + cellPadding);
+    style()->drawControl(QStyle::CE_HeaderLabel, &part, &painter, this);
+    if (option.sortIndicator == QStyleOptionHeader::None) return;
+    part.rect = style()->subElementRect(QStyle::SE_HeaderArrow, &option, this);
+    style()->drawPrimitive(QStyle::PE_IndicatorHeaderArrow, &part, &painter, this);
 }
 
 void ResultsHeader::keyPressEvent(QKeyEvent* event) {

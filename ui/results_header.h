@@ -29,6 +29,7 @@ protected:
 
 private:
     void tellFocus();
+    void drawSection(QPainter& painter, const QRect& area, int column) const;
 
     ContentView& content_;
     int currentColumn_ = 1;

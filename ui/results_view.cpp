@@ -5,15 +5,18 @@
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QScrollBar>
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "ui/accessible_table.h"
+#include "ui/colors.h"
 #include "ui/fonts.h"
 #include "ui/row_menu.h"
 #include "ui/row_selection.h"
+#include "ui/symbols.h"
 #include "ui/text.h"
 
 namespace vestigo {
@@ -22,8 +25,28 @@ namespace {
 constexpr int itemColumn = static_cast<int>(Column::item);
 constexpr int pathColumn = static_cast<int>(Column::path);
 constexpr int leastItemWidth = static_cast<int>(itemColumnMinimum);
-constexpr int leastPathWidth = 200;
+constexpr double leastPathWidth = 200;  ///< At 13-point text.
+constexpr double roomyPathWidth = 340;  ///< Enough for most paths, at 13-point text.
 constexpr int pixelsPerStep = 24;
+constexpr int emptySymbolSize = 72;
+
+/// Why a table has no rows: as a symbol, and in words for who does not see it.
+struct Emptiness {
+    Symbol symbol;
+    QString words;
+};
+
+/// Nothing while there are rows, or a scan may still bring some.
+std::optional<Emptiness> emptinessOf(const ContentView& content, int rows) {
+    if (rows > 0 || content.scanner().scanning()) return std::nullopt;
+    if (content.groupCount() > 0) {
+        return Emptiness{Symbol::funnel, ResultsView::tr("Nothing passes the filters")};
+    }
+    if (content.scanner().lastScanDate()) {
+        return Emptiness{Symbol::checkCircleFill, ResultsView::tr("Nothing found")};
+    }
+    return Emptiness{Symbol::magnifier, ResultsView::tr("Not scanned yet")};
+}
 
 }  // namespace
 
@@ -69,21 +92,38 @@ void ResultsView::layOutColumns() {
     connect(header_, &QHeaderView::sectionResized, this, [this](int column, int, int width) {
         if (column != itemColumn || fitting_) return;
         itemWidth_ = std::clamp(width, leastItemWidth, static_cast<int>(itemColumnMaximum));
+        itemWidthChosen_ = true;
         fitLastColumns();
     });
 }
 
-/// The path takes what the others leave. Where that is little, the item gives way first.
+/// The path takes what the others leave. Where that is little, an item whose width the user has not
+/// chosen gives way, as long as that spares the table from scrolling sideways.
 void ResultsView::fitLastColumns() {
     if (std::exchange(fitting_, true)) return;
-    const int others =
-        header_->length() - header_->sectionSize(itemColumn) - header_->sectionSize(pathColumn);
-    const int room = viewport()->width() - others;
-    const int item = std::clamp(room - leastPathWidth, leastItemWidth, itemWidth_);
+    const int room = viewport()->width() - fixedWidth();
+    const int leastPath = scaled(leastPathWidth);
+    const bool gives = !itemWidthChosen_ && room >= leastItemWidth + leastPath;
+    const int item = gives ? std::min(room - leastPath, itemWidth_) : itemWidth_;
     header_->resizeSection(itemColumn, item);
-    header_->resizeSection(pathColumn, std::max(leastPathWidth, room - item));
+    header_->resizeSection(pathColumn, std::max(leastPath, room - item));
     fitting_ = false;
     placePathSelection();
+}
+
+int ResultsView::scaled(double base) const {
+    return static_cast<int>(std::lround(content_.columnWidth(base)));
+}
+
+int ResultsView::fixedWidth() const {
+    int width = 0;
+    for (int column = 0; column < itemColumn; ++column) width += header_->sectionSize(column);
+    return width;
+}
+
+int ResultsView::roomyWidth() const {
+    return fixedWidth() + itemWidth_ + scaled(roomyPathWidth) +
+           style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
 }
 
 void ResultsView::takeFontSize() {
@@ -96,8 +136,7 @@ void ResultsView::takeFontSize() {
     verticalScrollBar()->setSingleStep(height);
     horizontalScrollBar()->setSingleStep(pixelsPerStep);
     for (int column = 0; column < itemColumn; ++column) {
-        const auto base = columnTraits(static_cast<Column>(column)).baseWidth;
-        header_->resizeSection(column, static_cast<int>(std::lround(content_.columnWidth(base))));
+        header_->resizeSection(column, scaled(columnTraits(static_cast<Column>(column)).baseWidth));
     }
     fitLastColumns();
 }
@@ -110,6 +149,9 @@ void ResultsView::refresh(const Changes& changes) {
         takeRows(found);
     }
     if (place_) returnToPlace();
+    const auto emptiness = emptinessOf(content_, rows_.rowCount());
+    // A change of it is told to assistive technology.
+    setAccessibleDescription(emptiness ? emptiness->words : QString());
     if (changes.has(ContentField::sortOrder)) header_->viewport()->update();
     if (changes.has(ContentField::selection)) {
         QAccessibleEvent event(this, QAccessible::SelectionWithin);
@@ -212,7 +254,8 @@ bool ResultsView::isSelected(int row) const {
 }
 
 CellLayout ResultsView::layoutOf(const QModelIndex& index) const {
-    return ResultsDelegate::layout(rows_.cell(index), visualRect(index), font());
+    const auto area = ResultsDelegate::area(visualRect(index), index.column(), *this);
+    return ResultsDelegate::layout(rows_.cell(index), area, font());
 }
 
 QModelIndex ResultsView::buttonAt(const QPoint& position) const {
@@ -437,6 +480,23 @@ void ResultsView::placePathSelection() {
 void ResultsView::resizeEvent(QResizeEvent* event) {
     QTableView::resizeEvent(event);
     fitLastColumns();
+}
+
+void ResultsView::paintEvent(QPaintEvent* event) {
+    QTableView::paintEvent(event);
+    const auto emptiness = emptinessOf(content_, rows_.rowCount());
+    if (!emptiness) return;
+    QRect area(0, 0, emptySymbolSize, emptySymbolSize);
+    area.moveCenter(viewport()->rect().center());
+    QPainter painter(viewport());
+    drawSymbol(painter, area, emptiness->symbol, colorOf(Tint::tertiary, palette()));
+}
+
+/// What was drawn is moved and not drawn again, but paths are shortened to where the view ends and
+/// the edge of selected rows stays at its beginning.
+void ResultsView::scrollContentsBy(int dx, int dy) {
+    QTableView::scrollContentsBy(dx, dy);
+    if (dx != 0) viewport()->update();
 }
 
 void ResultsView::updateGeometries() {

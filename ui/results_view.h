@@ -18,7 +18,9 @@ namespace vestigo {
 
 /// Redraws keep the selection, the current cell, what is in view, a button that is held down and a
 /// part of a path that is being selected. A rescan, which begins with no rows, brings the current
-/// cell and what is in view back with their rows, or else with the nearest ones.
+/// cell and what is in view back with their rows, or else with the nearest ones. A table without
+/// rows shows by a symbol, and tells assistive technology, whether nothing was scanned, nothing
+/// found, or nothing passes the filters.
 class ResultsView : public QTableView {
     Q_OBJECT
 public:
@@ -29,6 +31,9 @@ public:
 
     [[nodiscard]] ResultsModel& results() { return rows_; }
     [[nodiscard]] bool isSelected(int row) const;
+    /// The width, in points, in which every column and most of a path can be seen at the present
+    /// text size.
+    [[nodiscard]] int roomyWidth() const;
     /// Does what the button of a cell does; nothing when it has none.
     bool press(const QModelIndex& index);
     /// Lets a part of the path in this row be selected and copied, from this character on.
@@ -44,7 +49,9 @@ protected:
     /// Looks for items by what their names begin with, whatever the current column.
     void keyboardSearch(const QString& typed) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void scrollContentsBy(int dx, int dy) override;
     void updateGeometries() override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
     [[nodiscard]] QItemSelectionModel::SelectionFlags selectionCommand(
@@ -70,6 +77,10 @@ private:
 
     void layOutColumns();
     void fitLastColumns();
+    /// Of the columns before the item, in points.
+    [[nodiscard]] int fixedWidth() const;
+    /// A base width at the present text size.
+    [[nodiscard]] int scaled(double base) const;
     void takeFontSize();
     void takeRows(bool keepView);
     [[nodiscard]] Place placeNow() const;
@@ -93,7 +104,8 @@ private:
     ResultsModel rows_;
     ButtonStates buttons_;
     ResultsHeader* header_;
-    int itemWidth_ = static_cast<int>(itemColumnIdeal);  ///< As the user wants it.
+    int itemWidth_ = static_cast<int>(itemColumnIdeal);  ///< Where there is room for it.
+    bool itemWidthChosen_ = false;                       ///< By the user, and kept.
     bool fitting_ = false;
     std::optional<Place> place_;  ///< To return to as rows come in; absent: the user is there.
     bool placing_ = false;        ///< What moves the current cell now is not the user.

@@ -18,6 +18,7 @@ enum class Symbol : std::uint8_t {
     checkCircleFill,
     arrowUpCircleFill,
     warningTriangleFill,
+    funnel,
 };
 
 }  // namespace vestigo

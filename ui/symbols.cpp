@@ -33,6 +33,7 @@ QString fileOf(Symbol symbol) {
         case Symbol::arrowUpCircleFill: return QStringLiteral(":/symbols/arrow-up-circle-fill.svg");
         case Symbol::warningTriangleFill:
             return QStringLiteral(":/symbols/warning-triangle-fill.svg");
+        case Symbol::funnel: return QStringLiteral(":/symbols/funnel.svg");
     }
     return {};
 }

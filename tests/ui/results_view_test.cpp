@@ -3,9 +3,14 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QHelpEvent>
 #include <QMenu>
+#include <QScrollBar>
+#include <QToolTip>
 
 #include "tests/support/on_screen.h"
+#include "tests/support/records.h"
+#include "ui/text.h"
 
 namespace vestigo::test {
 namespace {
@@ -302,6 +307,70 @@ TEST_F(ResultsViewTest, APartOfAPathCanBeSelectedAndOutlastsARedraw) {
     EXPECT_EQ(root(1), path->root());
     EXPECT_EQ(path->y(), cell(1, Column::path).y());
     EXPECT_EQ(path->selectedText(), part);
+}
+
+TEST_F(ResultsViewTest, TheItemKeepsItsWidthAndThePathEndsInView) {
+    addApps(1);
+    show();
+    auto& header = *table->horizontalHeader();
+    const auto itemWidth = [&] { return header.sectionSize(static_cast<int>(Column::item)); };
+    content().setFontDelta(8);
+    refresher->flush();
+    table->resize(table->roomyWidth(), 300);
+    EXPECT_EQ(table->horizontalScrollBar()->maximum(), 0);
+    EXPECT_EQ(itemWidth(), itemColumnIdeal);
+
+    // The table scrolls, so there is nothing to win by a narrower item.
+    table->resize(table->roomyWidth() - 500, 300);
+    EXPECT_GT(table->horizontalScrollBar()->maximum(), 0);
+    EXPECT_EQ(itemWidth(), itemColumnIdeal);
+    header.resizeSection(static_cast<int>(Column::item), 300);
+    for (const int width : {900, 1900}) {
+        table->resize(width, 300);
+        EXPECT_EQ(itemWidth(), 300);
+    }
+    table->resize(table->roomyWidth() - 500, 300);
+    const auto path = cell(0, Column::path);
+    EXPECT_GT(path.right(), table->viewport()->width());
+    const int seen = ResultsDelegate::area(path, static_cast<int>(Column::path), *table).right();
+    EXPECT_EQ(seen, table->viewport()->width() - 1);
+}
+
+TEST_F(ResultsViewTest, ShortenedTextsShowTheWholeAsPlainToolTips) {
+    fixture.found("/Applications/A.app/x");
+    fixture.signedBy("/Applications/A.app", "<b>A vendor of many words</b> & its daughters");
+    fixture.found("/Applications/B\tb\tb\tb\tb\tb.app/x");
+    fixture.signedBy("/Applications/B\tb\tb\tb\tb\tb.app", "B");
+    show();
+    const auto toolTip = [this](int row, Column column) {
+        QToolTip::hideText();
+        EXPECT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
+        const auto place = cell(row, column).center();
+        QHelpEvent event(QEvent::ToolTip, place, table->viewport()->mapToGlobal(place));
+        QApplication::sendEvent(table->viewport(), &event);
+        return QToolTip::isVisible() ? QToolTip::text() : QString();
+    };
+    EXPECT_EQ(toolTip(0, Column::vendor),
+              plainToolTip("<b>A vendor of many words</b> & its daughters"));
+    EXPECT_EQ(toolTip(1, Column::vendor), "");
+    EXPECT_EQ(toolTip(1, Column::item), "");  // Tabs are as wide as they are drawn.
+}
+
+TEST_F(ResultsViewTest, TellsWhyItIsEmpty) {
+    fixture.store->record.reset();
+    show();
+    EXPECT_EQ(table->accessibleDescription(), "Not scanned yet");
+    const auto unscanned = table->viewport()->grab().toImage();
+    fixture.store->record = savedScan();
+    showNews();
+    EXPECT_EQ(table->accessibleDescription(), "Nothing found");
+    EXPECT_NE(table->viewport()->grab().toImage(), unscanned);
+    addApps(1);
+    showNews();
+    EXPECT_EQ(table->accessibleDescription(), "");
+    content().setFixFilter(Fix::apple);
+    refresher->flush();
+    EXPECT_EQ(table->accessibleDescription(), "Nothing passes the filters");
 }
 
 TEST_F(ResultsViewTest, AssistiveTechnologyFindsCellsButtonsAndHeaders) {
