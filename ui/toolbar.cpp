@@ -19,7 +19,7 @@ namespace {
 
 constexpr int padding = 10;
 constexpr int spacing = 12;
-constexpr int leastSpacing = 4;
+constexpr int leastSpacing = 2;
 constexpr int categoryMaximum = 170;
 constexpr int fixMaximum = 140;
 constexpr int sizeMaximum = 110;
