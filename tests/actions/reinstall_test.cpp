@@ -186,10 +186,11 @@ TEST_F(ReinstallTest, IsTakenOverByTheNextWindowWhichTellsItsEnd) {
 
 TEST_F(ReinstallTest, ChangesNothingWithoutConfirmationOrWindow) {
     makeOldCopy();
-    for (const bool confirmed : {false, true}) {
+    for (const auto* what : {"refused", "withdrawn", "closed"}) {
         runner().confirmRemoveOldCopy(oldCopy_);
-        if (confirmed) reinstall_.reset();
-        owner_->answer(confirmed);
+        if (what == std::string_view("withdrawn")) runner().withdraw();
+        if (what == std::string_view("closed")) reinstall_.reset();
+        owner_->answer(what != std::string_view("refused"));
         settle();
         EXPECT_TRUE(fs::exists(oldCopy_));
         EXPECT_TRUE(fs::exists(tree_.at("bin/wget")));
