@@ -152,6 +152,7 @@ TEST_P(CleanupRace, OverwritesNothingInTheDesktopsTrashAndKeepsTheNotesRight) {
     StandardFolders folders;
     folders.home = folders.applicationSupport = tree.folder("data");
     tree.folder("data/.Trash");
+    fs::create_directory_symlink(tree.folder("real"), tree.at("data/Trash"));
     removeAgainst(*systemCleanupTrash(folders, std::make_shared<PosixFiles>()));
 }
 

@@ -97,6 +97,10 @@ TEST_F(DirectoryReaderTest, TellsSizeAndTimesAlikeInEveryWay) {
         EXPECT_EQ(attributes->changed, asked->changed);
         EXPECT_EQ(attributes->fileSystem, asked->fileSystem);
     }
+    // The creation is no change of the inode.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    fs::permissions(path, fs::perms::owner_all);
+    EXPECT_EQ(folder->attributes("file")->ctime, asked->ctime);
     // A date like any other, and not an unknown one.
     const timeval first[2] = {};
     ASSERT_EQ(utimes(path.c_str(), first), 0);

@@ -109,6 +109,7 @@ TEST(InfoPlistParser, ReadsBinaryListsAndRefusesListsThatAreBuiltToHarm) {
     ASSERT_TRUE(info);
     EXPECT_EQ(info->identifier, "a.b");
 
+    EXPECT_TRUE(parseInfoPlist("\xEF\xBB\xBF" + plist("")));
     std::string deep;
     for (int i = 0; i < 120'000; ++i) deep += "<array>";
     std::vector<std::string> shared;

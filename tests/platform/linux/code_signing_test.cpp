@@ -80,6 +80,9 @@ TEST_F(LinuxCodeSigningTest, ReadsBundlesThroughTheirMainExecutableOrTheFilesBes
     tree.file("Tool.app/Contents/MacOS/Tool", "#!/bin/sh\n");
     tree.file("Tool.app/Contents/_CodeSignature/CodeDirectory", codeDirectory("SCRIPT"));
     EXPECT_EQ(answer(app), "-/SCRIPT");
+    tree.file("F.framework/Versions/Current/Resources/Info.plist", "<plist><dict/></plist>");
+    tree.file("F.framework/Versions/Current/_CodeSignature/CodeDirectory", codeDirectory("LIB"));
+    EXPECT_EQ(answer(tree.at("F.framework")), "-/LIB");
     tree.file("Tool.app/Contents/_CodeSignature/CodeSignature", developerMessage());
     EXPECT_EQ(answer(app), developerName + "/SCRIPT");
     tree.file("Tool.app/Contents/MacOS/Tool", machOImage(cpuX86_64, developerSignature()));

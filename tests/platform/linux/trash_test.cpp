@@ -144,6 +144,9 @@ TEST_F(LinuxTrashTest, RefusesATrashThatLeadsElsewhere) {
     fs::create_symlink(tree.folder("elsewhere"), home + "/files");
     EXPECT_TRUE(move(item));
     fs::remove_all(home);
+    const bool isRoot = ::chown(tree.folder("data/Trash/info").c_str(), 4711, 4711) == 0;
+    EXPECT_TRUE(!isRoot || move(item));
+    fs::remove_all(home);
     tree.file("data/Trash", "a file");
     EXPECT_TRUE(move(item));
     EXPECT_TRUE(LinuxCleanupTrash(home).plan(test::cleanupItems({item})).error);
@@ -294,6 +297,18 @@ TEST_F(OtherDiskTest, HasATrashOfItsOwnAndUsesTheSharedOneOnlyWhereItIsSafe) {
     EXPECT_EQ(move(item), std::nullopt);
     expectInTrash(own);
     EXPECT_TRUE(fs::is_empty(shared));
+    // A script would have to copy it.
+    tree.file("disk/far");
+    EXPECT_EQ(LinuxCleanupTrash(tree.at("data/Trash"))
+                  .plan(test::cleanupItems({disk + "/far"}))
+                  .onOtherDisks.size(),
+              1U);
+    // What a killed program has left there goes with the next one's first item.
+    fs::rename(own + "/files/item", tree.at("disk/again"));
+    LinuxTrash next(tree.at("data/Trash"));
+    const auto identity = systemFiles()->identity(disk + "/far").value();
+    EXPECT_EQ(next.moveToTrash(disk + "/far", identity), std::nullopt);
+    EXPECT_FALSE(fs::exists(own + "/info/item.trashinfo"));
     ::chmod(shared.c_str(), 01777);
     moveToTrash("disk/sub folder/item", {"x"});
     expectInTrash(shared + "/" + user);

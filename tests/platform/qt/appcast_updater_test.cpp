@@ -23,7 +23,7 @@ QByteArray feedOf(const QByteArray& items) {
 }
 
 TEST(Appcast, ComparesVersionsPartByPart) {
-    const QStringList ascending{"0.9", "1.0b2", "1.0-rc1", "1.0-rc10", "1", "1.2", "1.10"};
+    const QStringList ascending{"0.9", "1.0b2", "1.0-rc9", "1.0-rc10", "1", "1.2", "1.10"};
     for (int i = 1; i < ascending.size(); ++i) {
         EXPECT_TRUE(isNewer(ascending[i], ascending[i - 1])) << i;
         EXPECT_FALSE(isNewer(ascending[i - 1], ascending[i])) << i;
@@ -145,6 +145,8 @@ TEST_F(AppcastUpdaterTest, ByItselfAsksOnceADayUnlessToldNotToAndKeepsFailuresTo
     for (const int seconds : {86401, -1000}) {
         startAfter(seconds);
         EXPECT_TRUE(QTest::qWaitFor([&] { return requests == 1; })) << seconds;
+        QTest::qWait(50);
+        EXPECT_FALSE(dialog());
     }
     start();
     QTest::qWait(100);
@@ -163,6 +165,8 @@ TEST_F(AppcastUpdaterTest, MayEndInTheMiddleOfACheck) {
     start();
     serveVersion("1.1");
     updater->checkForUpdates();
+    updater->checkForUpdates();
+    EXPECT_EQ(requests, 1);
     updater.reset();
     QCoreApplication::processEvents();
     EXPECT_FALSE(dialog());

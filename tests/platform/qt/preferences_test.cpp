@@ -1,3 +1,6 @@
+#include <fstream>
+#include <sstream>
+
 #include <gtest/gtest.h>
 
 #include "platform/qt/own_settings.h"
@@ -15,6 +18,10 @@ TEST(QtPreferences, StoresAChangeAtOnceAndReadsWhatIsAbsentOrForeignAsNothing) {
     writer->setBoolean("yes", true);
     writer->setBoolean("no", false);
     writer->setInteger("size", -8);
+    // Two readers of one file in one program share what they know of it.
+    std::ostringstream stored;
+    stored << std::ifstream(path).rdbuf();
+    EXPECT_NE(stored.str().find("size=-8"), std::string::npos);
     const auto reader = QtPreferences::inFile(path);
     EXPECT_TRUE(reader->boolean("yes"));
     EXPECT_TRUE(reader->contains("no") && !reader->boolean("no"));

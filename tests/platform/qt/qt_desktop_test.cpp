@@ -56,7 +56,8 @@ TEST_F(QtDesktopTest, AddsTheSuffixAndAsksBeforeReplacing) {
     std::ofstream(added) << "existing";
     bool asked = false;
     whenOpen<QMessageBox>([&asked](QMessageBox& box) {
-        asked = box.textFormat() == Qt::PlainText;
+        asked =
+            box.textFormat() == Qt::PlainText && box.defaultButton() == box.button(QMessageBox::No);
         box.button(QMessageBox::Yes)->click();
     });
     EXPECT_EQ(saveAsList(), added);
