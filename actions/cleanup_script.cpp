@@ -14,6 +14,7 @@
 
 #include <string>
 
+#include "platform/paths.h"
 #include "platform/trash_names.h"
 
 namespace vestigo {
@@ -173,7 +174,7 @@ std::string moveOf(const CleanupPlan& plan, std::size_t number) {
     const auto& [path, identity] = plan.items[number - 1];
     const auto inode = "inode=" + std::to_string(identity.number) + "\n";
     const auto item = shellQuoted(path);
-    const auto own = path.substr(path.rfind('/') + 1);
+    const auto own = std::string(nameOf(path));
     const auto [stem, ending] = trashNameParts(own, plan.longestName);
     const auto note = std::to_string(number);
     const auto renamed = "move_renamed " + item + " " + shellQuoted(stem) + " " +

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "engine/scan_rules.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 namespace {
@@ -29,7 +30,7 @@ std::string standardizedPath(std::string_view path) {
         at = end + 1;
         if (component.empty() || component == ".") continue;
         if (component == "..") {
-            result.resize(result.empty() ? 0 : result.rfind('/'));
+            result.resize(folderOf(result).size());
         } else {
             result.append("/").append(component);
         }

@@ -8,6 +8,7 @@
 #include "engine/removal_guard.h"
 #include "engine/scan_rules.h"
 #include "engine/text.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 namespace {
@@ -21,7 +22,7 @@ bool takesNative(const std::string& path, const std::string& installation, Files
     if (takes(path, installation)) return true;
     const auto item = realPlace(path, files);
     if (!item) return files.kind(path).has_value();
-    const auto formula = path.substr(path.rfind('/'));
+    const auto formula = "/" + std::string(nameOf(path));
     for (const auto& native :
          {installation, installation + "/Cellar", installation + "/Cellar" + formula}) {
         const auto place = files.resolved(native);

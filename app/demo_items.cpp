@@ -5,6 +5,7 @@
 
 #include "engine/scan_rules.h"
 #include "platform/launched_administrator.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 namespace {
@@ -33,7 +34,7 @@ public:
     bool copy(const std::string& from, const std::string& to) override {
         return real_->copy(disk_ + from, disk_ + to);
     }
-    std::optional<ItemKind> kind(const std::string& path) override {
+    std::optional<EntryKind> kind(const std::string& path) override {
         return real_->kind(disk_ + path);
     }
     std::optional<ItemIdentity> identity(const std::string& path) override {

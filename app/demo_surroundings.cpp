@@ -14,6 +14,7 @@
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/paths.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/posix_lasting_processes.h"
 #include "platform/posix/posix_links.h"

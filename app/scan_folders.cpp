@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "engine/scan_rules.h"
+#include "platform/paths.h"
 #include "platform/system.h"
 
 namespace vestigo {

@@ -20,6 +20,7 @@
 #include "persist/scan_cache.h"
 #include "platform/linux/linux_bundle_reader.h"
 #include "platform/linux/linux_directory_reader.h"
+#include "platform/paths.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "tests/support/temporary_tree.h"

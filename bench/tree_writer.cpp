@@ -11,6 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/paths.h"
+
 namespace vestigo::bench {
 
 namespace {
@@ -80,7 +82,7 @@ bool isText(Content content) {
 void createFolders(std::string path) {
     if (mkdir(path.c_str(), 0755) == 0 || errno == EEXIST) return;
     if (errno != ENOENT) fail(path);
-    createFolders(path.substr(0, path.rfind('/')));
+    createFolders(std::string(vestigo::folderOf(path)));
     if (mkdir(path.c_str(), 0755) != 0) fail(path);
 }
 

@@ -4,25 +4,9 @@
 #include <utility>
 
 namespace vestigo {
-namespace {
-
-std::size_t labelRank(Category category) {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        allCategories, [category](Category other) { return other < category; }));
-}
-
-}  // namespace
-
 BundleGroup& GroupList::add(BundleGroup group) {
-    static const auto ranks = [] {
-        std::array<std::size_t, shelfCount> result{};
-        for (const auto category : allCategories) {
-            result[static_cast<std::size_t>(category)] = labelRank(category);
-        }
-        return result;
-    }();
     ++size_;
-    return shelves_[ranks[static_cast<std::size_t>(group.category)]].emplace_back(std::move(group));
+    return shelves_[labelRank(group.category)].emplace_back(std::move(group));
 }
 
 void GroupList::Iterator::skipEmpty() {

@@ -6,11 +6,7 @@
 namespace vestigo {
 
 std::string_view BundleGroup::name() const {
-    const auto end = root.find_last_not_of('/');
-    if (end == std::string::npos) return root;
-    const auto slash = root.rfind('/', end);
-    const auto begin = slash == std::string::npos ? 0 : slash + 1;
-    return std::string_view(root).substr(begin, end + 1 - begin);
+    return lastComponent(root);
 }
 
 int BundleGroup::fixRank() const {
@@ -87,6 +83,18 @@ std::optional<Category> categoryFromLabel(std::string_view text) {
 
 bool operator<(Category a, Category b) {
     return label(a) < label(b);
+}
+
+std::size_t labelRank(Category category) {
+    static const auto ranks = [] {
+        std::array<std::size_t, std::size(allCategories)> result{};
+        for (const auto each : allCategories) {
+            result[static_cast<std::size_t>(each)] = static_cast<std::size_t>(std::ranges::count_if(
+                allCategories, [each](Category other) { return other < each; }));
+        }
+        return result;
+    }();
+    return ranks[static_cast<std::size_t>(category)];
 }
 
 std::string_view label(Fix fix) {

@@ -14,6 +14,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/paths.h"
+
 namespace vestigo {
 
 /// One Mach-O file.
@@ -24,7 +26,6 @@ struct BinaryHit {
     double mtime = 0;                ///< Content modification.
     double ctime = 0;                ///< Creation (birth) of the file.
 
-    [[nodiscard]] const std::string& id() const { return path; }
     bool operator==(const BinaryHit&) const = default;
 };
 
@@ -49,6 +50,8 @@ inline constexpr Category allCategories[] = {
 /// Order by label as a string, not by declaration. (One operator<=> would lose against the built-in
 /// comparisons of an enum.)
 [[nodiscard]] bool operator<(Category a, Category b);
+/// The place of the category in that order, from 0 on.
+[[nodiscard]] std::size_t labelRank(Category category);
 [[nodiscard]] inline bool operator>(Category a, Category b) {
     return b < a;
 }
@@ -79,7 +82,6 @@ struct BundleGroup {
     Fix fix = Fix::manual;
     bool hasArm64 = false;  ///< Some hit of the whole scan under this root holds arm64 code.
 
-    [[nodiscard]] const std::string& id() const { return root; }
     [[nodiscard]] std::string_view categoryName() const { return label(category); }
     [[nodiscard]] std::size_t legacyCount() const { return hits.size(); }
     /// The last non-empty component of the root, a view into it; all of it when it has none.
@@ -103,14 +105,6 @@ struct SignInfo {
     bool operator==(const SignInfo&) const = default;
 };
 
-/// Lets a map of strings be asked with a view.
-struct TextHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const noexcept {
-        return std::hash<std::string_view>{}(text);
-    }
-};
-
 /// Group root → summary.
 using SignatureMap = std::unordered_map<std::string, SignInfo, TextHash, std::equal_to<>>;
 
@@ -121,7 +115,6 @@ struct Leftover {
     bool system = false;  ///< Needs administrator rights to remove.
     bool on = true;       ///< Will be removed; the user can toggle it.
 
-    [[nodiscard]] const std::string& id() const { return path; }
     bool operator==(const Leftover&) const = default;
 };
 

@@ -1,18 +1,17 @@
 #include "engine/removal_guard.h"
 
 #include "engine/protected_places.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 
 std::optional<std::string> realPlace(const std::string& path, Files& files) {
-    const auto slash = path.rfind('/');
-    if (slash == std::string::npos) return std::nullopt;
-    const auto name = path.substr(slash + 1);
-    if (name.empty() || name == "." || name == "..") return std::nullopt;
-    auto folder = files.resolved(path.substr(0, slash + 1));
+    const auto name = nameOf(path);
+    if (name == path || name.empty() || name == "." || name == "..") return std::nullopt;
+    auto folder = files.resolved(std::string(folderOf(path)) + '/');
     if (!folder) return std::nullopt;
     if (!folder->ends_with('/')) *folder += '/';
-    return *folder + name;
+    return folder->append(name);
 }
 
 std::optional<std::string> protectionOf(const std::string& path, Files& files) {
@@ -27,7 +26,7 @@ std::optional<std::string> protectionOf(const std::string& path, Files& files) {
 }
 
 std::string quotedName(std::string_view path) {
-    const auto name = path.substr(path.rfind('/') + 1);
+    const auto name = nameOf(path);
     std::string text = "“";
     return text.append(name.empty() ? path : name).append("”");
 }

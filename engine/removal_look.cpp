@@ -9,6 +9,7 @@
 #include "engine/removal_guard.h"
 #include "engine/scan_rules.h"
 #include "engine/walk.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 namespace {
@@ -126,7 +127,7 @@ void ItemLook::gather(const CancelFlag& cancelled) {
     facts_.place = std::move(place);
     if (!identity) return;
     // A link goes without what it leads to.
-    if (identity->kind == ItemKind::folder || identity->kind == ItemKind::file) {
+    if (identity->kind == EntryKind::folder || identity->kind == EntryKind::file) {
         lookThrough(cancelled);
     }
     if (signaturesRead_ && before.code == facts_.code) {

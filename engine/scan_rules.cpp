@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/text.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 namespace {
@@ -47,10 +48,6 @@ std::vector<std::string> scanRoots(const std::optional<std::string>& customFolde
                                                 : std::string(folder));
     }
     return roots;
-}
-
-bool liesUnder(std::string_view path, std::string_view prefix) {
-    return path.starts_with(prefix) && (path.size() == prefix.size() || path[prefix.size()] == '/');
 }
 
 std::span<const std::string_view> excludedPrefixes() {

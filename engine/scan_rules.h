@@ -16,9 +16,6 @@ namespace vestigo {
 [[nodiscard]] std::vector<std::string> scanRoots(const std::optional<std::string>& customFolder,
                                                  Scope scope, const std::string& home);
 
-/// Whether `path` equals `prefix` or lies under it.
-[[nodiscard]] bool liesUnder(std::string_view path, std::string_view prefix);
-
 /// Absolute places that are never entered.
 [[nodiscard]] std::span<const std::string_view> excludedPrefixes();
 

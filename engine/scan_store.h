@@ -8,7 +8,7 @@
 
 #include "engine/observers.h"
 #include "engine/records.h"
-#include "engine/root_matcher.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 

@@ -15,11 +15,11 @@
 #include "engine/records.h"
 #include "engine/regrouping.h"
 #include "engine/removal_look.h"
-#include "engine/root_matcher.h"
 #include "engine/scan_store.h"
 #include "platform/cleanup_trash.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
+#include "platform/paths.h"
 #include "platform/tasks.h"
 #include "platform/trash.h"
 

@@ -6,6 +6,7 @@
 #include "engine/protected_places.h"
 #include "engine/removal_guard.h"
 #include "engine/scanner.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 namespace {
@@ -123,7 +124,7 @@ std::optional<std::string> Scanner::trashGroups(const RootSet& roots, const Remo
     RootSet gone;
     for (const auto& group : *candidates) {
         if (!roots.contains(group.root) || !isRemovable(group)) continue;
-        auto error = services_.files && services_.files->kind(group.root) == ItemKind::link
+        auto error = services_.files && services_.files->kind(group.root) == EntryKind::link
                          ? leftInPlace(group.root, "is only a link to what the scan found")
                          : guard.remove(group.root, CodeRule::noArm64);
         if (!error) gone.insert(group.root);

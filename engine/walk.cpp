@@ -11,6 +11,7 @@
 #include "engine/scan_rules.h"
 #include "engine/walk_queue.h"
 #include "platform/clock.h"
+#include "platform/paths.h"
 #include "platform/threads.h"
 
 namespace vestigo {
@@ -147,7 +148,7 @@ private:
 
     FolderListing listFile(const std::string& path) const {
         FolderListing listing;
-        const auto name = path.rfind('/') + 1;
+        const auto name = path.size() - nameOf(path).size();
         listing.filePrefix = path.substr(0, name);
         listing.folder = shared_.reader.open(listing.filePrefix);
         const bool isFile = listing.folder && listing.folder->attributes(&path[name]);

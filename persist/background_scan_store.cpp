@@ -15,7 +15,7 @@ struct BackgroundScanStore::State {
     std::optional<ScanFile> next;  ///< To be written.
     bool writing = false;
 
-    void writeAll() {
+    void writePending() {
         std::unique_lock lock(mutex);
         while (next) {
             const auto record = *std::exchange(next, std::nullopt);
@@ -54,7 +54,7 @@ void BackgroundScanStore::writeScanFile(const ScanFile& record) {
         if (std::exchange(state_->writing, true)) return;
     }
     try {
-        tasks_->run(Priority::normal, [state = state_] { state->writeAll(); });
+        tasks_->run(Priority::normal, [state = state_] { state->writePending(); });
     } catch (const std::bad_alloc&) {
         const std::lock_guard lock(state_->mutex);
         state_->writing = false;

@@ -10,10 +10,9 @@
 #include <string>
 #include <string_view>
 
-namespace vestigo {
+#include "platform/files.h"
 
-/// `unknown`: the system did not say, or the content lies in a cloud and looking would fetch it.
-enum class EntryKind : std::uint8_t { file, folder, link, other, unknown };
+namespace vestigo {
 
 /// Size in bytes; times in seconds since 2001-01-01 00:00:00 UTC. What is unknown is 0.
 struct FileAttributes {

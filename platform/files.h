@@ -17,14 +17,16 @@ namespace vestigo {
 /// replaced keeps its permissions.
 enum class Access : std::uint8_t { ownerOnly, usual };
 
-enum class ItemKind : std::uint8_t { file, folder, link, other };
+/// What lies at a path, a link not followed. `unknown`: the system did not say, or the content lies
+/// in a cloud and looking would fetch it; only listings of folders give that.
+enum class EntryKind : std::uint8_t { file, folder, link, other, unknown };
 
 /// What tells an item from another one that has taken its place. It stays the same when the item
 /// is renamed within its file system, and when what is in it changes.
 struct ItemIdentity {
     std::uint64_t device = 0;
     std::uint64_t number = 0;  ///< Of the inode.
-    ItemKind kind = ItemKind::other;
+    EntryKind kind = EntryKind::other;
     /// When it was made, in nanoseconds since 1970; 0 where the file system does not tell. File
     /// systems soon give the number of a removed item to a new one.
     std::int64_t created = 0;
@@ -66,7 +68,7 @@ public:
     [[nodiscard]] virtual bool copy(const std::string& from, const std::string& to) = 0;
     /// What lies at the path itself: a link there is not followed. Absent when there is nothing, or
     /// nothing that can be reached.
-    [[nodiscard]] virtual std::optional<ItemKind> kind(const std::string& path) = 0;
+    [[nodiscard]] virtual std::optional<EntryKind> kind(const std::string& path) = 0;
     /// Of the item at the path itself: a link there is not followed. Absent when there is nothing,
     /// or nothing that can be reached.
     [[nodiscard]] virtual std::optional<ItemIdentity> identity(const std::string& path) = 0;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/paths.h"
+
 namespace vestigo {
 
 FolderCleanupTrash::FolderCleanupTrash(std::string folder, std::shared_ptr<Files> files)
@@ -11,7 +13,7 @@ CleanupPlan FolderCleanupTrash::plan(const std::vector<CleanupItem>& items) {
     // Where this user may not look at it, it is there.
     files_->createFolders(folder_);
     auto trash = files_->identity(folder_);
-    if (!trash) trash = files_->identity(folder_.substr(0, folder_.rfind('/')));
+    if (!trash) trash = files_->identity(std::string(folderOf(folder_)));
     CleanupPlan plan;
     for (const auto& item : items) {
         if (trash && item.identity.device == trash->device) {

@@ -23,6 +23,7 @@
 #include "platform/lasting_processes.h"
 #include "platform/links.h"
 #include "platform/owner_authentication.h"
+#include "platform/paths.h"
 #include "ui/notification_center.h"
 #include "ui/row_order.h"
 #include "ui/settings.h"

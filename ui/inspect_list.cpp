@@ -5,6 +5,7 @@
 
 #include "engine/grouping.h"
 #include "engine/scan_rules.h"
+#include "platform/paths.h"
 
 namespace vestigo {
 namespace {

@@ -87,17 +87,8 @@ Keys summaryKeys(const Rows& rows) {
     return keys;
 }
 
-double labelRank(Category category) {
-    return static_cast<double>(std::ranges::count_if(
-        allCategories, [category](Category other) { return other < category; }));
-}
-
 Keys categoryKeys(const Rows& rows) {
-    double ranks[std::size(allCategories)];
-    std::ranges::transform(allCategories, ranks, labelRank);
-    return numberKeys(rows, [&ranks](const BundleGroup& row) {
-        return ranks[static_cast<std::size_t>(row.category)];
-    });
+    return numberKeys(rows, [](const BundleGroup& row) { return labelRank(row.category); });
 }
 
 Keys keysOf(const Rows& rows, SortKey key) {

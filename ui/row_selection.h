@@ -3,6 +3,7 @@
 
 #include <QItemSelectionModel>
 
+#include "platform/paths.h"
 #include "ui/content_view.h"
 #include "ui/results_model.h"
 

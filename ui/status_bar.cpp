@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/clock.h"
 #include "ui/fonts.h"
 #include "ui/text.h"
 
@@ -18,10 +19,9 @@ constexpr int padding = 8;
 constexpr int spacing = 14;
 
 QDateTime localTime(double secondsSince2001) {
-    constexpr double secondsBefore2001 = 978307200;
     constexpr double farPast = -6e10;
     constexpr double farFuture = 2.5e11;
-    const double seconds = std::clamp(secondsSince2001, farPast, farFuture) + secondsBefore2001;
+    const double seconds = std::clamp(secondsSince2001, farPast, farFuture) + secondsFrom1970To2001;
     return QDateTime::fromSecsSinceEpoch(static_cast<qint64>(std::floor(seconds)));
 }
 

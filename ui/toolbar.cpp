@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "engine/records.h"
+#include "platform/paths.h"
 #include "ui/colors.h"
 #include "ui/symbols.h"
 #include "ui/text.h"
@@ -48,14 +49,6 @@ QString counted(std::string_view text, std::size_t count) {
 
 QString noFolder() {
     return QStringLiteral("Folder…");
-}
-
-/// What a folder is called: the last component of its path, "/" for the root.
-std::string_view folderName(std::string_view path) {
-    const auto end = path.find_last_not_of('/');
-    if (end == std::string_view::npos) return path.substr(0, 1);
-    path = path.substr(0, end + 1);
-    return path.substr(path.rfind('/') + 1);
 }
 
 /// Whether the window gives the keys to this widget when it is active.
@@ -249,7 +242,7 @@ void Toolbar::refreshRoots() {
     const auto& root = content_.customRoot();
     scope_.setValue(static_cast<int>(content_.scope()));
     scope_.setEnabled(idle && !root);
-    folder_.setPlainText(root ? shown(folderName(*root)) : noFolder());
+    folder_.setPlainText(root ? shown(lastComponent(*root)) : noFolder());
     folder_.setAccessibleDescription(root ? shown(*root) : QString());
     folder_.setEnabled(idle);
     clearFolder_.setEnabled(idle);

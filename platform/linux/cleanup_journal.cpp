@@ -137,10 +137,10 @@ CleanupJournal::~CleanupJournal() {
     if (folder_ && lock(folder_.get(), LOCK_EX)) clear(trash_, folder_.get(), name_);
 }
 
-bool CleanupJournal::takeName(const std::string& name, ItemKind kind) const {
+bool CleanupJournal::takeName(const std::string& name, EntryKind kind) const {
     const auto files = openFolder(folder_.get(), "files");
     if (!files || !makeFile(files.get(), name, 0600)) return false;
-    if (kind == ItemKind::folder) {
+    if (kind == EntryKind::folder) {
         return retrying([&] { return ::mkdirat(trash_.files(), name.c_str(), 0); }) == 0;
     }
     const auto link = [&] {

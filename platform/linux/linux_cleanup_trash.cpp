@@ -7,6 +7,7 @@
 
 #include "platform/linux/cleanup_journal.h"
 #include "platform/linux/linux_trash.h"
+#include "platform/paths.h"
 #include "platform/posix/posix_files.h"
 
 namespace vestigo {
@@ -14,7 +15,7 @@ namespace {
 
 /// Whether a rename can take it to this folder. One that has gone is for the script to find.
 bool isInReachOf(int folder, const std::string& path) {
-    const auto mount = mountOf(AT_FDCWD, path.substr(0, path.rfind('/') + 1));
+    const auto mount = mountOf(AT_FDCWD, std::string(folderOf(path)) + '/');
     return mount ? mount == mountOf(folder, "") : errno == ENOENT;
 }
 

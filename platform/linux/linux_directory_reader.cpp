@@ -19,6 +19,7 @@
 #include "platform/posix/file_systems.h"
 #include "platform/posix/folder_access.h"
 #include "platform/posix/retrying.h"
+#include "platform/posix/system_calls.h"
 
 namespace vestigo {
 namespace {

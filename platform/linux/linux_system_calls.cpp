@@ -55,7 +55,7 @@ std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path) {
     }
     ItemIdentity item{.device = std::uint64_t{status.stx_dev_major} << 32U | status.stx_dev_minor,
                       .number = status.stx_ino,
-                      .kind = itemKindByMode(status.stx_mode)};
+                      .kind = kindByMode(status.stx_mode)};
     if ((status.stx_mask & STATX_BTIME) != 0) {
         item.created = status.stx_btime.tv_sec * nanosecondsPerSecond + status.stx_btime.tv_nsec;
     }

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "platform/linux/trash_folder.h"
+#include "platform/paths.h"
 #include "platform/posix/atomic_file.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/retrying.h"
@@ -22,8 +23,8 @@ namespace vestigo {
 namespace {
 
 std::string parentOf(const std::string& path) {
-    const auto slash = path.rfind('/');
-    return slash == 0 || slash == path.npos ? "/" : path.substr(0, slash);
+    const auto folder = folderOf(path);
+    return folder.empty() ? "/" : std::string(folder);
 }
 
 std::string joined(const std::string& folder, const std::string& name) {
@@ -61,7 +62,7 @@ std::optional<Item> findItem(const std::string& path, const ItemIdentity& expect
     const std::unique_ptr<char, decltype(&std::free)> real(
         retrying([&] { return ::realpath(parentOf(path).c_str(), nullptr); }), &std::free);
     if (!real) return std::nullopt;
-    Item item{real.get(), {}, path.substr(path.rfind('/') + 1), {}};
+    Item item{real.get(), {}, std::string(nameOf(path)), {}};
     item.folder = openAsPlace(AT_FDCWD, real.get(), O_DIRECTORY);
     if (!item.folder) return std::nullopt;
     item.handle = openAsPlace(item.folder.get(), item.name.c_str(), 0);
@@ -183,7 +184,7 @@ DestinationOrReason destinationOf(const Item& item, const std::string& homeTrash
 }
 
 std::string notMoved(const std::string& path, const std::string& why) {
-    const auto name = path.substr(path.rfind('/') + 1);
+    const auto name = std::string(nameOf(path));
     return "“" + (name.empty() ? path : name) + "” could not be moved to the Trash: " + why + ".";
 }
 

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "platform/linux/cleanup_journal.h"
+#include "platform/paths.h"
 #include "platform/posix/listing.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/retrying.h"
@@ -107,7 +108,7 @@ Descriptor openOwnFolder(int folder, const std::string& name) {
 }
 
 std::optional<TrashFolder> TrashFolder::openHome(const std::string& path) {
-    static_cast<void>(PosixFiles().createFolders(path.substr(0, path.rfind('/'))));
+    static_cast<void>(PosixFiles().createFolders(std::string(folderOf(path))));
     if (retrying([&] { return ::mkdir(path.c_str(), 0700); }) != 0 && errno != EEXIST) {
         return std::nullopt;
     }

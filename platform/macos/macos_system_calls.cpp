@@ -48,7 +48,7 @@ std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path) {
     const auto& made = status.st_birthtimespec;
     return ItemIdentity{.device = static_cast<std::uint64_t>(status.st_dev),
                         .number = status.st_ino,
-                        .kind = itemKindByMode(status.st_mode),
+                        .kind = kindByMode(status.st_mode),
                         .created = made.tv_sec * nanosecondsPerSecond + made.tv_nsec};
 }
 

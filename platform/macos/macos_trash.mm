@@ -4,6 +4,7 @@
 #include <fcntl.h>
 
 #include "platform/macos/macos_file_url.h"
+#include "platform/paths.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
@@ -20,7 +21,7 @@ std::optional<std::string> MacOSTrash::moveToTrash(const std::string& path,
                                                    const ItemIdentity& item) {
     const auto found = itemIdentity(AT_FDCWD, path);
     if (found && *found != item) {
-        return "“" + path.substr(path.rfind('/') + 1) +
+        return "“" + std::string(nameOf(path)) +
                "” could not be moved to the Trash: another item has taken its place.";
     }
     @autoreleasepool {

@@ -40,10 +40,4 @@ namespace vestigo {
 /// next to the descriptors that are open already; at least 1.
 [[nodiscard]] unsigned maxOpenFoldersBeside(std::size_t openDescriptors);
 
-[[nodiscard]] constexpr EntryKind kindByMode(mode_t mode) {
-    if (S_ISREG(mode)) return EntryKind::file;
-    if (S_ISDIR(mode)) return EntryKind::folder;
-    return S_ISLNK(mode) ? EntryKind::link : EntryKind::other;
-}
-
 }  // namespace vestigo

@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/paths.h"
 #include "platform/posix/atomic_file.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/folder_access.h"
@@ -87,9 +88,8 @@ private:
 
 /// Folder and name of a path; the folder of a bare name is the current one.
 std::pair<std::string, std::string> split(const std::string& path) {
-    const auto slash = path.rfind('/');
-    if (slash == std::string::npos) return {".", path};
-    return {path.substr(0, slash + 1), path.substr(slash + 1)};
+    const std::string name(nameOf(path));
+    return {name == path ? "." : path.substr(0, path.size() - name.size()), name};
 }
 
 Descriptor openFolder(const std::string& path) {
@@ -191,7 +191,7 @@ bool PosixFiles::copy(const std::string& from, const std::string& to) {
     return successor.write(*content) && successor.placeIfFree();
 }
 
-std::optional<ItemKind> PosixFiles::kind(const std::string& path) {
+std::optional<EntryKind> PosixFiles::kind(const std::string& path) {
     const auto found = identity(path);
     return found ? std::optional(found->kind) : std::nullopt;
 }

@@ -18,7 +18,7 @@ public:
     [[nodiscard]] bool exists(const std::string& path) override;
     bool createFolders(const std::string& path) override;
     [[nodiscard]] bool copy(const std::string& from, const std::string& to) override;
-    [[nodiscard]] std::optional<ItemKind> kind(const std::string& path) override;
+    [[nodiscard]] std::optional<EntryKind> kind(const std::string& path) override;
     [[nodiscard]] std::optional<ItemIdentity> identity(const std::string& path) override;
     [[nodiscard]] std::optional<std::string> resolved(const std::string& path) override;
     [[nodiscard]] std::optional<std::vector<std::string>> names(const std::string& folder) override;

@@ -32,10 +32,10 @@ namespace vestigo {
 /// open itself where the path is empty. Absent with errno.
 [[nodiscard]] std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path);
 
-[[nodiscard]] constexpr ItemKind itemKindByMode(mode_t mode) {
-    if (S_ISREG(mode)) return ItemKind::file;
-    if (S_ISDIR(mode)) return ItemKind::folder;
-    return S_ISLNK(mode) ? ItemKind::link : ItemKind::other;
+[[nodiscard]] constexpr EntryKind kindByMode(mode_t mode) {
+    if (S_ISREG(mode)) return EntryKind::file;
+    if (S_ISDIR(mode)) return EntryKind::folder;
+    return S_ISLNK(mode) ? EntryKind::link : EntryKind::other;
 }
 
 /// Makes a large buffer quicker to fill for the first time, where the system can.

@@ -498,5 +498,11 @@ TEST_F(CleanupTest, TestsRunNoScriptOnWhatIsNotTheirs) {
     EXPECT_FALSE(fs::is_symlink(tree.at("link")));
 }
 
+TEST(OsascriptArguments, NameTheScriptInQuotes) {
+    const std::array<std::string, 2> arguments{
+        "-e", R"(do shell script "/bin/sh \"/tmp/x.sh\"" with administrator privileges)"};
+    EXPECT_EQ(osascriptArguments("/tmp/x.sh"), arguments);
+}
+
 }  // namespace
 }  // namespace vestigo

@@ -21,10 +21,10 @@ TEST(CleanupTrash, GivesAScriptAFolderOfTheUsersAndLeavesNothingBehind) {
         EXPECT_EQ(plan.error, std::nullopt);
         EXPECT_EQ(plan.items.size(), items.size());
         EXPECT_TRUE(plan.folder.starts_with(tree.path()));
-        EXPECT_EQ(files->kind(plan.folder), ItemKind::folder);
+        EXPECT_EQ(files->kind(plan.folder), EntryKind::folder);
         EXPECT_EQ(files->names(plan.folder), std::vector<std::string>());
         if (!plan.notes) continue;
-        EXPECT_EQ(files->kind(plan.notes->journal + "/notes/3"), ItemKind::file);
+        EXPECT_EQ(files->kind(plan.notes->journal + "/notes/3"), EntryKind::file);
         EXPECT_EQ(files->names(plan.notes->folder), std::vector<std::string>());
     }
     const auto made = files->names(tree.at("support/Trash"));

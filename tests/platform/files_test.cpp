@@ -95,11 +95,11 @@ TEST_F(FilesTest, TellsWhatLiesAtAPathAndRemovesALinkItself) {
     const auto link = tree.at("folder/link");
     fs::create_directory_symlink(folder, link);
     ASSERT_EQ(::mkfifo(tree.at("fifo").c_str(), 0600), 0);
-    const std::pair<std::string, std::optional<ItemKind>> kinds[] = {
-        {file, ItemKind::file},
-        {folder, ItemKind::folder},
-        {link, ItemKind::link},
-        {tree.at("fifo"), ItemKind::other},
+    const std::pair<std::string, std::optional<EntryKind>> kinds[] = {
+        {file, EntryKind::file},
+        {folder, EntryKind::folder},
+        {link, EntryKind::link},
+        {tree.at("fifo"), EntryKind::other},
         {tree.at("none"), std::nullopt}};
     for (const auto& [path, kind] : kinds) EXPECT_EQ(files.kind(path), kind) << path;
     EXPECT_EQ(files.resolved(link + "/link/../folder/file"), file);

@@ -21,7 +21,6 @@
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/descriptor.h"
 #include "platform/system.h"
-#include "platform/trash_names.h"
 #include "tests/support/own_script.h"
 #include "tests/support/temporary_tree.h"
 
@@ -252,12 +251,25 @@ TEST_F(LinuxTrashTest, ReplacesNothingWhereTheDiskCannotRenameSo) {
     EXPECT_EQ(systemFiles()->names(home + "/files").value().size(), 2U);
 }
 
-TEST(TrashNames, StayWithinWhatADiskTakesAndWithinItsCharacters) {
-    EXPECT_EQ(trashName(".hidden", 2, 20), ".hidden.2");
-    EXPECT_EQ(trashName("abcaf\xC3\xA9.app", 1, 10), "abcaf.app");
-    EXPECT_EQ(trashName("abcdefghij.app", 12, 12), "abcde.12.app");
-    const auto [stem, ending] = trashNameParts("abcdefghijklm.app", 16);
-    EXPECT_EQ(stem + ".99999" + ending, "abcdef.99999.app");
+TEST_F(LinuxTrashTest, IsListedAndRestoredByTheFileManagersService) {
+    fs::permissions(tree.folder("runtime"), fs::perms::owner_all);
+    const auto inSession = [this](const std::string& commands) {
+        const auto said = tree.at("said");
+        const auto line = "XDG_DATA_HOME='" + tree.at("data") + "' HOME='" + tree.path() +
+                          "' XDG_RUNTIME_DIR='" + tree.at("runtime") +
+                          "' timeout 60 dbus-run-session -- sh -c '" + commands + "' 2>&- >" + said;
+        EXPECT_NE(std::system(line.c_str()), -1);
+        return contentOf(said);
+    };
+    if (inSession("gio list trash:/// && echo answers") != "answers\n") {
+        GTEST_SKIP() << "no such service here";
+    }
+    const auto path = tree.file("It's mine.app/inner", "content");
+    ASSERT_EQ(move(tree.at("It's mine.app")), std::nullopt);
+    const auto listed =
+        inSession("gio trash --list; gio trash --restore \"trash:///It%27s%20mine.app\"");
+    EXPECT_NE(listed.find(tree.at("It's mine.app")), std::string::npos) << listed;
+    EXPECT_EQ(contentOf(path), "content");
 }
 
 /// Whether this process may from now on mount what it likes, and nobody else sees it.
