@@ -1,11 +1,210 @@
 #include "actions/administrator_cleanup.h"
 
+#include <string>
 #include <utility>
 
-#include "actions/cleanup_script.h"
 #include "engine/removal_guard.h"
+#include "platform/folder_cleanup_trash.h"
+#include "platform/paths.h"
 
 namespace vestigo {
+
+namespace {
+
+constexpr char start[] = R"sh(exec >/dev/null 2>&1
+umask 077
+name=
+exists() { [ -e "$1" ] || [ -L "$1" ]; }
+is_folder() { [ -d "$1" ] && [ ! -L "$1" ]; }
+is_folder "$trash" || exit 1
+)sh";
+
+// What a journal in the Trash holds is described where the Trash makes it. The script takes nothing
+// out of it: whoever clears the journal at the end can tell more of what is there than a shell.
+constexpr char withNotes[] = R"sh([ "$(cd -P "$trash" && pwd -P)" = "$trash" ] || exit 1
+is_folder "$notes" && exec 9<"$journal" && flock -n -s 9 || exit 1
+reference=$journal/notes/1
+note() { # name, number
+    rm -f "$journal/info/$1$ending"
+    ln "$journal/notes/$2" "$journal/info/$1$ending"
+    ln "$journal/info/$1$ending" "$notes"/
+    has_note "$1"
+}
+has_note() { [ "$journal/info/$1$ending" -ef "$notes/$1$ending" ]; } # name
+drop_note() { ! has_note "$1" || rm -f "$notes/$1$ending"; } # name
+forget() { return 0; }
+move_as() { mv -fT "$1" "$trash/$2"; } # item, name
+finish() { exit 0; }
+)sh";
+
+// Where mv knows no -T, a folder gets its name in a folder that nobody else may enter. It can be
+// seen in the Trash, so whatever a killed script leaves in it is not lost.
+//
+// The script makes its journal itself, and clears those of scripts that were killed: nobody else
+// may look into them. It looks at one from within, as the user may put another folder in its place.
+constexpr char withoutNotes[] = R"sh(clear_journal() { # in the current folder
+    for taken in files/* files/.*; do
+        name=${taken##*/}
+        [ -f "$taken" ] || continue
+        if is_folder "$trash/$name"; then
+            case $(ls -ld "$trash/$name") in d---------*) rmdir "$trash/$name" ;; esac
+        else
+            [ ! "$taken" -ef "$trash/$name" ] || rm -f "$trash/$name"
+        fi
+        rm -f "$taken"
+    done
+    rm -f reference
+    rmdir files
+}
+for old in "$trash"/.vestigo-*-*; do
+    owner=${old##*/.vestigo-}
+    owner=${owner%%-*}
+    case $owner in '' | *[!0-9]*) continue ;; esac
+    ! is_folder "$old" || kill -0 "$owner" || (
+        cd -P "$old" && [ -O . ] && is_folder files || exit
+        case $(ls -ld .) in drwx------*) clear_journal ;; esac
+    )
+    kill -0 "$owner" || rmdir "$old"
+done
+journal=$(mktemp -d "$trash/.vestigo-$$-XXXXXXXX") && reference=$journal/reference &&
+    mkdir "$journal/files" && touch -r "$0" "$reference" || exit 1
+note() { return 0; }
+drop_note() { return 0; }
+forget() { rm -f "$journal/files/$1"; } # name
+move_as() { # item, name
+    if is_folder "$1"; then
+        mkdir "$trash/Vestigo $$" || return
+        mv -f "$1" "$trash/Vestigo $$/$2" && mv -f "$trash/Vestigo $$/$2" "$trash"/
+        rmdir "$trash/Vestigo $$"
+    else
+        mv -f "$1" "$trash/$2"
+    fi
+}
+finish() {
+    rm -f "$reference"
+    rmdir "$journal/files" "$journal"
+    exit 0
+}
+)sh";
+
+// What was made is told by looking at it and not by how a program ended: one that is killed, or
+// cannot be waited for, may have done its work.
+constexpr char common[] = R"sh(failures=0
+is_inode() { # number, item
+    set -- "$1" $(ls -di "$2")
+    [ "$1" = "$2" ]
+}
+is_unchanged() { # item; everything in it is as it was when the script was written
+    changed=$(find "$1" -cnewer "$reference") && [ -z "$changed" ]
+}
+take() { # item, name, number; 1: taken, 2: impossible
+    name=
+    exists "$1" || return 2
+    is_inode "$inode" "$1" && is_unchanged "$1" || return 2
+    exists "$trash/$2" && return 1
+    if note "$2" "$3" && true >"$journal/files/$2" && place "$1" "$2"; then
+        name=$2
+        return 0
+    fi
+    drop_note "$2"
+    forget "$2"
+    # Whoever was quicker may have gone again, so only many failures are one.
+    failures=$((failures + 1))
+    [ "$failures" -lt 50 ] && return 1
+    return 2
+}
+place() { # item, name
+    if is_folder "$1"; then
+        mkdir -m 0 "$trash/$2" && placeholder=$(ls -ldi "$trash/$2") && return
+        case $(ls -ld "$trash/$2") in d---------*) rmdir "$trash/$2" ;; esac
+        return 1
+    fi
+    ln "$journal/files/$2" "$trash"/
+    [ "$journal/files/$2" -ef "$trash/$2" ]
+}
+move_renamed() { # item, stem, ending, number
+    attempt=2
+    while [ "$attempt" -lt 100000 ]; do
+        take "$1" "$2.$attempt$3" "$4"
+        case $? in
+            0) move_as "$1" "$name"; return ;;
+            2) return ;;
+        esac
+        attempt=$((attempt + 1))
+    done
+}
+settle() { # the place of an item that has not come is given back, and only then its note
+    [ -z "$name" ] || ! give_back "$trash/$name" || drop_note "$name"
+    [ -z "$name" ] || forget "$name"
+    failures=0
+}
+give_back() { # place
+    if is_folder "$1"; then
+        [ "$(ls -ldi "$1")" = "$placeholder" ] && rmdir "$1"
+    else
+        [ "$1" -ef "$journal/files/$name" ] && rm -f "$1"
+    fi
+}
+)sh";
+
+std::string assigned(std::string_view name, const std::string& value) {
+    return std::string(name) + "=" + shellQuoted(value) + "\n";
+}
+
+std::string header(const CleanupPlan& plan) {
+    auto text = assigned("trash", plan.folder);
+    if (plan.notes) {
+        text += assigned("notes", plan.notes->folder) + assigned("ending", plan.notes->ending) +
+                assigned("journal", plan.notes->journal);
+    }
+    return text + start + (plan.notes ? withNotes : withoutNotes) + common;
+}
+
+/// Of the item with this number, from 1 on.
+std::string moveOf(const CleanupPlan& plan, std::size_t number) {
+    const auto& [path, identity] = plan.items[number - 1];
+    const auto inode = "inode=" + std::to_string(identity.number) + "\n";
+    const auto item = shellQuoted(path);
+    const auto own = std::string(nameOf(path));
+    const auto [stem, ending] = trashNameParts(own, plan.longestName);
+    const auto note = std::to_string(number);
+    const auto renamed = "move_renamed " + item + " " + shellQuoted(stem) + " " +
+                         shellQuoted(ending) + " " + note + "\n";
+    // A name that is too long for the Trash cannot be taken.
+    if (own.size() > plan.longestName) return inode + renamed + "settle\n";
+    return inode + "if take " + item + " " + shellQuoted(own) + " " + note + "; then\n" + "mv -f " +
+           item + " " + shellQuoted(plan.folder) + "/ 2>/dev/null || true\nelse\n" + renamed +
+           "fi\nsettle\n";
+}
+
+}  // namespace
+
+std::string shellQuoted(std::string_view text) {
+    std::string quoted = "'";
+    for (const char letter : text) {
+        if (letter == '\'') {
+            quoted += R"('\'')";
+        } else {
+            quoted += letter;
+        }
+    }
+    return quoted += '\'';
+}
+
+std::string cleanupScript(const CleanupPlan& plan) {
+    auto script = "#!/bin/sh\n" + header(plan);
+    for (std::size_t number = 1; number <= plan.items.size(); ++number) {
+        script += moveOf(plan, number);
+    }
+    return script += "finish\n";
+}
+
+std::array<std::string, 2> osascriptArguments(std::string_view scriptPath) {
+    std::string statement = R"(do shell script "/bin/sh \")";
+    statement.append(scriptPath).append(R"(\"" with administrator privileges)");
+    return {"-e", statement};
+}
+
 namespace {
 
 constexpr char scriptName[] = "/tm_sys_cleanup.sh";

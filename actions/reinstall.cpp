@@ -15,7 +15,7 @@ namespace {
 
 /// Whether moving the item would take the native Homebrew, or something in it, whatever links lead
 /// there from either path. Also where nobody can tell.
-bool takesNative(const std::string& path, const std::string& installation, Files& files) {
+bool wouldRemoveNative(const std::string& path, const std::string& installation, Files& files) {
     const auto takes = [](const std::string& item, const std::string& place) {
         return liesUnder(item, place) || liesUnder(place, item);
     };
@@ -256,7 +256,7 @@ void Reinstall::withdraw() {
 
 void Reinstall::removeOldIntelCopy(const std::string& path) {
     const auto looks = std::move(oldCopyLooks_);
-    const auto message = takesNative(path, services_.places.installation, *services_.files)
+    const auto message = wouldRemoveNative(path, services_.places.installation, *services_.files)
                              ? leftInPlace(path, "belongs to the arm64 Homebrew")
                              : services_.trashPath(path, looks.get());
     if (message) return note("\nTrash failed: " + *message);

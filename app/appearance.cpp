@@ -6,7 +6,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
-#include "ui/colors.h"
+#include "ui/widgets/theme.h"
 
 namespace vestigo {
 namespace {

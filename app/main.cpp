@@ -9,7 +9,7 @@
 #include "app/update_feed.h"
 #include "app/vestigo_app.h"
 #include "app/window_services.h"
-#include "ui/symbols.h"
+#include "ui/widgets/symbols.h"
 
 namespace {
 
@@ -44,9 +44,9 @@ int main(int argc, char** argv) {
     QApplication::setWindowIcon(vestigo::applicationIcon());
 #endif
     const vestigo::DesktopAppearance appearance;
-    auto surroundings = vestigo::systemSurroundings();
-    application.setOutOfMemoryReport(vestigo::outOfMemoryReport(surroundings.notifications));
-    vestigo::VestigoApp app(vestigo::windowServices(std::move(surroundings)),
+    auto platform = vestigo::systemPlatformServices();
+    application.setOutOfMemoryReport(vestigo::outOfMemoryReport(platform.notifications));
+    vestigo::VestigoApp app(vestigo::windowServices(std::move(platform)),
                             vestigo::updaterOfThisBuild(), VESTIGO_VERSION);
     app.endAtSignals();
     app.openWindow();

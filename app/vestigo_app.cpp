@@ -9,8 +9,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/interrupt.h"
-#include "ui/text.h"
+#include "platform/terminal.h"
+#include "ui/widgets/text.h"
 
 namespace vestigo {
 namespace {
@@ -54,7 +54,7 @@ MainWindow& VestigoApp::openWindow() {
     auto* const window = new MainWindow(services_, version_);
     windows_.push_back(window);
     connect(window, &MainWindow::closed, this, [this, window] {
-        if (const auto text = window->content().whatGoesOn()) tell(shown(*text));
+        if (const auto text = window->content().whatGoesOn()) tell(toQString(*text));
     });
     connect(window, &QObject::destroyed, this, [this, window] { std::erase(windows_, window); });
     menus_.addTo(*window);
@@ -89,7 +89,7 @@ void VestigoApp::endAtSignal(int exitStatus) {
 QString VestigoApp::whatGoesOn() const {
     QStringList lines;
     for (auto* const window : windows_) {
-        if (const auto text = window->content().whatGoesOn()) lines << shown(*text);
+        if (const auto text = window->content().whatGoesOn()) lines << toQString(*text);
     }
     return lines.join(QLatin1Char('\n'));
 }

@@ -11,8 +11,8 @@
 
 #include "app/menus.h"
 #include "platform/updater.h"
-#include "ui/content_view.h"
 #include "ui/main_window.h"
+#include "ui/model/content_view.h"
 
 namespace vestigo {
 

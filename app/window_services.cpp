@@ -9,10 +9,8 @@
 #include <vector>
 
 #include "actions/administrator_cleanup.h"
-#include "actions/cleanup_script.h"
-#include "persist/background_scan_store.h"
 #include "persist/file_memory_table.h"
-#include "persist/migration.h"
+#include "persist/preference_keys.h"
 #include "persist/scan_cache.h"
 #include "persist/signature_inspector.h"
 #include "platform/clock.h"
@@ -55,7 +53,7 @@ std::function<void()> outOfMemoryReport(std::shared_ptr<NotificationCenter> noti
     };
 }
 
-Surroundings systemSurroundings() {
+PlatformServices systemPlatformServices() {
     const auto notifications = std::make_shared<NotificationCenter>();
     const auto folders = systemFolders();
     const auto files = systemFiles();
@@ -81,45 +79,45 @@ Surroundings systemSurroundings() {
     };
 }
 
-ContentServices windowServices(Surroundings surroundings) {
-    const auto cache = std::make_shared<ScanCache>(surroundings.files, surroundings.folders);
+ContentServices windowServices(PlatformServices platform) {
+    const auto cache = std::make_shared<ScanCache>(platform.files, platform.folders);
     ContentServices services;
     services.scanner = {
         .main = std::make_shared<QtMainQueue>(),
-        .background = surroundings.tasks,
-        .reader = std::move(surroundings.reader),
-        .store = std::make_shared<BackgroundScanStore>(cache, surroundings.tasks),
-        .inspect = [signing = std::move(surroundings.signing)](
+        .background = platform.tasks,
+        .reader = std::move(platform.reader),
+        .store = std::make_shared<BackgroundScanStore>(cache, platform.tasks),
+        .inspect = [signing = std::move(platform.signing)](
                        const std::string& root) { return inspectSignature(*signing, root); },
-        .migrate = [own = surroundings.preferences,
-                    openPrevious = std::move(surroundings.openPreviousPreferences),
+        .migrate = [own = platform.preferences,
+                    openPrevious = std::move(platform.openPreviousPreferences),
                     cache] { migrateFromPreviousProduct(*own, openPrevious, *cache); },
         .now = secondsSince2001,
         .priority = Priority::utility,
-        .trash = std::move(surroundings.trash),
-        .files = surroundings.files,
-        .memory = memoryOfOtherFiles(surroundings.files, surroundings.folders.caches),
+        .trash = std::move(platform.trash),
+        .files = platform.files,
+        .memory = memoryOfOtherFiles(platform.files, platform.folders.caches),
         .makeLookMemory = [] { return std::make_unique<FileMemoryTable>(); },
     };
-    services.desktop = std::move(surroundings.desktop);
-    services.files = surroundings.files;
+    services.desktop = std::move(platform.desktop);
+    services.files = platform.files;
     services.exportFiles = systemFiles();
-    services.settings = std::make_shared<Settings>(std::move(surroundings.preferences));
-    services.notifications = std::move(surroundings.notifications);
-    services.places.home = surroundings.folders.home;
+    services.settings = std::make_shared<Settings>(std::move(platform.preferences));
+    services.notifications = std::move(platform.notifications);
+    services.places.home = platform.folders.home;
     // Not quit(): that would first ask every window, and a sheet may refuse to close.
     services.terminate = [] { QCoreApplication::exit(0); };
-    services.bundles = std::move(surroundings.bundles);
-    services.authentication = std::move(surroundings.authentication);
+    services.bundles = std::move(platform.bundles);
+    services.authentication = std::move(platform.authentication);
     services.cleanup = std::make_shared<AdministratorCleanup>(AdministratorCleanupServices{
-        .administrator = std::move(surroundings.administrator),
-        .files = std::move(surroundings.files),
-        .trash = std::move(surroundings.cleanupTrash),
-        .temporary = surroundings.folders.temporary,
+        .administrator = std::move(platform.administrator),
+        .files = std::move(platform.files),
+        .trash = std::move(platform.cleanupTrash),
+        .temporary = platform.folders.temporary,
     });
-    services.processes = std::move(surroundings.processes);
-    services.links = std::move(surroundings.links);
-    services.reinstallFolder = surroundings.folders.applicationSupport + "/Vestigo/reinstalls";
+    services.processes = std::move(platform.processes);
+    services.links = std::move(platform.links);
+    services.reinstallFolder = platform.folders.applicationSupport + "/Vestigo/reinstalls";
     return services;
 }
 

@@ -18,12 +18,12 @@
 #include "platform/standard_folders.h"
 #include "platform/tasks.h"
 #include "platform/trash.h"
-#include "ui/content_view.h"
+#include "ui/model/content_view.h"
 
 namespace vestigo {
 
 /// The world that the program looks at and keeps its own things in.
-struct Surroundings {
+struct PlatformServices {
     StandardFolders folders;
     std::shared_ptr<Preferences> preferences;
     /// Opens those of the previous product, at the first launch only. May be empty.
@@ -50,9 +50,9 @@ struct Surroundings {
     std::shared_ptr<NotificationCenter> notifications);
 
 /// The user's own. Needs the application object.
-[[nodiscard]] Surroundings systemSurroundings();
+[[nodiscard]] PlatformServices systemPlatformServices();
 
 /// For `VestigoApp`. Made on the main thread, while the application object lives.
-[[nodiscard]] ContentServices windowServices(Surroundings surroundings);
+[[nodiscard]] ContentServices windowServices(PlatformServices platform);
 
 }  // namespace vestigo

@@ -15,7 +15,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 GENERATOR_SOURCES = [
     HERE / "mac_folders.cpp",
     HERE / "tree_writer.cpp",
-    HERE.parent / "app/mach_o_image.cpp",
+    HERE.parent / "demo/mach_o_image.cpp",
 ]
 DROP_CACHES = pathlib.Path("/proc/sys/vm/drop_caches")
 

@@ -11,7 +11,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "app/mach_o_image.h"
+#include "demo/mach_o_image.h"
 #include "engine/regrouping.h"
 #include "engine/scanner.h"
 

@@ -7,7 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "engine/group_list.h"
+#include "engine/regrouping.h"
 #include "persist/csv.h"
 #include "persist/scan_file_reader.h"
 #include "persist/scan_file_writer.h"

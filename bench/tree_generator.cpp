@@ -28,7 +28,7 @@ std::optional<std::uint64_t> number(std::string_view text) {
     return value;
 }
 
-bool takeOption(Arguments& arguments, std::string_view option, std::string_view text) {
+bool parseOption(Arguments& arguments, std::string_view option, std::string_view text) {
     const auto value = number(text);
     if (!value) return false;
     if (option == "--files") {
@@ -49,7 +49,7 @@ std::optional<Arguments> parse(int count, char** words) {
         const std::string_view word(words[i]);
         if (!word.starts_with('-') && arguments.folder.empty()) {
             arguments.folder = word;
-        } else if (i + 1 == count || !takeOption(arguments, word, words[i + 1])) {
+        } else if (i + 1 == count || !parseOption(arguments, word, words[i + 1])) {
             return std::nullopt;
         } else {
             ++i;

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "app/mach_o_image.h"
+#include "demo/mach_o_image.h"
 
 namespace vestigo::bench {
 

@@ -28,21 +28,21 @@
 #include "platform/posix/posix_files.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_preferences.h"
-#include "ui/log_view.h"
 #include "ui/main_window.h"
+#include "ui/widgets/log_view.h"
 
 namespace vestigo {
 namespace {
 
 /// A window that keeps its things in a folder of the benchmark's own.
-Surroundings surroundingsIn(const std::string& folder) {
-    auto surroundings = systemSurroundings();
-    surroundings.folders.applicationSupport = folder;
-    surroundings.folders.caches = folder;
-    surroundings.preferences = QtPreferences::inFile(folder + "/settings.ini");
-    surroundings.preferences->setBoolean(preference::acceptedDisclaimer, true);
-    surroundings.openPreviousPreferences = {};
-    return surroundings;
+PlatformServices servicesIn(const std::string& folder) {
+    auto platform = systemPlatformServices();
+    platform.folders.applicationSupport = folder;
+    platform.folders.caches = folder;
+    platform.preferences = QtPreferences::inFile(folder + "/settings.ini");
+    platform.preferences->setBoolean(preference::acceptedDisclaimer, true);
+    platform.openPreviousPreferences = {};
+    return platform;
 }
 
 template <class Condition>
@@ -107,7 +107,7 @@ private:
 
 /// `started`: CLOCK_MONOTONIC in nanoseconds when the process was asked for.
 int launch(const std::string& folder, long started) {
-    const auto services = windowServices(surroundingsIn(folder));
+    const auto services = windowServices(servicesIn(folder));
     MainWindow window(services, "");
     bool painted = false;
     const FirstPaint first(*window.findChild<ResultsView*>()->viewport(), [&] {
@@ -144,7 +144,7 @@ double millisecondsFor(const std::function<void()>& work) {
 
 /// Scrolls, clicks headers and selects, painting after each.
 int use(const std::string& folder) {
-    const auto services = windowServices(surroundingsIn(folder));
+    const auto services = windowServices(servicesIn(folder));
     MainWindow window(services, "");
     window.setAttribute(Qt::WA_DeleteOnClose, false);
     window.show();
@@ -227,7 +227,7 @@ private:
 
 /// From the start of a scan to the end of its signatures.
 int scan(const std::string& folder, const std::string& tree) {
-    const auto services = windowServices(surroundingsIn(folder));
+    const auto services = windowServices(servicesIn(folder));
     MainWindow window(services, "");
     window.setAttribute(Qt::WA_DeleteOnClose, false);
     window.show();
@@ -253,7 +253,7 @@ double processorMilliseconds() {
 /// A scan by a window that has been open for a while: says "ready" and waits for a line, so that
 /// the file cache can be emptied once the program and the saved scan are in memory.
 int rescan(const std::string& folder, const std::string& tree) {
-    auto services = windowServices(surroundingsIn(folder));
+    auto services = windowServices(servicesIn(folder));
     // Other work on the machine shall weigh on this as it does on what this is compared with.
     services.scanner.priority = Priority::normal;
     MainWindow window(services, "");
@@ -288,7 +288,7 @@ bool makeTalkativeProgram(const std::string& path) {
 
 /// From the start of a reinstall until all of its log can be read.
 int reinstall(const std::string& folder) {
-    auto services = windowServices(surroundingsIn(folder));
+    auto services = windowServices(servicesIn(folder));
     services.homebrew.brew = services.homebrew.launcher = folder + "/brew";
     if (!makeTalkativeProgram(services.homebrew.brew)) return 1;
     MainWindow window(services, "");
@@ -335,7 +335,7 @@ private:
 
 /// While the confirmation is open and a large bundle is looked into; nothing is removed.
 int look(const std::string& folder, const std::string& bundle) {
-    auto services = windowServices(surroundingsIn(folder));
+    auto services = windowServices(servicesIn(folder));
     const auto tasks = std::make_shared<CountedTasks>(services.scanner.background);
     services.scanner.background = tasks;
     MainWindow window(services, "");

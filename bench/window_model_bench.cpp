@@ -6,7 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include "platform/run_loop.h"
-#include "ui/content_view.h"
+#include "ui/model/content_view.h"
 
 namespace vestigo {
 namespace {

@@ -1,12 +1,38 @@
 #include "engine/regrouping.h"
 
+#include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "engine/grouping.h"
 #include "engine/scan_rules.h"
 #include "platform/paths.h"
 
 namespace vestigo {
+
+BundleGroup& GroupList::add(BundleGroup group) {
+    ++size_;
+    return buckets_[labelRank(group.category)].emplace_back(std::move(group));
+}
+
+void GroupList::Iterator::skipEmpty() {
+    while (bucket_ < bucketCount && index_ == (*list_)[bucket_].size()) {
+        ++bucket_;
+        index_ = 0;
+    }
+}
+
+GroupList::Iterator& GroupList::Iterator::operator++() {
+    ++index_;
+    skipEmpty();
+    return *this;
+}
+
+GroupList::Iterator GroupList::Iterator::operator++(int) {
+    auto before = *this;
+    ++*this;
+    return before;
+}
 
 void Regrouping::restart(bool intelOnly) {
     intelOnly_ = intelOnly;

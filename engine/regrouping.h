@@ -1,7 +1,10 @@
 // Turns the flat list of hits into groups, all at once or as hits come in.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <deque>
+#include <iterator>
 #include <memory>
 #include <memory_resource>
 #include <span>
@@ -9,10 +12,58 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "engine/group_list.h"
 #include "engine/records.h"
 
 namespace vestigo {
+
+/// Groups ordered by category (by label); within a category in the order they were added. Roots are
+/// unique. Adding never moves a group, so a reference stays good while the list lives.
+class GroupList {
+    using Bucket = std::deque<BundleGroup>;
+    static constexpr std::size_t bucketCount = std::size(allCategories);
+
+public:
+    class Iterator {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = BundleGroup;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const BundleGroup*;
+        using reference = const BundleGroup&;
+
+        Iterator() = default;
+        reference operator*() const { return (*list_)[bucket_][index_]; }
+        pointer operator->() const { return &**this; }
+        Iterator& operator++();
+        Iterator operator++(int);
+        bool operator==(const Iterator&) const = default;
+
+    private:
+        friend class GroupList;
+        using Buckets = std::array<Bucket, bucketCount>;
+        Iterator(const Buckets* list, std::size_t bucket) : list_(list), bucket_(bucket) {
+            skipEmpty();
+        }
+        void skipEmpty();
+
+        const Buckets* list_ = nullptr;
+        std::size_t bucket_ = 0;
+        std::size_t index_ = 0;
+    };
+
+    /// The new group, at the end of its category.
+    BundleGroup& add(BundleGroup group);
+
+    [[nodiscard]] Iterator begin() const { return {&buckets_, 0}; }
+    [[nodiscard]] Iterator end() const { return {&buckets_, bucketCount}; }
+    [[nodiscard]] std::size_t size() const { return size_; }
+    [[nodiscard]] bool empty() const { return size_ == 0; }
+    bool operator==(const GroupList&) const = default;
+
+private:
+    std::array<Bucket, bucketCount> buckets_;  ///< By rank of the category's label.
+    std::size_t size_ = 0;
+};
 
 /// Adding hits in several steps gives the same groups as adding them all at once. Main thread only.
 class Regrouping {

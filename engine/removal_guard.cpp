@@ -1,9 +1,24 @@
 #include "engine/removal_guard.h"
 
-#include "engine/protected_places.h"
+#include <algorithm>
+#include <string>
+
 #include "platform/paths.h"
 
 namespace vestigo {
+
+bool isProtected(std::string_view root) {
+    return std::ranges::any_of(
+        protectedPrefixes, [root](std::string_view prefix) { return root.starts_with(prefix); });
+}
+
+bool wouldRemoveProtected(std::string_view path) {
+    auto folder = std::string(path);
+    if (!folder.ends_with('/')) folder += '/';
+    return isProtected(folder) || std::ranges::any_of(protectedPrefixes, [&](auto prefix) {
+               return prefix.starts_with(folder);
+           });
+}
 
 std::optional<std::string> realPlace(const std::string& path, Files& files) {
     const auto name = nameOf(path);
@@ -16,7 +31,7 @@ std::optional<std::string> realPlace(const std::string& path, Files& files) {
 
 std::optional<std::string> protectionOf(const std::string& path, Files& files) {
     const auto real = realPlace(path, files);
-    if (takesProtected(path) || (real && takesProtected(*real))) {
+    if (wouldRemoveProtected(path) || (real && wouldRemoveProtected(*real))) {
         return leftInPlace(path, "is protected by the system");
     }
     // A path that leads nowhere is for whoever is to move it to report. But what is there and

@@ -1,6 +1,7 @@
 // What no removal may touch, whatever path leads there.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,6 +9,18 @@
 #include "platform/files.h"
 
 namespace vestigo {
+
+inline constexpr std::array<std::string_view, 8> protectedPrefixes{
+    "/System/",   "/usr/lib/", "/usr/libexec/", "/usr/bin/",
+    "/usr/sbin/", "/bin/",     "/sbin/",        "/Library/Apple/",
+};
+
+/// Begins with one of the prefixes, compared as bytes. Nothing there is ever removed.
+[[nodiscard]] bool isProtected(std::string_view root);
+
+/// Whether something protected would go with the path: it is a protected place, lies in one or
+/// holds one.
+[[nodiscard]] bool wouldRemoveProtected(std::string_view path);
 
 /// Where the item really lies: the links in the folders above it are followed, it itself is not.
 /// Absent when those folders lead nowhere or the path does not end in a name.

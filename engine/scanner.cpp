@@ -11,7 +11,7 @@
 
 #include "engine/scan_rules.h"
 #include "engine/walk.h"
-#include "platform/threads.h"
+#include "platform/tasks.h"
 
 namespace vestigo {
 
@@ -61,26 +61,26 @@ public:
         : main_(std::move(main)), handle_(std::move(handle)), number_(number) {}
 
     void progress(std::int64_t count, const std::string& path) override {
-        post([count, path](Scanner& scanner) { scanner.takeProgress(count, path); });
+        post([count, path](Scanner& scanner) { scanner.receiveProgress(count, path); });
     }
     void partial(HitList added, std::int64_t count) override {
         post([added = std::move(added), count](Scanner& scanner) mutable {
-            scanner.takeHits(std::move(added), count);
+            scanner.receiveHits(std::move(added), count);
         });
     }
     void final(HitList added, std::int64_t count) override {
         partial(std::move(added), count);
-        post([](Scanner& scanner) { scanner.takeFinish(); });
+        post([](Scanner& scanner) { scanner.receiveFinish(); });
     }
 
     void earlier(SignatureMap signatures) {
         post([signatures = std::move(signatures)](Scanner& scanner) mutable {
-            scanner.takeEarlier(std::move(signatures));
+            scanner.receiveEarlier(std::move(signatures));
         });
     }
 
     void failed() {
-        post([](Scanner& scanner) { scanner.takeFailure(); });
+        post([](Scanner& scanner) { scanner.receiveFailure(); });
     }
 
 private:
@@ -172,13 +172,13 @@ private:
 
     void end() {
         main_->post([handle = handle_] {
-            if (handle->scanner) handle->scanner->takePassEnd();
+            if (handle->scanner) handle->scanner->receivePassEnd();
         });
     }
 
     void publish(SignatureMap found) {
         main_->post([handle = handle_, found = std::move(found)] {
-            if (handle->scanner) handle->scanner->takeSignatures(found);
+            if (handle->scanner) handle->scanner->receiveSignatures(found);
         });
     }
 
@@ -196,7 +196,7 @@ Scanner::Scanner(ScannerServices services)
       results_{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}},
       regrouping_(*results_.signatures),
       handle_(std::make_shared<Handle>(Handle{this})) {
-    gone_ = services_.order->subscribe([this](const RootSet& gone) { takeGone(gone); });
+    gone_ = services_.order->subscribe([this](const RootSet& gone) { forgetRemoved(gone); });
     if (services_.migrate) services_.migrate();
     loadCache();
 }
@@ -268,24 +268,24 @@ void Scanner::readEarlier(EarlierScan earlier) {
     services_.background->run(services_.priority, std::move(reading));
 }
 
-void Scanner::takeEarlier(SignatureMap signatures) {
+void Scanner::receiveEarlier(SignatureMap signatures) {
     previousIsRead_ = true;
     if (!signatures.empty()) {
         results_.signatures->merge(signatures);
         signaturesNewer_ = true;
         changed(ScannerField::signatures);
     }
-    if (walkIsDone_) takeFinish();
+    if (walkIsDone_) receiveFinish();
 }
 
-void Scanner::takeProgress(std::int64_t count, std::string path) {
+void Scanner::receiveProgress(std::int64_t count, std::string path) {
     currentPath_ = std::move(path);
     scannedCount_ = count;
     changed(ScannerField::currentPath);
     changed(ScannerField::scannedCount);
 }
 
-void Scanner::takeHits(HitList added, std::int64_t count) {
+void Scanner::receiveHits(HitList added, std::int64_t count) {
     if (!goneInScan_.empty()) {
         RootMatcher gone(goneInScan_);
         std::erase_if(added, [&gone](const HitRef& hit) { return gone.covers(hit->path); });
@@ -298,7 +298,7 @@ void Scanner::takeHits(HitList added, std::int64_t count) {
     changed(ScannerField::groups);
 }
 
-void Scanner::takeFinish() {
+void Scanner::receiveFinish() {
     // One that was stopped does not wait.
     walkIsDone_ = scanning_ && !previousIsRead_;
     if (walkIsDone_) return;
@@ -329,7 +329,7 @@ void Scanner::completeDates() {
     previous_.reset();
 }
 
-void Scanner::takeFailure() {
+void Scanner::receiveFailure() {
     previous_.reset();
     scanning_ = false;
     walking_ = false;
@@ -344,7 +344,7 @@ void Scanner::stop() {
     scanning_ = false;
     saveCache();
     changed(ScannerField::scanning);
-    if (walkIsDone_) takeFinish();
+    if (walkIsDone_) receiveFinish();
 }
 
 void Scanner::setIntelOnly(bool value) {
@@ -372,7 +372,7 @@ void Scanner::refreshSignatures() {
     services_.background->run(services_.priority, SignaturePass(*this, std::move(missing)));
 }
 
-void Scanner::takeSignatures(const SignatureMap& found) {
+void Scanner::receiveSignatures(const SignatureMap& found) {
     for (const auto& [root, info] : found) {
         results_.signatures->insert_or_assign(root, info);
     }
@@ -380,7 +380,7 @@ void Scanner::takeSignatures(const SignatureMap& found) {
     changed(ScannerField::signatures);
 }
 
-void Scanner::takePassEnd() {
+void Scanner::receivePassEnd() {
     --passes_;
     regroup();
     // Half a scan does not replace the whole one before it; the scan saves at its end.

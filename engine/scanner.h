@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/file_memory.h"
@@ -15,7 +16,6 @@
 #include "engine/records.h"
 #include "engine/regrouping.h"
 #include "engine/removal_look.h"
-#include "engine/scan_store.h"
 #include "platform/cleanup_trash.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
@@ -24,6 +24,45 @@
 #include "platform/trash.h"
 
 namespace vestigo {
+
+/// Main thread only. Nothing fails visibly.
+class ScanStore {
+public:
+    virtual ~ScanStore() = default;
+    /// Absent when there is no usable record.
+    [[nodiscard]] virtual std::optional<ScanFile> readScanFile() = 0;
+    virtual void writeScanFile(const ScanFile& record) = 0;
+};
+
+/// What the Scanners of the program have to know of each other: the order in which their scans
+/// began, and what one of them has removed. What is saved gives
+/// way only to a scan begun later, and to what becomes of the same scan, its signatures and
+/// removals: an older window whose signatures come in late does not undo the newer scan of another
+/// one. Main thread only.
+class ScanOrder {
+public:
+    /// The number of a scan that begins now, higher than that of every scan before.
+    [[nodiscard]] std::uint64_t begin() { return ++begun_; }
+    /// The number of the scan that is saved; 0 for one of an earlier launch.
+    [[nodiscard]] std::uint64_t saved() const { return saved_; }
+    /// Whether the results of this scan may take the place of what is saved; if so, they do.
+    [[nodiscard]] bool claim(std::uint64_t scan) {
+        if (scan < saved_) return false;
+        saved_ = scan;
+        return true;
+    }
+
+    /// These roots have been removed from the disk; every Scanner loses what lies under them.
+    void announceRemoved(const RootSet& gone) { gone_.notify(gone); }
+    [[nodiscard]] Subscription subscribe(std::function<void(const RootSet& gone)> observer) {
+        return gone_.subscribe(std::move(observer));
+    }
+
+private:
+    Observers<const RootSet&> gone_;
+    std::uint64_t begun_ = 0;
+    std::uint64_t saved_ = 0;
+};
 
 /// What the Scanner is given to work with.
 struct ScannerServices {
@@ -166,19 +205,19 @@ private:
     class Guard;
 
     void loadCache();
-    void takeProgress(std::int64_t count, std::string path);
-    void takeHits(HitList added, std::int64_t count);
+    void receiveProgress(std::int64_t count, std::string path);
+    void receiveHits(HitList added, std::int64_t count);
     void readEarlier(EarlierScan earlier);
-    void takeEarlier(SignatureMap signatures);
-    void takeFinish();
-    void takeFailure();
+    void receiveEarlier(SignatureMap signatures);
+    void receiveFinish();
+    void receiveFailure();
     /// Of hits that were read before those of the scan before were there.
     void completeDates();
-    void takeSignatures(const SignatureMap& found);
-    void takePassEnd();
+    void receiveSignatures(const SignatureMap& found);
+    void receivePassEnd();
     /// Whether there were hits of these roots. While a scan runs, none of them come back.
     bool forget(const RootSet& gone);
-    void takeGone(const RootSet& gone);
+    void forgetRemoved(const RootSet& gone);
     [[nodiscard]] bool isWhatIsSaved() const;
     void saveWithout(const RootSet& gone);
     void changed(ScannerField field) { observers_.notify(field); }

@@ -3,7 +3,6 @@
 #include <utility>
 #include <vector>
 
-#include "engine/protected_places.h"
 #include "engine/removal_guard.h"
 #include "engine/scanner.h"
 #include "platform/paths.h"
@@ -174,7 +173,7 @@ bool Scanner::forget(const RootSet& gone) {
     if (gone.empty()) return false;
     const auto before = results_.hits.size();
     forgetting_ = true;
-    services_.order->tellGone(gone);
+    services_.order->announceRemoved(gone);
     forgetting_ = false;
     return results_.hits.size() < before;
 }
@@ -196,7 +195,7 @@ void Scanner::saveWithout(const RootSet& gone) {
 }
 
 /// Whichever Scanner has removed them: what another window saves must not bring them back.
-void Scanner::takeGone(const RootSet& gone) {
+void Scanner::forgetRemoved(const RootSet& gone) {
     if (walking_) goneInScan_.insert(gone.begin(), gone.end());
     RootMatcher matcher(gone);
     const auto count =

@@ -12,7 +12,7 @@
 #include "engine/walk_queue.h"
 #include "platform/clock.h"
 #include "platform/paths.h"
-#include "platform/threads.h"
+#include "platform/tasks.h"
 
 namespace vestigo {
 namespace {

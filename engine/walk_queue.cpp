@@ -1,9 +1,74 @@
 #include "engine/walk_queue.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace vestigo {
+
+namespace {
+
+// The system counts the time of threads that are running in ticks of some milliseconds.
+constexpr auto sampleInterval = std::chrono::milliseconds(20);
+
+// Of all processors. In between, things stay as they are.
+constexpr double idle = 0.7;
+constexpr double busy = 0.95;
+
+}  // namespace
+
+ReaderGovernor::ReaderGovernor(unsigned most)
+    : processors_(std::max(1U, std::thread::hardware_concurrency())),
+      most_(most),
+      limit_(std::min(processors_, most)) {}
+
+void ReaderGovernor::tick() {
+    const auto now = Clock::now();
+    if (now - sampledAt_ < sampleInterval) return;
+    const auto processorNow = std::clock();
+    sample(std::chrono::duration<double>(now - sampledAt_).count(),
+           static_cast<double>(processorNow - processorAt_) / CLOCKS_PER_SEC);
+    sampledAt_ = now;
+    processorAt_ = processorNow;
+}
+
+void ReaderGovernor::sample(double wall, double processor) {
+    const double used = processor / (wall * processors_);
+    if (used < idle) limit_ = std::min(most_, limit_ * 2);
+    if (used > busy) limit_ = std::max(std::min(processors_, most_), limit_ / 2);
+}
+
+namespace {
+
+constexpr std::int64_t progressEvery = 1000;
+constexpr std::size_t hitsPerPartial = 2000;
+
+}  // namespace
+
+void WalkDelivery::deliver(ExaminedFiles&& run,
+                           const std::function<std::string(std::size_t)>& pathOf) {
+    const auto before = scannedCount_;
+    const auto countUpTo = [&](std::int64_t count) {
+        for (auto next = (scannedCount_ / progressEvery + 1) * progressEvery; next <= count;
+             next += progressEvery) {
+            listener_.progress(next, pathOf(static_cast<std::size_t>(next - before - 1)));
+        }
+        scannedCount_ = count;
+    };
+    for (auto& [position, hit] : run.hits) {
+        countUpTo(before + position + 1);
+        pending_.push_back(std::move(hit));
+        if (pending_.size() == hitsPerPartial) {
+            listener_.partial(std::exchange(pending_, {}), scannedCount_);
+        }
+    }
+    countUpTo(before + run.examined);
+}
+
+void WalkDelivery::finish() {
+    listener_.final(std::exchange(pending_, {}), scannedCount_);
+}
+
 namespace {
 
 // Some 200 µs of work with a warm cache: long beside a lock, short beside a scan.
@@ -71,7 +136,7 @@ std::optional<WalkQueue::Work> WalkQueue::claim() {
 std::optional<WalkQueue::Work> WalkQueue::tryClaim() {
     governor_.tick();
     if (stopped_ || busy_ >= governor_.limit() || tooFarAhead()) return std::nullopt;
-    auto work = takeFirst();
+    auto work = popFirst();
     if (!work) return std::nullopt;
     ++busy_;
     const bool isMoreToDo = !work_.empty() && busy_ < governor_.limit() && !tooFarAhead();
@@ -85,13 +150,13 @@ bool WalkQueue::tooFarAhead() const {
     return ahead_ > maxAhead && busy_ > 0;
 }
 
-std::optional<WalkQueue::Work> WalkQueue::takeFirst() {
+std::optional<WalkQueue::Work> WalkQueue::popFirst() {
     // Folders further back that were listed meanwhile stay open until it is their turn, at every
     // level of a deep tree anew: where they become too many, theirs it is.
     const bool mayOpen = openFolders_ < maxOpenFolders_;
     for (auto* const node : work_) {
         if (node->isSubFolders && mayOpen) return enterNext(*node);
-        if (node->isListed) return takeBatch(*node);
+        if (node->isListed) return popBatch(*node);
     }
     return std::nullopt;
 }
@@ -113,7 +178,7 @@ WalkQueue::Work WalkQueue::enterNext(Node& run) {
     return ListWork{&files, std::move(path), root, root ? files.root->prefixSize : 0};
 }
 
-WalkQueue::Work WalkQueue::takeBatch(Node& files) {
+WalkQueue::Work WalkQueue::popBatch(Node& files) {
     const auto batch = files.nextBatch++;
     if (files.nextBatch == files.batches.size()) work_.erase(files.workPlace);
     const auto& candidates = files.listing.candidates;
@@ -131,13 +196,13 @@ std::optional<WalkQueue::Work> WalkQueue::listed(const ListWork& work, FolderLis
         Done done;
         auto lock = lockSoon();
         --busy_;
-        takeListing(*work.files, std::move(listing), done);
+        addListing(*work.files, std::move(listing), done);
         if (auto next = tryClaim()) return next;
     }
     return claim();
 }
 
-void WalkQueue::takeListing(Node& files, FolderListing listing, Done& done) {
+void WalkQueue::addListing(Node& files, FolderListing listing, Done& done) {
     files.isListed = true;
     files.batches.resize(batchCount(listing.candidates));
     if (!listing.filePrefix.empty()) files.prefix = listing.filePrefix;

@@ -8,22 +8,89 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <functional>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
-#include "engine/name_list.h"
-#include "engine/reader_governor.h"
-#include "engine/walk_delivery.h"
+#include "engine/walk.h"
 #include "platform/directory_reader.h"
 
 namespace vestigo {
+
+/// Entry names of one folder, each followed by a NUL.
+class NameList {
+public:
+    void add(std::string_view name) {
+        offsets_.push_back(static_cast<std::uint32_t>(text_.size()));
+        text_.append(name).push_back('\0');
+    }
+    [[nodiscard]] std::size_t size() const { return offsets_.size(); }
+    [[nodiscard]] bool empty() const { return offsets_.empty(); }
+    [[nodiscard]] const char* operator[](std::size_t i) const { return &text_[offsets_[i]]; }
+
+private:
+    std::string text_;
+    std::vector<std::uint32_t> offsets_;
+};
+
+/// With a warm file cache, more readers than processors only get in each other's way. With a cold
+/// one they wait for the disk, which answers many at once far sooner than one after the other. The
+/// two are told apart by whether the processors have anything to do. Used by one thread at a time.
+class ReaderGovernor {
+public:
+    /// Never more than `most`, and at first no more than there are processors.
+    explicit ReaderGovernor(unsigned most);
+
+    [[nodiscard]] unsigned limit() const { return limit_; }
+    /// To be called often: now and then it looks at the clocks and may change the limit.
+    void tick();
+    /// Takes in that this process used `processor` seconds of its processors in `wall` seconds.
+    void sample(double wall, double processor);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    unsigned processors_;
+    unsigned most_;
+    unsigned limit_;
+    Clock::time_point sampledAt_ = Clock::now();
+    std::clock_t processorAt_ = std::clock();
+};
+
+/// What became of a run of candidates.
+struct ExaminedFiles {
+    std::uint32_t examined = 0;  ///< How many of the run were looked at.
+    /// Hits with their position in the run, ascending.
+    std::vector<std::pair<std::uint32_t, HitRef>> hits;
+};
+
+/// Counts candidates and cuts the hits into hand-overs. Used by one thread at a time.
+class WalkDelivery {
+public:
+    explicit WalkDelivery(WalkListener& listener) : listener_(listener) {}
+
+    /// The next run in order. `pathOf` gives the path of the candidate at a position of the run.
+    void deliver(ExaminedFiles&& run, const std::function<std::string(std::size_t)>& pathOf);
+    /// Hands over what is left.
+    void finish();
+
+private:
+    WalkListener& listener_;
+    std::int64_t scannedCount_ = 0;
+    HitList pending_;
+};
 
 /// What a folder's listing gave.
 struct FolderListing {
@@ -119,11 +186,11 @@ private:
 
     [[nodiscard]] Lock lockSoon();
     [[nodiscard]] std::optional<Work> tryClaim();
-    [[nodiscard]] std::optional<Work> takeFirst();
+    [[nodiscard]] std::optional<Work> popFirst();
     [[nodiscard]] Work enterNext(Node& run);
-    [[nodiscard]] Work takeBatch(Node& files);
+    [[nodiscard]] Work popBatch(Node& files);
     [[nodiscard]] bool tooFarAhead() const;
-    void takeListing(Node& files, FolderListing listing, Done& done);
+    void addListing(Node& files, FolderListing listing, Done& done);
     void close(Node& files, Done& done);
     void addSubFolders(const Node& after, NameList names);
     void deliverReady(Done& done);

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "engine/group_list.h"
 #include "engine/records.h"
+#include "engine/regrouping.h"
 
 namespace vestigo {
 

@@ -1,17 +1,76 @@
+#define SIMDJSON_EXCEPTIONS 0  // Every error is a value.
 #include "persist/scan_file_reader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <set>
 #include <string>
 #include <utility>
 
-#define SIMDJSON_EXCEPTIONS 0  // Every error is a value.
 #include <simdjson.h>
 
-#include "persist/json_cutter.h"
-
 namespace vestigo {
+
+namespace {
+
+/// The index behind the string that begins at `start`; the text's size when it does not end.
+std::size_t endOfString(std::string_view text, std::size_t start) {
+    for (auto quote = text.find('"', start + 1); quote != std::string_view::npos;
+         quote = text.find('"', quote + 1)) {
+        // A quote behind an odd number of backslashes belongs to the string.
+        const auto before = text.find_last_not_of('\\', quote - 1);
+        if ((quote - before) % 2 == 1) return quote + 1;
+    }
+    return text.size();
+}
+
+}  // namespace
+
+bool JsonCutter::atEnd() {
+    rest_.remove_prefix(std::min(rest_.find_first_not_of(" \t\n\r"), rest_.size()));
+    return rest_.empty();
+}
+
+bool JsonCutter::take(char token) {
+    if (atEnd() || rest_.front() != token) return false;
+    rest_.remove_prefix(1);
+    return true;
+}
+
+std::string_view JsonCutter::string() {
+    return atEnd() || rest_.front() != '"' ? std::string_view() : cut(endOfString(rest_, 0));
+}
+
+std::string_view JsonCutter::values(std::size_t size) {
+    std::size_t depth = 0;
+    std::size_t at = 0;
+    while (at < rest_.size()) {
+        switch (rest_[at]) {
+            case '"': at = endOfString(rest_, at); continue;
+            case '{':
+            case '[': ++depth; break;
+            case '}':
+            case ']':
+                if (depth == 0) return cut(at);
+                --depth;
+                break;
+            case ',':
+                if (depth == 0 && at >= size) return cut(at);
+                break;
+            default: break;
+        }
+        ++at;
+    }
+    return cut(at);
+}
+
+std::string_view JsonCutter::cut(std::size_t size) {
+    const auto piece = rest_.substr(0, size);
+    rest_.remove_prefix(size);
+    return piece;
+}
+
 namespace {
 
 namespace dom = simdjson::dom;
@@ -48,17 +107,17 @@ bool take(Value value, std::string& target) {
     return true;
 }
 
-bool takePath(Value value, std::string& target) {
+bool readPath(Value value, std::string& target) {
     return take(value, target) && target.find('\0') == std::string::npos;
 }
 
-template <class Item, class TakeItem>
-bool takeList(Value value, std::vector<Item>& target, TakeItem takeItem) {
+template <class Item, class ReadItem>
+bool readList(Value value, std::vector<Item>& target, ReadItem readItem) {
     dom::array items;
     if (value.get(items)) return false;
     if (target.empty()) target.reserve(items.size());
     for (const auto item : items) {
-        if (!takeItem(Value(dom::element(item)), target.emplace_back())) return false;
+        if (!readItem(Value(dom::element(item)), target.emplace_back())) return false;
     }
     return true;
 }
@@ -66,9 +125,9 @@ bool takeList(Value value, std::vector<Item>& target, TakeItem takeItem) {
 bool take(Value value, BinaryHit& hit) {
     dom::object fields;
     if (value.get(fields)) return false;
-    const auto takeArch = [](Value arch, std::string& target) { return take(arch, target); };
-    if (!takePath(fields["path"], hit.path)) return false;
-    if (!takeList(fields["archs"], hit.archs, takeArch)) return false;
+    const auto readArch = [](Value arch, std::string& target) { return take(arch, target); };
+    if (!readPath(fields["path"], hit.path)) return false;
+    if (!readList(fields["archs"], hit.archs, readArch)) return false;
     if (!take(fields["size"], hit.size) || !take(fields["mtime"], hit.mtime)) return false;
     // Records of older programs do not know the creation time.
     hit.ctime = hit.mtime;
@@ -91,11 +150,11 @@ bool take(Value value, SignInfo& info) {
 
 /// False only when there is a value of another type.
 template <class Item>
-bool takeOptional(Value value, std::optional<Item>& target) {
+bool readOptional(Value value, std::optional<Item>& target) {
     return isAbsent(value) || take(value, target.emplace());
 }
 
-bool takeEntries(Value value, SignatureMap& signatures) {
+bool readEntries(Value value, SignatureMap& signatures) {
     dom::object entries;
     if (value.get(entries)) return false;
     for (const auto entry : entries) {
@@ -116,7 +175,7 @@ public:
         JsonCutter text(bytes);
         if (!text.take('{')) return std::nullopt;
         do {
-            if (!takeMember(text)) return std::nullopt;
+            if (!readMember(text)) return std::nullopt;
         } while (text.take(','));
         if (!text.take('}') || !text.atEnd() || !isComplete()) return std::nullopt;
         return std::move(record_);
@@ -128,44 +187,44 @@ private:
                seen_.contains("roots") && seen_.contains("hits");
     }
 
-    bool takeMember(JsonCutter& text) {
+    bool readMember(JsonCutter& text) {
         std::string key;
         if (!take(parse("", text.string(), ""), key) || !text.take(':')) return false;
         const auto value = text.values();
         if (!seen_.insert(key).second) return isValid(value);
-        if (key == "version") return takeOptional(parse("", value, ""), record_.version);
+        if (key == "version") return readOptional(parse("", value, ""), record_.version);
         if (key == "date") return take(parse("", value, ""), record_.date);
-        if (key == "roots") return takeList(parse("", value, ""), record_.roots, takePath);
-        if (key == "hits") return takeHits(value);
-        if (key == "signatures") return takeSignatures(value);
+        if (key == "roots") return readList(parse("", value, ""), record_.roots, readPath);
+        if (key == "hits") return receiveHits(value);
+        if (key == "signatures") return receiveSignatures(value);
         return isValid(value);
     }
 
-    bool takeHits(std::string_view list) {
-        return takePieces(list, "[", "]", [this](Value piece) {
-            return takeList(piece, record_.hits,
+    bool receiveHits(std::string_view list) {
+        return readPieces(list, "[", "]", [this](Value piece) {
+            return readList(piece, record_.hits,
                             [](Value hit, HitRef& target) { return take(hit, target); });
         });
     }
 
-    bool takeSignatures(std::string_view map) {
+    bool receiveSignatures(std::string_view map) {
         if (!JsonCutter(map).take('{')) return parse("", map, "").is_null();
         auto& signatures = record_.signatures.emplace();
-        return takePieces(map, "{", "}",
-                          [&](Value piece) { return takeEntries(piece, signatures); });
+        return readPieces(map, "{", "}",
+                          [&](Value piece) { return readEntries(piece, signatures); });
     }
 
     /// Hands on the items of a list or map, as lists or maps of fewer.
     template <class TakePiece>
-    bool takePieces(std::string_view items, const char* open, const char* close,
-                    TakePiece takePiece) {
+    bool readPieces(std::string_view items, const char* open, const char* close,
+                    TakePiece readPiece) {
         JsonCutter text(items);
         if (!text.take(*open)) return false;
         JsonCutter empty = text;
         if (empty.take(*close)) return empty.atEnd();
         do {
             const auto piece = text.values(pieceSize_);
-            if (JsonCutter(piece).atEnd() || !takePiece(parse(open, piece, close))) return false;
+            if (JsonCutter(piece).atEnd() || !readPiece(parse(open, piece, close))) return false;
         } while (text.take(','));
         return text.take(*close) && text.atEnd();
     }

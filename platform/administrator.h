@@ -1,9 +1,13 @@
 // Work that needs an administrator's password.
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "platform/processes.h"
 #include "platform/tasks.h"
 
 namespace vestigo {
@@ -24,6 +28,24 @@ public:
     /// call returns within a moment with another status than 0.
     [[nodiscard]] virtual AdministratorRun runScript(const std::string& script,
                                                      const CancelFlag& cancel) = 0;
+};
+
+class LaunchedAdministrator : public Administrator {
+public:
+    /// What the launcher is given for the script at this path.
+    using Arguments = std::function<std::vector<std::string>(const std::string& script)>;
+
+    LaunchedAdministrator(std::shared_ptr<Processes> processes, std::string launcher,
+                          Arguments arguments);
+
+    /// The launcher's own exit status.
+    [[nodiscard]] AdministratorRun runScript(const std::string& script,
+                                             const CancelFlag& cancel) override;
+
+private:
+    std::shared_ptr<Processes> processes_;
+    std::string launcher_;
+    Arguments arguments_;
 };
 
 }  // namespace vestigo

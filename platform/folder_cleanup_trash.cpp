@@ -6,6 +6,44 @@
 
 namespace vestigo {
 
+namespace {
+
+/// No longer than this, and not in the middle of a UTF-8 character.
+std::string_view shortened(std::string_view text, std::size_t longest) {
+    if (text.size() <= longest) return text;
+    const auto continues = [](char byte) { return (static_cast<unsigned char>(byte) >> 6U) == 2; };
+    auto length = longest;
+    while (length > 0 && continues(text[length])) --length;
+    // Bytes that are no text are cut where the room ends.
+    return text.substr(0, length > 0 ? length : longest);
+}
+
+/// Its dot included.
+std::string_view extensionOf(std::string_view name, std::size_t longest) {
+    const auto dot = name.rfind('.');
+    // A dot at the very beginning or end makes no extension, and a long one is no extension either.
+    const bool extended = dot != name.npos && dot > 0 && name.size() - dot < longest / 2;
+    return extended ? name.substr(dot) : std::string_view();
+}
+
+}  // namespace
+
+std::string trashName(std::string_view name, unsigned attempt, std::size_t longest) {
+    std::string ending;
+    if (attempt > 1) ending.append(".").append(std::to_string(attempt));
+    ending += extensionOf(name, longest);
+    const auto stem = name.substr(0, name.size() - extensionOf(name, longest).size());
+    return std::string(shortened(stem, longest - ending.size())) + ending;
+}
+
+TrashNameParts trashNameParts(std::string_view name, std::size_t longest) {
+    constexpr std::size_t longestNumber = std::string_view(".99999").size();
+    const auto ending = extensionOf(name, longest);
+    const auto stem = name.substr(0, name.size() - ending.size());
+    return {.stem = std::string(shortened(stem, longest - longestNumber - ending.size())),
+            .ending = std::string(ending)};
+}
+
 FolderCleanupTrash::FolderCleanupTrash(std::string folder, std::shared_ptr<Files> files)
     : folder_(std::move(folder)), files_(std::move(files)) {}
 

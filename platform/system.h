@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "platform/administrator.h"
 #include "platform/bundle_information.h"
 #include "platform/cleanup_trash.h"
 #include "platform/code_signing.h"
 #include "platform/directory_reader.h"
 #include "platform/files.h"
 #include "platform/lasting_processes.h"
-#include "platform/launched_administrator.h"
 #include "platform/links.h"
 #include "platform/owner_authentication.h"
 #include "platform/processes.h"

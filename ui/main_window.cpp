@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "ui/action_button.h"
 #include "ui/stray_input.h"
+#include "ui/widgets/action_button.h"
 
 namespace vestigo {
 namespace {

@@ -6,13 +6,12 @@
 #include <string>
 
 #include "platform/desktop.h"
-#include "ui/changes.h"
-#include "ui/content_view.h"
-#include "ui/refresher.h"
-#include "ui/results_view.h"
-#include "ui/sheets.h"
+#include "ui/model/content_view.h"
+#include "ui/sheets/sheets.h"
 #include "ui/status_bar.h"
+#include "ui/table/results_view.h"
 #include "ui/toolbar.h"
+#include "ui/widgets/refresher.h"
 
 namespace vestigo {
 

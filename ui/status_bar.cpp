@@ -9,8 +9,8 @@
 #include <cmath>
 
 #include "platform/clock.h"
-#include "ui/fonts.h"
-#include "ui/text.h"
+#include "ui/widgets/text.h"
+#include "ui/widgets/theme.h"
 
 namespace vestigo {
 namespace {
@@ -97,7 +97,7 @@ void StatusBar::refreshProgress() {
     const auto& scanner = content_.scanner();
     scannedCount_.setText(
         QStringLiteral("Scanning… %1 files").arg(QString::number(scanner.scannedCount())));
-    currentPath_.setText(shown(scanner.currentPath()));
+    currentPath_.setText(toQString(scanner.currentPath()));
 }
 
 void StatusBar::refreshSummary() {
@@ -109,7 +109,7 @@ void StatusBar::refreshSummary() {
 }
 
 void StatusBar::refreshHint() {
-    const auto text = shown(content_.removalHint());
+    const auto text = toQString(content_.removalHint());
     hint_.setText(text);
     hint_.setVisible(!text.isEmpty());
     if (text.isEmpty()) return;

@@ -3,10 +3,10 @@
 
 #include <QWidget>
 
-#include "ui/changes.h"
-#include "ui/content_view.h"
-#include "ui/spinner.h"
-#include "ui/tinted_label.h"
+#include "ui/model/content_view.h"
+#include "ui/widgets/labels.h"
+#include "ui/widgets/refresher.h"
+#include "ui/widgets/spinner.h"
 
 namespace vestigo {
 

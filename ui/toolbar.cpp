@@ -10,10 +10,10 @@
 
 #include "engine/records.h"
 #include "platform/paths.h"
-#include "ui/colors.h"
-#include "ui/symbols.h"
-#include "ui/text.h"
-#include "ui/tinted_label.h"
+#include "ui/widgets/labels.h"
+#include "ui/widgets/symbols.h"
+#include "ui/widgets/text.h"
+#include "ui/widgets/theme.h"
 
 namespace vestigo {
 namespace {
@@ -44,7 +44,7 @@ int valueOf(std::optional<Enum> filter) {
 }
 
 QString counted(std::string_view text, std::size_t count) {
-    return QStringLiteral("%1 (%2)").arg(shown(text), QString::number(count));
+    return QStringLiteral("%1 (%2)").arg(toQString(text), QString::number(count));
 }
 
 QString noFolder() {
@@ -103,7 +103,7 @@ void Toolbar::addScanButtons() {
 void Toolbar::addRootControls() {
     append(scope_, "scope");
     for (const auto scope : {Scope::smart, Scope::deep}) {
-        scope_.add(static_cast<int>(scope), shown(label(scope)));
+        scope_.add(static_cast<int>(scope), toQString(label(scope)));
     }
     setPlainToolTip(
         scope_,
@@ -242,8 +242,8 @@ void Toolbar::refreshRoots() {
     const auto& root = content_.customRoot();
     scope_.setValue(static_cast<int>(content_.scope()));
     scope_.setEnabled(idle && !root);
-    folder_.setPlainText(root ? shown(lastComponent(*root)) : noFolder());
-    folder_.setAccessibleDescription(root ? shown(*root) : QString());
+    folder_.setPlainText(root ? toQString(lastComponent(*root)) : noFolder());
+    folder_.setAccessibleDescription(root ? toQString(*root) : QString());
     folder_.setEnabled(idle);
     clearFolder_.setEnabled(idle);
     if (!root && holdsFocus(clearFolder_)) folder_.setFocus();

@@ -7,10 +7,10 @@
 #include <QWidget>
 
 #include "platform/desktop.h"
-#include "ui/action_button.h"
-#include "ui/changes.h"
-#include "ui/choice_box.h"
-#include "ui/content_view.h"
+#include "ui/model/content_view.h"
+#include "ui/widgets/action_button.h"
+#include "ui/widgets/choice_box.h"
+#include "ui/widgets/refresher.h"
 
 namespace vestigo {
 

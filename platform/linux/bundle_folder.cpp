@@ -12,9 +12,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "platform/posix/descriptor.h"
 #include "platform/posix/folder_access.h"
-#include "platform/posix/listing.h"
-#include "platform/posix/retrying.h"
 
 namespace vestigo {
 namespace {
@@ -44,7 +43,7 @@ std::optional<std::string> linkIn(int folder, const std::string& name) {
 }
 
 /// Takes the first name from the front of a path, with the slashes after it.
-std::string takeName(std::string& path) {
+std::string reserveName(std::string& path) {
     const auto end = std::min(path.find('/'), path.size());
     auto name = path.substr(0, end);
     path.erase(0, path.find_first_not_of('/', end));
@@ -64,7 +63,7 @@ Descriptor openBeneathStepwise(int folder, std::string path, int flags) {
     const auto here = [&] { return entered.empty() ? folder : entered.back().get(); };
     while (!path.empty()) {
         if (path.starts_with('/')) return refused(EXDEV);
-        const auto name = takeName(path);
+        const auto name = reserveName(path);
         if (name == ".") continue;
         if (name == "..") {
             if (entered.empty()) return refused(EXDEV);

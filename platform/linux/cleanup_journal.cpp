@@ -9,8 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/posix/listing.h"
-#include "platform/posix/retrying.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/folder_access.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
@@ -137,7 +137,7 @@ CleanupJournal::~CleanupJournal() {
     if (folder_ && lock(folder_.get(), LOCK_EX)) clear(trash_, folder_.get(), name_);
 }
 
-bool CleanupJournal::takeName(const std::string& name, EntryKind kind) const {
+bool CleanupJournal::reserveName(const std::string& name, EntryKind kind) const {
     const auto files = openFolder(folder_.get(), "files");
     if (!files || !makeFile(files.get(), name, 0600)) return false;
     if (kind == EntryKind::folder) {
@@ -160,7 +160,7 @@ int moveOverPlaceholder(const TrashFolder& trash, int folder, const std::string&
     const auto item = itemIdentity(folder, name);
     auto again = item ? trash.again() : std::nullopt;
     const auto journal = again ? CleanupJournal::make(std::move(*again), {}) : nullptr;
-    if (!journal || !journal->takeName(taken, item->kind)) return errno;
+    if (!journal || !journal->reserveName(taken, item->kind)) return errno;
     const auto move = [&] {
         return ::renameat(folder, name.c_str(), trash.files(), taken.c_str());
     };

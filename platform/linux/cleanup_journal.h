@@ -38,7 +38,7 @@ public:
 
     /// Takes a name in the Trash's "files" by a placeholder that an item of this kind can replace.
     /// False with errno: EEXIST where the name is taken.
-    [[nodiscard]] bool takeName(const std::string& name, EntryKind kind) const;
+    [[nodiscard]] bool reserveName(const std::string& name, EntryKind kind) const;
     /// An item has come to a name that was taken.
     void forget(const std::string& name) const;
 

@@ -18,7 +18,6 @@
 #include "platform/posix/descriptor.h"
 #include "platform/posix/file_systems.h"
 #include "platform/posix/folder_access.h"
-#include "platform/posix/retrying.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {

@@ -18,7 +18,7 @@ constexpr char action[] = "org.vestigo.confirm-removal";
 constexpr std::chrono::seconds longestWait{1};
 // What pkcheck ends with.
 constexpr int confirmed = 0;
-constexpr int nobodyToAsk = 2;  // At once, as it knows which agents have registered with it.
+constexpr int nobodyCanBeAsked = 2;  // At once, as it knows which agents have registered with it.
 
 /// Process number, start time and user: so that no later process of that number is taken for this
 /// one. Empty when the system does not tell.
@@ -63,7 +63,7 @@ void LinuxOwnerAuthentication::authenticate(const std::string&, std::function<vo
          .environment = {},
          .cancel = closing_},
         [](std::string_view) {},
-        [reply](int status) { reply(status == confirmed || status == nobodyToAsk); });
+        [reply](int status) { reply(status == confirmed || status == nobodyCanBeAsked); });
     if (error) reply(false);
 }
 

@@ -1,6 +1,7 @@
+#include "platform/linux/linux_system.h"
+
 #include <utility>
 
-#include "platform/linux/linux_administrator.h"
 #include "platform/linux/linux_bundle_reader.h"
 #include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_code_signing.h"
@@ -12,6 +13,13 @@
 #include "platform/system.h"
 
 namespace vestigo {
+
+LinuxAdministrator::LinuxAdministrator(std::shared_ptr<Processes> processes, std::string launcher)
+    : LaunchedAdministrator(std::move(processes), std::move(launcher),
+                            [](const std::string& script) {
+                                return std::vector<std::string>{"/bin/sh", script};
+                            }) {}
+
 namespace {
 
 std::string homeTrash(const StandardFolders& folders) {

@@ -16,7 +16,6 @@
 #include "platform/paths.h"
 #include "platform/posix/atomic_file.h"
 #include "platform/posix/descriptor.h"
-#include "platform/posix/retrying.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
@@ -143,7 +142,7 @@ Failure moveInto(const TrashFolder& trash, const Item& item, const std::string& 
         if (!taken) return trashErrorText(errno);
         attempt = taken->attempt;
         const int error =
-            item.isStillThere() ? trash.takeIn(item.folder.get(), item.name, *taken) : ESTALE;
+            item.isStillThere() ? trash.moveIn(item.folder.get(), item.name, *taken) : ESTALE;
         // A move may have been done and still be called a failure, by disks of other machines.
         if (error == 0 || isOpenAs(item.handle.get(), trash.files(), taken->name)) {
             return sendBackIntruder(trash, item, *taken);

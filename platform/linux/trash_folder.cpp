@@ -14,13 +14,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/folder_cleanup_trash.h"
 #include "platform/linux/cleanup_journal.h"
 #include "platform/paths.h"
-#include "platform/posix/listing.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/folder_access.h"
 #include "platform/posix/posix_files.h"
-#include "platform/posix/retrying.h"
 #include "platform/posix/system_calls.h"
-#include "platform/trash_names.h"
 
 namespace vestigo {
 namespace {
@@ -160,7 +160,7 @@ std::optional<TrashReservation> TrashFolder::reserve(const std::string& itemName
     return std::nullopt;
 }
 
-int TrashFolder::takeIn(int folder, const std::string& name,
+int TrashFolder::moveIn(int folder, const std::string& name,
                         const TrashReservation& reservation) const {
     const auto& taken = reservation.name;
     if (renameIfFree(folder, name, files_.get(), taken)) return 0;

@@ -38,7 +38,7 @@ public:
                                                           unsigned after = 0) const;
     /// Moves an entry of an open folder to a reserved name. Nothing is replaced, no link is
     /// followed, nothing is copied. 0 or the error.
-    [[nodiscard]] int takeIn(int folder, const std::string& name,
+    [[nodiscard]] int moveIn(int folder, const std::string& name,
                              const TrashReservation& reservation) const;
     /// Gives back a name that no item has come to.
     void release(const TrashReservation& reservation) const;

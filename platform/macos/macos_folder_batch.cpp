@@ -42,7 +42,7 @@ public:
         return !present || take(value.emplace());
     }
 
-    bool takeName(std::string_view& name) {
+    bool reserveName(std::string_view& name) {
         const auto from = at_;
         NamePlace place;
         if (!take(place) || place.offset < 0 || place.length < 2) return false;
@@ -72,7 +72,7 @@ bool decode(EntryFields fields, BatchEntry& entry) {
                          has.fork != 0;
     if (unknown || !common(BatchRequest::name)) return false;
     std::optional<std::uint32_t> error;
-    if (!fields.take(common(BatchRequest::error), error) || !fields.takeName(entry.name)) {
+    if (!fields.take(common(BatchRequest::error), error) || !fields.reserveName(entry.name)) {
         return false;
     }
     entry.failed = error.value_or(0) != 0;

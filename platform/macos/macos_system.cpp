@@ -1,15 +1,44 @@
 // The services that need nothing but the C library; macos_framework_system.cpp has those that
 // frameworks answer.
+
+#include "platform/macos/macos_system.h"
+
+#include <array>
+#include <climits>
+#include <optional>
 #include <utility>
 
+#include <unistd.h>
+
+#include "platform/administrator.h"
 #include "platform/folder_cleanup_trash.h"
-#include "platform/launched_administrator.h"
 #include "platform/macos/macos_directory_reader.h"
-#include "platform/macos/macos_standard_folders.h"
 #include "platform/posix/home_folder.h"
 #include "platform/system.h"
 
 namespace vestigo {
+
+namespace {
+
+/// The system makes it when it is asked for.
+std::optional<std::string> temporaryFolderOfUser() {
+    std::array<char, PATH_MAX> path{};
+    const auto length = ::confstr(_CS_DARWIN_USER_TEMP_DIR, path.data(), path.size());
+    if (length == 0 || length > path.size() || path[0] != '/') return std::nullopt;
+    return withoutTrailingSlash(path.data());
+}
+
+}  // namespace
+
+StandardFolders macOSStandardFolders() {
+    StandardFolders folders;
+    folders.home = homeFolder();
+    const auto library = (folders.home == "/" ? "" : folders.home) + "/Library";
+    folders.applicationSupport = library + "/Application Support";
+    folders.caches = library + "/Caches";
+    folders.temporary = temporaryFolderOfUser().value_or(folders.applicationSupport);
+    return folders;
+}
 
 std::shared_ptr<DirectoryReader> systemDirectoryReader() {
     return std::make_shared<MacOSDirectoryReader>();

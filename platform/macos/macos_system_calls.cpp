@@ -10,7 +10,7 @@
 #include <sys/event.h>
 #include <unistd.h>
 
-#include "platform/posix/retrying.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {

@@ -10,8 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/posix/listing.h"
-#include "platform/posix/retrying.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/folder_access.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {

@@ -1,6 +1,8 @@
 // The owner of what the system opens.
 #pragma once
 
+#include <cerrno>
+#include <type_traits>
 #include <utility>
 
 #include <unistd.h>
@@ -27,5 +29,21 @@ public:
 private:
     int number_ = -1;
 };
+
+/// Repeats a call that a signal interrupted; its result. Calls that give a pointer fail with null,
+/// all others with a negative number.
+template <class Call>
+auto retrying(Call call) {
+    const auto interrupted = [](const auto& result) {
+        if constexpr (std::is_pointer_v<std::decay_t<decltype(result)>>) {
+            return !result && errno == EINTR;
+        } else {
+            return result < 0 && errno == EINTR;
+        }
+    };
+    auto result = call();
+    while (interrupted(result)) result = call();
+    return result;
+}
 
 }  // namespace vestigo

@@ -5,14 +5,31 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include <dirent.h>
 #include <sys/stat.h>
 
 #include "platform/directory_reader.h"
 #include "platform/posix/descriptor.h"
 
 namespace vestigo {
+
+struct CloseListing {
+    void operator()(DIR* listing) const { ::closedir(listing); }
+};
+
+/// What fdopendir(3) gives; null owns nothing.
+using Listing = std::unique_ptr<DIR, CloseListing>;
+
+/// With a descriptor of its own, from the first entry on. Null with errno.
+[[nodiscard]] Listing openListing(int folder);
+
+/// In the order the file system gives them, without "." and "..". Absent when the folder cannot be
+/// listed to its end.
+[[nodiscard]] std::optional<std::vector<std::string>> namesIn(int folder);
 
 /// Opens as openat(2) does, and waits up to two seconds for a descriptor where all are in use.
 [[nodiscard]] Descriptor openPatiently(int folder, const char* path, int flags);

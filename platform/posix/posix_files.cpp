@@ -19,8 +19,6 @@
 #include "platform/posix/atomic_file.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/folder_access.h"
-#include "platform/posix/listing.h"
-#include "platform/posix/retrying.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
@@ -98,9 +96,9 @@ Descriptor openFolder(const std::string& path) {
 }
 
 /// A new file beside `path` that takes its place, or its name if that is free, once it is whole.
-class Successor {
+class AtomicFileWriter {
 public:
-    Successor(const std::string& path, Access access)
+    AtomicFileWriter(const std::string& path, Access access)
         : folder_(openFolder(split(path).first)),
           name_(split(path).second),
           file_(withoutOrphans(), access == Access::ownerOnly ? 0600 : 0666) {
@@ -166,7 +164,7 @@ FileContent PosixFiles::readOwn(const std::string& path, std::size_t most) {
 }
 
 bool PosixFiles::replace(const std::string& path, std::string_view content, Access access) {
-    Successor successor(path, access);
+    AtomicFileWriter successor(path, access);
     return successor.write(content) && successor.replace();
 }
 
@@ -187,7 +185,7 @@ bool PosixFiles::createFolders(const std::string& path) {
 bool PosixFiles::copy(const std::string& from, const std::string& to) {
     const auto content = read(from);
     if (!content) return false;
-    Successor successor(to, Access::ownerOnly);
+    AtomicFileWriter successor(to, Access::ownerOnly);
     return successor.write(*content) && successor.placeIfFree();
 }
 

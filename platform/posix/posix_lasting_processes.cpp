@@ -34,10 +34,9 @@
 #include <unistd.h>
 
 #include "platform/posix/descriptor.h"
-#include "platform/posix/listing.h"
+#include "platform/posix/folder_access.h"
 #include "platform/posix/posix_files.h"
-#include "platform/posix/retrying.h"
-#include "platform/posix/spawn.h"
+#include "platform/posix/posix_processes.h"
 
 namespace vestigo {
 namespace {

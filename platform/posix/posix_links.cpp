@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 #include "platform/posix/descriptor.h"
-#include "platform/posix/listing.h"
+#include "platform/posix/folder_access.h"
 
 namespace vestigo {
 namespace {

@@ -1,6 +1,7 @@
 // Looks for newer versions of the program in a feed on the web.
 #pragma once
 
+#include <QDialog>
 #include <QNetworkAccessManager>
 #include <QObject>
 #include <QPointer>
@@ -19,6 +20,15 @@ class QDialog;
 class QNetworkReply;
 
 namespace vestigo {
+
+// Each makes a dialog that belongs to the active window and to the caller. They show only plain
+// text: what comes from the web has no marks.
+
+[[nodiscard]] QDialog* upToDateDialog(const QString& version);
+[[nodiscard]] QDialog* updateFailureDialog(const QString& reason);
+/// `openPage` is called with the page of `newest` when the user asks for it.
+[[nodiscard]] QDialog* newerVersionDialog(const AppcastItem& newest, const QString& version,
+                                          const std::function<void(const QUrl&)>& openPage);
 
 /// What the updater is given to work with.
 struct AppcastServices {
@@ -51,7 +61,7 @@ private:
     void checkWhenDue();
     void ask();
     void take(QNetworkReply& reply);
-    void takeFeed(const QByteArray& feed);
+    void applyFeed(const QByteArray& feed);
     void fail(const QString& reason);
     void show(QDialog* dialog);
 

@@ -1,9 +1,19 @@
 // What Qt does for a window on every desktop.
 #pragma once
 
+#include <QByteArray>
+#include <string>
+
 #include "platform/desktop.h"
 
 namespace vestigo {
+
+/// The file URI of a path's bytes.
+[[nodiscard]] QByteArray fileUri(const std::string& path);
+
+/// Asks org.freedesktop.FileManager1 on the session bus for a window with the item selected; where
+/// nobody answers, opens the folder around it. Returns at once. Main thread only.
+void revealOnFreedesktop(const std::string& path);
 
 /// Panels belong to the active window. Needs the application object.
 class QtDesktop : public Desktop {

@@ -1,7 +1,9 @@
 #include "platform/qt/qt_preferences.h"
 
 #include <QFile>
+#include <QOperatingSystemVersion>
 #include <QSettings>
+#include <QStringList>
 #include <QVariant>
 #include <algorithm>
 #include <cmath>
@@ -9,9 +11,23 @@
 #include <limits>
 #include <utility>
 
-#include "platform/qt/own_settings.h"
-
 namespace vestigo {
+
+SettingsNames settingsNames(bool onMac, const QString& file) {
+    if (!onMac) return {QStringLiteral("Vestigo"), file};
+    // Qt turns "example.com" and "name" into the domain "com.example.name".
+    auto parts = QStringLiteral(VESTIGO_BUNDLE_IDENTIFIER).split(u'.');
+    const auto application = parts.takeLast();
+    std::ranges::reverse(parts);
+    return {parts.join(u'.'), application};
+}
+
+std::unique_ptr<QSettings> ownSettings(const QString& file) {
+    const bool onMac =
+        QOperatingSystemVersion::currentType() == QOperatingSystemVersion::OSType::MacOS;
+    const auto names = settingsNames(onMac, file);
+    return std::make_unique<QSettings>(names.organisation, names.application);
+}
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "actions/cleanup_script.h"
+#include "actions/administrator_cleanup.h"
 #include "platform/folder_cleanup_trash.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/posix_files.h"

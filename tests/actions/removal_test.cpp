@@ -12,9 +12,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "actions/cleanup_script.h"
+#include "actions/administrator_cleanup.h"
+#include "platform/administrator.h"
 #include "platform/folder_cleanup_trash.h"
-#include "platform/launched_administrator.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "platform/system.h"

@@ -1,4 +1,4 @@
-#include "app/scan_options.h"
+#include "cli/scan_options.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "app/scan_folders.h"
-#include "app/terminal_output.h"
+#include "cli/scan_folders.h"
+#include "cli/terminal_output.h"
 #include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 

@@ -1,4 +1,4 @@
-#include "app/scan_session.h"
+#include "cli/scan_session.h"
 
 #include <gtest/gtest.h>
 

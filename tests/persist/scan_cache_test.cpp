@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "persist/background_scan_store.h"
-#include "persist/migration.h"
 #include "persist/preference_keys.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/thread_tasks.h"

@@ -11,8 +11,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/window_fakes.h"
-#include "ui/refresher.h"
-#include "ui/sheets.h"
+#include "ui/sheets/sheets.h"
+#include "ui/widgets/refresher.h"
 
 namespace vestigo::test {
 

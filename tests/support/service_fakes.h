@@ -1,4 +1,4 @@
-// The program's surroundings, as tests play them.
+// The program's platform, as tests play them.
 #pragma once
 
 #include <functional>
@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/scan_store.h"
+#include "engine/scanner.h"
 #include "platform/desktop.h"
 #include "platform/lasting_processes.h"
 #include "platform/owner_authentication.h"

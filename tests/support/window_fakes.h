@@ -7,7 +7,7 @@
 
 #include "platform/run_loop.h"
 #include "tests/support/service_fakes.h"
-#include "ui/content_view.h"
+#include "ui/model/content_view.h"
 
 namespace vestigo::test {
 

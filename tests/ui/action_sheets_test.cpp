@@ -5,8 +5,8 @@
 
 #include "tests/support/on_screen.h"
 #include "tests/support/temporary_tree.h"
-#include "ui/log_view.h"
-#include "ui/path_list.h"
+#include "ui/widgets/log_view.h"
+#include "ui/widgets/path_list.h"
 
 namespace vestigo::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "ui/cell_content.h"
+#include "ui/model/cell_content.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,11 @@
-#include "ui/colors.h"
-
 #include <QApplication>
 #include <QImage>
 #include <algorithm>
 
 #include "tests/support/on_screen.h"
-#include "ui/path_list.h"
-#include "ui/sheet_text.h"
+#include "ui/widgets/labels.h"
+#include "ui/widgets/path_list.h"
+#include "ui/widgets/theme.h"
 
 namespace vestigo::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "ui/content_view.h"
+#include "ui/model/content_view.h"
 
 #include <algorithm>
 

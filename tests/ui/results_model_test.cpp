@@ -1,4 +1,4 @@
-#include "ui/results_model.h"
+#include "ui/table/results_model.h"
 
 #include <QAbstractItemModelTester>
 #include <QPersistentModelIndex>

@@ -1,4 +1,4 @@
-#include "ui/results_view.h"
+#include "ui/table/results_view.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -10,7 +10,7 @@
 
 #include "tests/support/on_screen.h"
 #include "tests/support/records.h"
-#include "ui/text.h"
+#include "ui/widgets/text.h"
 
 namespace vestigo::test {
 namespace {

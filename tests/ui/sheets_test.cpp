@@ -1,4 +1,4 @@
-#include "ui/sheets.h"
+#include "ui/sheets/sheets.h"
 
 #include <QPushButton>
 #include <QScrollArea>

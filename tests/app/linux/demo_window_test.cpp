@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "app/demo_surroundings.h"
-#include "app/demo_tree.h"
+#include "demo/demo_sandbox.h"
+#include "demo/demo_tree.h"
 #include "engine/scan_rules.h"
 #include "persist/csv.h"
 #include "tests/support/temporary_tree.h"
@@ -21,9 +21,9 @@ class DemoWindow : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(makeDemoTree(disk.path()));
-        auto surroundings = demoSurroundings(disk.path());
-        surroundings.folders.caches = "/private/caches";
-        content = std::make_unique<ContentView>(windowServices(std::move(surroundings)));
+        auto platform = demoPlatformServices(disk.path());
+        platform.folders.caches = "/private/caches";
+        content = std::make_unique<ContentView>(windowServices(std::move(platform)));
         content->scanPressed();
         const auto& scanner = content->scanner();
         ASSERT_TRUE(QTest::qWaitFor(

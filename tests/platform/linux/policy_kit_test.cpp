@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "platform/linux/linux_administrator.h"
 #include "platform/linux/linux_owner_authentication.h"
+#include "platform/linux/linux_system.h"
 #include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 

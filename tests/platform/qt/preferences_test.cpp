@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/qt/own_settings.h"
 #include "platform/qt/qt_preferences.h"
 #include "tests/support/temporary_tree.h"
 

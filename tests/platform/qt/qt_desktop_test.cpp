@@ -13,8 +13,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/qt/freedesktop_reveal.h"
-
 namespace vestigo {
 namespace {
 

@@ -1,0 +1,95 @@
+// vestigo-demo: the program at work on a made-up Mac disk, for machines without a real one. In the
+// window where there is a screen, else without.
+
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "app/appearance.h"
+#include "app/vestigo_app.h"
+#include "cli/scan_session.h"
+#include "demo/demo_disk.h"
+#include "demo/demo_sandbox.h"
+#include "demo/demo_tree.h"
+#include "engine/scan_rules.h"
+#include "persist/signature_inspector.h"
+#include "platform/linux/linux_code_signing.h"
+#include "platform/linux/linux_directory_reader.h"
+#include "platform/posix/thread_tasks.h"
+#include "platform/terminal.h"
+#include "ui/widgets/symbols.h"
+
+namespace vestigo {
+namespace {
+
+ScanSessionServices servicesFor(const std::string& disk, std::shared_ptr<RunLoop> loop) {
+    const auto signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk);
+    ScanSessionServices services;
+    services.loop = std::move(loop);
+    services.background = std::make_shared<ThreadTasks>();
+    services.reader = demoDirectoryReader(std::make_shared<LinuxDirectoryReader>(), disk);
+    services.inspect = [signing](const std::string& root) {
+        return inspectSignature(*signing, root);
+    };
+    return services;
+}
+
+int demonstrateAsText(const std::string& disk) {
+    const auto loop = std::make_shared<RunLoop>();
+    const auto interrupted = std::make_shared<bool>(false);
+    watchForInterrupt([loop, interrupted](int) {
+        loop->post([interrupted] { *interrupted = true; });
+        return true;
+    });
+    ScanSession session(servicesFor(disk, loop), {});
+    session.run(scanRoots(std::nullopt, Scope::smart, demoHome), false, false, *interrupted);
+    const auto text = session.csv();
+    const bool written =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (!written) return 1;
+    return *interrupted ? 130 : 0;
+}
+
+int demonstrateInWindow(const std::string& disk, int argc, char** argv) {
+    const QApplication application(argc, argv);
+    QApplication::setWindowIcon(applicationIcon());
+    const DesktopAppearance appearance;
+    std::fprintf(stderr, "Its Trash is the folder %s, until the demonstration ends.\n",
+                 demoTrashFolder(disk).c_str());
+    VestigoApp app(windowServices(demoPlatformServices(disk)), nullptr, VESTIGO_VERSION);
+    app.endAtSignals();
+    app.openWindow();
+    return QApplication::exec();
+}
+
+bool hasScreen() {
+    for (const auto* const name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        const auto* const value = std::getenv(name);
+        if (value && *value) return true;
+    }
+    return false;
+}
+
+int demonstrate(int argc, char** argv) {
+    const DemoSandbox sandbox;
+    if (!sandbox.disk()) {
+        std::perror("vestigo-demo: cannot make the demonstration disk");
+        return 1;
+    }
+    std::fprintf(stderr,
+                 "A made-up Mac disk in %s stands for \"/\"; nothing of yours is touched.\n",
+                 sandbox.disk()->c_str());
+    return hasScreen() ? demonstrateInWindow(*sandbox.disk(), argc, argv)
+                       : demonstrateAsText(*sandbox.disk());
+}
+
+}  // namespace
+}  // namespace vestigo
+
+int main(int argc, char** argv) {
+    return vestigo::demonstrate(argc, argv);
+}

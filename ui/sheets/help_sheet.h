@@ -1,0 +1,20 @@
+// What the architectures and the remedies mean.
+#pragma once
+
+#include <QScrollArea>
+
+#include "ui/model/content_view.h"
+#include "ui/sheets/sheet.h"
+
+namespace vestigo {
+
+class HelpSheet : public Sheet {
+    Q_OBJECT
+public:
+    HelpSheet(ContentView& content, QWidget* window);
+
+private:
+    QScrollArea& addPages();
+};
+
+}  // namespace vestigo

@@ -1,0 +1,507 @@
+#include "ui/table/results_view.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "ui/table/accessible_table.h"
+#include "ui/table/row_menu.h"
+#include "ui/table/row_selection.h"
+#include "ui/widgets/symbols.h"
+#include "ui/widgets/text.h"
+#include "ui/widgets/theme.h"
+
+namespace vestigo {
+namespace {
+
+constexpr int itemColumn = static_cast<int>(Column::item);
+constexpr int pathColumn = static_cast<int>(Column::path);
+constexpr int leastItemWidth = static_cast<int>(itemColumnMinimum);
+constexpr double leastPathWidth = 200;  ///< At 13-point text.
+constexpr double roomyPathWidth = 340;  ///< Enough for most paths, at 13-point text.
+constexpr int pixelsPerStep = 24;
+constexpr int emptySymbolSize = 72;
+
+/// Why a table has no rows: as a symbol, and in words for who does not see it.
+struct Emptiness {
+    Symbol symbol;
+    QString words;
+};
+
+/// Nothing while there are rows, or a scan may still bring some.
+std::optional<Emptiness> emptinessOf(const ContentView& content, int rows) {
+    if (rows > 0 || content.scanner().scanning()) return std::nullopt;
+    if (content.groupCount() > 0) {
+        return Emptiness{Symbol::funnel, ResultsView::tr("Nothing passes the filters")};
+    }
+    if (content.scanner().lastScanDate()) {
+        return Emptiness{Symbol::checkCircleFill, ResultsView::tr("Nothing found")};
+    }
+    return Emptiness{Symbol::magnifier, ResultsView::tr("Not scanned yet")};
+}
+
+}  // namespace
+
+ResultsView::ResultsView(ContentView& content, QWidget* parent)
+    : QTableView(parent),
+      content_(content),
+      rows_(content),
+      header_(new ResultsHeader(content, this)) {
+    makeResultsAccessible();
+    setObjectName(QStringLiteral("results"));
+    setAccessibleName(tr("Results"));
+    setHorizontalHeader(header_);
+    header_->setFocusProxy(nullptr);  // It takes the keyboard's focus itself.
+    setModel(&rows_);
+    setSelectionModel(new RowSelection(content, rows_, this));
+    setItemDelegate(new ResultsDelegate(content, buttons_, this));
+    setSelectionBehavior(SelectRows);
+    setSelectionMode(ExtendedSelection);
+    setEditTriggers(NoEditTriggers);
+    setTabKeyNavigation(false);
+    setShowGrid(false);
+    setWordWrap(false);
+    setFrameShape(NoFrame);
+    setCornerButtonEnabled(false);
+    setVerticalScrollMode(ScrollPerPixel);
+    setHorizontalScrollMode(ScrollPerPixel);
+    viewport()->setMouseTracking(true);
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &ResultsView::placePathSelection);
+    connect(horizontalScrollBar(), &QScrollBar::valueChanged, this,
+            &ResultsView::placePathSelection);
+    connect(verticalScrollBar(), &QScrollBar::actionTriggered, this, [this] {
+        if (place_) place_->keepsView = false;
+    });
+    layOutColumns();
+    applyFontSize();
+}
+
+void ResultsView::layOutColumns() {
+    header_->setSectionResizeMode(QHeaderView::Fixed);
+    header_->setSectionResizeMode(itemColumn, QHeaderView::Interactive);
+    connect(header_, &QHeaderView::sectionResized, this, [this](int column, int, int width) {
+        if (column != itemColumn || fitting_) return;
+        itemWidth_ = std::clamp(width, leastItemWidth, static_cast<int>(itemColumnMaximum));
+        itemWidthChosen_ = true;
+        fitLastColumns();
+    });
+}
+
+/// The path takes what the others leave. Where that is little, an item whose width the user has not
+/// chosen gives way, as long as that spares the table from scrolling sideways.
+void ResultsView::fitLastColumns() {
+    if (std::exchange(fitting_, true)) return;
+    const int room = viewport()->width() - fixedWidth();
+    const int leastPath = scaled(leastPathWidth);
+    const bool gives = !itemWidthChosen_ && room >= leastItemWidth + leastPath;
+    const int item = gives ? std::min(room - leastPath, itemWidth_) : itemWidth_;
+    header_->resizeSection(itemColumn, item);
+    header_->resizeSection(pathColumn, std::max(leastPath, room - item));
+    fitting_ = false;
+    placePathSelection();
+}
+
+int ResultsView::scaled(double base) const {
+    return static_cast<int>(std::lround(content_.columnWidth(base)));
+}
+
+int ResultsView::fixedWidth() const {
+    int width = 0;
+    for (int column = 0; column < itemColumn; ++column) width += header_->sectionSize(column);
+    return width;
+}
+
+int ResultsView::roomyWidth() const {
+    return fixedWidth() + itemWidth_ + scaled(roomyPathWidth) +
+           style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, this);
+}
+
+void ResultsView::applyFontSize() {
+    const auto font = contentFont(content_.tableFontSize());
+    setFont(font);
+    header_->setFont(QApplication::font());
+    const int height = ResultsDelegate::rowHeight(font);
+    verticalHeader()->setMinimumSectionSize(height);
+    verticalHeader()->setDefaultSectionSize(height);
+    verticalScrollBar()->setSingleStep(height);
+    horizontalScrollBar()->setSingleStep(pixelsPerStep);
+    for (int column = 0; column < itemColumn; ++column) {
+        header_->resizeSection(column, scaled(columnTraits(static_cast<Column>(column)).baseWidth));
+    }
+    fitLastColumns();
+}
+
+void ResultsView::refresh(const Changes& changes) {
+    const bool found = changes.has(ScannerField::groups);
+    if (changes.has(ContentField::fontDelta)) applyFontSize();
+    if (found || changes.hasAny(ContentField::sortOrder, ContentField::categoryFilter,
+                                ContentField::fixFilter)) {
+        applyRows(found);
+    }
+    if (place_) returnToPlace();
+    const auto emptiness = emptinessOf(content_, rows_.rowCount());
+    // A change of it is told to assistive technology.
+    setAccessibleDescription(emptiness ? emptiness->words : QString());
+    if (changes.has(ContentField::sortOrder)) header_->viewport()->update();
+    if (changes.has(ContentField::selection)) {
+        QAccessibleEvent event(this, QAccessible::SelectionWithin);
+        QAccessible::updateAccessibility(&event);
+    }
+    viewport()->update();
+}
+
+/// Names the cell as our own table counts them.
+void ResultsView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    QAbstractItemView::currentChanged(current, previous);
+    if (!placing_) place_.reset();
+    if (!current.isValid() || !hasFocus()) return;
+    QAccessibleEvent event(this, QAccessible::Focus);
+    event.setChild((current.row() + 1) * rows_.columnCount() + current.column());
+    QAccessible::updateAccessibility(&event);
+}
+
+void ResultsView::applyRows(bool keepView) {
+    auto before = placeNow();
+    const auto kept = keepView ? before.view : std::nullopt;
+    placing_ = true;
+    const bool changed = rows_.refresh();
+    placing_ = false;
+    if (!changed) return;
+    const bool isLost = before.row < 0 ? rows_.rowCount() == 0 : !rows_.rowOf(before.root);
+    if (isLost && !place_) place_ = std::move(before);
+    const bool waits = place_ && place_->keepsView;  // For the rows that were in view.
+    if (kept && !waits) restore(*kept);
+    setHovered(buttonAt(viewport()->mapFromGlobal(QCursor::pos())));
+    placePathSelection();
+}
+
+ResultsView::Place ResultsView::placeNow() const {
+    const auto current = currentIndex();
+    Place place;
+    place.scrolledBy = verticalScrollBar()->value();
+    place.view = anchor();
+    if (!current.isValid()) return place;
+    place.root = rows_.group(current.row()).root;
+    place.row = current.row();
+    place.column = current.column();
+    return place;
+}
+
+/// Until the scan ends, the row may still come; meanwhile the keyboard is at the nearest one.
+void ResultsView::returnToPlace() {
+    if (rows_.rowCount() == 0) return;
+    auto& place = *place_;
+    const bool isLastChance = !content_.scanner().walking();
+    if (place.row >= 0 && !place.isBack) {
+        const auto row = rows_.rowOf(place.root);
+        place.isBack = row.has_value();
+        const bool moves = row || isLastChance || !currentIndex().isValid();
+        if (moves) moveCurrentTo(row.value_or(place.row), place.column);
+    }
+    if (place.keepsView && place.view && !restore(*place.view) && isLastChance) {
+        verticalScrollBar()->setValue(place.scrolledBy);
+    }
+    if (isLastChance) place_.reset();
+}
+
+/// Past the last row: to the last. The view stays where it is.
+void ResultsView::moveCurrentTo(int row, int column) {
+    const auto next = rows_.index(std::min(row, rows_.rowCount() - 1), column);
+    placing_ = true;
+    setAutoScroll(false);
+    selectionModel()->setCurrentIndex(next, QItemSelectionModel::NoUpdate);
+    setAutoScroll(true);
+    placing_ = false;
+}
+
+/// The current row while it is in view, else the uppermost; none at the very top, where new rows
+/// are to be seen coming.
+std::optional<ResultsView::Anchor> ResultsView::anchor() const {
+    const auto inView = [this](int row) {
+        const int y = rowViewportPosition(row);
+        return y > -rowHeight(row) && y < viewport()->height();
+    };
+    int row = currentIndex().isValid() ? currentIndex().row() : -1;
+    if (row < 0 || !inView(row)) {
+        if (verticalScrollBar()->value() == 0) return std::nullopt;
+        row = rowAt(0);
+    }
+    if (row < 0) return std::nullopt;
+    return Anchor{rows_.group(row).root, rowViewportPosition(row)};
+}
+
+bool ResultsView::restore(const Anchor& anchor) {
+    const auto row = rows_.rowOf(anchor.root);
+    if (!row) return false;
+    executeDelayedItemsLayout();
+    auto& bar = *verticalScrollBar();
+    bar.setValue(bar.value() + rowViewportPosition(*row) - anchor.y);
+    return true;
+}
+
+bool ResultsView::isSelected(int row) const {
+    return content_.selection().contains(rows_.group(row).root);
+}
+
+CellLayout ResultsView::layoutOf(const QModelIndex& index) const {
+    const auto area = ResultsDelegate::area(visualRect(index), index.column(), *this);
+    return ResultsDelegate::layout(rows_.cell(index), area, font());
+}
+
+QModelIndex ResultsView::buttonAt(const QPoint& position) const {
+    const auto index = indexAt(position);
+    return index.isValid() && layoutOf(index).button.contains(position) ? index : QModelIndex();
+}
+
+QModelIndex ResultsView::pathTextAt(const QPoint& position) const {
+    const auto index = indexAt(position);
+    const bool onText =
+        index.isValid() && index.column() == pathColumn && layoutOf(index).text.contains(position);
+    return onText ? index : QModelIndex();
+}
+
+void ResultsView::setHovered(const QModelIndex& index) {
+    if (buttons_.hovered == index) return;
+    update(buttons_.hovered);
+    buttons_.hovered = index;
+    update(index);
+}
+
+bool ResultsView::press(const QModelIndex& index) {
+    if (!index.isValid()) return false;
+    const auto symbol = rows_.cell(index).symbol;
+    if (!symbol || !symbol->action) return false;
+    perform(*symbol->action, content_, rows_.group(index.row()));
+    return true;
+}
+
+bool ResultsView::viewportEvent(QEvent* event) {
+    if (event->type() == QEvent::Leave) setHovered({});
+    if (event->type() == QEvent::HoverMove || event->type() == QEvent::MouseMove) {
+        setHovered(buttonAt(viewport()->mapFromGlobal(QCursor::pos())));
+    }
+    return QTableView::viewportEvent(event);
+}
+
+void ResultsView::mousePressEvent(QMouseEvent* event) {
+    pathPressed_ = QModelIndex();
+    if (event->button() == Qt::LeftButton) {
+        if (const auto button = buttonAt(event->pos()); button.isValid()) {
+            buttons_.pressed = button;
+            selectionModel()->setCurrentIndex(button, QItemSelectionModel::NoUpdate);
+            update(button);
+            return;
+        }
+        pathPressed_ = pathTextAt(event->pos());
+        pressedAt_ = event->pos();
+    }
+    QTableView::mousePressEvent(event);
+}
+
+void ResultsView::mouseMoveEvent(QMouseEvent* event) {
+    setHovered(buttonAt(event->pos()));
+    if (buttons_.pressed.isValid()) return;
+    if (pathPressed_.isValid() && event->buttons().testFlag(Qt::LeftButton)) {
+        return drawPathSelection(event->pos());
+    }
+    QTableView::mouseMoveEvent(event);
+}
+
+void ResultsView::drawPathSelection(const QPoint& position) {
+    if (!pathSelection_) {
+        if ((position - pressedAt_).manhattanLength() < QApplication::startDragDistance()) return;
+        const auto text = layoutOf(pathPressed_).text;
+        const auto path = toQString(rows_.group(pathPressed_.row()).root);
+        selectPath(pathPressed_.row(),
+                   characterAt(path, font(), text.width(), pressedAt_.x() - text.left()));
+    }
+    pathSelection_->extendTo(position.x() - pathSelection_->x());
+}
+
+void ResultsView::mouseReleaseEvent(QMouseEvent* event) {
+    const QModelIndex pressed = buttons_.pressed;
+    buttons_.pressed = QModelIndex();
+    if (event->button() == Qt::LeftButton && pressed.isValid()) {
+        update(pressed);
+        if (buttonAt(event->pos()) == pressed) press(pressed);
+        return;
+    }
+    pathPressed_ = QModelIndex();
+    QTableView::mouseReleaseEvent(event);
+}
+
+void ResultsView::mouseDoubleClickEvent(QMouseEvent* event) {
+    const auto path = pathTextAt(event->pos());
+    if (event->button() == Qt::LeftButton && path.isValid()) {
+        return selectPath(path.row(), 0).selectAll();
+    }
+    // Two quick clicks on a button are two clicks.
+    if (buttonAt(event->pos()).isValid()) return mousePressEvent(event);
+    QTableView::mouseDoubleClickEvent(event);
+}
+
+void ResultsView::keyPressEvent(QKeyEvent* event) {
+    const auto current = currentIndex();
+    const bool plain = event->modifiers() == Qt::NoModifier;
+    if (event->matches(QKeySequence::Delete) || (plain && event->key() == Qt::Key_Backspace)) {
+        return content_.requestDeleteOfSelection();
+    }
+    if (event->matches(QKeySequence::Copy)) return copyPaths();
+    if (event->key() == Qt::Key_Space) return takeSpace(*event);
+    if (plain && event->key() == Qt::Key_F2 && current.isValid()) {
+        return selectPath(current.row(), 0).selectAll();
+    }
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+        return openMenuOf(current);
+    }
+    QTableView::keyPressEvent(event);
+}
+
+void ResultsView::copyPaths() {
+    const auto current = currentIndex();
+    if (!content_.selection().empty()) {
+        content_.copySelectedPaths();
+    } else if (current.isValid()) {
+        content_.copyPath(rows_.group(current.row()).root, false);
+    }
+}
+
+/// Part of a name that is being typed, else it presses the button of the cell, else it selects.
+void ResultsView::takeSpace(const QKeyEvent& event) {
+    const auto current = currentIndex();
+    const bool plain = event.modifiers() == Qt::NoModifier;
+    if (plain && isTyping()) return keyboardSearch(event.text());
+    if (plain && press(current)) return;
+    if (current.isValid()) {
+        selectionModel()->select(current, selectionCommand(current, &event));
+    }
+}
+
+bool ResultsView::isTyping() const {
+    return !typed_.isEmpty() && sinceTyped_.elapsed() < QApplication::keyboardInputInterval();
+}
+
+void ResultsView::keyboardSearch(const QString& typed) {
+    if (typed.isEmpty() || !typed.front().isPrint() || rows_.rowCount() == 0) return;
+    const bool begins = !isTyping();
+    typed_ = begins ? typed : typed_ + typed;
+    sinceTyped_.start();
+    // The same letter again and again goes through the items that begin with it.
+    const bool repeats = typed_.count(typed_.front()) == typed_.size();
+    const auto wanted = repeats ? typed_.left(1) : typed_;
+    const auto current = currentIndex();
+    const int first = current.isValid() ? current.row() + (begins || repeats ? 1 : 0) : 0;
+    for (int step = 0; step < rows_.rowCount(); ++step) {
+        const int row = (first + step) % rows_.rowCount();
+        const auto name =
+            toQString(rows_.group(row).name()).normalized(QString::NormalizationForm_C);
+        if (!name.startsWith(wanted, Qt::CaseInsensitive)) continue;
+        return selectByKey(row, current.isValid() ? current.column() : itemColumn);
+    }
+}
+
+/// As the arrow keys do, so that a range that follows begins there.
+void ResultsView::selectByKey(int row, int column) {
+    if (rows_.rowCount() == 1) return selectRow(row);
+    const int beside = row > 0 ? row - 1 : row + 1;
+    selectionModel()->setCurrentIndex(rows_.index(beside, column), QItemSelectionModel::NoUpdate);
+    QKeyEvent arrow(QEvent::KeyPress, row > beside ? Qt::Key_Down : Qt::Key_Up, Qt::NoModifier);
+    QTableView::keyPressEvent(&arrow);
+}
+
+void ResultsView::contextMenuEvent(QContextMenuEvent* event) {
+    if (event->reason() != QContextMenuEvent::Mouse) return openMenuOf(currentIndex());
+    const auto index = indexAt(event->pos());
+    if (!index.isValid()) return;
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+    openRowMenu(content_, rows_.group(index.row()), event->globalPos(), *this);
+}
+
+void ResultsView::openMenuOf(const QModelIndex& index) {
+    if (!index.isValid()) return;
+    scrollTo(index);
+    openRowMenu(content_, rows_.group(index.row()),
+                viewport()->mapToGlobal(visualRect(index).bottomLeft()), *this);
+}
+
+/// The row menu acts on its row and leaves the selection alone. What Control does to a row depends
+/// on the model's selection; Qt would look at its own.
+QItemSelectionModel::SelectionFlags ResultsView::selectionCommand(const QModelIndex& index,
+                                                                  const QEvent* event) const {
+    const bool press = event && event->type() == QEvent::MouseButtonPress;
+    if (press && static_cast<const QMouseEvent*>(event)->button() == Qt::RightButton) {
+        return QItemSelectionModel::NoUpdate;
+    }
+    auto command = QTableView::selectionCommand(index, event);
+    if (press && command.testFlag(QItemSelectionModel::Toggle) && index.isValid()) {
+        command.setFlag(QItemSelectionModel::Toggle, false);
+        command.setFlag(isSelected(index.row()) ? QItemSelectionModel::Deselect
+                                                : QItemSelectionModel::Select);
+    }
+    return command;
+}
+
+void ResultsView::initViewItemOption(QStyleOptionViewItem* option) const {
+    QTableView::initViewItemOption(option);
+    option->state.setFlag(QStyle::State_Active, isActiveWindow());
+}
+
+PathSelection& ResultsView::selectPath(int row, int character) {
+    const auto& root = rows_.group(row).root;
+    scrollTo(rows_.index(row, pathColumn));
+    delete pathSelection_;
+    pathSelection_ = new PathSelection(root, font(), viewport());
+    placePathSelection();
+    pathSelection_->show();
+    pathSelection_->setFocus();
+    pathSelection_->selectFrom(character);
+    return *pathSelection_;
+}
+
+void ResultsView::placePathSelection() {
+    if (!pathSelection_) return;
+    const auto row = rows_.rowOf(pathSelection_->root());
+    if (!row) return pathSelection_->deleteLater();
+    const auto cell = rows_.index(*row, pathColumn);
+    const auto area = visualRect(cell);
+    const auto text = layoutOf(cell).text.toAlignedRect();
+    pathSelection_->setGeometry(text.left(), area.top(), text.width(), area.height());
+}
+
+void ResultsView::resizeEvent(QResizeEvent* event) {
+    QTableView::resizeEvent(event);
+    fitLastColumns();
+}
+
+void ResultsView::paintEvent(QPaintEvent* event) {
+    QTableView::paintEvent(event);
+    const auto emptiness = emptinessOf(content_, rows_.rowCount());
+    if (!emptiness) return;
+    QRect area(0, 0, emptySymbolSize, emptySymbolSize);
+    area.moveCenter(viewport()->rect().center());
+    QPainter painter(viewport());
+    drawSymbol(painter, area, emptiness->symbol, colorOf(Tint::tertiary, palette()));
+}
+
+/// What was drawn is moved and not drawn again, but paths are shortened to where the view ends and
+/// the edge of selected rows stays at its beginning.
+void ResultsView::scrollContentsBy(int dx, int dy) {
+    QTableView::scrollContentsBy(dx, dy);
+    if (dx != 0) viewport()->update();
+}
+
+void ResultsView::updateGeometries() {
+    QTableView::updateGeometries();
+    fitLastColumns();
+}
+
+}  // namespace vestigo

@@ -1,0 +1,211 @@
+#include "ui/widgets/accessible_parts.h"
+
+#include <QAccessible>
+#include <QPointer>
+#include <optional>
+
+#include "ui/widgets/text.h"
+
+namespace vestigo {
+namespace {
+
+/// What headers, cells and buttons have in common.
+class Part : public QAccessibleInterface, public QAccessibleActionInterface {
+public:
+    Part(ResultsView& view, QAccessible::Role role) : view_(&view), role_(role) {}
+
+    QObject* object() const override { return nullptr; }
+    QWindow* window() const override { return view_->window()->windowHandle(); }
+    QAccessible::Role role() const override { return role_; }
+    void setText(QAccessible::Text, const QString&) override {}
+    QAccessibleInterface* childAt(int, int) const override { return nullptr; }
+    QAccessibleInterface* parent() const override {
+        return QAccessible::queryAccessibleInterface(view_);
+    }
+    int childCount() const override { return 0; }
+    QAccessibleInterface* child(int) const override { return nullptr; }
+    int indexOfChild(const QAccessibleInterface*) const override { return -1; }
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        if (type != QAccessible::ActionInterface) return nullptr;
+        return static_cast<QAccessibleActionInterface*>(this);
+    }
+    QStringList keyBindingsForAction(const QString&) const override { return {}; }
+
+protected:
+    ResultsView& view() const { return *view_; }
+    bool hasView() const { return !view_.isNull(); }
+
+private:
+    QPointer<ResultsView> view_;
+    QAccessible::Role role_;
+};
+
+class Header : public Part {
+public:
+    Header(ResultsView& view, int column)
+        : Part(view, QAccessible::ColumnHeader), column_(column) {}
+
+    bool isValid() const override { return hasView(); }
+    QString text(QAccessible::Text kind) const override {
+        if (kind != QAccessible::Name) return {};
+        return view().model()->headerData(column_, Qt::Horizontal).toString();
+    }
+    QRect rect() const override {
+        const auto* const header = view().horizontalHeader();
+        const QPoint corner(header->sectionViewportPosition(column_), 0);
+        return {header->viewport()->mapToGlobal(corner),
+                QSize(header->sectionSize(column_), header->height())};
+    }
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        const auto* const header = columns();
+        state.focusable = true;
+        state.focused = header->hasFocus() && header->currentColumn() == column_;
+        return state;
+    }
+    QStringList actionNames() const override {
+        return columnTraits(static_cast<Column>(column_)).sortKey ? QStringList{pressAction()}
+                                                                  : QStringList{};
+    }
+    void doAction(const QString& name) override {
+        if (name == pressAction()) columns()->sortByColumn(column_);
+    }
+
+private:
+    ResultsHeader* columns() const {
+        return static_cast<ResultsHeader*>(view().horizontalHeader());
+    }
+    int column_;
+};
+
+/// Something that lies in a cell.
+class InCell : public Part {
+public:
+    InCell(ResultsView& view, QAccessible::Role role, int row, int column)
+        : Part(view, role), row_(row), column_(column) {}
+
+    bool isValid() const override { return hasView() && index().isValid(); }
+
+protected:
+    int row() const { return row_; }
+    int column() const { return column_; }
+    QModelIndex index() const { return view().model()->index(row_, column_); }
+    CellContent content() const { return view().results().cell(index()); }
+    QRect onScreen(const QRect& area) const {
+        return {view().viewport()->mapToGlobal(area.topLeft()), area.size()};
+    }
+
+private:
+    int row_;
+    int column_;
+};
+
+class Button : public InCell {
+public:
+    Button(ResultsView& view, QAccessibleInterface& cell, int row, int column)
+        : InCell(view, QAccessible::Button, row, column), cell_(cell) {}
+
+    QAccessibleInterface* parent() const override { return &cell_; }
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Name ? toQString(content().symbol->help) : QString();
+    }
+    QRect rect() const override {
+        const auto cell = view().visualRect(index());
+        return onScreen(
+            ResultsDelegate::layout(content(), cell, view().font()).button.toAlignedRect());
+    }
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        state.offscreen = !view().viewport()->rect().intersects(view().visualRect(index()));
+        return state;
+    }
+    bool isValid() const override { return InCell::isValid() && content().symbol.has_value(); }
+    QStringList actionNames() const override { return {pressAction()}; }
+    void doAction(const QString& name) override {
+        if (name == pressAction()) static_cast<void>(view().press(index()));
+    }
+
+private:
+    QAccessibleInterface& cell_;
+};
+
+class Cell : public InCell, public QAccessibleTableCellInterface {
+public:
+    Cell(ResultsView& view, int row, int column) : InCell(view, QAccessible::Cell, row, column) {}
+    ~Cell() override {
+        if (button_) QAccessible::deleteAccessibleInterface(*button_);
+    }
+
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        if (type == QAccessible::TableCellInterface) {
+            return static_cast<QAccessibleTableCellInterface*>(this);
+        }
+        return InCell::interface_cast(type);
+    }
+    QString text(QAccessible::Text kind) const override {
+        if (kind == QAccessible::Name) return toQString(content().text);
+        return kind == QAccessible::Help ? toQString(content().help) : QString();
+    }
+    QRect rect() const override { return onScreen(view().visualRect(index())); }
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        state.selectable = true;
+        state.focusable = true;
+        state.multiSelectable = true;
+        state.selected = isSelected();
+        state.focused = view().hasFocus() && view().currentIndex() == index();
+        state.offscreen = !view().viewport()->rect().intersects(view().visualRect(index()));
+        return state;
+    }
+    int childCount() const override {
+        const auto symbol = content().symbol;
+        return symbol && symbol->action ? 1 : 0;
+    }
+    QAccessibleInterface* child(int number) const override {
+        if (number != 0 || childCount() == 0) return nullptr;
+        if (!button_) {
+            auto* const self = const_cast<Cell*>(this);
+            button_ = QAccessible::registerAccessibleInterface(
+                new Button(view(), *self, row(), column()));
+        }
+        return QAccessible::accessibleInterface(*button_);
+    }
+    int indexOfChild(const QAccessibleInterface* part) const override {
+        return part && part == child(0) ? 0 : -1;
+    }
+    QAccessibleInterface* childAt(int x, int y) const override {
+        auto* const button = child(0);
+        return button && button->rect().contains(x, y) ? button : nullptr;
+    }
+    QStringList actionNames() const override { return {toggleAction()}; }
+    void doAction(const QString& name) override {
+        if (name != toggleAction()) return;
+        view().selectionModel()->select(index(), QItemSelectionModel::Toggle);
+    }
+
+    bool isSelected() const override { return view().isSelected(row()); }
+    QList<QAccessibleInterface*> columnHeaderCells() const override {
+        return {table()->child(column())};
+    }
+    QList<QAccessibleInterface*> rowHeaderCells() const override { return {}; }
+    int columnIndex() const override { return column(); }
+    int rowIndex() const override { return row(); }
+    int columnExtent() const override { return 1; }
+    int rowExtent() const override { return 1; }
+    QAccessibleInterface* table() const override { return parent(); }
+
+private:
+    mutable std::optional<QAccessible::Id> button_;
+};
+
+}  // namespace
+
+QAccessibleInterface* accessibleHeader(ResultsView& view, int column) {
+    return new Header(view, column);
+}
+
+QAccessibleInterface* accessibleCell(ResultsView& view, int row, int column) {
+    return new Cell(view, row, column);
+}
+
+}  // namespace vestigo

@@ -1,0 +1,93 @@
+#include "ui/widgets/labels.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QPainter>
+#include <QStringList>
+
+#include "ui/widgets/symbols.h"
+#include "ui/widgets/text.h"
+#include "ui/widgets/theme.h"
+
+namespace vestigo {
+
+TintedLabel::TintedLabel(Tint tint, QWidget* parent) : QLabel(parent), tint_(tint) {
+    setTextFormat(Qt::PlainText);
+}
+
+void TintedLabel::setElision(Qt::TextElideMode elision) {
+    elision_ = elision;
+    update();
+}
+
+QSize TintedLabel::minimumSizeHint() const {
+    return {fontMetrics().horizontalAdvance(QChar(0x2026)), fontMetrics().height()};
+}
+
+void TintedLabel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setPen(colorOf(tint_, palette()));
+    painter.drawText(rect(), Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine,
+                     fontMetrics().elidedText(oneLine(text()), elision_, width()));
+}
+
+SymbolLabel::SymbolLabel(Symbol symbol, Tint tint, int side, QWidget* parent)
+    : QWidget(parent), symbol_(symbol), tint_(tint) {
+    setFixedSize(side, side);
+}
+
+void SymbolLabel::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    drawSymbol(painter, rect(), symbol_, colorOf(tint_, palette()));
+}
+
+SheetText::SheetText(const QString& text, const QFont& font, Tint tint, int width, QWidget* parent)
+    : QLabel(parent), tint_(tint) {
+    setTextFormat(Qt::PlainText);
+    setFont(font);
+    setWordWrap(true);
+    setFixedWidth(width);
+    setText(text);
+    applyTint();
+}
+
+void SheetText::setEmphasised(std::string_view text) {
+    setTextFormat(Qt::RichText);
+    setText(emphasised(text));
+}
+
+void SheetText::changeEvent(QEvent* event) {
+    QLabel::changeEvent(event);
+    if (event->type() == QEvent::ApplicationPaletteChange) applyTint();
+}
+
+void SheetText::applyTint() {
+    auto palette = QApplication::palette();
+    palette.setColor(QPalette::WindowText, colorOf(tint_, palette));
+    setPalette(palette);
+}
+
+QString emphasised(std::string_view text) {
+    QString html;
+    bool bold = false;
+    for (const auto& part : toQString(text).split(QStringLiteral("**"))) {
+        const auto safe = part.toHtmlEscaped();
+        html += bold ? QStringLiteral("<b>%1</b>").arg(safe) : safe;
+        bold = !bold;
+    }
+    return html;
+}
+
+QPalette tintedGround(QPalette palette, double share) {
+    const auto mixed = [share](int ground, int text) {
+        return ground + static_cast<int>((text - ground) * share);
+    };
+    const auto ground = palette.color(QPalette::Window);
+    const auto text = palette.color(QPalette::WindowText);
+    palette.setColor(QPalette::Base,
+                     QColor(mixed(ground.red(), text.red()), mixed(ground.green(), text.green()),
+                            mixed(ground.blue(), text.blue())));
+    return palette;
+}
+
+}  // namespace vestigo

@@ -1,0 +1,59 @@
+#include "ui/widgets/refresher.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vestigo {
+
+namespace {
+
+constexpr int millisecondsBetweenRedraws = 200;
+
+/// Comes in streams while something runs in the background; everything else is rare.
+bool isStream(ScannerField field) {
+    switch (field) {
+        case ScannerField::allHits:
+        case ScannerField::groups:
+        case ScannerField::signatures:
+        case ScannerField::scannedCount:
+        case ScannerField::currentPath: return true;
+        case ScannerField::scanning:
+        case ScannerField::lastScanDate:
+        case ScannerField::lastRoots:
+        case ScannerField::intelOnly: return false;
+    }
+    return false;
+}
+
+}  // namespace
+
+Refresher::Refresher(ContentView& content, QObject* parent) : QObject(parent), content_(content) {
+    timer_.setSingleShot(true);
+    connect(&timer_, &QTimer::timeout, this, &Refresher::flush);
+    contentSubscription_ = content.subscribe([this](ContentField field) { note(field); });
+    scannerSubscription_ = content.scanner().subscribe([this](ScannerField field) { note(field); });
+}
+
+void Refresher::note(ContentField field) {
+    changes_.add(field);
+    flushWithin(0);
+}
+
+void Refresher::note(ScannerField field) {
+    changes_.add(field);
+    const auto waited = sinceFlush_.isValid() ? sinceFlush_.elapsed() : millisecondsBetweenRedraws;
+    const auto wait = std::max<qint64>(0, millisecondsBetweenRedraws - waited);
+    flushWithin(isStream(field) ? static_cast<int>(wait) : 0);
+}
+
+void Refresher::flushWithin(int milliseconds) {
+    if (!timer_.isActive() || timer_.remainingTime() > milliseconds) timer_.start(milliseconds);
+}
+
+void Refresher::flush() {
+    timer_.stop();
+    emit changed(std::exchange(changes_, Changes()));
+    sinceFlush_.start();  // Counts from the end, so that slow redraws do not follow on each other.
+}
+
+}  // namespace vestigo
