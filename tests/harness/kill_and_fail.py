@@ -43,6 +43,8 @@ ERRORS = ["EIO", "ENOSPC", "EACCES", "EINTR"]
 KILL = "signal=KILL"
 STEPS = ["removal", "plain", "save", "cleanup", "script"]
 QUICK_RUNS = {"removal": 20, "plain": 5, "save": 16, "cleanup": 5, "script": 5}
+# Seconds after which a run counts as hanging, also on a machine that is busy.
+patience = 300
 # Others are done by a step of the program under this name.
 DONE_BY = {"plain": "removal", "script": "cleanup"}
 NO_RENAME = "renameat2"
@@ -164,12 +166,12 @@ class Tree:
                               env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               stderr=subprocess.PIPE, text=True, start_new_session=True) as started:
             try:
-                output, errors = started.communicate(timeout=60)
+                output, errors = started.communicate(timeout=patience)
             except subprocess.TimeoutExpired:
                 end_session(started.pid, 0)
                 return subprocess.CompletedProcess(step, 124, "", "it hangs")
         # A script may outlive the program that was killed.
-        if not end_session(started.pid, 60):
+        if not end_session(started.pid, patience):
             return subprocess.CompletedProcess(step, 124, output, "the script hangs")
         return subprocess.CompletedProcess(step, started.returncode, output, errors)
 
