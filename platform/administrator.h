@@ -1,4 +1,4 @@
-// Work that needs an administrator's password.
+// Runs scripts that need an administrator's password.
 #pragma once
 
 #include <functional>
@@ -12,7 +12,7 @@
 
 namespace vestigo {
 
-/// How a run ended: with an exit status, or with the reason why it could not be started.
+/// The outcome of a run: its exit status, or the reason why it could not be started.
 struct AdministratorRun {
     int status = 0;
     std::optional<std::string> launchError;
@@ -23,22 +23,23 @@ class Administrator {
 public:
     virtual ~Administrator() = default;
     /// Has the system ask for an administrator and runs the shell script at `script` as the
-    /// superuser. A status other than 0 when the user cancelled or was refused. Once `cancel` is
-    /// cancelled, an open question is withdrawn, and a script that runs is left to end alone: the
-    /// call returns within a moment with another status than 0.
+    /// superuser. The status is not 0 when the user cancelled or was refused. Once `cancel` is
+    /// cancelled, an open question is withdrawn, and a script that already runs is left to finish
+    /// alone: the call returns within a moment with a status other than 0.
     [[nodiscard]] virtual AdministratorRun runScript(const std::string& script,
                                                      const CancelFlag& cancel) = 0;
 };
 
+/// Starts a program of the system, the launcher, that asks for the password and runs the script.
 class LaunchedAdministrator : public Administrator {
 public:
-    /// What the launcher is given for the script at this path.
+    /// Makes the launcher's arguments from the path of the script.
     using Arguments = std::function<std::vector<std::string>(const std::string& script)>;
 
     LaunchedAdministrator(std::shared_ptr<Processes> processes, std::string launcher,
                           Arguments arguments);
 
-    /// The launcher's own exit status.
+    /// Returns the launcher's own exit status.
     [[nodiscard]] AdministratorRun runScript(const std::string& script,
                                              const CancelFlag& cancel) override;
 

@@ -1,4 +1,4 @@
-// What a bundle says of itself in its Info.plist.
+// The properties that a bundle declares in its Info.plist.
 #pragma once
 
 #include <optional>

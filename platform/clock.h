@@ -1,5 +1,5 @@
-// The one way time is counted here: seconds since 2001-01-01 00:00:00 UTC; and nanoseconds since
-// 1970 where two states of a file are told apart.
+// Time is counted in seconds since 2001-01-01 00:00:00 UTC. Only where two states of a file have to
+// be distinguished, it is counted in nanoseconds since 1970.
 #pragma once
 
 #include <chrono>
@@ -21,8 +21,8 @@ inline constexpr double secondsFrom1970To2001 = 978307200;
     return std::chrono::duration_cast<std::chrono::nanoseconds>(since1970).count();
 }
 
-/// Nanoseconds since 1970 of a time in the system's own form. What they cannot count becomes the
-/// first or the last that they can: file systems keep dates up to the year 2446 and beyond.
+/// Converts a time in the system's own form to nanoseconds since 1970. A time out of range becomes
+/// the nearest limit: file systems keep dates up to the year 2446 and beyond.
 [[nodiscard]] constexpr std::int64_t nanosecondsSince1970(std::int64_t seconds,
                                                           std::int64_t nanoseconds) {
     constexpr std::int64_t perSecond = 1'000'000'000;
@@ -34,8 +34,8 @@ inline constexpr double secondsFrom1970To2001 = 978307200;
     return seconds * perSecond + nanoseconds;
 }
 
-/// The day of such a time in UTC, as in 2019-10-07. Empty when it is not after 2001-01-01 00:00:00,
-/// and when it lies beyond the year 9999, which this form cannot hold.
+/// The date in UTC of a time in seconds since 2001, as in 2019-10-07. Empty for times up to
+/// 2001-01-01 00:00:00, and for times beyond the year 9999, which this form cannot hold.
 [[nodiscard]] std::string calendarDate(double seconds);
 
 }  // namespace vestigo

@@ -1,4 +1,4 @@
-// The system's raw answers about the code signature at one path.
+// Reads the code signature at a path, as the system reports it.
 #pragma once
 
 #include <memory>

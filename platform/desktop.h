@@ -1,4 +1,4 @@
-// What the user's desktop does for a window.
+// Services that the user's desktop offers to a window.
 #pragma once
 
 #include <optional>
@@ -10,16 +10,17 @@ namespace vestigo {
 class Desktop {
 public:
     virtual ~Desktop() = default;
-    /// Asks the file manager for a window with the item selected; where no file manager answers,
-    /// for one that shows the folder around it. Returns at once; nothing fails visibly.
+    /// Has the file manager show the item, selected in its folder; where no file manager answers,
+    /// opens the folder that contains the item. Returns at once and reports no failure.
     virtual void reveal(const std::string& path) = 0;
     /// Replaces what is on the clipboard with plain text.
     virtual void copyText(const std::string& text) = 0;
-    /// Asks for one existing folder and blocks until the user has answered; other events are
-    /// handled meanwhile. The folder's absolute path; absent when the user cancelled.
+    /// Asks the user for one existing folder. Blocks until the user has answered, while other
+    /// events are handled. Returns the folder's absolute path; absent when the user cancelled.
     [[nodiscard]] virtual std::optional<std::string> chooseFolder() = 0;
-    /// Asks where to save a file of comma-separated values, proposing `name`; blocks likewise.
-    /// Overwriting has been confirmed. The file's absolute path; absent when the user cancelled.
+    /// Asks where to save a file of comma-separated values and proposes `name`; blocks in the same
+    /// way. The user has confirmed that an existing file is overwritten. Returns the file's
+    /// absolute path; absent when the user cancelled.
     [[nodiscard]] virtual std::optional<std::string> chooseCsvFile(const std::string& name) = 0;
 };
 

@@ -1,4 +1,4 @@
-// A Trash that is just a folder.
+// A Trash that is a plain folder, and the names that items get in any Trash.
 #pragma once
 
 #include <memory>
@@ -11,10 +11,10 @@
 namespace vestigo {
 
 /// The name to try at the given attempt, from 1 on: the item's own, then "Foo.2.app", "Foo.3.app",
-/// ... It never has more bytes than `longest`; what is too long loses the end of its stem.
+/// ... It never has more bytes than `longest`: a name that is too long loses the end of its stem.
 [[nodiscard]] std::string trashName(std::string_view name, unsigned attempt, std::size_t longest);
 
-/// What stands before and after the number in such names, from ".2" to ".99999".
+/// The parts of such a name before and after its number, with room for ".2" to ".99999".
 struct TrashNameParts {
     std::string stem;
     std::string ending;

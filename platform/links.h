@@ -1,4 +1,4 @@
-// Symbolic links below a folder, seen and removed as links.
+// Finds symbolic links below a folder and removes those that are dead.
 #pragma once
 
 #include <functional>
@@ -13,10 +13,10 @@ public:
     virtual ~FoundLink() = default;
     /// The path by which the folder that holds it was reached.
     [[nodiscard]] virtual std::string_view folder() const = 0;
-    /// As it is written in the link.
+    /// The destination as it is written in the link.
     [[nodiscard]] virtual std::string_view destination() const = 0;
-    /// Removes the link itself, if it still has this destination and nothing can be reached through
-    /// it. True when it has gone.
+    /// Removes the link itself, if it still has this destination and leads nowhere. True when it
+    /// was removed.
     [[nodiscard]] virtual bool removeDead() = 0;
 };
 
@@ -24,9 +24,9 @@ public:
 class Links {
 public:
     virtual ~Links() = default;
-    /// Visits every link below the folder, however deep, hidden ones too, in the system's order.
-    /// The folder may itself be given by a link; those below are never followed, not even when they
-    /// come up during the walk. What cannot be read is passed over.
+    /// Visits every link below the folder, however deep, also those with hidden names, in the
+    /// system's order. The folder may itself be given by a link. Links below it are never followed,
+    /// not even those that appear during the walk. Folders that cannot be read are skipped.
     virtual void visit(const std::string& folder,
                        const std::function<void(FoundLink&)>& visitor) = 0;
 };

@@ -1,4 +1,4 @@
-// Whether the person at the machine is its owner: fingerprint, watch or account password.
+// Confirms that the person at the machine is its owner, by fingerprint, watch or account password.
 #pragma once
 
 #include <functional>

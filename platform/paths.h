@@ -11,21 +11,21 @@
 
 namespace vestigo {
 
-/// What follows the last "/": empty for a path that ends in one, all of a text without any. A view
-/// into `path`.
+/// The text after the last "/": empty for a path that ends in one, the whole text where there is
+/// none. A view into `path`.
 [[nodiscard]] constexpr std::string_view nameOf(std::string_view path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-/// The last component that is not empty, whatever slashes follow it; all of a text that has none. A
-/// view into `path`.
+/// The last component that is not empty, whatever slashes follow it; the whole text where there is
+/// none. A view into `path`.
 [[nodiscard]] constexpr std::string_view lastComponent(std::string_view path) {
     const auto end = path.find_last_not_of('/');
     return end == path.npos ? path : nameOf(path.substr(0, end + 1));
 }
 
-/// What stands before the last "/": empty for what lies at the top ("/bin") and for a text without
-/// a "/". A view into `path`.
+/// The text before the last "/": empty for an item at the top ("/bin") and for a text without a
+/// "/". A view into `path`.
 [[nodiscard]] constexpr std::string_view folderOf(std::string_view path) {
     const auto slash = path.rfind('/');
     return slash == path.npos ? std::string_view{} : path.substr(0, slash);
@@ -36,7 +36,7 @@ namespace vestigo {
     return path.starts_with(prefix) && (path.size() == prefix.size() || path[prefix.size()] == '/');
 }
 
-/// Lets a container of strings be asked with a view.
+/// Lets a hash container of strings be searched with a string_view.
 struct TextHash {
     using is_transparent = void;
     std::size_t operator()(std::string_view text) const noexcept {
@@ -46,8 +46,8 @@ struct TextHash {
 
 using RootSet = std::unordered_set<std::string, TextHash, std::equal_to<>>;
 
-/// `liesUnder` for many roots at once, at the cost of a look-up for each of the path's folders that
-/// is as long as some root. The set must outlive it unchanged. Used by one thread.
+/// Answers `liesUnder` for many roots at once, with one look-up for each parent of the path that is
+/// as long as some root. The set must outlive the matcher unchanged. Used by one thread.
 class RootMatcher {
 public:
     explicit RootMatcher(const RootSet& roots) : roots_(roots) {
@@ -72,8 +72,8 @@ public:
 
 private:
     const RootSet& roots_;
-    std::vector<bool> lengths_;  ///< Whether some root is that long.
-    std::string_view latest_;    ///< Files of a root come in a row.
+    std::vector<bool> lengths_;  ///< For each length, whether a root has it.
+    std::string_view latest_;    ///< Tried first: files of a root follow each other.
 };
 
 }  // namespace vestigo

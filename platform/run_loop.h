@@ -13,10 +13,10 @@ namespace vestigo {
 class RunLoop : public MainQueue {
 public:
     void post(Job job) override;
-    /// Runs the jobs posted, on the calling thread, waiting for more until `done` holds. It is
-    /// asked before every job.
+    /// Runs posted jobs on the calling thread, and waits for more, until `done` returns true.
+    /// `done` is asked before every job.
     void runUntil(const std::function<bool()>& done);
-    /// Runs what has been posted by now, without waiting.
+    /// Runs the jobs that are in the queue now, without waiting for more.
     void runPosted();
 
 private:

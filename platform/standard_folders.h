@@ -1,4 +1,4 @@
-// Where the system keeps things.
+// The system's folders for the user's files.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ struct StandardFolders {
     std::string home;
     std::string applicationSupport;  ///< The user's; every program has a folder of its own in it.
     std::string temporary;           ///< Private to the user, never shared.
-    std::string caches = {};         ///< The user's, for what can be made anew.
+    std::string caches = {};         ///< The user's, for files that can be made again.
 };
 
 }  // namespace vestigo

@@ -22,28 +22,28 @@
 
 namespace vestigo {
 
-/// `outOfMemory` is called on the thread of a task that ran out of memory, once the task has let go
-/// of what it had. Empty: the program then ends.
+/// `outOfMemory` is called on the thread of a task that ran out of memory, once the task has
+/// released its memory. When it is empty, the program ends instead.
 [[nodiscard]] std::shared_ptr<BackgroundTasks> systemTasks(std::function<void()> outOfMemory = {});
-/// From now on, when this program runs out of memory in whatever thread, it prints the line on
-/// standard error and ends with exit status 1.
+/// From now on, whenever a thread of this program runs out of memory, the program prints the line
+/// on standard error and ends with exit status 1.
 void endWhenOutOfMemory(std::string line);
 [[nodiscard]] std::shared_ptr<DirectoryReader> systemDirectoryReader();
 [[nodiscard]] std::shared_ptr<CodeSigning> systemCodeSigning();
 [[nodiscard]] std::shared_ptr<BundleReader> systemBundles();
 [[nodiscard]] std::shared_ptr<Files> systemFiles();
 [[nodiscard]] std::shared_ptr<Links> systemLinks();
-/// Each program that runs is one of the tasks.
+/// Each program occupies one of the tasks while it runs.
 [[nodiscard]] std::shared_ptr<Processes> systemProcesses(std::shared_ptr<BackgroundTasks> tasks);
-/// Each program that is followed is one of the tasks.
+/// Each program occupies one of the tasks while it is followed.
 [[nodiscard]] std::shared_ptr<LastingProcesses> systemLastingProcesses(
     std::shared_ptr<BackgroundTasks> tasks);
 
 [[nodiscard]] StandardFolders systemFolders();
-/// Only the home folder; touches nothing.
+/// The user's home folder. Creates nothing.
 [[nodiscard]] std::string systemHomeFolder();
-/// The home folders of all users of this machine: those where the system keeps them, by name, the
-/// administrator's and this user's own, each once. Never empty.
+/// The home folders of all users of this machine: those in the system's usual place, sorted by
+/// name, then the administrator's and this user's own, each once. Never empty.
 [[nodiscard]] std::vector<std::string> systemHomeFolders();
 
 [[nodiscard]] std::shared_ptr<Trash> systemTrash(const StandardFolders& folders);
@@ -52,8 +52,8 @@ void endWhenOutOfMemory(std::string line);
 [[nodiscard]] std::shared_ptr<OwnerAuthentication> systemOwnerAuthentication(
     std::shared_ptr<Processes> processes);
 
-/// What the system's launcher is given to run a script as an administrator, where it asks by
-/// itself.
+/// `arguments` are for a launcher that asks the user itself. A system that asks by other means does
+/// not use them.
 [[nodiscard]] std::shared_ptr<Administrator> systemAdministrator(
     std::shared_ptr<Processes> processes, LaunchedAdministrator::Arguments arguments);
 

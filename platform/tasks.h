@@ -1,4 +1,4 @@
-// Work off the main thread, and the way back to it.
+// Runs work on background threads, and posts jobs back to the main thread.
 #pragma once
 
 #include <atomic>
@@ -11,30 +11,30 @@ namespace vestigo {
 
 using Job = std::function<void()>;
 
-/// Runs jobs on the main thread, in the order posted. `post` may be called from any thread, also
-/// when nobody runs the jobs any more: they are then dropped unrun.
+/// Runs jobs on the main thread, in the order posted. `post` may be called from any thread. Jobs
+/// that are posted when the main thread runs no more jobs are dropped without being run.
 class MainQueue {
 public:
     virtual ~MainQueue() = default;
     virtual void post(Job job) = 0;
 };
 
-/// `utility`: yields processor and disk to what the user is doing. `normal`: someone waits for it.
+/// `utility`: yields processor and disk to the user's other work. `normal`: the user waits for it.
 enum class Priority : std::uint8_t { utility, normal };
 
-/// Runs each job on a thread of its own, detached from the caller. The job owns what it works on.
-/// The implementation's destructor waits for all of them, so whoever starts one that takes long
-/// gives it a `CancelFlag`.
+/// Runs each job on a thread of its own, detached from the caller. The job owns all that it uses.
+/// The implementation's destructor waits for all jobs, so one that may take long needs a
+/// `CancelFlag`.
 class BackgroundTasks {
 public:
     virtual ~BackgroundTasks() = default;
     virtual void run(Priority priority, Job job) = 0;
 };
 
-/// The job for a thread started by hand, at the priority that the caller's thread has now.
+/// Wraps a job for a new thread, so that it runs at the priority that the calling thread has now.
 [[nodiscard]] Job atPriorityOfThisThread(Job job);
 
-/// A request to stop, shared by a task and its asker. Thread-safe.
+/// A request to stop, shared by a task and its caller. Thread-safe.
 class CancelFlag {
 public:
     void cancel() { state_->store(true, std::memory_order_relaxed); }
@@ -50,12 +50,12 @@ public:
     virtual ~Thread() = default;
 };
 
-/// Enough for a walk. Dozens of stacks of default size would use up the address space of a process
-/// that is given little.
+/// Stack size for the threads of a walk. Dozens of stacks of the default size could exhaust a
+/// limited address space.
 inline constexpr std::size_t smallStack = std::size_t{256} << 10U;
 
-/// Runs the job on a thread with the priority of the calling one and a stack of so many bytes. The
-/// job must not throw. Null when the system has no thread to give.
+/// Runs the job on a thread with the calling thread's priority and a stack of `stackBytes`. The job
+/// must not throw. Null when the system cannot create a thread.
 [[nodiscard]] std::unique_ptr<Thread> startThread(Job job, std::size_t stackBytes);
 
 }  // namespace vestigo

@@ -12,9 +12,9 @@ namespace vestigo {
 class Trash {
 public:
     virtual ~Trash() = default;
-    /// Moves one file, folder or link (the link itself) to the user's Trash, whole or not at all;
-    /// what lies there already stays. Only `item` goes: whatever else is at the path by then stays.
-    /// Absent when it worked, else why not, for the user to read.
+    /// Moves one file, folder or link (the link itself) to the user's Trash, whole or not at all,
+    /// and replaces nothing there. When another item than `item` lies at the path by then, it
+    /// stays. Absent when the item was moved, else the reason, as a text for the user.
     [[nodiscard]] virtual std::optional<std::string> moveToTrash(const std::string& path,
                                                                  const ItemIdentity& item) = 0;
 };

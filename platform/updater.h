@@ -1,17 +1,17 @@
-// The service that looks for newer versions of the program.
+// Looks for newer versions of the program.
 #pragma once
 
 namespace vestigo {
 
-/// Main thread only. Shows what it finds, and what fails, in dialogs of its own; keeps its settings
-/// itself. Starts checking on its own schedule when it is made.
+/// Main thread only. Shows its results and failures in dialogs of its own, and keeps its own
+/// settings. Once created, it also checks on its own schedule.
 class Updater {
 public:
     virtual ~Updater() = default;
-    /// Because the user asked: every outcome is shown.
+    /// Checks at the user's request and shows every outcome.
     virtual void checkForUpdates() = 0;
     [[nodiscard]] virtual bool automaticallyChecksForUpdates() const = 0;
-    /// Stored at once.
+    /// The value is stored at once.
     virtual void setAutomaticallyChecksForUpdates(bool value) = 0;
 };
 
