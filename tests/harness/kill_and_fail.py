@@ -162,6 +162,9 @@ class Tree:
         environment = {"HOME": str(self.path), "XDG_DATA_HOME": str(self.path / "data"),
                        "TMPDIR": str(self.path / "temporary"), "PATH": "/usr/bin:/bin",
                        "SCRIPT_SHELL": shell, "LC_ALL": "C.UTF-8"}
+        # One that was planted on purpose is met here too.
+        if fault := os.environ.get("VESTIGO_FAULT"):
+            environment["VESTIGO_FAULT"] = fault
         with subprocess.Popen([*strace, self.program, step, str(self.path)], cwd=self.path,
                               env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               stderr=subprocess.PIPE, text=True, start_new_session=True) as started:
