@@ -120,11 +120,17 @@ void FileMemoryTable::finish() {
 }
 
 FingerprintTable FileMemoryTable::merged() const {
-    if (!files_) return mergedWith(table_);
+    if (!files_ || !wasWrittenByAnother()) return mergedWith(table_);
     const auto written = tableAt(*files_, path_, now());
-    const bool byAnother = written && written->identity().seed == table_.identity().seed &&
-                           written->identity().generation != table_.identity().generation;
-    return mergedWith(byAnother ? *written : table_);
+    return mergedWith(written ? *written : table_);
+}
+
+/// Reads the header alone: a second table in memory would be the peak of a scan of many files.
+bool FileMemoryTable::wasWrittenByAnother() const {
+    const auto start = files_->readOwn(path_, FingerprintTable::headerBytes);
+    const auto written = FingerprintTable::identityIn(start.bytes);
+    return written && written->seed == table_.identity().seed &&
+           written->generation != table_.identity().generation;
 }
 
 /// What this scan asked for or added, and what of the base was asked for some scans ago at most.

@@ -49,6 +49,7 @@ private:
     void use(FingerprintTable table);
     [[nodiscard]] std::size_t unseen() const;
     [[nodiscard]] bool isSeen(std::size_t slot) const;
+    [[nodiscard]] bool wasWrittenByAnother() const;
     [[nodiscard]] FingerprintTable merged() const;
     [[nodiscard]] FingerprintTable mergedWith(const FingerprintTable& base) const;
 

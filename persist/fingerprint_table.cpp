@@ -78,6 +78,13 @@ std::optional<FingerprintTable> FingerprintTable::fromBytes(std::string bytes,
     return table;
 }
 
+std::optional<FingerprintTable::Identity> FingerprintTable::identityIn(std::string_view start) {
+    if (start.size() < headerBytes) return std::nullopt;
+    const auto header = headerOf(start);
+    if (header.version != currentVersion) return std::nullopt;
+    return Identity{header.seed, header.generation, header.madeAt, header.rules};
+}
+
 bool FingerprintTable::isOne(std::string_view bytes) {
     if (bytes.size() < headerBytes)
         return bytes.starts_with(std::string_view(mark.data(), mark.size()));

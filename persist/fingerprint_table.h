@@ -32,6 +32,9 @@ public:
     /// Absent when the bytes are no whole table of this version, or one by other rules.
     [[nodiscard]] static std::optional<FingerprintTable> fromBytes(std::string bytes,
                                                                    std::uint16_t rules);
+    /// What the first `headerBytes` of a table of this version say of it, unchecked. Absent when
+    /// they are no such header.
+    [[nodiscard]] static std::optional<Identity> identityIn(std::string_view start);
     /// Whether the bytes are a table of any version, maybe a damaged one. Nothing at all is not.
     [[nodiscard]] static bool isOne(std::string_view bytes);
 
