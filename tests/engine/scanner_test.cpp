@@ -292,6 +292,7 @@ TEST_F(ScannerTest, TakesOverWhatHasNotChangedAndReadsNothingForAClosedWindow) {
     const auto status = systemDirectoryReader()->open(tree.path())->attributes("tool").value();
     store->record =
         test::savedScan({test::hitRef({path, {"ppc"}, status.size, status.mtime, status.ctime})});
+    tree.file("arm", test::thinMachO(test::cpuArm64));
     const auto held = std::make_shared<test::HeldTasks>();
     tasks = held;
     openGate();
@@ -303,8 +304,7 @@ TEST_F(ScannerTest, TakesOverWhatHasNotChangedAndReadsNothingForAClosedWindow) {
         loop->runPosted();
     }
     EXPECT_EQ(store->writes, 1);
-    EXPECT_EQ(scanner().allHits().at(0)->archs, Paths{"ppc"});
-    tree.file("arm", test::thinMachO(test::cpuArm64));
+    EXPECT_EQ(scanner().groups().begin()->hits.at(0)->archs, Paths{"ppc"});
     scanner().setIntelOnly(false);
     scanner().startScan({tree.path()});
     inspected.clear();

@@ -76,8 +76,8 @@ TEST(ScanFile, HostileStringsSurvive) {
     for (char byte = 1; byte < 127; ++byte) everyByte += byte;
     auto file = test::savedScan();
     for (const auto& text :
-         {everyByte + "\x7f", std::string(), std::string("back\\"), std::string(100000, '\n'),
-          std::string("é€😀\xf4\x8f\xbf\xbf\xe2\x80\xa8\\u0000\"\\\"")}) {
+         {everyByte + "\x7f", std::string(), std::string(100000, '\n'),
+          std::string("é€😀\xf4\x8f\xbf\xbf\xe2\x80\xa8\\u0000\"\\\""), std::string("back\\")}) {
         file.hits.push_back(hit(text));
         file.roots.push_back(text);
         file.signatures->emplace(text, SignInfo{true, text + '\0'});
