@@ -1,4 +1,12 @@
-// vestigo-scan: the engine without a window.
+// vestigo-scan runs one scan without a window and prints the findings.
+//
+// A scan runs on the main thread's RunLoop until it is complete. Three things can end it early, and
+// each of them does so by a job on that loop, so that only the main thread reads and writes the
+// state of the run: an interrupt (SIGINT or SIGTERM), an earlier scan that cannot be used, which
+// is noticed on a background thread after the walk has begun, and the end of the walk itself.
+//
+// The cache is written by the scan's background task when the walk is done. The program waits for
+// it after it has printed the findings, as they do not depend on it.
 
 #include <algorithm>
 #include <atomic>
@@ -65,9 +73,10 @@ ScanSessionServices servicesFor(const ScanOptions& options, std::shared_ptr<RunL
     return services;
 }
 
-/// Where the file is unusable, the reason goes to `refuse`, on the thread that reads.
-EarlierScan previousScan(const ScanOptions& options,
-                         std::function<void(const std::string& reason)> refuse) {
+/// Reads the file of --previous when it is called. When the file cannot be used, it calls `refuse`
+/// with the reason, on the thread that reads.
+EarlierScan previousScanReader(const ScanOptions& options,
+                               std::function<void(const std::string& reason)> refuse) {
     if (!options.previous) return {};
     return [path = *options.previous, refuse = std::move(refuse)]() -> std::optional<ScanFile> {
         const auto content = systemFiles()->readToEnd(path);
@@ -81,7 +90,7 @@ EarlierScan previousScan(const ScanOptions& options,
     };
 }
 
-/// Why the file cannot be used. Absent when it can, or when none is wanted.
+/// Returns why the file of --cache cannot be used; absent when it can, or when there is none.
 std::optional<std::string> cacheProblem(const ScanOptions& options) {
     if (!options.cache) return std::nullopt;
     const auto files = systemFiles();
@@ -94,15 +103,15 @@ std::optional<std::string> cacheProblem(const ScanOptions& options) {
     return std::nullopt;
 }
 
-/// Tells when the scan has let go of it, and whether the file could be written where it had to be.
-/// Otherwise the file stays as it was.
-class CacheOfScan : public FileMemoryTable {
+/// A memory of other files that reports its end. `done` is set when the scan destroys this object:
+/// to false when the file had to be written and could not, else to true.
+class ReportingFileMemory : public FileMemoryTable {
 public:
-    CacheOfScan(std::string path, std::shared_ptr<std::promise<bool>> done)
+    ReportingFileMemory(std::string path, std::shared_ptr<std::promise<bool>> done)
         : FileMemoryTable(systemFiles(), std::move(path)), done_(std::move(done)) {}
-    CacheOfScan(const CacheOfScan&) = delete;
-    CacheOfScan& operator=(const CacheOfScan&) = delete;
-    ~CacheOfScan() override { done_->set_value(written_); }
+    ReportingFileMemory(const ReportingFileMemory&) = delete;
+    ReportingFileMemory& operator=(const ReportingFileMemory&) = delete;
+    ~ReportingFileMemory() override { done_->set_value(written_); }
 
     void finish() override {
         FileMemoryTable::finish();
@@ -111,7 +120,7 @@ public:
 
 private:
     std::shared_ptr<std::promise<bool>> done_;
-    bool written_ = true;
+    bool written_ = true;  ///< An interrupted scan writes nothing, which is no failure.
 };
 
 void showProgress(const Scanner& scanner, ScannerField field, ProgressLine& line) {
@@ -120,8 +129,8 @@ void showProgress(const Scanner& scanner, ScannerField field, ProgressLine& line
     }
 }
 
-/// Whether there is something that its owner should deal with.
-bool holdsLegacy(const Scanner& scanner) {
+/// Tells whether any group calls for action by the user.
+bool hasLegacyGroups(const Scanner& scanner) {
     return std::ranges::any_of(scanner.groups(), [](const BundleGroup& group) {
         return group.fix != Fix::keep && group.fix != Fix::apple;
     });
@@ -134,7 +143,7 @@ Status report(const ScanOptions& options, ScanSession& session, bool interrupted
     if (status != done) return status;
     if (interrupted) return interruptedByUser;
     if (!allOpened) return wrongUsage;
-    return options.failOnLegacy && holdsLegacy(session.scanner()) ? legacyFound : done;
+    return options.failOnLegacy && hasLegacyGroups(session.scanner()) ? legacyFound : done;
 }
 
 int scan(const ScanOptions& options) {
@@ -154,19 +163,20 @@ int scan(const ScanOptions& options) {
     auto services = servicesFor(options, loop);
     const auto cacheDone = std::make_shared<std::promise<bool>>();
     if (options.cache) {
-        // Where a link leads the file is replaced, not the link.
+        // Saving replaces what stands at the path, so a link is resolved first to stay a link.
         const auto path = systemFiles()->resolved(*options.cache).value_or(*options.cache);
         services.memory = [path, cacheDone] {
-            return std::make_unique<CacheOfScan>(path, cacheDone);
+            return std::make_unique<ReportingFileMemory>(path, cacheDone);
         };
     }
     const auto refusal = std::make_shared<std::string>();
-    auto previous = previousScan(options, [loop, interrupted, refusal](const std::string& reason) {
-        loop->post([interrupted, refusal, reason] {
-            *refusal = reason;
-            *interrupted = true;
+    auto previous =
+        previousScanReader(options, [loop, interrupted, refusal](const std::string& reason) {
+            loop->post([interrupted, refusal, reason] {
+                *refusal = reason;
+                *interrupted = true;
+            });
         });
-    });
     ScanSession session(std::move(services), std::move(previous));
     {
         ProgressLine line;
@@ -174,15 +184,16 @@ int scan(const ScanOptions& options) {
             [&](ScannerField field) { showProgress(session.scanner(), field, line); });
         session.run(std::move(folders.roots), folders.named, options.all, *interrupted);
     }
+    // From here on a signal ends the program at once: there is no scan left to stop.
     *scanned = true;
     const auto status = refusal->empty()
                             ? report(options, session, *interrupted, folders.unopened.empty())
                             : complain(*refusal);
-    // The findings are whole without it.
+    // The findings are complete without the cache, so this failure changes no exit status.
     if (options.cache && !cacheDone->get_future().get()) {
         complain(*options.cache + " could not be written; the next scan reads everything again");
     }
-    // Giving every piece of the results back first would only take time.
+    // Freeing millions of records one by one would only delay the end of the process.
     std::_Exit(status);
 }
 

@@ -1,3 +1,9 @@
+// The user may name folders that overlap, and no file may be listed twice. A folder is dropped when
+// the walk of another one reaches it. Comparing the paths alone is not enough: the outer walk
+// leaves out hidden and excluded folders, so a folder that is named beside the one around it is
+// kept exactly when the outer walk would not enter it. This file therefore asks the walk's own
+// rules and the disk, one path component at a time. Links are resolved for the comparison only; the
+// walk begins at the path as the user wrote it.
 #include "cli/scan_folders.h"
 
 #include <algorithm>
@@ -14,15 +20,13 @@
 namespace vestigo {
 namespace {
 
-/// A folder as the user spells it, and as the file system does.
 struct NamedFolder {
-    std::string path;
-    std::string real;
+    std::string path;  ///< Absolute, as the user spells it.
+    std::string real;  ///< The same folder with all links resolved.
 };
 
-/// Whether a walk from `folder` comes to the folder `rest` below it. The walk's own rules decide,
-/// with what the disk says: whoever names a hidden folder beside the one around it wants both.
-bool comesTo(DirectoryReader& reader, const std::string& folder, std::string_view rest) {
+/// Tells whether a walk from `folder` enters the folder at the relative path `rest`.
+bool walkReaches(DirectoryReader& reader, const std::string& folder, std::string_view rest) {
     std::string at = folder;
     while (!rest.empty()) {
         const auto name = rest.substr(0, rest.find('/'));
@@ -48,11 +52,11 @@ bool isWalkedFrom(DirectoryReader& reader, const NamedFolder& outer, const Named
     if (!liesUnder(inner.real, top)) return false;
     const auto rest =
         std::string_view(inner.real).substr(std::min(top.size() + 1, inner.real.size()));
-    return comesTo(reader, outer.path, rest);
+    return walkReaches(reader, outer.path, rest);
 }
 
-/// Without those that are walked from another one anyway. Of two names of one folder the first
-/// stays.
+/// Drops each folder that the walk of another one reaches. When two names lead to one folder, the
+/// first one stays.
 std::vector<std::string> withoutOverlaps(DirectoryReader& reader,
                                          std::vector<NamedFolder> folders) {
     for (std::size_t i = folders.size(); i-- > 0;) {
@@ -71,12 +75,12 @@ std::vector<std::string> withoutOverlaps(DirectoryReader& reader,
     return paths;
 }
 
-/// Takes the folders one by one, until one of them makes no sense.
-class NamedFolders {
+/// Checks the named folders in turn and stops at the first that does not exist or is no folder.
+class FolderResolver {
 public:
-    NamedFolders(DirectoryReader& reader, Files& files) : reader_(reader), files_(files) {}
+    FolderResolver(DirectoryReader& reader, Files& files) : reader_(reader), files_(files) {}
 
-    ScanFolders take(const std::vector<std::string>& names) {
+    ScanFolders resolve(const std::vector<std::string>& names) {
         std::error_code error;
         const auto current = std::filesystem::current_path(error).string();
         for (const auto& name : names) {
@@ -84,7 +88,7 @@ public:
             if (!path.starts_with('/')) return refuse("the current folder is gone");
             errno = 0;
             if (reader_.open(path)) {
-                // A path too long for one call is taken as it is spelled.
+                // The system cannot resolve a path that is too long; it is used as written.
                 found_.push_back({path, files_.resolved(path).value_or(path)});
                 continue;
             }
@@ -110,7 +114,8 @@ private:
     ScanFolders result_;
 };
 
-/// The smart folders, those of a home once for each home, in their place in the order.
+/// The smart folders in their usual order. One that lies in a home appears once for each home, at
+/// the same place of the order.
 std::vector<std::string> smartFolders(const std::vector<std::string>& homes) {
     std::vector<std::string> roots;
     const auto first = scanRoots(std::nullopt, Scope::smart, homes.front());
@@ -126,7 +131,7 @@ std::vector<std::string> smartFolders(const std::vector<std::string>& homes) {
 }  // namespace
 
 ScanFolders scanFolders(const ScanOptions& options, DirectoryReader& reader, Files& files) {
-    if (!options.folders.empty()) return NamedFolders(reader, files).take(options.folders);
+    if (!options.folders.empty()) return FolderResolver(reader, files).resolve(options.folders);
     ScanFolders folders;
     folders.roots =
         smartFolders(options.allUsers ? systemHomeFolders() : std::vector{systemHomeFolder()});

@@ -1,4 +1,4 @@
-// Which folders a run of vestigo-scan walks.
+// Works out from the command line which folders vestigo-scan walks.
 #pragma once
 
 #include <optional>
@@ -12,15 +12,16 @@
 namespace vestigo {
 
 struct ScanFolders {
-    std::vector<std::string> roots;  ///< Absolute. No file is walked from two of them.
-    bool named = false;              ///< By the user, as the walk's request means it.
-    /// One line for each folder that exists and cannot be opened: why.
+    std::vector<std::string> roots;  ///< Absolute paths; no file is reached from two of them.
+    /// The user has named the roots: a place that scans leave out does not count at or above them.
+    bool named = false;
+    /// One message for each named folder that exists and cannot be opened.
     std::vector<std::string> unopened;
-    /// Why nothing should be scanned at all. Absent when something may be.
+    /// The reason why nothing may be scanned at all; absent when the scan may start.
     std::optional<std::string> refusal;
 };
 
-/// Blocking; opens every folder that the user has named.
+/// Opens every folder that the user has named, to find out whether it can be read. Blocks.
 [[nodiscard]] ScanFolders scanFolders(const ScanOptions& options, DirectoryReader& reader,
                                       Files& files);
 

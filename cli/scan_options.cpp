@@ -65,7 +65,7 @@ public:
     explicit Parser(std::span<const std::string> arguments) : arguments_(arguments) {}
 
     std::variant<ScanOptions, PrintText, WrongUsage> parse() {
-        while (!arguments_.empty() && !text_ && !wrong_) take(next());
+        while (!arguments_.empty() && !text_ && !wrong_) parseArgument(next());
         if (text_) return PrintText{text_};
         if (options_.allUsers && !options_.folders.empty() && !wrong_) {
             wrong_ = "--all-users goes without a folder";
@@ -81,9 +81,9 @@ private:
         return argument;
     }
 
-    void take(const std::string& argument) {
+    void parseArgument(const std::string& argument) {
         if (onlyFolders_ || !argument.starts_with('-') || argument == "-") {
-            takeFolder(argument);
+            addFolder(argument);
         } else if (argument == "--") {
             onlyFolders_ = true;
         } else if (argument == "--help" || argument == "-h") {
@@ -95,7 +95,7 @@ private:
         }
     }
 
-    void takeFolder(const std::string& folder) {
+    void addFolder(const std::string& folder) {
         if (folder.empty()) {
             wrong_ = "a folder's name is empty";
         } else {
@@ -111,8 +111,8 @@ private:
         const auto* const flag = std::ranges::find(flags, option, &Flag::name);
         if (file) {
             const bool joined = name.size() < option.size();
-            const auto path = joined ? option.substr(name.size() + 1) : following();
-            takeFile(name, path, *file);
+            const auto path = joined ? option.substr(name.size() + 1) : nextOrEmpty();
+            setFile(name, path, *file);
         } else if (flag != std::end(flags)) {
             options_.*flag->field = flag->value;
         } else {
@@ -120,10 +120,10 @@ private:
         }
     }
 
-    std::string following() { return arguments_.empty() ? "" : next(); }
+    std::string nextOrEmpty() { return arguments_.empty() ? "" : next(); }
 
-    void takeFile(const std::string& option, const std::string& path,
-                  std::optional<std::string>& file) {
+    void setFile(const std::string& option, const std::string& path,
+                 std::optional<std::string>& file) {
         if (path.empty()) wrong_ = option + " needs a file";
         if (file) wrong_ = option + " is given twice";
         file = path;

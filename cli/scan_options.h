@@ -1,4 +1,4 @@
-// The command line of vestigo-scan.
+// Parses the command line of vestigo-scan.
 #pragma once
 
 #include <optional>
@@ -10,31 +10,32 @@
 namespace vestigo {
 
 struct ScanOptions {
-    std::vector<std::string> folders;  ///< As given; none: the smart folders.
-    bool all = false;                  ///< Every Mach-O file, not only the legacy ones.
-    bool json = false;
+    std::vector<std::string> folders;  ///< As given; when empty, the smart folders are scanned.
+    bool all = false;                  ///< Lists every Mach-O file, not only legacy ones.
+    bool json = false;                 ///< Prints a saved-scan record instead of CSV.
     bool signatures = true;
-    bool allUsers = false;      ///< The smart folders with the homes of all users; no folders.
-    bool failOnLegacy = false;  ///< A status of its own when something is to be dealt with.
-    std::optional<std::string> previous;
-    std::optional<std::string> cache;  ///< The file of the memory of other files.
+    bool allUsers = false;      ///< Scans the smart folders of all homes; excludes `folders`.
+    bool failOnLegacy = false;  ///< Exits with status 3 when a finding calls for action.
+    std::optional<std::string> previous;  ///< Path of a saved-scan record.
+    std::optional<std::string> cache;     ///< Path of the memory of other files.
 };
 
-/// Print this on standard output and end well.
+/// The program prints this text on standard output and exits with status 0.
 struct PrintText {
     std::string text;
 };
 
-/// Say this on standard error and end with the status of wrong usage.
+/// The program prints this message on standard error and exits with the status of wrong usage.
 struct WrongUsage {
     std::string message;
 };
 
-/// `arguments`: without the program's name.
+/// `arguments` do not include the program's name. Touches no disk.
 [[nodiscard]] std::variant<ScanOptions, PrintText, WrongUsage> parseScanOptions(
     std::span<const std::string> arguments);
 
-/// The path, absolute and without ".", ".." and empty components, worked out from the text alone.
+/// Makes `path` absolute against the folder `current` and removes ".", ".." and empty components.
+/// Works on the text alone, so ".." behind a link leads to the link's own parent.
 [[nodiscard]] std::string absoluteLexically(const std::string& path, const std::string& current);
 
 }  // namespace vestigo

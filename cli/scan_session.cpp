@@ -8,7 +8,8 @@
 
 namespace vestigo {
 
-/// Nothing is kept between launches; the record is made when it is asked for.
+/// Saves nothing. The Scanner writes its record into the store after each scan; this one encodes it
+/// only when the caller asks for the text, as encoding a large scan takes time.
 class ScanSession::Store : public ScanStore {
 public:
     std::optional<ScanFile> readScanFile() override { return std::nullopt; }

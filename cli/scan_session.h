@@ -1,4 +1,4 @@
-// One scan from beginning to end, for programs without a window.
+// Runs one scan from beginning to end, for programs without a window.
 #pragma once
 
 #include <functional>
@@ -16,21 +16,22 @@ struct ScanSessionServices {
     std::shared_ptr<RunLoop> loop;
     std::shared_ptr<BackgroundTasks> background;
     std::shared_ptr<DirectoryReader> reader;
-    std::function<SignInfo(const std::string& root)> inspect;  ///< Empty: leave the vendors out.
-    /// As the Scanner's.
+    std::function<SignInfo(const std::string& root)> inspect;  ///< May be empty: no vendors then.
+    /// Makes the memory of other files, as in `ScannerServices`. May be empty.
     std::function<std::unique_ptr<FileMemory>()> memory = {};
 };
 
 /// Main thread only.
 class ScanSession {
 public:
-    /// `previous`: what an earlier scan saved; read while this one is running. May be empty.
+    /// `previous` reads what an earlier scan saved; it is called on a background thread while the
+    /// scan runs. It may be empty.
     ScanSession(ScanSessionServices services, EarlierScan previous);
     ~ScanSession();
 
-    /// Blocks until the scan and its signatures are done. A job on the loop may set `interrupted`:
-    /// that ends it as the Stop button would, without the signatures not known by then.
-    /// `rootsAreNamed`: as the walk's request has it.
+    /// Blocks until the scan and its signatures are done. A job on the loop may set `interrupted`;
+    /// the scan then stops as at the Stop button and keeps the signatures known by then.
+    /// With `rootsAreNamed`, a place that scans leave out does not count for a root at or below it.
     void run(std::vector<std::string> roots, bool rootsAreNamed, bool all, const bool& interrupted);
 
     [[nodiscard]] Scanner& scanner() { return *scanner_; }

@@ -13,11 +13,11 @@ namespace {
 constexpr auto interval = std::chrono::milliseconds(100);
 constexpr const char* clearLine = "\r\033[K";
 
-/// One character at the start of a text, or one byte that belongs to none.
+/// One UTF-8 character, or one byte that is part of none.
 struct Character {
     std::string_view bytes;
     bool isText = false;  ///< Well-formed UTF-8, and no control character.
-    char32_t code = 0;    ///< Of the byte where there is no character.
+    char32_t code = 0;    ///< The code point, or the value of the single byte.
 };
 
 Character firstCharacter(std::string_view text) {
@@ -49,7 +49,8 @@ std::string escaped(const Character& character) {
     return text;
 }
 
-/// What takes its columns on a line.
+/// A piece of text that a terminal shows in `columns` columns: 0 for a combining character, 2 for a
+/// wide one.
 struct Cell {
     std::string_view bytes;
     std::size_t columns;
@@ -64,7 +65,7 @@ std::vector<Cell> cellsOf(std::string_view text) {
     return cells;
 }
 
-/// The end of the text, with a sign in front where it does not fit as a whole.
+/// Returns as much of the end of the text as fits, with an ellipsis in front when that is not all.
 std::string endThatFits(std::string_view text, std::size_t columns) {
     const auto cells = cellsOf(text);
     std::size_t used = 0;
@@ -89,6 +90,7 @@ std::string printable(std::string_view text) {
 
 std::string escapedForTerminal(std::string_view text) {
     std::string result;
+    // A name that holds a line end stands in quotes. A line end outside of quotes ends a record.
     bool inName = false;
     forEachCharacter(text, [&](const Character& character) {
         if (character.code == '"') inName = !inName;
@@ -103,7 +105,7 @@ std::string escapedForTerminal(std::string_view text) {
 }
 
 std::string progressText(std::int64_t count, std::string_view path, std::size_t columns) {
-    // The last column stays free: some terminals move on when it is written.
+    // The last column stays free, as some terminals wrap the line when it is written.
     const auto room = columns > 0 ? columns - 1 : 0;
     const auto start = std::to_string(count) + " files  ";
     if (start.size() + 2 > room) return start.substr(0, room);
@@ -120,7 +122,7 @@ void ProgressLine::show(std::int64_t count, std::string_view path) {
     const auto now = std::chrono::steady_clock::now();
     if (now < next_) return;
     next_ = now + interval;
-    // Asked each time, as the user may change the window meanwhile.
+    // The width is asked for each time, as the user may resize the window during the scan.
     const auto columns = errorTerminalWidth();
     if (!columns) return;
     shown_ = true;

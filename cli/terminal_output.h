@@ -1,4 +1,5 @@
-// What vestigo-scan shows on a terminal: names that cannot drive it, and how far a scan is.
+// Writes to a terminal: makes file names harmless to it and draws the progress of a scan. A file
+// name may hold any bytes, also control sequences that a terminal would obey.
 #pragma once
 
 #include <chrono>
@@ -9,21 +10,20 @@
 
 namespace vestigo {
 
-/// The text in one line, without control characters and bytes that are no UTF-8: "?" stands for
-/// each of them.
+/// Returns the text with "?" for each control character, line break and byte that is not UTF-8.
 [[nodiscard]] std::string printable(std::string_view text);
 
-/// CSV or JSON in which no name can drive a terminal: control characters are written as "\u001B",
-/// bytes that are no UTF-8 as "\xFF". The line ends between the records stay.
+/// Returns CSV or JSON in which no name can control a terminal: control characters are written as
+/// "\u001B", bytes that are not UTF-8 as "\xFF". Line ends between records stay.
 [[nodiscard]] std::string escapedForTerminal(std::string_view text);
 
-/// The count and as much of the path's end as fits into so many columns, one of which stays free.
-/// Also replaces what `printable` does.
+/// Returns the count and as much of the path's end as fits into `columns`, one of which stays free.
+/// Replaces the same characters as `printable`.
 [[nodiscard]] std::string progressText(std::int64_t count, std::string_view path,
                                        std::size_t columns);
 
-/// Draws over itself on standard error, some ten times a second, where that is a terminal that can
-/// do so; gone when destroyed.
+/// A line on standard error that draws over itself at most ten times a second, and does nothing
+/// where standard error is no terminal. The destructor clears the line.
 class ProgressLine {
 public:
     ProgressLine() = default;
