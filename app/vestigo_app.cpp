@@ -54,7 +54,7 @@ MainWindow& VestigoApp::openWindow() {
     auto* const window = new MainWindow(services_, version_);
     windows_.push_back(window);
     connect(window, &MainWindow::closed, this, [this, window] {
-        if (const auto text = window->content().whatGoesOn()) tell(toQString(*text));
+        if (const auto text = window->content().runningReinstallNotice()) tell(toQString(*text));
     });
     connect(window, &QObject::destroyed, this, [this, window] { std::erase(windows_, window); });
     menus_.addTo(*window);
@@ -81,21 +81,21 @@ void VestigoApp::endAtSignals() {
 }
 
 void VestigoApp::endAtSignal(int exitStatus) {
-    const auto text = whatGoesOn();
+    const auto text = runningReinstallNotice();
     if (!text.isEmpty()) std::fprintf(stderr, "vestigo: %s\n", text.toUtf8().constData());
     QCoreApplication::exit(exitStatus);
 }
 
-QString VestigoApp::whatGoesOn() const {
+QString VestigoApp::runningReinstallNotice() const {
     QStringList lines;
     for (auto* const window : windows_) {
-        if (const auto text = window->content().whatGoesOn()) lines << toQString(*text);
+        if (const auto text = window->content().runningReinstallNotice()) lines << toQString(*text);
     }
     return lines.join(QLatin1Char('\n'));
 }
 
 void VestigoApp::quit() {
-    const auto text = whatGoesOn();
+    const auto text = runningReinstallNotice();
     // Whoever asks again has read the message.
     if (text.isEmpty() || std::exchange(quitting_, true)) return terminate_();
     tell(text);
@@ -108,7 +108,7 @@ void VestigoApp::tell(const QString& text) {
     // Without a parent it keeps the program from quitting with its last window.
     message_ =
         new QMessageBox(QMessageBox::Information, QStringLiteral("Vestigo"), text, QMessageBox::Ok);
-    message_->setObjectName(QStringLiteral("whatGoesOn"));
+    message_->setObjectName(QStringLiteral("runningReinstallNotice"));
     message_->setTextFormat(Qt::PlainText);
     message_->setAttribute(Qt::WA_DeleteOnClose);
     QTimer::singleShot(messageTime, message_, &QDialog::accept);

@@ -44,7 +44,7 @@ public:
 private:
     [[nodiscard]] MenuServices menuServices();
     /// What goes on without the windows that are open; empty: nothing.
-    [[nodiscard]] QString whatGoesOn() const;
+    [[nodiscard]] QString runningReinstallNotice() const;
     /// Shows a message until it has been read, but not for long.
     void tell(const QString& text);
     void quit();

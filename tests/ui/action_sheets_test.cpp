@@ -222,12 +222,12 @@ TEST_F(ReinstallSheetTest, SaysWhatCameOfReinstallsThatOutlivedTheProgram) {
     EXPECT_TRUE(
         message.startsWith("The reinstall of “wget<b>” that was started earlier has ended"));
     EXPECT_TRUE(message.contains("\n\nHomebrew is still reinstalling “curl”"));
-    EXPECT_TRUE(content().whatGoesOn() && content().updating());
+    EXPECT_TRUE(content().runningReinstallNotice() && content().updating());
     content().dismissAlert();
     EXPECT_TRUE(part(open(), "oldCopy").isVisible());
     reportEnd(1);
     EXPECT_TRUE(content().alert());
-    EXPECT_FALSE(content().whatGoesOn() || content().updating());
+    EXPECT_FALSE(content().runningReinstallNotice() || content().updating());
 }
 
 TEST(LogView, FollowsTheEndUnlessTheUserReadsEarlierLines) {

@@ -9,8 +9,8 @@
 namespace vestigo {
 namespace {
 
-constexpr std::string_view nothingKnown = "—";
-constexpr std::string_view notReadYet = "…";
+constexpr std::string_view noValue = "—";
+constexpr std::string_view pendingValue = "…";
 
 constexpr std::string_view powerPCHelp =
     "Contains PowerPC code. Dead since around 2011, it will not run at all on this Mac.";
@@ -26,12 +26,12 @@ constexpr std::string_view keepHelp =
     "often copy protection such as PACE or iLok. Deleting it gains nothing and can break the "
     "plugin.";
 
-std::string orNothing(std::string text) {
-    return text.empty() ? std::string(nothingKnown) : std::move(text);
+std::string orDash(std::string text) {
+    return text.empty() ? std::string(noValue) : std::move(text);
 }
 
-/// Greyed for what Apple signed.
-Tint unlessApples(Tint tint, const ContentView& content, const BundleGroup& group) {
+/// Returns `tint`, or the tint of text that is greyed out where Apple signed the group.
+Tint greyedIfApple(Tint tint, const ContentView& content, const BundleGroup& group) {
     return content.scanner().isAppleSigned(group.root) ? Tint::tertiary : tint;
 }
 
@@ -43,7 +43,7 @@ CellContent revealCell() {
 CellContent cpuCell(const BundleGroup& group) {
     const bool powerPC = group.hasPowerPC();
     return {.symbol = {},
-            .text = orNothing(group.cpuSummary()),
+            .text = orDash(group.cpuSummary()),
             .tint = powerPC ? Tint::purple : Tint::secondary,
             .help = std::string(powerPC ? powerPCHelp : cpuHelp)};
 }
@@ -53,7 +53,7 @@ CellContent componentsCell(const ContentView& content, const BundleGroup& group)
         .symbol = CellSymbol{Symbol::magnifierCircleFill, Tint::blue,
                              "Inspect every binary inside this bundle", CellAction::inspect},
         .text = std::to_string(group.legacyCount()),
-        .tint = unlessApples(Tint::red, content, group),
+        .tint = greyedIfApple(Tint::red, content, group),
         .help = std::string(componentsHelp),
         .spacing = 6,
         .fixedDigits = true};
@@ -66,8 +66,8 @@ CellContent componentsCell(const ContentView& content, const BundleGroup& group)
 
 CellContent createdCell(const ContentView& content, const BundleGroup& group) {
     return {.symbol = {},
-            .text = orNothing(calendarDate(group.created())),
-            .tint = unlessApples(Tint::secondary, content, group),
+            .text = orDash(calendarDate(group.created())),
+            .tint = greyedIfApple(Tint::secondary, content, group),
             .help = {},
             .fixedDigits = true};
 }
@@ -75,10 +75,10 @@ CellContent createdCell(const ContentView& content, const BundleGroup& group) {
 CellContent vendorCell(const ContentView& content, const BundleGroup& group) {
     const auto& signatures = content.scanner().signatures();
     const auto signature = signatures.find(group.root);
-    return {
-        .symbol = {},
-        .text = signature == signatures.end() ? std::string(notReadYet) : signature->second.vendor,
-        .tint = unlessApples(Tint::secondary, content, group)};
+    return {.symbol = {},
+            .text = signature == signatures.end() ? std::string(pendingValue)
+                                                  : signature->second.vendor,
+            .tint = greyedIfApple(Tint::secondary, content, group)};
 }
 
 CellContent fixCell(const ContentView& content, const BundleGroup& group) {
@@ -147,28 +147,19 @@ CellContent cellContent(const ContentView& content, const BundleGroup& group, Co
     switch (column) {
         case Column::reveal: return revealCell();
         case Column::category:
-            return plainCell(group.categoryName(), unlessApples(Tint::primary, content, group));
+            return plainCell(group.categoryName(), greyedIfApple(Tint::primary, content, group));
         case Column::cpu: return cpuCell(group);
         case Column::components: return componentsCell(content, group);
         case Column::created: return createdCell(content, group);
         case Column::vendor: return vendorCell(content, group);
         case Column::fix: return fixCell(content, group);
         case Column::protection:
-            return plainCell(isProtected(group.root) ? "SIP" : nothingKnown, Tint::secondary);
+            return plainCell(isProtected(group.root) ? "SIP" : noValue, Tint::secondary);
         case Column::item:
-            return plainCell(group.name(), unlessApples(Tint::primary, content, group));
+            return plainCell(group.name(), greyedIfApple(Tint::primary, content, group));
         case Column::path: return pathCell(content, group);
     }
     return {};
-}
-
-void perform(CellAction action, ContentView& content, const BundleGroup& group) {
-    switch (action) {
-        case CellAction::reveal: return content.reveal(group.root);
-        case CellAction::inspect: return content.inspect(group);
-        case CellAction::reinstall: return content.requestReinstall(group);
-        case CellAction::copyPath: return content.copyPath(group.root, true);
-    }
 }
 
 }  // namespace vestigo

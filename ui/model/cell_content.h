@@ -1,5 +1,5 @@
-// What the cells of the results table say: pure functions of a row and the window's model. Knows no
-// toolkit.
+// Decides what each cell of the results table shows, in which colour and with which help. These are
+// pure functions of a row and the window's model, so a test needs no toolkit.
 #pragma once
 
 #include <cstddef>
@@ -33,61 +33,44 @@ inline constexpr std::size_t columnCount = 10;
 struct ColumnTraits {
     std::string_view title;          ///< UTF-8. Sortable ones end with their mark.
     std::optional<SortKey> sortKey;  ///< Absent: the column cannot be sorted by.
-    /// Points at 13-point text; fixed, to be passed through `columnWidth`. 0: not fixed.
+    /// Width in points for text of 13 points, for `ContentView::columnWidth`. 0 when it is not
+    /// fixed.
     double baseWidth;
 };
 
 [[nodiscard]] const ColumnTraits& columnTraits(Column column);
 
-/// The one resizable column's width, in points.
+/// The item column is the only one that the user can resize. In points.
 inline constexpr double itemColumnMinimum = 150;
 inline constexpr double itemColumnIdeal = 220;
 inline constexpr double itemColumnMaximum = 340;
 
-/// How a text or symbol is coloured. `colors.h` has the values.
-enum class Tint : std::uint8_t {
-    primary,
-    secondary,
-    tertiary,
-    red,
-    purple,
-    green,
-    blue,
-    orange,
-    fixApple,
-    fixPackageManager,
-    fixManual,
-    fixKeep,
-};
-
 [[nodiscard]] Tint tintOf(Fix fix);
 
+/// What the button in a cell is for. The results view carries it out.
 enum class CellAction : std::uint8_t { reveal, inspect, reinstall, copyPath };
 
 /// A symbol in a cell; with an action it is a button.
 struct CellSymbol {
     Symbol symbol = Symbol::magnifier;
     Tint tint = Tint::primary;
-    std::string_view help;  ///< Tooltip, and a button's accessible name.
+    std::string_view help;  ///< The tooltip, and the accessible name of a button.
     std::optional<CellAction> action = std::nullopt;
     bool operator==(const CellSymbol&) const = default;
 };
 
 struct CellContent {
     std::optional<CellSymbol> symbol = std::nullopt;
-    std::string text = {};  ///< Bytes; UTF-8 where it is text.
+    std::string text = {};  ///< UTF-8, except that a path may hold any bytes.
     Tint tint = Tint::primary;
-    std::string help = {};     ///< Tooltip of the text; empty: none.
-    bool symbolFirst = true;   ///< The symbol stands before the text, else behind it.
-    double spacing = 0;        ///< Points between the two.
-    bool fixedDigits = false;  ///< Digits of equal width.
+    std::string help = {};     ///< The tooltip of the text; empty when there is none.
+    bool symbolFirst = true;   ///< The symbol stands before the text, not behind it.
+    double spacing = 0;        ///< The space between symbol and text, in points.
+    bool fixedDigits = false;  ///< Draws all digits equally wide, so that they align.
     bool operator==(const CellContent&) const = default;
 };
 
 [[nodiscard]] CellContent cellContent(const ContentView& content, const BundleGroup& group,
                                       Column column);
-
-/// Does what a cell's button is there for.
-void perform(CellAction action, ContentView& content, const BundleGroup& group);
 
 }  // namespace vestigo

@@ -1,3 +1,16 @@
+// ContentView is the only writer of a window's state. Commands change a field through `change`,
+// which notifies observers when the value differs. Everything else that a window shows is derived
+// when it is asked for and never stored, so nothing can be out of date.
+//
+// Three events change state without a command of the user. A signature may show that a selected
+// group is Apple's: the group leaves the selection and the plan of the open confirmation. A rescan
+// may find that a planned group has gone or may no longer be removed: it leaves the plan, and the
+// confirmation closes when the plan is empty. A reinstall reports its output and its end, also one
+// that an earlier window began. No event adds anything to a plan, because the user confirms exactly
+// what the sheet has shown.
+//
+// Panels and prompts run an event loop of their own, and the window may be destroyed meanwhile.
+// What comes after such a call checks `alive_` first.
 #include "ui/model/content_view.h"
 
 #include <algorithm>
@@ -15,7 +28,7 @@ constexpr double smallFontSize = 13;
 constexpr char outOfMemoryMessage[] =
     "There was not enough memory to go on. What could not be finished was given up; close other "
     "programs and try again.";
-/// Room that the columns' widths were laid out without.
+/// Makes every column a little wider than its base width, which was laid out without any reserve.
 constexpr double widthReserve = 1.06;
 
 RemovalServices removalServices(const ContentServices& services) {
@@ -163,8 +176,8 @@ void ContentView::setSelection(RootSet selection) {
 }
 
 void ContentView::selectionChanged() {
-    // Goes through all signatures in a row, which costs less than it does to look up each of a
-    // hundred thousand selected rows.
+    // With a hundred thousand selected rows, one pass over the signatures is faster than a lookup
+    // for each row.
     std::size_t removed = 0;
     for (const auto& [root, signature] : scanner_.signatures()) {
         if (signature.isApple) removed += selection_.erase(root);
@@ -208,12 +221,12 @@ void ContentView::exportCSV() {
 
 void ContentView::requestDeleteOfSelection() {
     if (!deletableSelection().empty()) return setShowDeleteConfirm(true);
-    // Told anew each time, so that whoever listens hears it again.
-    removalHint_ = whyNothingIsRemovable();
+    // Observers are notified even if the text is the same, so that it is announced once more.
+    removalHint_ = hintForSelection();
     observers_.notify(ContentField::removalHint);
 }
 
-std::string ContentView::whyNothingIsRemovable() const {
+std::string ContentView::hintForSelection() const {
     const auto selected = selectedGroups();
     if (selected.empty()) return "Nothing that can be removed is selected.";
     const auto areAll = [&selected](auto test) { return std::ranges::all_of(selected, test); };
@@ -345,12 +358,12 @@ void ContentView::apply(const ReinstallReport& report) {
         updatedIDs_.insert(report.end->target.root).second) {
         observers_.notify(ContentField::updatedIDs);
     }
-    // Several reinstalls may have ended meanwhile; none may hide another.
+    // Several reinstalls may end before the user dismisses the alert; no notice may hide another.
     if (!report.notice.empty())
         showAlert(alert_ ? *alert_ + "\n\n" + report.notice : report.notice);
 }
 
-std::optional<std::string> ContentView::whatGoesOn() const {
+std::optional<std::string> ContentView::runningReinstallNotice() const {
     const auto* const target = reinstall_.running();
     return target ? std::optional(goesOnText(*target)) : std::nullopt;
 }

@@ -1,5 +1,5 @@
-// The model of one window: its engine, its state, and every rule that derives something from them.
-// Knows no toolkit; the widgets show what it says and call its commands.
+// The model of one window: its Scanner, its state, and every rule that derives what is shown from
+// them. It includes no toolkit; the widgets read it, observe it and call its commands.
 #pragma once
 
 #include <cstddef>
@@ -31,35 +31,36 @@
 
 namespace vestigo {
 
-/// Groups in the order they are shown. The references stay good as long as this value lives, also
-/// when the Scanner starts its groups over; what they refer to is current until then.
+/// Groups in the order they are shown. The pointers stay valid as long as this value lives, even
+/// when the Scanner begins a new list; the groups are up to date only until then.
 struct VisibleRows {
-    std::shared_ptr<const GroupList> keeper;
+    std::shared_ptr<const GroupList> keeper;  ///< Owns the groups.
     std::vector<const BundleGroup*> rows;
 };
 
-/// What a window is given to work with.
+/// The services and places that a window works with. All pointers are set.
 struct ContentServices {
     ScannerServices scanner;
     std::shared_ptr<Desktop> desktop;
     std::shared_ptr<Files> files;
-    std::shared_ptr<Files> exportFiles;  ///< Of the world that the user exports to.
+    /// Writes exports to the real disk, also in the demonstration.
+    std::shared_ptr<Files> exportFiles;
     std::shared_ptr<Settings> settings;
     std::shared_ptr<NotificationCenter> notifications;
-    /// The home is also that of the scope's folders that begin with "~".
+    /// The home in it also stands for "~" in the folders of the scope.
     LeftoverPlaces places;
     std::function<void()> terminate;  ///< Asks the application to quit.
-    // What the user's actions need.
+    // Removal and reinstall need the following.
     std::shared_ptr<BundleReader> bundles;
     std::shared_ptr<OwnerAuthentication> authentication;
     std::shared_ptr<AdministratorCleanup> cleanup;
     std::shared_ptr<LastingProcesses> processes;
     std::shared_ptr<Links> links;
     HomebrewPlaces homebrew;
-    std::string reinstallFolder;  ///< Where reinstalls are kept until their end has been told.
+    std::string reinstallFolder;  ///< Keeps each reinstall until its end has been reported.
 };
 
-/// The fields of the window, as named to observers.
+/// Names the field that has changed to an observer.
 enum class ContentField : std::uint8_t {
     customRoot,
     scope,
@@ -97,11 +98,11 @@ public:
     [[nodiscard]] Scanner& scanner() { return scanner_; }
     [[nodiscard]] const Scanner& scanner() const { return scanner_; }
 
-    /// Absolute path of a folder the user chose; while present a scan covers only this folder.
+    /// Absolute path of the folder that the user chose; while present, a scan covers only it.
     [[nodiscard]] const std::optional<std::string>& customRoot() const { return customRoot_; }
     [[nodiscard]] Scope scope() const { return scope_; }
     void setScope(Scope scope);
-    /// Absent: all.
+    /// An absent filter lets every group pass.
     [[nodiscard]] std::optional<Category> categoryFilter() const { return categoryFilter_; }
     void setCategoryFilter(std::optional<Category> category);
     [[nodiscard]] std::optional<Fix> fixFilter() const { return fixFilter_; }
@@ -109,74 +110,76 @@ public:
     /// Primary key first.
     [[nodiscard]] const std::vector<SortComparator>& sortOrder() const { return sortOrder_; }
     void setSortOrder(std::vector<SortComparator> order);
-    /// A click on the header of a column: its key becomes the primary one, ascending; when it is
-    /// that already, it turns round. Earlier keys stay behind it.
+    /// Makes `key` the primary one, ascending; when it already is, reverses its direction. The
+    /// earlier keys follow it.
     void sortBy(SortKey key);
     /// 0, 4 or 8.
     [[nodiscard]] int fontDelta() const { return settings_->fontDelta(); }
     void setFontDelta(int value) { settings_->setFontDelta(value); }
 
-    /// The roots of the selected rows, also of those that a filter hides.
+    /// The roots of the selected rows, including rows that a filter hides.
     [[nodiscard]] const RootSet& selection() const { return selection_; }
     /// Calls `selectionChanged`.
     void setSelection(RootSet selection);
-    /// Apple-signed roots leave the selection.
+    /// Takes roots that Apple signed out of the selection.
     void selectionChanged();
 
     /// The groups that pass both filters, sorted stably by `sortOrder`.
     [[nodiscard]] VisibleRows visibleRows() const;
-    /// Counts are over all groups, shown or not.
+    /// The counts cover all groups, including those that a filter hides.
     [[nodiscard]] std::size_t groupCount() const { return scanner_.groups().size(); }
     [[nodiscard]] std::size_t hitCount() const;
     [[nodiscard]] std::size_t categoryCount(Category category) const;
     [[nodiscard]] std::size_t fixCount(Fix fix) const;
-    /// The group with this root; null when there is none. Good until the groups start over.
+    /// The group with this root, or null. Valid until the Scanner begins a new list.
     [[nodiscard]] const BundleGroup* groupWithRoot(std::string_view root) const;
 
-    /// Neither protected nor Apple-signed nor to be kept, as far as the findings tell.
+    /// True for a group that is neither protected nor signed by Apple nor to be kept. Judges by the
+    /// findings alone; the disk is looked at again before anything is removed.
     [[nodiscard]] bool isDeletable(const BundleGroup& group) const;
-    /// What a removal would begin with, in the Scanner's order. Good until the groups start over.
+    /// The selected groups that can be removed, in the Scanner's order. Valid until the Scanner
+    /// begins a new list.
     [[nodiscard]] std::vector<const BundleGroup*> deletableSelection() const;
 
-    /// The text of table and status bar, in points.
+    /// The size of the text of table and status bar, in points.
     [[nodiscard]] double tableFontSize() const;
-    /// In points, for a width that was laid out for text of 13 points.
+    /// Scales a width that was laid out for text of 13 points to the present text size. In points.
     [[nodiscard]] double columnWidth(double base) const;
 
     [[nodiscard]] std::vector<std::string> scanRoots() const;
     void scanPressed();
     void chooseFolder(std::string path);
     void clearFolder();
-    /// Asks where, then writes the CSV text of all groups. Blocks while it asks; a write that fails
-    /// leaves what was there and is not reported.
+    /// Asks the user for a file, then writes all groups to it as CSV. Blocks while it asks. A
+    /// failed write leaves the file as it was and is not reported.
     void exportCSV();
 
-    /// Opens the confirmation when something in the selection can be removed; else gives a hint.
+    /// Opens the confirmation when the selection holds a removable group, else sets `removalHint`.
     void requestDeleteOfSelection();
-    /// Why the last request opened nothing; empty once the selection or the findings have changed.
+    /// Says why the last request opened nothing. Empty once the selection or findings have changed.
     [[nodiscard]] const std::string& removalHint() const { return removalHint_; }
-    /// Selects just this row first.
+    /// Selects only this row, then opens the confirmation if the row can be removed.
     void requestDeleteOfRow(const BundleGroup& group);
     [[nodiscard]] bool showDeleteConfirm() const { return showDeleteConfirm_; }
-    /// Fixes what the confirmation is about: the deletable selection, and what its applications
-    /// keep elsewhere, looked for anew. Earlier choices are dropped. Blocking.
+    /// Makes a new plan for the confirmation: the deletable selection, and the leftovers that it
+    /// finds for it on the disk. Drops earlier choices. Blocks while it searches.
     void planRemoval();
-    /// The roots that the confirmation is about, in the Scanner's order. Nothing joins them; what
-    /// is no longer deletable leaves.
+    /// The roots in the plan, in the Scanner's order. None is ever added; a root leaves when it is
+    /// no longer deletable.
     [[nodiscard]] const std::vector<std::string>& plannedGroups() const {
         return removal_.plan().groups;
     }
     [[nodiscard]] const std::vector<Leftover>& leftovers() const {
         return removal_.plan().leftovers;
     }
-    /// Ignored for a path that is not among them.
+    /// Ignores a path that is not among `leftovers`.
     void setLeftoverOn(const std::string& path, bool on);
-    /// Closes the confirmation; nothing is removed.
+    /// Closes the confirmation and removes nothing.
     void cancelDelete();
-    /// Asks the owner, then moves the planned groups and the leftovers that are on to the Trash.
-    /// The confirmation stays open until then.
+    /// Asks the owner to authenticate, then moves the planned groups and the leftovers that are on
+    /// to the Trash. The confirmation closes when that has ended.
     void confirmDelete();
-    /// The owner has agreed; what is to go is still being looked into.
+    /// True while the owner has agreed and the planned items are still being examined.
     [[nodiscard]] bool checkingRemoval() const { return removal_.checking(); }
 
     [[nodiscard]] const std::optional<BundleGroup>& inspectGroup() const { return inspectGroup_; }
@@ -186,30 +189,31 @@ public:
     [[nodiscard]] const std::optional<BundleGroup>& updateTarget() const { return updateTarget_; }
     void requestReinstall(const BundleGroup& group);
     void closeReinstall();
-    /// What is reinstalled: the formula of the target's root, or its name where that tells none.
+    /// The Homebrew formula of the target's root; the target's name where the root gives none.
     [[nodiscard]] std::string updateFormula() const;
     /// Reinstalls the target's formula.
     void startReinstall();
     [[nodiscard]] const UpdateLog& updateLog() const { return updateLog_; }
     [[nodiscard]] bool updating() const { return updating_; }
-    /// What the user is to know when this window is not there any more. Absent: nothing.
-    [[nodiscard]] std::optional<std::string> whatGoesOn() const;
-    /// The roots reinstalled as arm64 since the program started.
+    /// Tells the user about a reinstall that outlives this window. Absent when none is running.
+    [[nodiscard]] std::optional<std::string> runningReinstallNotice() const;
+    /// The roots that were reinstalled as arm64 since the program started.
     [[nodiscard]] const RootSet& updatedIDs() const { return updatedIDs_; }
-    /// What the Intel installation keeps of the target, once the target has been reinstalled as
-    /// arm64.
+    /// The path of the target in the Intel installation of Homebrew. Absent until the target has
+    /// been reinstalled as arm64.
     [[nodiscard]] std::optional<std::string> removableOldCopy() const;
-    /// Asks the owner, then moves that to the Trash and removes the links that led into it.
+    /// Asks the owner to authenticate, then moves `removableOldCopy` to the Trash and removes the
+    /// links that led into it.
     void confirmRemoveOldCopy();
 
     /// The root whose row's copy button was used last.
     [[nodiscard]] const std::optional<std::string>& copiedPath() const { return copiedPath_; }
     void copyPath(const std::string& root, bool showFeedback);
-    /// Of all selected groups, also of those that a filter hides, one a line in the table's order.
+    /// Copies the paths of all selected groups, including hidden ones, one a line in table order.
     void copySelectedPaths();
     void reveal(const std::string& root);
 
-    /// A message on screen until it is dismissed; a later one takes its place.
+    /// The message on screen, until it is dismissed or a later one replaces it.
     [[nodiscard]] const std::optional<std::string>& alert() const { return alert_; }
     void showAlert(std::string message);
     void dismissAlert();
@@ -219,7 +223,7 @@ public:
     [[nodiscard]] bool acceptedDisclaimer() const { return settings_->acceptedDisclaimer(); }
     [[nodiscard]] bool showDisclaimer() const { return showDisclaimer_; }
     void acceptDisclaimer();
-    /// The disclaimer's other answer. Nothing is stored.
+    /// Declines the disclaimer: asks the application to quit and stores nothing.
     void quit();
     [[nodiscard]] bool showAbout() const { return showAbout_; }
     void showAboutRequested();
@@ -228,8 +232,8 @@ public:
     void showHelpRequested();
     void closeHelp();
 
-    /// Calls `observer` after each change of a field. The Scanner's fields have observers of their
-    /// own.
+    /// Calls `observer` after each change of a field of this class. For the Scanner's fields,
+    /// observe the Scanner.
     [[nodiscard]] Subscription subscribe(std::function<void(ContentField)> observer);
 
 private:
@@ -238,9 +242,9 @@ private:
 
     void setShowDeleteConfirm(bool value);
     [[nodiscard]] std::vector<const BundleGroup*> selectedGroups() const;
-    [[nodiscard]] std::string whyNothingIsRemovable() const;
+    [[nodiscard]] std::string hintForSelection() const;
     [[nodiscard]] RemovalEvents removalEvents();
-    /// What is no longer deletable leaves the plan with its leftovers; choices stay.
+    /// Takes groups that are no longer deletable out of the plan, with their leftovers.
     void updatePlan();
     void notifyPlan();
     void removalEnded();
@@ -278,7 +282,7 @@ private:
 
     Observers<ContentField> observers_;
     std::vector<Subscription> subscriptions_;
-    std::shared_ptr<const void> alive_ = std::make_shared<char>();
+    std::shared_ptr<const void> alive_ = std::make_shared<char>();  ///< Expires with this object.
 };
 
 }  // namespace vestigo

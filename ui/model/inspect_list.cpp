@@ -17,8 +17,9 @@ std::string joined(std::vector<std::string> archs) {
     return text;
 }
 
-/// Without the root before it; a group that is the binary itself keeps its whole path.
-std::string below(const std::string& root, const std::string& path) {
+/// Returns the path relative to the root. The path of a group that is the binary itself stays
+/// whole.
+std::string relativeTo(const std::string& root, const std::string& path) {
     const bool inside = path.size() > root.size() && path.starts_with(root);
     return inside ? path.substr(root.size() + 1) : path;
 }
@@ -41,7 +42,7 @@ InspectedBundle inspectBundle(const HitList& allHits, const BundleGroup& group) 
     InspectedBundle bundle;
     for (const auto* const hit : inside) {
         bundle.binaries.push_back(
-            {joined(hit->archs), below(group.root, hit->path), isLegacy(hit->archs)});
+            {joined(hit->archs), relativeTo(group.root, hit->path), isLegacy(hit->archs)});
     }
     const auto flagged = std::ranges::count(bundle.binaries, true, &InspectedBinary::legacy);
     bundle.title = group.name();

@@ -1,4 +1,4 @@
-// What the findings say of one group: every binary inside it. Knows no toolkit.
+// Lists every binary that the scan has found inside one group, for the inspect sheet.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 namespace vestigo {
 
 struct InspectedBinary {
-    std::string archText;   ///< The architectures, sorted.
-    std::string shownPath;  ///< Below the group's root; bytes.
+    std::string archText;   ///< The architectures, sorted and joined by commas.
+    std::string shownPath;  ///< Relative to the group's root. May hold any bytes.
     bool legacy = false;
     bool operator==(const InspectedBinary&) const = default;
 };
@@ -19,10 +19,11 @@ struct InspectedBinary {
 struct InspectedBundle {
     std::string title;
     std::string summary;
-    std::vector<InspectedBinary> binaries;  ///< In the order of their paths.
+    std::vector<InspectedBinary> binaries;  ///< Sorted by path.
     bool operator==(const InspectedBundle&) const = default;
 };
 
+/// Goes through all hits. `allHits` includes the native binaries, which a group does not hold.
 [[nodiscard]] InspectedBundle inspectBundle(const HitList& allHits, const BundleGroup& group);
 
 }  // namespace vestigo

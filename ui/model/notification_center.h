@@ -1,4 +1,4 @@
-// Requests that reach every open window.
+// Broadcasts a request of the application to every open window.
 #pragma once
 
 #include <functional>
@@ -8,14 +8,14 @@
 
 namespace vestigo {
 
-/// Names of the notifications.
+/// The names of all notifications.
 namespace notification {
 inline constexpr std::string_view showAbout = "vgShowAbout";
 inline constexpr std::string_view showHelp = "vgShowHelp";
 inline constexpr std::string_view outOfMemory = "vgOutOfMemory";
 }  // namespace notification
 
-/// Delivers at once, on the posting thread. Main thread only.
+/// `post` calls every observer before it returns. Main thread only.
 class NotificationCenter {
 public:
     void post(std::string_view name) { observers_.notify(name); }

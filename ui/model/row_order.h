@@ -1,4 +1,4 @@
-// The order of the table's rows.
+// Sorts the rows of the results table.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace vestigo {
 
-/// The derived properties of a group that the table sorts by.
+/// The properties of a group that the table can be sorted by.
 enum class SortKey : std::uint8_t {
     categoryName,
     cpuSummary,

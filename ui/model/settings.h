@@ -1,4 +1,4 @@
-// The settings that all windows share.
+// Holds the settings that all windows share.
 #pragma once
 
 #include <functional>
@@ -9,13 +9,13 @@
 
 namespace vestigo {
 
-/// Bound to the preferences store: a change is stored at once and every observer hears of it.
-/// Main thread only.
+/// A typed view of the preferences. A setter stores the value at once and then calls every
+/// observer. Main thread only.
 class Settings {
 public:
     explicit Settings(std::shared_ptr<Preferences> preferences);
 
-    /// The user has accepted the first-run disclaimer.
+    /// True once the user has accepted the disclaimer of the first start.
     [[nodiscard]] bool acceptedDisclaimer() const;
     void setAcceptedDisclaimer(bool value);
     /// Points added to the text of table and status bar: 0, 4 or 8. Any other stored value reads

@@ -1,10 +1,11 @@
-// The symbols of the window, named after what they show.
+// The symbols and tints of the window. The widgets know how each of them is drawn.
 #pragma once
 
 #include <cstdint>
 
 namespace vestigo {
 
+/// Named after the shape, not after the purpose.
 enum class Symbol : std::uint8_t {
     magnifier,
     magnifierCircle,
@@ -19,6 +20,22 @@ enum class Symbol : std::uint8_t {
     arrowUpCircleFill,
     warningTriangleFill,
     funnel,
+};
+
+/// The colour role of a text or symbol. `ui/widgets/theme` has the value for each appearance.
+enum class Tint : std::uint8_t {
+    primary,
+    secondary,
+    tertiary,
+    red,
+    purple,
+    green,
+    blue,
+    orange,
+    fixApple,
+    fixPackageManager,
+    fixManual,
+    fixKeep,
 };
 
 }  // namespace vestigo

@@ -27,14 +27,14 @@ void UpdateLog::append(std::string_view text) {
 }
 
 void UpdateLog::readFrom(std::size_t position,
-                         const std::function<void(std::string_view)>& take) const {
-    // What is wanted is nearly always at the end.
+                         const std::function<void(std::string_view)>& visit) const {
+    // Readers nearly always want the end, so the search begins there.
     auto piece = pieces_.end();
     std::size_t begin = size_;
     while (piece != pieces_.begin() && begin > position) begin -= (--piece)->size();
     for (; piece != pieces_.end(); ++piece) {
         const auto skipped = position > begin ? position - begin : 0;
-        if (skipped < piece->size()) take(std::string_view(*piece).substr(skipped));
+        if (skipped < piece->size()) visit(std::string_view(*piece).substr(skipped));
         begin += piece->size();
     }
 }

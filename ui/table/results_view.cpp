@@ -47,6 +47,15 @@ std::optional<Emptiness> emptinessOf(const ContentView& content, int rows) {
     return Emptiness{Symbol::magnifier, ResultsView::tr("Not scanned yet")};
 }
 
+void perform(CellAction action, ContentView& content, const BundleGroup& group) {
+    switch (action) {
+        case CellAction::reveal: return content.reveal(group.root);
+        case CellAction::inspect: return content.inspect(group);
+        case CellAction::reinstall: return content.requestReinstall(group);
+        case CellAction::copyPath: return content.copyPath(group.root, true);
+    }
+}
+
 }  // namespace
 
 ResultsView::ResultsView(ContentView& content, QWidget* parent)

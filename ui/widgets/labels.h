@@ -5,7 +5,7 @@
 #include <QWidget>
 #include <string_view>
 
-#include "ui/model/cell_content.h"
+#include "ui/model/symbol.h"
 
 namespace vestigo {
 

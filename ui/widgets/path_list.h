@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ui/model/cell_content.h"
+#include "ui/model/symbol.h"
 
 namespace vestigo {
 

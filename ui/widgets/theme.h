@@ -5,7 +5,7 @@
 #include <QFont>
 #include <QPalette>
 
-#include "ui/model/cell_content.h"
+#include "ui/model/symbol.h"
 
 namespace vestigo {
 
