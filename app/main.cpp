@@ -6,12 +6,26 @@
 #include <utility>
 
 #include "app/appearance.h"
+#include "app/command_line.h"
 #include "app/update_feed.h"
 #include "app/vestigo_app.h"
 #include "app/window_services.h"
 #include "ui/widgets/symbols.h"
 
 namespace {
+
+constexpr auto programName = "vestigo";
+
+constexpr auto helpText =
+    R"(Usage: vestigo
+
+Opens a window that finds programs that an Apple Silicon Mac cannot run natively
+(Intel, PowerPC), says who made them and what to do about each, and removes or
+replaces them. vestigo-scan scans without a window.
+
+  -h, --help     print this text
+  -V, --version  print the version
+)";
 
 /// Gives an event up whose handling runs out of memory, tells the windows, and goes on.
 class LastingApplication : public QApplication {
@@ -35,7 +49,14 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (const auto status = vestigo::answerCommandLine(argc, argv, programName, helpText)) {
+        return *status;
+    }
     LastingApplication application(argc, argv);
+#ifndef Q_OS_MACOS
+    // There the system adds arguments of its own, as when a program is started for debugging.
+    if (vestigo::refusesArguments(argc, argv, programName)) return 2;
+#endif
     QApplication::setApplicationName(QStringLiteral("Vestigo"));
     QApplication::setApplicationVersion(QStringLiteral(VESTIGO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("vestigo"));

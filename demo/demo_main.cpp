@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "app/appearance.h"
+#include "app/command_line.h"
 #include "app/vestigo_app.h"
 #include "cli/scan_session.h"
 #include "demo/demo_disk.h"
@@ -25,6 +26,19 @@
 
 namespace vestigo {
 namespace {
+
+constexpr auto programName = "vestigo-demo";
+
+constexpr auto helpText =
+    R"(Usage: vestigo-demo
+
+Shows Vestigo at work on a made-up Mac disk, which it makes in a temporary folder
+and removes at the end: in the window where there is a screen, else as CSV.
+Nothing outside of that folder is touched, but for the files you export.
+
+  -h, --help     print this text
+  -V, --version  print the version
+)";
 
 ScanSessionServices servicesFor(const std::string& disk, std::shared_ptr<RunLoop> loop) {
     const auto signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk);
@@ -54,8 +68,7 @@ int demonstrateAsText(const std::string& disk) {
     return *interrupted ? 130 : 0;
 }
 
-int demonstrateInWindow(const std::string& disk, int argc, char** argv) {
-    const QApplication application(argc, argv);
+int demonstrateInWindow(const std::string& disk) {
     QApplication::setWindowIcon(applicationIcon());
     const DesktopAppearance appearance;
     std::fprintf(stderr, "Its Trash is the folder %s, until the demonstration ends.\n",
@@ -74,7 +87,7 @@ bool hasScreen() {
     return false;
 }
 
-int demonstrate(int argc, char** argv) {
+int demonstrate(bool inWindow) {
     const DemoSandbox sandbox;
     if (!sandbox.disk()) {
         std::perror("vestigo-demo: cannot make the demonstration disk");
@@ -83,13 +96,16 @@ int demonstrate(int argc, char** argv) {
     std::fprintf(stderr,
                  "A made-up Mac disk in %s stands for \"/\"; nothing of yours is touched.\n",
                  sandbox.disk()->c_str());
-    return hasScreen() ? demonstrateInWindow(*sandbox.disk(), argc, argv)
-                       : demonstrateAsText(*sandbox.disk());
+    return inWindow ? demonstrateInWindow(*sandbox.disk()) : demonstrateAsText(*sandbox.disk());
 }
 
 }  // namespace
 }  // namespace vestigo
 
 int main(int argc, char** argv) {
-    return vestigo::demonstrate(argc, argv);
+    using namespace vestigo;
+    if (const auto status = answerCommandLine(argc, argv, programName, helpText)) return *status;
+    if (!hasScreen()) return refusesArguments(argc, argv, programName) ? 2 : demonstrate(false);
+    const QApplication application(argc, argv);
+    return refusesArguments(argc, argv, programName) ? 2 : demonstrate(true);
 }

@@ -1,69 +1,99 @@
 // vestigo-pictures: drives the real window over the demonstration disk and saves what it looks
 // like. Needs a screen of its own: ./run pictures brings one.
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QComboBox>
 #include <QContextMenuEvent>
+#include <QDialog>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QMenu>
 #include <QPushButton>
 #include <QScreen>
 #include <QTimer>
 #include <algorithm>
-#include <chrono>
+#include <array>
+#include <condition_variable>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
+#include <system_error>
 #include <utility>
 
 #include "app/appearance.h"
+#include "app/command_line.h"
 #include "app/vestigo_app.h"
 #include "demo/demo_sandbox.h"
 #include "ui/widgets/symbols.h"
+#include "ui/widgets/theme.h"
 
 namespace vestigo {
 namespace {
 
-constexpr auto openingTime = std::chrono::milliseconds(30);
+constexpr auto programName = "vestigo-pictures";
 
-class DelayedFolder : public Folder {
+constexpr auto helpText =
+    R"(Usage: vestigo-pictures FOLDER
+
+Drives the window over the demonstration disk and saves pictures of its states in
+FOLDER. The exit status is 1 when a picture could not be taken, or would not have
+been of the state that it is named for.
+
+  -h, --help     print this text
+  -V, --version  print the version
+)";
+
+/// Where a scan is stopped for its picture: late among the smart folders.
+constexpr auto heldFolder = "/opt";
+/// Files that say nothing, so that a scan of so small a disk has progress to show.
+constexpr int extraFiles = 2400;
+
+/// Holds a scan up in the middle of its work, which is over too soon to be seen.
+class HeldReader : public DirectoryReader {
 public:
-    explicit DelayedFolder(std::unique_ptr<Folder> real) : real_(std::move(real)) {}
-    bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
-        return real_->list(visitor);
-    }
-    std::optional<FileAttributes> attributes(const char* name) override {
-        return real_->attributes(name);
-    }
-    std::unique_ptr<HeaderFile> openFile(const char* name) override {
-        return real_->openFile(name);
-    }
-    std::unique_ptr<Folder> openFolder(std::string_view path) override {
-        std::this_thread::sleep_for(openingTime);
-        return real_->openFolder(path);
-    }
+    explicit HeldReader(std::shared_ptr<DirectoryReader> real) : real_(std::move(real)) {}
 
-private:
-    std::unique_ptr<Folder> real_;
-};
-
-/// Slow enough to be watched.
-class DelayedReader : public DirectoryReader {
-public:
-    explicit DelayedReader(std::shared_ptr<DirectoryReader> real) : real_(std::move(real)) {}
     std::unique_ptr<Folder> open(const std::string& path) override {
-        auto folder = real_->open(path);
-        if (!folder) return nullptr;
-        return std::make_unique<DelayedFolder>(std::move(folder));
+        if (path == heldFolder) {
+            std::unique_lock lock(mutex_);
+            released_.wait(lock, [this] { return !holding_; });
+        }
+        return real_->open(path);
     }
     unsigned maxOpenFolders() const override { return real_->maxOpenFolders(); }
+    void release() {
+        const std::lock_guard lock(mutex_);
+        holding_ = false;
+        released_.notify_all();
+    }
 
 private:
     std::shared_ptr<DirectoryReader> real_;
+    std::mutex mutex_;
+    std::condition_variable released_;
+    bool holding_ = true;
 };
+
+bool addExtraFiles(const std::string& disk) {
+    const std::filesystem::path folder =
+        disk + "/Applications/Sound Studio.app/Contents/Resources/Samples";
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    bool written = !error;
+    for (int number = 1; number <= extraFiles && written; ++number) {
+        std::ofstream file(folder / ("Sample " + std::to_string(number)));
+        file << "no program";
+        written = file.flush().good();
+    }
+    return written;
+}
 
 /// Handles events until the condition holds, at most some seconds.
 template <class Condition>
@@ -84,28 +114,56 @@ void settle() {
     waitFor([&waited] { return waited.elapsed() > 400; });
 }
 
+/// Takes pictures, each of one state of the window. A picture that does not show its state counts
+/// as failed.
 class Photographer {
 public:
+    using State = std::function<bool()>;
+
     Photographer(MainWindow& window, QDir folder) : window_(window), folder_(std::move(folder)) {}
 
-    /// The whole screen, with menus and sheets, cut to what is around the window.
-    void take(const QString& name) {
+    [[nodiscard]] MainWindow& window() const { return window_; }
+    [[nodiscard]] ContentView& content() const { return window_.content(); }
+
+    /// The next pictures go into a folder below the first one.
+    void useFolder(const QString& name) {
+        subfolder_ = name + QLatin1Char('/');
+        failed_ = !folder_.mkpath(name) || failed_;
+    }
+
+    /// The whole screen, with menus and sheets, cut to what is around the window. The state has to
+    /// hold before and after.
+    void take(const QString& name, const State& state) {
+        const bool reached = waitFor(state);
         settle();
         const auto area = window_.frameGeometry().adjusted(-margin, -margin, margin, margin);
         const auto picture =
             window_.screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
-        const auto path = folder_.filePath(name + QStringLiteral(".png"));
-        complete_ = picture.save(path) && complete_;
-        std::printf("%s\n", qPrintable(path));
+        const auto path = folder_.filePath(subfolder_ + name + QStringLiteral(".png"));
+        const bool whole = window_.screen()->geometry().contains(window_.frameGeometry());
+        if (!reached || !state()) {
+            fail(path, "the window is not in the state that it is named for");
+        } else if (!whole) {
+            fail(path, "the window does not fit on the screen");
+        } else if (!picture.save(path)) {
+            fail(path, "it cannot be written");
+        } else {
+            std::printf("%s\n", qPrintable(path));
+        }
     }
-    void expect(bool held) { complete_ = complete_ && held; }
-    [[nodiscard]] bool complete() const { return complete_; }
+    [[nodiscard]] bool failed() const { return failed_; }
 
 private:
+    void fail(const QString& path, const char* reason) {
+        failed_ = true;
+        std::fprintf(stderr, "vestigo-pictures: no %s: %s\n", qPrintable(path), reason);
+    }
+
     static constexpr int margin = 30;
     MainWindow& window_;
     QDir folder_;
-    bool complete_ = true;
+    QString subfolder_;
+    bool failed_ = false;
 };
 
 template <class Widget>
@@ -113,38 +171,78 @@ Widget& part(MainWindow& window, const char* name) {
     return *window.findChild<Widget*>(QLatin1String(name));
 }
 
-void applyChoice(Photographer& photographer, MainWindow& window, const char* name,
-                 const QString& picture) {
-    auto& box = part<QComboBox>(window, name);
+QDialog* openSheet(const MainWindow& window) {
+    for (auto* const sheet : window.findChildren<QDialog*>()) {
+        if (sheet->isVisible()) return sheet;
+    }
+    return nullptr;
+}
+
+/// This sheet is open, and drawn where the picture shows it.
+Photographer::State sheetIsOpen(MainWindow& window, const char* name) {
+    return [&window, name] {
+        const auto* const sheet = openSheet(window);
+        return sheet && sheet->objectName() == QLatin1String(name) &&
+               window.frameGeometry().intersects(sheet->frameGeometry());
+    };
+}
+
+void applyChoice(Photographer& photographer, const char* name, const QString& picture) {
+    auto& box = part<QComboBox>(photographer.window(), name);
     box.showPopup();
-    photographer.take(picture);
+    photographer.take(picture, [&box] { return box.view()->isVisible(); });
     box.hidePopup();
 }
 
-void photographRowMenu(Photographer& photographer, MainWindow& window) {
-    auto& results = part<ResultsView>(window, "results");
+void photographRowMenu(Photographer& photographer) {
+    auto& results = part<ResultsView>(photographer.window(), "results");
     const auto at = results.visualRect(results.model()->index(2, 8)).center();
-    QTimer::singleShot(0, &window, [&photographer] {
-        photographer.take(QStringLiteral("row-menu"));
-        if (auto* const menu = QApplication::activePopupWidget()) menu->close();
+    QTimer::singleShot(0, &results, [&photographer] {
+        const auto isOpen = [] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); };
+        photographer.take(QStringLiteral("row-menu"), isOpen);
+        if (auto* const menu = isOpen()) menu->close();
     });
     QContextMenuEvent event(QContextMenuEvent::Mouse, at, results.viewport()->mapToGlobal(at));
     QApplication::sendEvent(results.viewport(), &event);
     waitFor([] { return QApplication::activePopupWidget() == nullptr; });
 }
 
-void photographScan(Photographer& photographer, MainWindow& window) {
-    auto& scanner = window.content().scanner();
-    photographer.take(QStringLiteral("empty"));
-    part<QPushButton>(window, "scan").click();
-    settle();
-    photographer.take(QStringLiteral("scanning"));
-    photographer.expect(
-        waitFor([&scanner] { return !scanner.scanning() && scanner.signaturePasses() == 0; }));
+/// The findings are complete, drawn at this text size in this appearance.
+Photographer::State resultsAreShown(Photographer& photographer, int fontDelta, bool dark) {
+    return [&photographer, fontDelta, dark] {
+        const auto& content = photographer.content();
+        const auto& scanner = content.scanner();
+        const auto& results = part<ResultsView>(photographer.window(), "results");
+        const bool complete = !scanner.scanning() && scanner.lastScanDate() &&
+                              scanner.signaturePasses() == 0 && results.model()->rowCount() > 0;
+        return complete && content.fontDelta() == fontDelta &&
+               results.font().pixelSize() == static_cast<int>(content.tableFontSize()) &&
+               isDark(photographer.window().palette()) == dark && !openSheet(photographer.window());
+    };
+}
+
+void photographScan(Photographer& photographer, HeldReader& reader) {
+    auto& window = photographer.window();
     auto& content = window.content();
+    auto& results = part<ResultsView>(window, "results");
+    photographer.take(QStringLiteral("empty"), [&] {
+        return !content.scanner().scanning() && results.model()->rowCount() == 0 &&
+               !openSheet(window);
+    });
+    part<QPushButton>(window, "scan").click();
+    // No rows: the first ones come with the two thousandth hit.
+    photographer.take(QStringLiteral("scanning"), [&] {
+        return content.scanner().walking() && content.scanner().scannedCount() > 0 &&
+               part<QPushButton>(window, "stop").isVisible() &&
+               part<QLabel>(window, "currentPath").isVisible() &&
+               !part<QLabel>(window, "currentPath").text().isEmpty();
+    });
+    reader.release();
+    const auto complete = resultsAreShown(photographer, 0, false);
+    if (!waitFor(complete)) return photographer.take(QStringLiteral("results-light"), complete);
     content.copyPath(content.visibleRows().rows.front()->root, true);
     content.setSelection({content.visibleRows().rows[1]->root});
-    photographer.take(QStringLiteral("results-light"));
+    photographer.take(QStringLiteral("results-light"), complete);
 }
 
 const BundleGroup& groupNamed(ContentView& content, std::string_view name) {
@@ -152,87 +250,118 @@ const BundleGroup& groupNamed(ContentView& content, std::string_view name) {
     return **std::ranges::find(visible.rows, name, &BundleGroup::name);
 }
 
-void photographDelete(Photographer& photographer, ContentView& content) {
+void photographDelete(Photographer& photographer) {
+    auto& content = photographer.content();
     content.requestDeleteOfRow(groupNamed(content, "Sound Studio.app"));
-    photographer.take(QStringLiteral("delete"));
+    const auto isOpen = sheetIsOpen(photographer.window(), "delete");
+    photographer.take(QStringLiteral("delete"),
+                      [&] { return isOpen() && !content.leftovers().empty(); });
     content.cancelDelete();
 }
 
-void photographReinstall(Photographer& photographer, ContentView& content) {
+void photographReinstall(Photographer& photographer) {
+    auto& content = photographer.content();
+    const auto isOpen = sheetIsOpen(photographer.window(), "reinstall");
     content.requestReinstall(groupNamed(content, "wget"));
     content.startReinstall();
-    photographer.take(QStringLiteral("reinstall-running"));
-    photographer.expect(waitFor([&content] { return content.removableOldCopy().has_value(); }));
-    photographer.take(QStringLiteral("reinstall"));
+    photographer.take(QStringLiteral("reinstall-running"),
+                      [&] { return isOpen() && content.updating(); });
+    photographer.take(QStringLiteral("reinstall"), [&] {
+        return isOpen() && !content.updating() && content.removableOldCopy().has_value();
+    });
     content.closeReinstall();
 }
 
-void photographSheets(Photographer& photographer, ContentView& content) {
+void photographSheets(Photographer& photographer) {
+    auto& content = photographer.content();
+    auto& window = photographer.window();
     content.inspect(*content.visibleRows().rows.front());
-    photographer.take(QStringLiteral("inspect"));
+    photographer.take(QStringLiteral("inspect"), sheetIsOpen(window, "inspect"));
     content.closeInspect();
     content.showHelpRequested();
-    photographer.take(QStringLiteral("help"));
+    photographer.take(QStringLiteral("help"), sheetIsOpen(window, "help"));
     content.closeHelp();
     content.showAboutRequested();
-    photographer.take(QStringLiteral("about"));
+    photographer.take(QStringLiteral("about"), sheetIsOpen(window, "about"));
     content.closeAbout();
-    photographDelete(photographer, content);
+    photographDelete(photographer);
     content.showAlert("Could not move 3 items to the Trash.");
-    photographer.take(QStringLiteral("alert"));
+    photographer.take(QStringLiteral("alert"), sheetIsOpen(window, "alert"));
     content.dismissAlert();
 }
 
-void photographAppearances(Photographer& photographer, MainWindow& window) {
-    auto& content = window.content();
-    content.setFontDelta(8);
-    photographer.take(QStringLiteral("results-large"));
-    content.setFontDelta(4);
-    photographer.take(QStringLiteral("results-medium"));
-    content.setFontDelta(0);
-    QApplication::setPalette(darkPalette());
-    photographer.take(QStringLiteral("results-dark"));
-    photographSheets(photographer, content);
-    QApplication::setPalette(QPalette());
+struct Named {
+    const char* name;
+    int value;
+};
+constexpr std::array textSizes = {Named{"small", 0}, Named{"medium", 4}, Named{"large", 8}};
+constexpr std::array windowWidths = {880, 1360, 2560};
+
+/// The table at every text size in one appearance, with the window at each of its widths.
+void photographSizes(Photographer& photographer, bool dark) {
+    auto& window = photographer.window();
+    const auto before = window.size();
+    for (const int width : windowWidths) {
+        window.resize(width, before.height());
+        for (const auto& size : textSizes) {
+            photographer.content().setFontDelta(size.value);
+            const auto isShown = resultsAreShown(photographer, size.value, dark);
+            photographer.take(QStringLiteral("%1-%2-%3")
+                                  .arg(QString::number(width), QLatin1String(size.name),
+                                       dark ? QStringLiteral("dark") : QStringLiteral("light")),
+                              [&] { return isShown() && window.width() == width; });
+        }
+    }
+    photographer.content().setFontDelta(0);
+    window.resize(before);
+}
+
+void photographAppearance(Photographer& photographer, bool dark) {
+    QApplication::setPalette(dark ? darkPalette() : QPalette());
+    photographer.useFolder(QStringLiteral("sizes"));
+    photographSizes(photographer, dark);
+    photographer.useFolder(dark ? QStringLiteral("dark") : QStringLiteral("light"));
+    photographSheets(photographer);
 }
 
 int photographPictures(const QDir& folder, const std::string& disk) {
     auto platform = demoPlatformServices(disk);
-    platform.reader = std::make_shared<DelayedReader>(platform.reader);
+    const auto reader = std::make_shared<HeldReader>(platform.reader);
+    platform.reader = reader;
     VestigoApp app(windowServices(std::move(platform)), nullptr, VESTIGO_VERSION);
     auto& window = app.openWindow();
-    window.move(60, 60);
+    window.move(40, 40);
     Photographer photographer(window, folder);
-    photographer.take(QStringLiteral("disclaimer"));
+    photographer.take(QStringLiteral("disclaimer"), sheetIsOpen(window, "disclaimer"));
     window.content().acceptDisclaimer();
-    photographScan(photographer, window);
-    applyChoice(photographer, window, "categoryFilter", QStringLiteral("category-filter"));
-    applyChoice(photographer, window, "fixFilter", QStringLiteral("fix-filter"));
-    photographRowMenu(photographer, window);
-    QDir(folder).mkdir(QStringLiteral("light"));
-    Photographer light(window, QDir(folder.filePath(QStringLiteral("light"))));
-    photographSheets(light, window.content());
-    photographReinstall(light, window.content());
-    QDir(folder).mkdir(QStringLiteral("dark"));
-    Photographer dark(window, QDir(folder.filePath(QStringLiteral("dark"))));
-    photographAppearances(dark, window);
-    return photographer.complete() && light.complete() && dark.complete() ? 0 : 1;
+    photographScan(photographer, *reader);
+    applyChoice(photographer, "categoryFilter", QStringLiteral("category-filter"));
+    applyChoice(photographer, "fixFilter", QStringLiteral("fix-filter"));
+    photographRowMenu(photographer);
+    photographAppearance(photographer, false);
+    photographReinstall(photographer);
+    photographAppearance(photographer, true);
+    photographer.take(QStringLiteral("results-dark"), resultsAreShown(photographer, 0, true));
+    reader->release();
+    return photographer.failed() ? 1 : 0;
 }
 
 }  // namespace
 }  // namespace vestigo
 
 int main(int argc, char** argv) {
+    using namespace vestigo;
+    if (const auto status = answerCommandLine(argc, argv, programName, helpText)) return *status;
     const QApplication application(argc, argv);
     if (argc != 2 || !QDir().mkpath(QString::fromLocal8Bit(argv[1]))) {
-        std::fputs("usage: vestigo-pictures FOLDER\n", stderr);
+        std::fputs(helpText, stderr);
         return 2;
     }
-    QApplication::setWindowIcon(vestigo::applicationIcon());
-    const vestigo::DemoSandbox sandbox;
-    if (!sandbox.disk()) {
+    QApplication::setWindowIcon(applicationIcon());
+    const DemoSandbox sandbox;
+    if (!sandbox.disk() || !addExtraFiles(*sandbox.disk())) {
         std::perror("vestigo-pictures: cannot make the demonstration disk");
         return 1;
     }
-    return vestigo::photographPictures(QDir(QString::fromLocal8Bit(argv[1])), *sandbox.disk());
+    return photographPictures(QDir(QString::fromLocal8Bit(argv[1])), *sandbox.disk());
 }

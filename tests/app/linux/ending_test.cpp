@@ -93,5 +93,20 @@ TEST_F(EndingTest, EndsInOrderAtASignalAndSaysWhatGoesOn) {
     EXPECT_TRUE(run->running());
 }
 
+/// What a command prints, and its exit status behind it.
+std::string outcome(const std::string& arguments) {
+    const auto command = "env -u DISPLAY QT_QPA_PLATFORM=none '" VESTIGO_PROGRAM "' " + arguments;
+    std::string text;
+    auto* const pipe = popen((command + " 2>&1").c_str(), "r");
+    for (int byte = fgetc(pipe); byte != EOF; byte = fgetc(pipe)) text += static_cast<char>(byte);
+    return text + std::to_string(WEXITSTATUS(pclose(pipe)));
+}
+
+TEST(CommandLine, IsAnsweredWithoutAScreen) {
+    EXPECT_EQ(outcome("--version"), "vestigo " VESTIGO_VERSION "\n0");
+    EXPECT_TRUE(outcome("--help").starts_with("Usage: vestigo\n"));
+    EXPECT_EQ(outcome("--help >/dev/full"), "1");
+}
+
 }  // namespace
 }  // namespace vestigo::test
