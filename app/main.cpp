@@ -10,6 +10,7 @@
 #include "app/update_feed.h"
 #include "app/vestigo_app.h"
 #include "app/window_services.h"
+#include "platform/qt/assistive_technology.h"
 #include "ui/widgets/symbols.h"
 
 namespace {
@@ -65,6 +66,7 @@ int main(int argc, char** argv) {
     QApplication::setWindowIcon(vestigo::applicationIcon());
 #endif
     const vestigo::DesktopAppearance appearance;
+    const vestigo::AtSpiTables tables;
     auto platform = vestigo::systemPlatformServices();
     application.setOutOfMemoryReport(vestigo::outOfMemoryReport(platform.notifications));
     vestigo::VestigoApp app(vestigo::windowServices(std::move(platform)),

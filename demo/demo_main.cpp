@@ -21,6 +21,7 @@
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/posix/thread_tasks.h"
+#include "platform/qt/assistive_technology.h"
 #include "platform/terminal.h"
 #include "ui/widgets/symbols.h"
 
@@ -71,6 +72,7 @@ int demonstrateAsText(const std::string& disk) {
 int demonstrateInWindow(const std::string& disk) {
     QApplication::setWindowIcon(applicationIcon());
     const DesktopAppearance appearance;
+    const AtSpiTables tables;
     std::fprintf(stderr, "Its Trash is the folder %s, until the demonstration ends.\n",
                  demoTrashFolder(disk).c_str());
     VestigoApp app(windowServices(demoPlatformServices(disk)), nullptr, VESTIGO_VERSION);

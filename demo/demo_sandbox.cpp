@@ -1,5 +1,7 @@
 #include "demo/demo_sandbox.h"
 
+#include <QApplication>
+#include <QMessageBox>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -23,6 +25,7 @@
 #include "platform/posix/thread_tasks.h"
 #include "platform/qt/qt_desktop.h"
 #include "platform/qt/qt_preferences.h"
+#include "ui/widgets/text.h"
 
 namespace vestigo {
 
@@ -50,17 +53,32 @@ public:
 
     void reveal(const std::string& path) override { real_->reveal(disk_ + path); }
     void copyText(const std::string& text) override { real_->copyText(text); }
+    void announce(const std::string& text) override { real_->announce(text); }
     std::optional<std::string> chooseFolder() override {
         const auto chosen = real_->chooseFolder();
-        // There is nothing else in this world.
-        if (!chosen || !liesUnder(*chosen, disk_)) return std::nullopt;
-        return *chosen == disk_ ? "/" : chosen->substr(disk_.size());
+        if (!chosen) return std::nullopt;
+        if (*chosen == disk_) return "/";
+        if (liesUnder(*chosen, disk_)) return chosen->substr(disk_.size());
+        sayWhyNot(*chosen);
+        return std::nullopt;
     }
     std::optional<std::string> chooseCsvFile(const std::string& name) override {
         return real_->chooseCsvFile(name);
     }
 
 private:
+    void sayWhyNot(const std::string& folder) const {
+        QMessageBox message(QMessageBox::Information, QObject::tr("Demonstration"),
+                            QObject::tr("“%1” is not on the made-up disk.").arg(toQString(folder)),
+                            QMessageBox::Ok, QApplication::activeWindow());
+        message.setInformativeText(
+            QObject::tr("The demonstration scans only folders in “%1”, so that nothing of yours is "
+                        "touched.")
+                .arg(toQString(disk_)));
+        message.setTextFormat(Qt::PlainText);
+        message.exec();
+    }
+
     std::unique_ptr<Desktop> real_;
     std::string disk_;
 };
@@ -102,7 +120,7 @@ PlatformServices demoPlatformServices(const std::string& disk) {
         .openPreviousPreferences = {},
         .reader = demoDirectoryReader(std::make_shared<LinuxDirectoryReader>(), disk),
         .signing = demoCodeSigning(std::make_shared<LinuxCodeSigning>(), disk),
-        .desktop = std::make_shared<DemoDesktop>(std::make_unique<QtDesktop>(), disk),
+        .desktop = std::make_shared<DemoDesktop>(std::make_unique<QtDesktop>(disk), disk),
         .files = demoFiles(std::make_shared<PosixFiles>(), disk),
         .bundles = demoBundles(std::make_shared<LinuxBundleReader>(), disk),
         .trash = demoTrash(std::make_shared<LinuxTrash>(trash), disk),

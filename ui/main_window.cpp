@@ -44,7 +44,7 @@ MainWindow::MainWindow(ContentServices services, std::string version, QWidget* p
       refresher_(content_),
       toolbar_(*new Toolbar(content_, *desktop_, &stack_)),
       results_(*new ResultsView(content_, &stack_)),
-      status_(*new StatusBar(content_, &stack_)),
+      status_(*new StatusBar(content_, *desktop_, &stack_)),
       sheets_(content_, this, std::move(version)) {
     StrayInputFilter::install();
     setAttribute(Qt::WA_DeleteOnClose);

@@ -1,6 +1,5 @@
 #include "ui/status_bar.h"
 
-#include <QAccessible>
 #include <QBoxLayout>
 #include <QDateTime>
 #include <QLocale>
@@ -17,6 +16,7 @@ namespace {
 
 constexpr int padding = 8;
 constexpr int spacing = 14;
+constexpr qint64 millisecondsBetweenAnnouncements = 10000;
 
 QDateTime localTime(double secondsSince2001) {
     constexpr double farPast = -6e10;
@@ -50,9 +50,10 @@ QString dateAndTime(double secondsSince2001) {
 
 }  // namespace
 
-StatusBar::StatusBar(ContentView& content, QWidget* parent)
+StatusBar::StatusBar(ContentView& content, Desktop& desktop, QWidget* parent)
     : QWidget(parent),
       content_(content),
+      desktop_(desktop),
       spinner_(*new Spinner(this)),
       scannedCount_(*new TintedLabel(Tint::primary, this)),
       currentPath_(*new TintedLabel(Tint::secondary, this)),
@@ -91,6 +92,26 @@ void StatusBar::refresh(const Changes& changes) {
     if (changes.hasAny(ScannerField::groups, ScannerField::lastScanDate)) refreshSummary();
     if (changes.hasAny(ScannerField::scanning, ScannerField::lastScanDate)) refreshShape();
     if (changes.has(ContentField::removalHint)) refreshHint();
+    announceScan(changes);
+}
+
+/// Seldom enough not to talk over everything else.
+void StatusBar::announceScan(const Changes& changes) {
+    const bool scanning = content_.scanner().scanning();
+    const auto say = [this](const QString& text) {
+        desktop_.announce(text.toStdString());
+        sinceAnnouncement_.start();
+    };
+    if (changes.has(ScannerField::scanning)) {
+        if (scanning) {
+            say(QStringLiteral("Scanning…"));
+        } else if (followsScans_) {
+            say(QStringLiteral("Scan ended. %1").arg(summary_.text()));
+        }
+    } else if (scanning && sinceAnnouncement_.hasExpired(millisecondsBetweenAnnouncements)) {
+        say(scannedCount_.text());
+    }
+    followsScans_ = true;
 }
 
 void StatusBar::refreshProgress() {
@@ -112,9 +133,7 @@ void StatusBar::refreshHint() {
     const auto text = toQString(content_.removalHint());
     hint_.setText(text);
     hint_.setVisible(!text.isEmpty());
-    if (text.isEmpty()) return;
-    QAccessibleEvent event(&hint_, QAccessible::Alert);
-    QAccessible::updateAccessibility(&event);
+    if (!text.isEmpty()) desktop_.announce(content_.removalHint());
 }
 
 void StatusBar::refreshShape() {

@@ -71,7 +71,7 @@ Toolbar::Toolbar(ContentView& content, Desktop& desktop, QWidget* parent)
       intelOnly_(*new QCheckBox(QStringLiteral("Intel-only"), this)),
       categories_(*new ChoiceBox(QStringLiteral("Category"), this)),
       fixes_(*new ChoiceBox(QStringLiteral("Fix"), this)),
-      sizes_(*new ChoiceBox(QStringLiteral("List text size"), this)),
+      sizes_(*new ChoiceBox(QStringLiteral("Size"), this)),
       moveToTrash_(*new ActionButton(Symbol::trash, ButtonRole::destructive, this)),
       exportCsv_(*new ActionButton(Symbol::share, ButtonRole::plain, this)) {
     row_.setContentsMargins(padding, padding, padding, padding);
@@ -137,7 +137,6 @@ void Toolbar::addFilters() {
 
     append(categories_, "categoryFilter");
     categories_.setMaximumWidth(categoryMaximum);
-    categories_.setAccessibleDescription(QStringLiteral("Category"));
     categories_.add(noFilter, {});
     categories_.insertSeparator(1);
     for (const auto category : allCategories) categories_.add(static_cast<int>(category), {});

@@ -16,8 +16,9 @@
 #include <QUrl>
 #include <algorithm>
 
+#include "platform/qt/assistive_technology.h"
 #ifdef Q_OS_MACOS
-#include "platform/macos/macos_reveal.h"
+#include "platform/macos/macos_finder.h"
 #else
 #endif
 
@@ -86,9 +87,14 @@ void QtDesktop::copyText(const std::string& text) {
     QGuiApplication::clipboard()->setText(QString::fromStdString(text));
 }
 
+void QtDesktop::announce(const std::string& text) {
+    vestigo::announce(QString::fromStdString(text));
+}
+
 std::optional<std::string> QtDesktop::chooseFolder() {
     const auto path = QFileDialog::getExistingDirectory(QApplication::activeWindow(),
-                                                        QObject::tr("Choose a folder to scan"));
+                                                        QObject::tr("Choose a folder to scan"),
+                                                        QFile::decodeName(folder_.c_str()));
     if (!QFileInfo(path).isDir()) return std::nullopt;
     return bytesOf(path);
 }

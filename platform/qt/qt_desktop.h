@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <string>
+#include <utility>
 
 #include "platform/desktop.h"
 
@@ -18,10 +19,17 @@ void revealOnFreedesktop(const std::string& path);
 /// Panels belong to the active window. Needs the application object.
 class QtDesktop : public Desktop {
 public:
+    /// `folder` is where the panel for a folder opens; empty: where the platform opens it.
+    explicit QtDesktop(std::string folder = {}) : folder_(std::move(folder)) {}
+
     void reveal(const std::string& path) override;
     void copyText(const std::string& text) override;
+    void announce(const std::string& text) override;
     [[nodiscard]] std::optional<std::string> chooseFolder() override;
     [[nodiscard]] std::optional<std::string> chooseCsvFile(const std::string& name) override;
+
+private:
+    std::string folder_;
 };
 
 }  // namespace vestigo

@@ -37,6 +37,7 @@ class FakeDesktop : public Desktop {
 public:
     void reveal(const std::string& path) override { revealed.push_back(path); }
     void copyText(const std::string& text) override { clipboard = text; }
+    void announce(const std::string& text) override { announced.push_back(text); }
     std::optional<std::string> chooseFolder() override { return folder; }
     std::optional<std::string> chooseCsvFile(const std::string& name) override {
         proposedName = name;
@@ -44,6 +45,7 @@ public:
     }
 
     std::vector<std::string> revealed;
+    std::vector<std::string> announced;
     std::string clipboard;
     std::string proposedName;
     std::optional<std::string> folder;

@@ -118,16 +118,16 @@ CellContent plainCell(std::string_view text, Tint tint) {
 
 const ColumnTraits& columnTraits(Column column) {
     static constexpr ColumnTraits traits[columnCount] = {
-        {"", {}, 34},
-        {"Category ↕", SortKey::categoryName, 94},
-        {"CPU ↕", SortKey::cpuSummary, 160},
-        {"Components ↕", SortKey::legacyCount, 120},
-        {"Created ↕", SortKey::created, 96},
-        {"Vendor", {}, 140},
-        {"Fix ↕", SortKey::fixRank, 108},
-        {"Protected", {}, 70},
-        {"Item ↕", SortKey::name, 0},
-        {"Path ↕", SortKey::root, 0},
+        {"", "Reveal", {}, 34},
+        {"Category ↕", "Category", SortKey::categoryName, 94},
+        {"CPU ↕", "CPU", SortKey::cpuSummary, 160},
+        {"Components ↕", "Components", SortKey::legacyCount, 120},
+        {"Created ↕", "Created", SortKey::created, 96},
+        {"Vendor", "Vendor", {}, 140},
+        {"Fix ↕", "Fix", SortKey::fixRank, 108},
+        {"Protected", "Protected", {}, 70},
+        {"Item ↕", "Item", SortKey::name, 0},
+        {"Path ↕", "Path", SortKey::root, 0},
     };
     return traits[static_cast<std::size_t>(column)];
 }

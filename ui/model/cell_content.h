@@ -32,6 +32,7 @@ inline constexpr std::size_t columnCount = 10;
 
 struct ColumnTraits {
     std::string_view title;          ///< UTF-8. Sortable ones end with their mark.
+    std::string_view name;           ///< The title as it is spoken.
     std::optional<SortKey> sortKey;  ///< Absent: the column cannot be sorted by.
     /// Width in points for text of 13 points, for `ContentView::columnWidth`. 0 when it is not
     /// fixed.

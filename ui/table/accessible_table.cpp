@@ -7,6 +7,7 @@
 
 #include "ui/table/results_view.h"
 #include "ui/widgets/accessible_parts.h"
+#include "ui/widgets/text.h"
 
 namespace vestigo {
 namespace {
@@ -26,6 +27,8 @@ public:
     QAccessible::State state() const override {
         auto state = QAccessibleWidget::state();
         state.multiSelectable = true;
+        // One object has the focus: the current cell where there is one.
+        state.focused = state.focused && !view_.currentIndex().isValid();
         return state;
     }
 
@@ -57,6 +60,10 @@ public:
         return index.isValid() ? cellAt(index.row(), index.column()) : nullptr;
     }
     QAccessibleInterface* focusChild() const override {
+        if (const auto* const header = static_cast<ResultsHeader*>(view_.horizontalHeader());
+            header->hasFocus()) {
+            return child(header->currentColumn());
+        }
         const auto current = view_.currentIndex();
         return current.isValid() ? cellAt(current.row(), current.column()) : nullptr;
     }
@@ -75,7 +82,7 @@ public:
         return cells;
     }
     QString columnDescription(int column) const override {
-        return view_.model()->headerData(column, Qt::Horizontal).toString();
+        return toQString(columnTraits(static_cast<Column>(column)).name);
     }
     QString rowDescription(int) const override { return {}; }
     int selectedColumnCount() const override { return 0; }

@@ -1,6 +1,5 @@
 #include "ui/table/results_header.h"
 
-#include <QAccessible>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QStyleOptionHeader>
@@ -40,24 +39,37 @@ void ResultsHeader::setCurrentColumn(int column) {
     updateSection(currentColumn_);
     currentColumn_ = column;
     updateSection(currentColumn_);
-    tellFocus();
+    if (hasFocus()) tell(QAccessible::Focus, currentColumn_);
+}
+
+ColumnSort ResultsHeader::sortOf(int column) const {
+    const auto& order = content_.sortOrder();
+    if (order.empty() || keyOf(column) != order.front().key) return ColumnSort::none;
+    return order.front().descending ? ColumnSort::descending : ColumnSort::ascending;
+}
+
+void ResultsHeader::refreshSort() {
+    viewport()->update();
+    for (int column = 0; column < count(); ++column) {
+        if (keyOf(column)) tell(QAccessible::DescriptionChanged, column);
+    }
 }
 
 /// To assistive technology, the headers are the first children of the table.
-void ResultsHeader::tellFocus() {
-    if (!hasFocus()) return;
-    QAccessibleEvent event(parentWidget(), QAccessible::Focus);
-    event.setChild(currentColumn_);
+void ResultsHeader::tell(QAccessible::Event what, int column) {
+    QAccessibleEvent event(parentWidget(), what);
+    event.setChild(column);
     QAccessible::updateAccessibility(&event);
 }
 
 void ResultsHeader::initStyleOptionForIndex(QStyleOptionHeader* option, int column) const {
     QHeaderView::initStyleOptionForIndex(option, column);
     // Qt's own indicator would follow a click on any column.
-    const auto& order = content_.sortOrder();
-    if (order.empty() || keyOf(column) != order.front().key) return;
-    option->sortIndicator =
-        order.front().descending ? QStyleOptionHeader::SortUp : QStyleOptionHeader::SortDown;
+    switch (sortOf(column)) {
+        case ColumnSort::ascending: option->sortIndicator = QStyleOptionHeader::SortDown; break;
+        case ColumnSort::descending: option->sortIndicator = QStyleOptionHeader::SortUp; break;
+        case ColumnSort::none: break;
+    }
 }
 
 void ResultsHeader::paintSection(QPainter* painter, const QRect& area, int column) const {
@@ -101,7 +113,13 @@ void ResultsHeader::keyPressEvent(QKeyEvent* event) {
 void ResultsHeader::focusInEvent(QFocusEvent* event) {
     QHeaderView::focusInEvent(event);
     updateSection(currentColumn_);
-    tellFocus();
+    // Qt names the whole header first.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (hasFocus()) tell(QAccessible::Focus, currentColumn_);
+        },
+        Qt::QueuedConnection);
 }
 
 void ResultsHeader::focusOutEvent(QFocusEvent* event) {

@@ -160,7 +160,7 @@ void ResultsView::refresh(const Changes& changes) {
     const auto emptiness = emptinessOf(content_, rows_.rowCount());
     // A change of it is told to assistive technology.
     setAccessibleDescription(emptiness ? emptiness->words : QString());
-    if (changes.has(ContentField::sortOrder)) header_->viewport()->update();
+    if (changes.has(ContentField::sortOrder)) header_->refreshSort();
     if (changes.has(ContentField::selection)) {
         QAccessibleEvent event(this, QAccessible::SelectionWithin);
         QAccessible::updateAccessibility(&event);
@@ -168,10 +168,21 @@ void ResultsView::refresh(const Changes& changes) {
     viewport()->update();
 }
 
-/// Names the cell as our own table counts them.
 void ResultsView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     QAbstractItemView::currentChanged(current, previous);
     if (!placing_) place_.reset();
+    tellFocus();
+}
+
+void ResultsView::focusInEvent(QFocusEvent* event) {
+    QTableView::focusInEvent(event);
+    // Qt names the whole table first.
+    QMetaObject::invokeMethod(this, &ResultsView::tellFocus, Qt::QueuedConnection);
+}
+
+/// Names the cell as our own table counts them.
+void ResultsView::tellFocus() {
+    const auto current = currentIndex();
     if (!current.isValid() || !hasFocus()) return;
     QAccessibleEvent event(this, QAccessible::Focus);
     event.setChild((current.row() + 1) * rows_.columnCount() + current.column());

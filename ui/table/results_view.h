@@ -52,6 +52,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
     void updateGeometries() override;
+    void focusInEvent(QFocusEvent* event) override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
     [[nodiscard]] QItemSelectionModel::SelectionFlags selectionCommand(
         const QModelIndex& index, const QEvent* event) const override;
@@ -85,6 +86,7 @@ private:
     [[nodiscard]] Place placeNow() const;
     void returnToPlace();
     void moveCurrentTo(int row, int column);
+    void tellFocus();
     [[nodiscard]] std::optional<Anchor> anchor() const;
     bool restore(const Anchor& anchor);
     void copyPaths();

@@ -47,8 +47,14 @@ public:
 
     bool isValid() const override { return hasView(); }
     QString text(QAccessible::Text kind) const override {
-        if (kind != QAccessible::Name) return {};
-        return view().model()->headerData(column_, Qt::Horizontal).toString();
+        if (kind == QAccessible::Name) return toQString(columnTraits(column()).name);
+        if (kind != QAccessible::Description) return {};
+        switch (columns()->sortOf(column_)) {
+            case ColumnSort::ascending: return QStringLiteral("Sorted ascending");
+            case ColumnSort::descending: return QStringLiteral("Sorted descending");
+            case ColumnSort::none: break;
+        }
+        return {};
     }
     QRect rect() const override {
         const auto* const header = view().horizontalHeader();
@@ -64,14 +70,14 @@ public:
         return state;
     }
     QStringList actionNames() const override {
-        return columnTraits(static_cast<Column>(column_)).sortKey ? QStringList{pressAction()}
-                                                                  : QStringList{};
+        return columnTraits(column()).sortKey ? QStringList{pressAction()} : QStringList{};
     }
     void doAction(const QString& name) override {
         if (name == pressAction()) columns()->sortByColumn(column_);
     }
 
 private:
+    Column column() const { return static_cast<Column>(column_); }
     ResultsHeader* columns() const {
         return static_cast<ResultsHeader*>(view().horizontalHeader());
     }
@@ -143,8 +149,14 @@ public:
         return InCell::interface_cast(type);
     }
     QString text(QAccessible::Text kind) const override {
-        if (kind == QAccessible::Name) return toQString(content().text);
-        return kind == QAccessible::Help ? toQString(content().help) : QString();
+        const auto cell = content();
+        const auto symbolHelp = cell.symbol ? cell.symbol->help : std::string_view();
+        if (kind == QAccessible::Name) return toQString(cell.text.empty() ? symbolHelp : cell.text);
+        if (kind != QAccessible::Description) return {};
+        // A button says what it is for itself, and help that is the text would be said twice.
+        const bool onlyShown = cell.symbol && !cell.symbol->action;
+        if (onlyShown) return toQString(symbolHelp);
+        return cell.help == cell.text ? QString() : toQString(cell.help);
     }
     QRect rect() const override { return onScreen(view().visualRect(index())); }
     QAccessible::State state() const override {
@@ -177,8 +189,12 @@ public:
         auto* const button = child(0);
         return button && button->rect().contains(x, y) ? button : nullptr;
     }
-    QStringList actionNames() const override { return {toggleAction()}; }
+    QStringList actionNames() const override {
+        return childCount() > 0 ? QStringList{pressAction(), toggleAction()}
+                                : QStringList{toggleAction()};
+    }
     void doAction(const QString& name) override {
+        if (name == pressAction()) static_cast<void>(view().press(index()));
         if (name != toggleAction()) return;
         view().selectionModel()->select(index(), QItemSelectionModel::Toggle);
     }

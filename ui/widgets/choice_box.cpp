@@ -1,6 +1,7 @@
 #include "ui/widgets/choice_box.h"
 
 #include <QAbstractItemView>
+#include <QAccessibleWidget>
 #include <QStyle>
 #include <QStyleOptionComboBox>
 #include <QStylePainter>
@@ -12,11 +13,83 @@ namespace {
 /// On either side of the text, for glyphs that reach over their advance.
 constexpr int textMargin = 1;
 
+/// Qt would take what is chosen for the name. Read as a text it is the value, which is how a screen
+/// reader on Linux gets it.
+class AccessibleChoice : public QAccessibleWidget, public QAccessibleTextInterface {
+public:
+    explicit AccessibleChoice(ChoiceBox& box)
+        : QAccessibleWidget(&box, QAccessible::ComboBox), box_(box) {}
+
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        if (type == QAccessible::TextInterface) return static_cast<QAccessibleTextInterface*>(this);
+        return QAccessibleWidget::interface_cast(type);
+    }
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Value ? box_.currentText() : QAccessibleWidget::text(kind);
+    }
+    QAccessible::State state() const override {
+        auto state = QAccessibleWidget::state();
+        state.expandable = true;
+        state.expanded = isOpen();
+        state.collapsed = !isOpen();
+        state.hasPopup = true;
+        return state;
+    }
+    int childCount() const override { return 1; }
+    QAccessibleInterface* child(int number) const override {
+        return number == 0 ? QAccessible::queryAccessibleInterface(box_.view()) : nullptr;
+    }
+    int indexOfChild(const QAccessibleInterface* part) const override {
+        return part && part->object() == box_.view() ? 0 : -1;
+    }
+    QAccessibleInterface* childAt(int x, int y) const override {
+        auto* const list = child(0);
+        return isOpen() && list->rect().contains(x, y) ? list : nullptr;
+    }
+    QStringList actionNames() const override { return {showMenuAction(), pressAction()}; }
+    void doAction(const QString& name) override {
+        if (!actionNames().contains(name) || !box_.isEnabled()) return;
+        isOpen() ? box_.hidePopup() : box_.showPopup();
+    }
+
+    QString text(int start, int end) const override {
+        return box_.currentText().mid(start, end < 0 ? -1 : end - start);
+    }
+    int characterCount() const override { return static_cast<int>(box_.currentText().size()); }
+    QRect characterRect(int) const override { return rect(); }
+    int offsetAtPoint(const QPoint&) const override { return -1; }
+    int selectionCount() const override { return 0; }
+    void selection(int, int* start, int* end) const override { *start = *end = 0; }
+    void addSelection(int, int) override {}
+    void removeSelection(int) override {}
+    void setSelection(int, int, int) override {}
+    int cursorPosition() const override { return 0; }
+    void setCursorPosition(int) override {}
+    void scrollToSubstring(int, int) override {}
+    QString attributes(int, int* start, int* end) const override {
+        *start = 0;
+        *end = characterCount();
+        return {};
+    }
+
+private:
+    bool isOpen() const { return box_.view()->isVisible(); }
+
+    ChoiceBox& box_;
+};
+
+QAccessibleInterface* interfaceFor(const QString&, QObject* object) {
+    auto* const box = qobject_cast<ChoiceBox*>(object);
+    return box ? new AccessibleChoice(*box) : nullptr;
+}
+
 }  // namespace
 
 ChoiceBox::ChoiceBox(const QString& name, QWidget* parent) : QComboBox(parent) {
+    QAccessible::installFactory(interfaceFor);  // Once, however often it is said.
     setAccessibleName(name);
     setFocusPolicy(Qt::StrongFocus);  // Not by the wheel.
+    view()->setAccessibleName(name);
     setSizeAdjustPolicy(QComboBox::AdjustToContents);
     connect(this, &QComboBox::currentIndexChanged, this, &QWidget::updateGeometry);
     connect(this, &QComboBox::activated, this,

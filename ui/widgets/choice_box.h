@@ -12,7 +12,7 @@ namespace vestigo {
 class ChoiceBox : public QComboBox {
     Q_OBJECT
 public:
-    /// `name` is what it is called where it is not seen.
+    /// `name` is what assistive technology calls it; what is chosen is its value.
     explicit ChoiceBox(const QString& name, QWidget* parent = nullptr);
 
     void add(int value, const QString& text);

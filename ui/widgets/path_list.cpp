@@ -1,6 +1,7 @@
 #include "ui/widgets/path_list.h"
 
 #include <QAbstractListModel>
+#include <QAccessible>
 #include <QApplication>
 #include <QEvent>
 #include <QKeyEvent>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ui/widgets/accessible_paths.h"
 #include "ui/widgets/labels.h"
 #include "ui/widgets/text.h"
 #include "ui/widgets/theme.h"
@@ -97,9 +99,8 @@ public:
     }
     bool editorEvent(QEvent* event, QAbstractItemModel*, const QStyleOptionViewItem& option,
                      const QModelIndex& index) override {
-        const auto& line = lineAt(index);
-        if (!line.on || !isChoice(*event, option)) return false;
-        emit list_.toggled(std::string(line.path), !*line.on);
+        if (!lineAt(index).on || !isChoice(*event, option)) return false;
+        list_.toggle(index);
         return true;
     }
 
@@ -170,6 +171,7 @@ private:
 
 PathList::PathList(const QSize& size, QWidget* parent)
     : QListView(parent), lines_(*new PathLines(this)) {
+    makePathsAccessible();
     setModel(&lines_);
     setItemDelegate(new LineDelegate(*this));
     setFixedSize(size);
@@ -187,6 +189,33 @@ PathList::PathList(const QSize& size, QWidget* parent)
 
 void PathList::setLines(std::vector<PathLine> lines) {
     lines_.setLines(std::move(lines));
+}
+
+void PathList::toggle(const QModelIndex& line) {
+    const auto& chosen = lineAt(line);
+    if (chosen.on) emit toggled(std::string(chosen.path), !*chosen.on);
+}
+
+void PathList::dataChanged(const QModelIndex& first, const QModelIndex& last,
+                           const QList<int>& roles) {
+    QListView::dataChanged(first, last, roles);
+    QAccessible::State ticked;
+    ticked.checked = true;
+    QAccessibleStateChangeEvent event(this, ticked);
+    event.setChild(currentIndex().row());
+    if (currentIndex().isValid()) QAccessible::updateAccessibility(&event);
+}
+
+/// Qt names the whole list first.
+void PathList::focusInEvent(QFocusEvent* event) {
+    QListView::focusInEvent(event);
+    const auto tellLine = [this] {
+        if (!hasFocus() || !currentIndex().isValid()) return;
+        QAccessibleEvent focus(this, QAccessible::Focus);
+        focus.setChild(currentIndex().row());
+        QAccessible::updateAccessibility(&focus);
+    };
+    QMetaObject::invokeMethod(this, tellLine, Qt::QueuedConnection);
 }
 
 void PathList::changeEvent(QEvent* event) {

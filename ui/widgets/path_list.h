@@ -35,12 +35,17 @@ public:
 
     /// Scroll position and current line stay where the paths are the same.
     void setLines(std::vector<PathLine> lines);
+    /// Asks for the other state of a line's checkbox, where it has one.
+    void toggle(const QModelIndex& line);
 
 signals:
     void toggled(const std::string& path, bool on);
 
 protected:
     void changeEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void dataChanged(const QModelIndex& first, const QModelIndex& last,
+                     const QList<int>& roles) override;
 
 private:
     PathLines& lines_;

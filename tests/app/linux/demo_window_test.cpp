@@ -1,4 +1,10 @@
+#include <QApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QTest>
+#include <QTimer>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -62,6 +68,36 @@ TEST_F(DemoWindow, ShowsEveryCategoryAndEveryFixOnTheDiskItPlays) {
     for (const auto* const hidden : {disk.path().c_str(), "Modern Notes", "Caches"}) {
         EXPECT_EQ(csv.find(hidden), std::string::npos) << hidden;
     }
+}
+
+TEST(DemoDesktop, OpensThePanelOnItsDiskAndSaysWhyItTakesNoOtherFolder) {
+    const TemporaryTree disk;
+    disk.folder("Library");
+    const auto desktop = demoPlatformServices(disk.path()).desktop;
+    QString openedIn;
+    QString said;
+    const auto choose = [&](const std::string& folder) {
+        QTimer answers;
+        QObject::connect(&answers, &QTimer::timeout, &answers, [&] {
+            auto* const modal = QApplication::activeModalWidget();
+            if (auto* const panel = qobject_cast<QFileDialog*>(modal)) {
+                openedIn = panel->directory().path();
+                panel->findChild<QLineEdit*>()->setText(QString::fromStdString(folder));
+                static_cast<QDialog*>(panel)->accept();
+            } else if (auto* const message = qobject_cast<QMessageBox*>(modal)) {
+                said = message->text() + message->informativeText();
+                message->accept();
+            }
+        });
+        answers.start(20);
+        return desktop->chooseFolder();
+    };
+    EXPECT_EQ(choose(disk.at("Library")), "/Library");
+    EXPECT_EQ(openedIn.toStdString(), disk.path());
+    EXPECT_EQ(said, QString());
+    EXPECT_EQ(choose(disk.path()), "/");
+    EXPECT_FALSE(choose("/usr"));
+    EXPECT_TRUE(said.contains("/usr") && said.contains(openedIn)) << said.toStdString();
 }
 
 TEST_F(DemoWindow, MovesAnApplicationAndItsLeftoversToTheTrashOfItsOwnDisk) {
