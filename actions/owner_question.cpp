@@ -4,12 +4,6 @@
 
 namespace vestigo {
 
-/// Goes when it is answered, withdrawn or nobody is there any more.
-struct OwnerQuestion::Open {
-    OwnerQuestion* asker;
-    std::function<void()> confirmed;
-};
-
 OwnerQuestion::OwnerQuestion(std::shared_ptr<MainQueue> main,
                              std::shared_ptr<OwnerAuthentication> authentication)
     : main_(std::move(main)), authentication_(std::move(authentication)) {}
@@ -17,20 +11,24 @@ OwnerQuestion::OwnerQuestion(std::shared_ptr<MainQueue> main,
 void OwnerQuestion::ask(const std::string& reason, std::function<void()> confirmed) {
     if (open_) return;
     if (!authentication_->available()) return confirmed();
-    open_ = std::make_shared<Open>(Open{this, std::move(confirmed)});
-    authentication_->authenticate(reason,
-                                  [main = main_, known = std::weak_ptr(open_)](bool agreed) {
-                                      main->post([known, agreed] {
-                                          const auto open = known.lock();
-                                          if (!open) return;
-                                          open->asker->withdraw();
-                                          if (agreed) open->confirmed();
-                                      });
-                                  });
+    confirmed_ = std::move(confirmed);
+    open_.emplace(*this);
+    authentication_->authenticate(reason, [main = main_, asker = open_->ref()](bool agreed) {
+        main->post([asker, agreed] {
+            if (auto* const question = asker.get()) question->answered(agreed);
+        });
+    });
+}
+
+void OwnerQuestion::answered(bool agreed) {
+    const auto confirmed = std::exchange(confirmed_, {});
+    withdraw();
+    if (agreed) confirmed();
 }
 
 void OwnerQuestion::withdraw() {
     open_.reset();
+    confirmed_ = {};
 }
 
 }  // namespace vestigo

@@ -1,8 +1,9 @@
-// Asking the owner of the machine before something is removed.
+// Asks the owner of the machine before something is removed.
 #pragma once
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/owner_authentication.h"
@@ -10,24 +11,28 @@
 
 namespace vestigo {
 
-/// One question at a time. Main thread only. After its end no answer changes anything any more.
+/// One question at a time. Main thread only. An answer that comes after this object is destroyed is
+/// dropped.
 class OwnerQuestion {
 public:
     OwnerQuestion(std::shared_ptr<MainQueue> main,
                   std::shared_ptr<OwnerAuthentication> authentication);
 
-    /// Calls `confirmed` in a later turn of the main thread when the owner agrees, at once where
-    /// they cannot be asked; else nothing happens. Ignored while a question is open.
+    /// Calls `confirmed` in a later turn of the main thread when the owner agrees, and at once on a
+    /// machine that has no way to ask. A refusal changes nothing. Ignored while a question is open.
     void ask(const std::string& reason, std::function<void()> confirmed);
-    /// Whatever the answer to the open question, it comes to nothing.
+    /// Closes the open question, if there is one: its answer is dropped.
     void withdraw();
 
 private:
-    struct Open;
+    void answered(bool agreed);
 
     std::shared_ptr<MainQueue> main_;
     std::shared_ptr<OwnerAuthentication> authentication_;
-    std::shared_ptr<Open> open_;  ///< Absent when none is.
+    std::function<void()> confirmed_;  ///< Of the open question.
+    /// Present while a question is open. Each question has its own, so that the answer to one that
+    /// was withdrawn is not taken for the answer to the next.
+    std::optional<WeakAnchor<OwnerQuestion>> open_;
 };
 
 }  // namespace vestigo

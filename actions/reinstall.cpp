@@ -91,23 +91,17 @@ void keepLastLines(std::string& text) {
 
 }  // namespace
 
-/// Goes with the reinstall; what comes later finds out by that. Main thread only, but to see
-/// whether it still is.
-struct Reinstall::Handle {
-    Reinstall* reinstall;
-};
-
 /// Brings what a process prints to the main thread, and its end after that. The process may print
 /// faster than the log takes it in: what piles up is kept in portions, one of which each job
 /// delivers.
 class Reinstall::Output : public std::enable_shared_from_this<Output> {
 public:
-    Output(std::shared_ptr<MainQueue> main, std::weak_ptr<Handle> handle)
-        : main_(std::move(main)), handle_(std::move(handle)) {}
+    Output(std::shared_ptr<MainQueue> main, WeakRef<Reinstall> reinstall)
+        : main_(std::move(main)), reinstall_(std::move(reinstall)) {}
 
     /// A chunk that is no text by itself is left out.
     void add(std::string_view chunk) {
-        if (chunk.empty() || !isUtf8(chunk) || handle_.expired()) return;
+        if (chunk.empty() || !isUtf8(chunk) || reinstall_.expired()) return;
         const std::lock_guard lock(mutex_);
         if (portions_.empty() || portions_.back().size() + chunk.size() > portionSize)
             portions_.emplace_back();
@@ -135,8 +129,8 @@ private:
 
     /// On the main thread.
     void deliver() {
-        const auto handle = handle_.lock();
-        if (!handle) return;
+        auto* const reinstall = reinstall_.get();
+        if (!reinstall) return;
         std::string text;
         std::optional<End> end;
         {
@@ -150,12 +144,12 @@ private:
                 if (!portions_.empty() || end_) schedule();
             }
         }
-        if (!text.empty()) handle->reinstall->printed(std::move(text));
-        if (end) handle->reinstall->ended(end->status);
+        if (!text.empty()) reinstall->printed(std::move(text));
+        if (end) reinstall->ended(end->status);
     }
 
     std::shared_ptr<MainQueue> main_;
-    std::weak_ptr<Handle> handle_;
+    WeakRef<Reinstall> reinstall_;
     std::mutex mutex_;
     std::deque<std::string> portions_;
     std::optional<End> end_;
@@ -163,9 +157,7 @@ private:
 };
 
 Reinstall::Reinstall(ReinstallServices services)
-    : services_(std::move(services)),
-      handle_(std::make_shared<Handle>(Handle{this})),
-      question_(services_.main, services_.authentication) {}
+    : services_(std::move(services)), question_(services_.main, services_.authentication) {}
 
 Reinstall::~Reinstall() = default;
 
@@ -219,7 +211,7 @@ void Reinstall::takeOver() {
 
 void Reinstall::follow(Current current) {
     current_ = std::move(current);
-    const auto output = std::make_shared<Output>(services_.main, handle_);
+    const auto output = std::make_shared<Output>(services_.main, anchor_.ref());
     current_->run->follow([output](std::string_view chunk) { output->add(chunk); },
                           [output](std::optional<int> status) { output->end(status); });
 }

@@ -102,7 +102,6 @@ public:
     void removeOldIntelCopy(const std::string& path);
 
 private:
-    struct Handle;
     class Output;
 
     /// The one that runs.
@@ -122,10 +121,10 @@ private:
 
     ReinstallServices services_;
     std::optional<Current> current_;
-    std::shared_ptr<Handle> handle_;
     OwnerQuestion question_;
     std::unique_ptr<RemovalLooks> oldCopyLooks_;  ///< Null while no old copy is to be removed.
     Observers<const ReinstallReport&> observers_;
+    WeakAnchor<Reinstall> anchor_{*this};
 };
 
 }  // namespace vestigo

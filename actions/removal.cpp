@@ -23,21 +23,13 @@ std::vector<std::string> tickedPaths(const RemovalPlan& plan, bool system) {
 
 }  // namespace
 
-/// How replies reach their Removal. Only the main thread looks inside.
-struct Removal::Handle {
-    Removal* removal;
-};
-
 Removal::Removal(RemovalServices services, Scanner& scanner, RemovalEvents events)
     : services_(std::move(services)),
       scanner_(scanner),
       events_(std::move(events)),
-      handle_(std::make_shared<Handle>(Handle{this})),
       question_(services_.main, services_.authentication) {}
 
-Removal::~Removal() {
-    handle_->removal = nullptr;
-}
+Removal::~Removal() = default;
 
 void Removal::open(std::span<const BundleGroup* const> groups) {
     close();
@@ -151,11 +143,11 @@ void Removal::performDelete() {
 
 void Removal::runAdminCleanup(std::vector<CleanupItem> items) {
     services_.background->run(Priority::normal, [main = services_.main, cleanup = services_.cleanup,
-                                                 handle = handle_, items = std::move(items)] {
+                                                 owner = anchor_.ref(), items = std::move(items)] {
         auto message = cleanup->runAdminCleanup(items);
         if (!message) return;
-        main->post([handle, message = std::move(*message)] {
-            if (handle->removal) handle->removal->events_.cleanupFailed(message);
+        main->post([owner, message = std::move(*message)] {
+            if (auto* const removal = owner.get()) removal->events_.cleanupFailed(message);
         });
     });
 }

@@ -85,8 +85,6 @@ public:
     void performDelete();
 
 private:
-    struct Handle;
-
     void note(const std::string& path, CodeRule rule);
     [[nodiscard]] const char* whyItLeft(const std::string& root) const;
     void performWhenLookedInto();
@@ -101,8 +99,8 @@ private:
     std::unique_ptr<RemovalLooks> looks_;                 ///< Null while there is no plan.
     std::optional<std::string> departed_;                 ///< Why the first group left that did.
     bool checking_ = false;
-    std::shared_ptr<Handle> handle_;
     OwnerQuestion question_;
+    WeakAnchor<Removal> anchor_{*this};
 };
 
 }  // namespace vestigo

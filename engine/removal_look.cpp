@@ -165,20 +165,11 @@ void ItemLook::readSignatures(const CancelFlag& cancelled) {
     signaturesRead_ = true;
 }
 
-/// How the end of a background look reaches its owner. Only the main thread looks inside.
-struct RemovalLooks::Handle {
-    RemovalLooks* looks;
-};
-
 RemovalLooks::RemovalLooks(LookServices services, std::shared_ptr<MainQueue> main,
                            std::shared_ptr<BackgroundTasks> background)
-    : services_(std::move(services)),
-      main_(std::move(main)),
-      background_(std::move(background)),
-      handle_(std::make_shared<Handle>(Handle{this})) {}
+    : services_(std::move(services)), main_(std::move(main)), background_(std::move(background)) {}
 
 RemovalLooks::~RemovalLooks() {
-    handle_->looks = nullptr;
     for (auto& [path, entry] : entries_) entry.cancelled.cancel();
 }
 
@@ -209,10 +200,10 @@ void RemovalLooks::startNext() {
     const auto& entry = entries_.at(waiting_.front());
     waiting_.pop_front();
     background_->run(Priority::normal, [look = entry.look, cancelled = entry.cancelled,
-                                        main = main_, handle = handle_] {
+                                        main = main_, owner = anchor_.ref()] {
         static_cast<void>(look->refusal(cancelled));
-        main->post([handle] {
-            if (handle->looks) handle->looks->lookEnded();
+        main->post([owner] {
+            if (auto* const looks = owner.get()) looks->lookEnded();
         });
     });
 }

@@ -126,7 +126,6 @@ public:
     [[nodiscard]] std::shared_ptr<ItemLook> find(const std::string& path) const;
 
 private:
-    struct Handle;
     struct Entry {
         std::shared_ptr<ItemLook> look;
         CancelFlag cancelled;
@@ -142,7 +141,7 @@ private:
     std::deque<std::string> waiting_;                 ///< Paths, the next one first.
     bool underWay_ = false;                           ///< A look runs in the background.
     std::function<void()> idle_;
-    std::shared_ptr<Handle> handle_;
+    WeakAnchor<RemovalLooks> anchor_{*this};
 };
 
 }  // namespace vestigo

@@ -15,11 +15,6 @@
 
 namespace vestigo {
 
-/// How background work reaches its Scanner. Only the main thread looks inside.
-struct Scanner::Handle {
-    Scanner* scanner;
-};
-
 namespace {
 
 constexpr std::size_t rootsPerPublication = 40;
@@ -56,9 +51,8 @@ void walkWithMemory(DirectoryReader& reader,
 /// Posts what a walk reports. Reports of any scan but the current one are dropped on arrival.
 class Scanner::ScanReports : public WalkListener {
 public:
-    ScanReports(std::shared_ptr<MainQueue> main, std::shared_ptr<Handle> handle,
-                std::uint64_t number)
-        : main_(std::move(main)), handle_(std::move(handle)), number_(number) {}
+    ScanReports(std::shared_ptr<MainQueue> main, WeakRef<Scanner> scanner, std::uint64_t number)
+        : main_(std::move(main)), scanner_(std::move(scanner)), number_(number) {}
 
     void progress(std::int64_t count, const std::string& path) override {
         post([count, path](Scanner& scanner) { scanner.receiveProgress(count, path); });
@@ -86,14 +80,14 @@ public:
 private:
     template <class Report>
     void post(Report report) {
-        main_->post([handle = handle_, number = number_, report = std::move(report)]() mutable {
-            auto* const scanner = handle->scanner;
+        main_->post([known = scanner_, number = number_, report = std::move(report)]() mutable {
+            auto* const scanner = known.get();
             if (scanner && scanner->scan_ == number) report(*scanner);
         });
     }
 
     std::shared_ptr<MainQueue> main_;
-    std::shared_ptr<Handle> handle_;
+    WeakRef<Scanner> scanner_;
     std::uint64_t number_;
 };
 
@@ -105,7 +99,7 @@ public:
         : main_(scanner.services_.main),
           inspect_(scanner.services_.inspect),
           closing_(scanner.closing_),
-          handle_(scanner.handle_),
+          scanner_(scanner.anchor_.ref()),
           missing_(std::move(missing)) {}
 
     void operator()() {
@@ -171,14 +165,14 @@ private:
     }
 
     void end() {
-        main_->post([handle = handle_] {
-            if (handle->scanner) handle->scanner->receivePassEnd();
+        main_->post([known = scanner_] {
+            if (auto* const scanner = known.get()) scanner->receivePassEnd();
         });
     }
 
     void publish(SignatureMap found) {
-        main_->post([handle = handle_, found = std::move(found)] {
-            if (handle->scanner) handle->scanner->receiveSignatures(found);
+        main_->post([known = scanner_, found = std::move(found)] {
+            if (auto* const scanner = known.get()) scanner->receiveSignatures(found);
         });
     }
 
@@ -187,22 +181,20 @@ private:
     std::shared_ptr<MainQueue> main_;
     std::function<SignInfo(const std::string&)> inspect_;
     CancelFlag closing_;
-    std::shared_ptr<Handle> handle_;
+    WeakRef<Scanner> scanner_;
     std::vector<std::string> missing_;
 };
 
 Scanner::Scanner(ScannerServices services)
     : services_(std::move(services)),
       results_{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}},
-      regrouping_(*results_.signatures),
-      handle_(std::make_shared<Handle>(Handle{this})) {
+      regrouping_(*results_.signatures) {
     gone_ = services_.order->subscribe([this](const RootSet& gone) { forgetRemoved(gone); });
     if (services_.migrate) services_.migrate();
     loadCache();
 }
 
 Scanner::~Scanner() {
-    handle_->scanner = nullptr;
     closing_.cancel();
     if (task_) task_->cancel();
 }
@@ -230,9 +222,10 @@ void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed, Earl
     readEarlier(std::move(earlier));
     WalkRequest request{.roots = std::move(roots), .rootsAreNamed = rootsAreNamed};
     services_.background->run(
-        services_.priority, [reader = services_.reader, memory = services_.memory,
-                             previous = previous_, request = std::move(request), cancelled = *task_,
-                             reports = ScanReports(services_.main, handle_, scan_)]() mutable {
+        services_.priority,
+        [reader = services_.reader, memory = services_.memory, previous = previous_,
+         request = std::move(request), cancelled = *task_,
+         reports = ScanReports(services_.main, anchor_.ref(), scan_)]() mutable {
             request.previous = previous.get();
             try {
                 walkWithMemory(*reader, memory, request, cancelled, reports);
@@ -254,7 +247,7 @@ void Scanner::readEarlier(EarlierScan earlier) {
     previousIsRead_ = !earlier;
     if (!earlier) return;
     auto reading = [earlier = std::move(earlier), previous = previous_,
-                    reports = ScanReports(services_.main, handle_, scan_)]() mutable {
+                    reports = ScanReports(services_.main, anchor_.ref(), scan_)]() mutable {
         SignatureMap signatures;
         try {
             auto record = earlier();

@@ -199,7 +199,6 @@ public:
     [[nodiscard]] Subscription subscribe(std::function<void(ScannerField)> observer);
 
 private:
-    struct Handle;
     class ScanReports;
     class SignaturePass;
     class Guard;
@@ -243,9 +242,9 @@ private:
     std::uint64_t scan_ = 0;   ///< Which one the results are of, by `order`.
     std::size_t passes_ = 0;
     CancelFlag closing_;
-    std::shared_ptr<Handle> handle_;
     Observers<ScannerField> observers_;
     Subscription gone_;
+    WeakAnchor<Scanner> anchor_{*this};
 };
 
 }  // namespace vestigo

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace vestigo {
 
@@ -42,6 +43,44 @@ public:
 
 private:
     std::shared_ptr<std::atomic<bool>> state_ = std::make_shared<std::atomic<bool>>(false);
+};
+
+/// Leads to an object for as long as it lives. Copies may be held and destroyed on any thread, so a
+/// background job carries one along and looks at it once it is back on the main thread.
+template <class T>
+class WeakRef {
+public:
+    /// The object, or null once it is gone. Only on the main thread, where the object is destroyed:
+    /// the pointer is good until something there may destroy it.
+    [[nodiscard]] T* get() const {
+        const auto object = object_.lock();
+        return object ? *object : nullptr;
+    }
+    /// Whether the object is gone. On another thread it may go right after the answer.
+    [[nodiscard]] bool expired() const { return object_.expired(); }
+
+private:
+    template <class>
+    friend class WeakAnchor;
+    explicit WeakRef(std::weak_ptr<T*> object) : object_(std::move(object)) {}
+
+    std::weak_ptr<T*> object_;
+};
+
+/// Owned by an object to which background work reports back: all references to the object end with
+/// the anchor. It is the last data member, so that it goes before anything that a report touches.
+template <class T>
+class WeakAnchor {
+public:
+    explicit WeakAnchor(T& object) : object_(std::make_shared<T*>(&object)) {}
+    ~WeakAnchor() = default;
+    WeakAnchor(const WeakAnchor&) = delete;
+    WeakAnchor& operator=(const WeakAnchor&) = delete;
+
+    [[nodiscard]] WeakRef<T> ref() const { return WeakRef<T>(object_); }
+
+private:
+    std::shared_ptr<T*> object_;
 };
 
 /// A running thread. The destructor waits for its end.

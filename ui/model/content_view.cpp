@@ -211,7 +211,7 @@ void ContentView::clearFolder() {
 }
 
 void ContentView::exportCSV() {
-    const std::weak_ptr<const void> window = alive_;
+    const auto window = anchor_.ref();
     const auto path = desktop_->chooseCsvFile("vestigo-binaries.csv");
     // The window may have been closed while the panel was open.
     if (!path || window.expired()) return;

@@ -24,6 +24,7 @@
 #include "platform/links.h"
 #include "platform/owner_authentication.h"
 #include "platform/paths.h"
+#include "platform/tasks.h"
 #include "ui/model/notification_center.h"
 #include "ui/model/row_order.h"
 #include "ui/model/settings.h"
@@ -282,7 +283,7 @@ private:
 
     Observers<ContentField> observers_;
     std::vector<Subscription> subscriptions_;
-    std::shared_ptr<const void> alive_ = std::make_shared<char>();  ///< Expires with this object.
+    WeakAnchor<ContentView> anchor_{*this};
 };
 
 }  // namespace vestigo
