@@ -1,4 +1,4 @@
-// The findings as a table for spreadsheets and reports.
+// Writes the findings as a table for spreadsheets and reports.
 #pragma once
 
 #include <string>
@@ -8,9 +8,9 @@
 
 namespace vestigo {
 
-/// A header line, then one line per group in the order given; every line ends with a line feed.
-/// Values are written as the bytes they are. The date of creation is in UTC; it is left empty when
-/// unknown and when it lies beyond the year 9999, which the date's form cannot hold.
+/// The table as text: a header line, then one line for each group in the order given. Every line
+/// ends with a line feed. Values are written as they are, byte for byte. The date of creation is in
+/// UTC; it is empty when unknown, or when it lies beyond the year 9999, which its form cannot hold.
 [[nodiscard]] std::string csvText(const GroupList& groups, const SignatureMap& signatures);
 
 }  // namespace vestigo

@@ -1,3 +1,20 @@
+// How the memory of other files is used and renewed.
+//
+// During a scan the table that was read is constant. Threads look fingerprints up without a lock
+// and mark those that they find in `seen_`; only new fingerprints are collected under a mutex. At
+// the end a new table is made and replaces the file.
+//
+// A fingerprint stays for a few scans after it was last asked for, counted in generations. So scans
+// of different folders in turn do not forget each other's files, and files that are gone do not
+// accumulate.
+//
+// Two programs may scan at a time. The later one merges its fingerprints into what the earlier one
+// has written, if both started from the same table (it has the same seed, by which fingerprints are
+// made); otherwise it replaces the file, which costs time and no result. There is no lock, since a
+// lost update does no more harm than that.
+//
+// Nobody must be able to choose a file that passes for a remembered one, so fingerprints are made
+// with a random seed and only a file that the user alone can write is read.
 #include "persist/file_memory_table.h"
 
 #include <array>
@@ -16,7 +33,7 @@
 namespace vestigo {
 namespace {
 
-// What is asked for again by then stays: scans of some folders in turn all profit.
+// A fingerprint is forgotten if this many scans in a row have not asked for it.
 constexpr unsigned scansUnseen = 4;
 static_assert(scansUnseen + 1 < FingerprintTable::generations);
 
@@ -32,7 +49,8 @@ std::optional<FingerprintTable> tableAt(Files& files, const std::string& path, s
     auto content = files.readOwn(path, std::numeric_limits<std::size_t>::max());
     if (!content.problem.empty()) return std::nullopt;
     auto table = FingerprintTable::fromBytes(std::move(content.bytes), machORules);
-    // Since the clock was set back, files may have been given times that they had before.
+    // The clock was set back, so files may now get times that they have had before in another
+    // state.
     if (table && table->identity().madeAt > now) return std::nullopt;
     return table;
 }
@@ -111,7 +129,7 @@ std::size_t FileMemoryTable::unseen() const {
 }
 
 void FileMemoryTable::finish() {
-    // A few files that have gone since are no reason to write.
+    // If nothing was added and few files are gone, the file is not worth writing.
     const bool same = addedCount_ == 0 && unseen() * 8 <= table_.size();
     if (same && (isInFile_ || !files_)) return;
     auto next = merged();
@@ -133,7 +151,8 @@ bool FileMemoryTable::wasWrittenByAnother() const {
            written->generation != table_.identity().generation;
 }
 
-/// What this scan asked for or added, and what of the base was asked for some scans ago at most.
+/// A table of the fingerprints that this scan has asked for or added, and of those in `base` that
+/// were asked for a few scans ago at most.
 FingerprintTable FileMemoryTable::mergedWith(const FingerprintTable& base) const {
     const auto isAskedFor = [&](std::size_t slot) {
         if (&base == &table_) return isSeen(slot);
@@ -166,7 +185,7 @@ std::optional<std::string> fileMemoryProblem(Files& files, const std::string& pa
     if (!files.exists(path)) return std::nullopt;
     const auto start = files.readOwn(path, FingerprintTable::headerBytes);
     if (!start.problem.empty()) return "cannot use " + path + ": " + start.problem;
-    if (start.bytes.empty() || FingerprintTable::isOne(start.bytes)) return std::nullopt;
+    if (start.bytes.empty() || FingerprintTable::isTable(start.bytes)) return std::nullopt;
     return path + " is no cache of this program, and is left alone";
 }
 

@@ -13,8 +13,8 @@ namespace {
 constexpr std::uint16_t currentVersion = 2;
 constexpr std::array<char, 8> mark = {'v', 'e', 's', 't', 'i', 'g', 'o', '\x1A'};
 
-/// As it lies in the file. The mark stands at both ends, so that a table is known for one although
-/// one of them is damaged.
+/// The header in the form that it has in the file. The mark stands at both ends, so that a table is
+/// still recognised when one of them is damaged.
 struct Header {
     std::array<char, 8> begin = mark;
     std::uint16_t version = currentVersion;
@@ -23,7 +23,7 @@ struct Header {
     std::uint64_t seed = 0;
     std::uint64_t slots = 0;
     std::uint64_t size = 0;
-    std::uint64_t checksum = 0;  ///< Of all bytes, with 0 in its place.
+    std::uint64_t checksum = 0;  ///< Computed over all bytes with this field at 0.
     std::int64_t madeAt = 0;
     std::array<char, 8> end = mark;
 };
@@ -32,13 +32,15 @@ static_assert(sizeof(Header) == headerBytes);
 
 constexpr std::uint64_t generationBits = FingerprintTable::generations - 1;
 
-/// Little more than 11 bytes for each; a search then takes a few steps on average.
+/// The number of slots for so many fingerprints. That is a little more than 11 bytes for each, with
+/// which a search takes a few steps on average.
 constexpr std::size_t slotsFor(std::size_t count) {
     return count + count * 4 / 10 + 8;
 }
 
-/// Without the bits that give way to the generation, and never 0.
-constexpr std::uint64_t kept(std::uint64_t fingerprint) {
+/// The fingerprint without the bits that make room for the generation; never 0, which means a free
+/// slot.
+constexpr std::uint64_t keptBits(std::uint64_t fingerprint) {
     const auto rest = fingerprint & ~generationBits;
     return rest == 0 ? generationBits + 1 : rest;
 }
@@ -85,7 +87,7 @@ std::optional<FingerprintTable::Identity> FingerprintTable::identityIn(std::stri
     return Identity{header.seed, header.generation, header.madeAt, header.rules};
 }
 
-bool FingerprintTable::isOne(std::string_view bytes) {
+bool FingerprintTable::isTable(std::string_view bytes) {
     if (bytes.size() < headerBytes)
         return bytes.starts_with(std::string_view(mark.data(), mark.size()));
     const auto header = headerOf(bytes);
@@ -107,7 +109,7 @@ std::uint64_t FingerprintTable::slot(std::size_t index) const {
 }
 
 std::optional<std::size_t> FingerprintTable::find(std::uint64_t fingerprint) const {
-    const auto wanted = kept(fingerprint);
+    const auto wanted = keptBits(fingerprint);
     const auto count = slotCount();
     auto index = firstSlot(wanted);
     for (std::size_t steps = 0; steps < count; ++steps) {
@@ -130,7 +132,7 @@ std::uint64_t FingerprintTable::at(std::size_t index) const {
 }
 
 void FingerprintTable::insert(std::uint64_t fingerprint, unsigned age) {
-    const auto wanted = kept(fingerprint);
+    const auto wanted = keptBits(fingerprint);
     auto index = firstSlot(wanted);
     for (auto value = slot(index); value != 0; value = slot(index)) {
         if ((value & ~generationBits) == wanted) return;

@@ -1,4 +1,4 @@
-// The keys of the program's own settings.
+// The keys of the program's own settings, and the migration of those of the previous product.
 #pragma once
 
 #include <functional>
@@ -9,21 +9,22 @@
 
 namespace vestigo::preference {
 
-/// Boolean: the first-run disclaimer was accepted. The previous product used the same name.
+/// Boolean: the user has accepted the disclaimer of the first launch. The previous product used the
+/// same name.
 inline constexpr char acceptedDisclaimer[] = "TM_acceptedDisclaimer";
-/// Integer: points added to the text size of table and status bar (0, 4 or 8).
+/// Integer: the points added to the text size of table and status bar (0, 4 or 8).
 inline constexpr char fontDelta[] = "TM_fontDelta";
-/// Boolean: what the previous product left has been taken over.
+/// Boolean: the migration from the previous product has been done.
 inline constexpr char migratedFromTracemole[] = "Vestigo_migratedFromTracemole";
 
 }  // namespace vestigo::preference
 
 namespace vestigo {
 
-/// At the first launch takes over the disclaimer's acceptance and the last scan; at every later one
-/// does nothing. Never overwrites a value or a file of this version. `openPrevious` opens the
-/// settings domain of the previous version, which is only read, and at the first launch only; it
-/// may give null or be empty. Main thread.
+/// At the first launch, takes over from the previous product the acceptance of the disclaimer and
+/// the last scan; at every later launch, does nothing. Never overwrites a value or a file of this
+/// product. `openPrevious` opens the settings of the previous product. It is called at the first
+/// launch only, and may return null or be empty; those settings are only read. Main thread.
 void migrateFromPreviousProduct(Preferences& own,
                                 const std::function<std::shared_ptr<Preferences>()>& openPrevious,
                                 ScanCache& cache);

@@ -38,11 +38,13 @@ void ScanCache::migrateOldCacheFile() {
     }
 }
 
+/// The state shared with the background task, which may outlive the store. The mutex guards `next`
+/// and `writing`; it is not held while the record is written.
 struct BackgroundScanStore::State {
     std::shared_ptr<ScanStore> store;
     std::mutex mutex;
     std::condition_variable idle;
-    std::optional<ScanFile> next;  ///< To be written.
+    std::optional<ScanFile> next;  ///< The record to write next.
     bool writing = false;
 
     void writePending() {
@@ -53,7 +55,7 @@ struct BackgroundScanStore::State {
             try {
                 store->writeScanFile(record);
             } catch (const std::bad_alloc&) {
-                // As any save that fails: the file stays as it was.
+                // As with any other failure, the file stays as it was.
             }
             lock.lock();
         }
@@ -77,6 +79,7 @@ std::optional<ScanFile> BackgroundScanStore::readScanFile() {
 }
 
 void BackgroundScanStore::writeScanFile(const ScanFile& record) {
+    // Copied before the lock is taken, since a record may be large.
     auto copy = record;
     {
         const std::lock_guard lock(state_->mutex);

@@ -1,4 +1,4 @@
-// The file that keeps the last scan between launches.
+// The file that keeps the last scan between launches, and a store that writes it in the background.
 #pragma once
 
 #include <memory>
@@ -12,17 +12,19 @@
 
 namespace vestigo {
 
-/// Main thread only; blocking. Nothing fails visibly: what cannot be read is absent, and a write
-/// that fails leaves the previous file as it was.
+/// Keeps the scan as JSON text in the user's application support folder. Used by one thread at a
+/// time; blocking. Failures are not reported: a file that cannot be read counts as absent, and a
+/// write that fails leaves the previous file as it was.
 class ScanCache : public ScanStore {
 public:
     ScanCache(std::shared_ptr<Files> files, const StandardFolders& folders);
 
-    /// "Vestigo/last-scan.json" in the application support folder. Asking creates the folder.
+    /// The path of "Vestigo/last-scan.json" in the application support folder. Creates that folder.
     [[nodiscard]] std::string cacheFileURL();
     [[nodiscard]] std::optional<ScanFile> readScanFile() override;
     void writeScanFile(const ScanFile& record) override;
-    /// Copies the previous product's file into place if there is one and no current one.
+    /// Copies the file of the previous product into place, if there is one and this product has
+    /// none.
     void migrateOldCacheFile();
 
 private:
@@ -30,16 +32,16 @@ private:
     std::string applicationSupport_;
 };
 
-/// Writes to another store one after the other, in the background; a record that came while one was
-/// being written and was overtaken by a later one is not written. The tasks' destructor waits for
-/// what is under way, so nothing is lost when the program ends. Main thread only.
+/// Writes records to another store in the background, one after the other. Of several records that
+/// arrive while one is being written only the latest is written. The destructor of the tasks waits
+/// for the last of them, so nothing is lost when the program ends. Main thread only.
 class BackgroundScanStore : public ScanStore {
 public:
-    /// `store` is used on background threads too, never on two at a time.
+    /// `store` is used on background threads too, but never by two threads at a time.
     BackgroundScanStore(std::shared_ptr<ScanStore> store, std::shared_ptr<BackgroundTasks> tasks);
     ~BackgroundScanStore() override;
 
-    /// Waits for what is being written.
+    /// Waits until nothing is being written, then reads.
     [[nodiscard]] std::optional<ScanFile> readScanFile() override;
     void writeScanFile(const ScanFile& record) override;
 

@@ -14,11 +14,12 @@ namespace vestigo {
 
 namespace {
 
-/// The index behind the string that begins at `start`; the text's size when it does not end.
+/// The index after the end of the string that begins at `start`; the size of the text if it does
+/// not end.
 std::size_t endOfString(std::string_view text, std::size_t start) {
     for (auto quote = text.find('"', start + 1); quote != std::string_view::npos;
          quote = text.find('"', quote + 1)) {
-        // A quote behind an odd number of backslashes belongs to the string.
+        // A quote after an odd number of backslashes is part of the string.
         const auto before = text.find_last_not_of('\\', quote - 1);
         if ((quote - before) % 2 == 1) return quote + 1;
     }
@@ -32,7 +33,7 @@ bool JsonCutter::atEnd() {
     return rest_.empty();
 }
 
-bool JsonCutter::take(char token) {
+bool JsonCutter::skip(char token) {
     if (atEnd() || rest_.front() != token) return false;
     rest_.remove_prefix(1);
     return true;
@@ -75,23 +76,23 @@ namespace {
 
 namespace dom = simdjson::dom;
 
-/// A value, or that there is none under its key. Every `take` is false, its target unspecified,
-/// when the value is absent or of another type.
+/// A value, or the error that there is none under its key. Each of the `read` functions returns
+/// false if the value is absent or of another type; its target is then unspecified.
 using Value = simdjson::simdjson_result<dom::element>;
 
 bool isAbsent(Value value) {
     return value.error() == simdjson::NO_SUCH_FIELD || value.is_null();
 }
 
-bool take(Value value, bool& target) {
+bool readValue(Value value, bool& target) {
     return !value.get(target);
 }
 
-bool take(Value value, double& target) {
+bool readValue(Value value, double& target) {
     return !value.get(target);
 }
 
-bool take(Value value, std::int64_t& target) {
+bool readValue(Value value, std::int64_t& target) {
     if (!value.get(target)) return true;
     double number = 0;
     if (!value.is_double() || value.get(number)) return false;
@@ -100,7 +101,7 @@ bool take(Value value, std::int64_t& target) {
     return true;
 }
 
-bool take(Value value, std::string& target) {
+bool readValue(Value value, std::string& target) {
     std::string_view text;
     if (value.get(text)) return false;
     target = text;
@@ -108,7 +109,7 @@ bool take(Value value, std::string& target) {
 }
 
 bool readPath(Value value, std::string& target) {
-    return take(value, target) && target.find('\0') == std::string::npos;
+    return readValue(value, target) && target.find('\0') == std::string::npos;
 }
 
 template <class Item, class ReadItem>
@@ -122,36 +123,37 @@ bool readList(Value value, std::vector<Item>& target, ReadItem readItem) {
     return true;
 }
 
-bool take(Value value, BinaryHit& hit) {
+bool readValue(Value value, BinaryHit& hit) {
     dom::object fields;
     if (value.get(fields)) return false;
-    const auto readArch = [](Value arch, std::string& target) { return take(arch, target); };
+    const auto readArch = [](Value arch, std::string& target) { return readValue(arch, target); };
     if (!readPath(fields["path"], hit.path)) return false;
     if (!readList(fields["archs"], hit.archs, readArch)) return false;
-    if (!take(fields["size"], hit.size) || !take(fields["mtime"], hit.mtime)) return false;
-    // Records of older programs do not know the creation time.
+    if (!readValue(fields["size"], hit.size) || !readValue(fields["mtime"], hit.mtime))
+        return false;
+    // Records of older versions have no creation time.
     hit.ctime = hit.mtime;
     const auto ctime = fields["ctime"];
-    return isAbsent(ctime) || take(ctime, hit.ctime);
+    return isAbsent(ctime) || readValue(ctime, hit.ctime);
 }
 
-bool take(Value value, HitRef& target) {
+bool readValue(Value value, HitRef& target) {
     auto hit = std::make_shared<BinaryHit>();
-    if (!take(value, *hit)) return false;
+    if (!readValue(value, *hit)) return false;
     target = std::move(hit);
     return true;
 }
 
-bool take(Value value, SignInfo& info) {
+bool readValue(Value value, SignInfo& info) {
     dom::object fields;
     if (value.get(fields)) return false;
-    return take(fields["isApple"], info.isApple) && take(fields["vendor"], info.vendor);
+    return readValue(fields["isApple"], info.isApple) && readValue(fields["vendor"], info.vendor);
 }
 
-/// False only when there is a value of another type.
+/// Reads a value that may be absent. False only if it is there and of another type.
 template <class Item>
 bool readOptional(Value value, std::optional<Item>& target) {
-    return isAbsent(value) || take(value, target.emplace());
+    return isAbsent(value) || readValue(value, target.emplace());
 }
 
 bool readEntries(Value value, SignatureMap& signatures) {
@@ -160,24 +162,24 @@ bool readEntries(Value value, SignatureMap& signatures) {
     for (const auto entry : entries) {
         if (entry.key.find('\0') != std::string_view::npos) return false;
         SignInfo info;
-        if (!take(Value(dom::element(entry.value)), info)) return false;
+        if (!readValue(Value(dom::element(entry.value)), info)) return false;
         signatures.try_emplace(std::string(entry.key), std::move(info));
     }
     return true;
 }
 
-/// Reads the text piece by piece, which keeps what is in memory beside text and record small.
+/// Parses the text piece by piece. Parsing it whole would take several times its size in memory.
 class Decoder {
 public:
     explicit Decoder(std::size_t pieceSize) : pieceSize_(pieceSize) {}
 
     std::optional<ScanFile> decode(std::string_view bytes) {
         JsonCutter text(bytes);
-        if (!text.take('{')) return std::nullopt;
+        if (!text.skip('{')) return std::nullopt;
         do {
             if (!readMember(text)) return std::nullopt;
-        } while (text.take(','));
-        if (!text.take('}') || !text.atEnd() || !isComplete()) return std::nullopt;
+        } while (text.skip(','));
+        if (!text.skip('}') || !text.atEnd() || !isComplete()) return std::nullopt;
         return std::move(record_);
     }
 
@@ -189,11 +191,11 @@ private:
 
     bool readMember(JsonCutter& text) {
         std::string key;
-        if (!take(parse("", text.string(), ""), key) || !text.take(':')) return false;
+        if (!readValue(parse("", text.string(), ""), key) || !text.skip(':')) return false;
         const auto value = text.values();
         if (!seen_.insert(key).second) return isValid(value);
         if (key == "version") return readOptional(parse("", value, ""), record_.version);
-        if (key == "date") return take(parse("", value, ""), record_.date);
+        if (key == "date") return readValue(parse("", value, ""), record_.date);
         if (key == "roots") return readList(parse("", value, ""), record_.roots, readPath);
         if (key == "hits") return receiveHits(value);
         if (key == "signatures") return receiveSignatures(value);
@@ -203,35 +205,35 @@ private:
     bool receiveHits(std::string_view list) {
         return readPieces(list, "[", "]", [this](Value piece) {
             return readList(piece, record_.hits,
-                            [](Value hit, HitRef& target) { return take(hit, target); });
+                            [](Value hit, HitRef& target) { return readValue(hit, target); });
         });
     }
 
     bool receiveSignatures(std::string_view map) {
-        if (!JsonCutter(map).take('{')) return parse("", map, "").is_null();
+        if (!JsonCutter(map).skip('{')) return parse("", map, "").is_null();
         auto& signatures = record_.signatures.emplace();
         return readPieces(map, "{", "}",
                           [&](Value piece) { return readEntries(piece, signatures); });
     }
 
-    /// Hands on the items of a list or map, as lists or maps of fewer.
-    template <class TakePiece>
+    /// Cuts a list or map into smaller lists or maps and calls `readPiece` with each.
+    template <class ReadPiece>
     bool readPieces(std::string_view items, const char* open, const char* close,
-                    TakePiece readPiece) {
+                    ReadPiece readPiece) {
         JsonCutter text(items);
-        if (!text.take(*open)) return false;
+        if (!text.skip(*open)) return false;
         JsonCutter empty = text;
-        if (empty.take(*close)) return empty.atEnd();
+        if (empty.skip(*close)) return empty.atEnd();
         do {
             const auto piece = text.values(pieceSize_);
             if (JsonCutter(piece).atEnd() || !readPiece(parse(open, piece, close))) return false;
-        } while (text.take(','));
-        return text.take(*close) && text.atEnd();
+        } while (text.skip(','));
+        return text.skip(*close) && text.atEnd();
     }
 
     bool isValid(std::string_view value) { return !parse("", value, "").error(); }
 
-    /// The result lives until the next call.
+    /// Parses the text between the brackets. The result is valid until the next call.
     Value parse(const char* open, std::string_view text, const char* close) {
         piece_.reserve(text.size() + simdjson::SIMDJSON_PADDING + 2);
         piece_.assign(open).append(text).append(close);

@@ -21,8 +21,8 @@ bool isSavable(const BinaryHit& hit) {
     return isSavablePath(hit.path) && std::ranges::all_of(hit.archs, isUtf8);
 }
 
-/// Per byte the letter that stands for it behind a backslash, 'u' for a code; 0 when it is written
-/// as it is.
+/// For each byte the letter that stands for it after a backslash, with 'u' for a numeric escape; 0
+/// for a byte that is written as it is.
 constexpr auto escapeLetters = [] {
     std::array<char, 256> letters{};
     for (std::size_t control = 0; control < 0x20; ++control) letters[control] = 'u';
@@ -70,8 +70,8 @@ void appendNumber(std::string& out, std::int64_t value) {
 }
 
 void appendNumber(std::string& out, double value) {
-    // Readers take a run of digits for an integer: one that is too long fails, and -0 loses its
-    // sign. An exponent prevents both.
+    // Readers take a number of digits alone for an integer: they refuse one that is too long, and
+    // -0 loses its sign. An exponent prevents both.
     const bool plain = value == 0 ? !std::signbit(value) : std::fabs(value) < 1e15;
     std::array<char, 32> text{};
     const auto result =
@@ -166,7 +166,7 @@ bool isFinite(const ScanFile& record) {
            });
 }
 
-/// Enough for nearly every record to be written without moving the text.
+/// A size in which nearly every record fits, so that the text is not moved while it grows.
 std::size_t expectedSize(const ScanFile& record) {
     constexpr std::size_t besidePath = 128;
     std::size_t size = 4096;

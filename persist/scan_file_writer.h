@@ -1,4 +1,4 @@
-// The saved scan as JSON text.
+// Writes a scan as JSON text, to be saved.
 #pragma once
 
 #include <optional>
@@ -8,13 +8,13 @@
 
 namespace vestigo {
 
-/// Compact UTF-8 JSON, every slash in a string escaped. The same record always gives the same text:
-/// hits in their order, signatures ordered by root. Numbers are read back bit for bit. Signatures
-/// that are absent are written as an empty map.
+/// The record as compact JSON in UTF-8, in which every slash in a string is escaped. The same
+/// record always gives the same text: hits keep their order, signatures are ordered by root.
+/// Numbers are read back bit for bit. Absent signatures are written as an empty map.
 ///
-/// What JSON text cannot hold is left out: roots, hits and signatures with a string that is not
-/// valid UTF-8 or a path that contains a NUL. Absent when the date or a hit has a number that is
-/// not finite.
+/// Roots, hits and signatures are left out if JSON text cannot hold them: if a string is not valid
+/// UTF-8, or if a path contains a NUL. The result is absent if the date or a time of a hit is not
+/// finite.
 [[nodiscard]] std::optional<std::string> encodeScanFile(const ScanFile& record);
 
 }  // namespace vestigo

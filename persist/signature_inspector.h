@@ -1,4 +1,5 @@
-// Who signed the code at a group's root: facts from the platform, and what they mean.
+// Finds out who signed the code at a group's root. The platform gives the facts; a pure function
+// decides what they mean.
 #pragma once
 
 #include <optional>
@@ -10,23 +11,24 @@
 
 namespace vestigo {
 
-/// What the platform answered about one path.
+/// The platform's answers about one path.
 struct SignatureAnswers {
     bool isCode = false;
-    bool isAnchoredToApple = false;  ///< Asked only where `mayBeApple`.
+    bool isAnchoredToApple = false;  ///< Only asked for where `mayBeApple` is true.
     std::optional<SigningInformation> information;
 };
 
-/// Whether the path lies where the system's own code lies. Only there can code be Apple's, and
-/// only there is the costly question asked.
+/// Whether the path lies in a place of the system's own code. Only there is code taken for Apple's,
+/// and only there is the costly question asked.
 [[nodiscard]] bool mayBeApple(std::string_view path);
 
-/// Never empty-handed: what is no code, is not signed or cannot be read is "unsigned". The vendor
-/// is the common name of the signer's certificate without the words for its role before it and the
-/// team in parentheses behind it (empty when nothing else is left), else the team identifier.
+/// Decides by the answers. It always returns a summary, if only "unsigned": for a path that is no
+/// code, is not signed or cannot be read. The vendor is the common name of the signer's
+/// certificate, without the role before it and the team in parentheses after it, which may leave
+/// nothing. Without a certificate it is the team identifier.
 [[nodiscard]] SignInfo signInfoFrom(std::string_view path, const SignatureAnswers& answers);
 
-/// Asks the platform and decides. Blocking, and long for Apple's own large bundles. Thread-safe.
+/// Asks the platform and decides. Blocking, for long with large bundles of the system. Thread-safe.
 [[nodiscard]] SignInfo inspectSignature(CodeSigning& signing, const std::string& path);
 
 }  // namespace vestigo
