@@ -1,3 +1,25 @@
+// How the administrator's script keeps items safe.
+//
+// All items go through one script, so that the user is asked for a password once. It runs as root,
+// perhaps minutes after it was written, in a Trash that the user's other programs change meanwhile.
+// So it trusts nothing that was found out before: it compares each item's inode number and the
+// change times of everything in it with the time of a reference file, right before the move.
+//
+// Its main danger is to overwrite something in the Trash, for `mv` replaces whatever has the name.
+// The script therefore first takes the name with an empty placeholder of the item's kind, which
+// fails if the name is taken, and then moves the item over its own placeholder. A placeholder is
+// recognised by a second link to it in the journal (a file) or by its listing (a folder that nobody
+// may enter), so that no other file is ever taken for one. Placeholders of items that did not come
+// are removed again.
+//
+// With notes (the Linux Trash) each item also gets a note about where it came from, before it
+// moves. The journal is a folder that lists what the script has put into the Trash without an item
+// yet. It is cleared at the end, or by a later run if the script was killed. A script that is alive
+// holds a lock on its journal; in a Trash without notes the name of the journal has its process
+// number instead.
+//
+// The script runs in /bin/sh, which is a different shell on different systems, so it uses only what
+// all of them know.
 #include "actions/administrator_cleanup.h"
 
 #include <string>
@@ -8,8 +30,16 @@
 #include "platform/paths.h"
 
 namespace vestigo {
-
 namespace {
+
+constexpr char scriptName[] = "/tm_sys_cleanup.sh";
+constexpr char notRemoved[] = "System items were not removed (admin prompt cancelled or failed).";
+constexpr char notWritten[] =
+    "System items were not removed: the clean-up script could not be written to the temporary "
+    "folder.";
+constexpr char notPrivate[] =
+    "System items were not removed: the temporary folder for the clean-up script is not yours "
+    "alone.";
 
 constexpr char start[] = R"sh(exec >/dev/null 2>&1
 umask 077
@@ -19,8 +49,9 @@ is_folder() { [ -d "$1" ] && [ ! -L "$1" ]; }
 is_folder "$trash" || exit 1
 )sh";
 
-// What a journal in the Trash holds is described where the Trash makes it. The script takes nothing
-// out of it: whoever clears the journal at the end can tell more of what is there than a shell.
+// The content of the journal is described where the Trash makes it (`CleanupNotes`). The script
+// takes nothing out of it: the program that clears the journal at the end can examine more than a
+// shell can.
 constexpr char withNotes[] = R"sh([ "$(cd -P "$trash" && pwd -P)" = "$trash" ] || exit 1
 is_folder "$notes" && exec 9<"$journal" && flock -n -s 9 || exit 1
 reference=$journal/notes/1
@@ -37,11 +68,13 @@ move_as() { mv -fT "$1" "$trash/$2"; } # item, name
 finish() { exit 0; }
 )sh";
 
-// Where mv knows no -T, a folder gets its name in a folder that nobody else may enter. It can be
-// seen in the Trash, so whatever a killed script leaves in it is not lost.
+// Some systems have no `mv -T`, and would move a folder into its placeholder. There a folder gets
+// its new name inside a folder that only root may enter, and is moved from there. That folder is
+// visible in the Trash, so an item that a killed script leaves in it is not lost.
 //
-// The script makes its journal itself, and clears those of scripts that were killed: nobody else
-// may look into them. It looks at one from within, as the user may put another folder in its place.
+// The script makes its journal itself and clears those of killed scripts, because the program may
+// not read folders of root. It enters a journal before it examines it, since the user could
+// otherwise put another folder in its place in between.
 constexpr char withoutNotes[] = R"sh(clear_journal() { # in the current folder
     for taken in files/* files/.*; do
         name=${taken##*/}
@@ -87,8 +120,8 @@ finish() {
 }
 )sh";
 
-// What was made is told by looking at it and not by how a program ended: one that is killed, or
-// cannot be waited for, may have done its work.
+// The script decides by the state of the disk and not by the exit status of a command: a command
+// that was killed may still have done its work.
 constexpr char common[] = R"sh(failures=0
 is_inode() { # number, item
     set -- "$1" $(ls -di "$2")
@@ -160,7 +193,7 @@ std::string header(const CleanupPlan& plan) {
     return text + start + (plan.notes ? withNotes : withoutNotes) + common;
 }
 
-/// Of the item with this number, from 1 on.
+/// The commands that move the item with this number, counted from 1.
 std::string moveOf(const CleanupPlan& plan, std::size_t number) {
     const auto& [path, identity] = plan.items[number - 1];
     const auto inode = "inode=" + std::to_string(identity.number) + "\n";
@@ -170,7 +203,7 @@ std::string moveOf(const CleanupPlan& plan, std::size_t number) {
     const auto note = std::to_string(number);
     const auto renamed = "move_renamed " + item + " " + shellQuoted(stem) + " " +
                          shellQuoted(ending) + " " + note + "\n";
-    // A name that is too long for the Trash cannot be taken.
+    // The item's own name is not tried if it is too long for the Trash.
     if (own.size() > plan.longestName) return inode + renamed + "settle\n";
     return inode + "if take " + item + " " + shellQuoted(own) + " " + note + "; then\n" + "mv -f " +
            item + " " + shellQuoted(plan.folder) + "/ 2>/dev/null || true\nelse\n" + renamed +
@@ -205,25 +238,12 @@ std::array<std::string, 2> osascriptArguments(std::string_view scriptPath) {
     return {"-e", statement};
 }
 
-namespace {
-
-constexpr char scriptName[] = "/tm_sys_cleanup.sh";
-constexpr char notRemoved[] = "System items were not removed (admin prompt cancelled or failed).";
-constexpr char notWritten[] =
-    "System items were not removed: the clean-up script could not be written to the temporary "
-    "folder.";
-constexpr char notPrivate[] =
-    "System items were not removed: the temporary folder for the clean-up script is not yours "
-    "alone.";
-
-}  // namespace
-
 AdministratorCleanup::AdministratorCleanup(AdministratorCleanupServices services)
     : services_(std::move(services)) {
     if (!services_.files->isPrivateFolder(services_.temporary)) return;
     CancelFlag atOnce;
     atOnce.cancel();
-    // Whoever holds the folder, another window's program perhaps, is using its script.
+    // If another window or program holds the lock, it is using the script.
     const auto lock = services_.files->lockFolder(services_.temporary, atOnce);
     if (lock) services_.files->remove(services_.temporary + scriptName);
 }
@@ -242,7 +262,7 @@ std::optional<std::string> AdministratorCleanup::runAdminCleanup(
     return error ? error : refusal;
 }
 
-// The question for the password may stay open for long, and another run's may come first.
+// The wait for the lock may be long, because another run's question for the password may be open.
 std::optional<std::string> AdministratorCleanup::run(const std::vector<CleanupItem>& items) {
     const auto lock = services_.files->lockFolder(services_.temporary, withdrawn_);
     if (withdrawn_.cancelled()) return notRemoved;
@@ -260,7 +280,7 @@ std::optional<std::string> AdministratorCleanup::runScript(const std::string& te
     const auto script = services_.temporary + scriptName;
     if (!services_.files->replace(script, text, Access::ownerOnly)) return notWritten;
     const auto run = services_.administrator->runScript(script, withdrawn_);
-    // A shell that runs it has it open.
+    // A shell that still runs the script has it open and can go on.
     services_.files->remove(script);
     if (run.launchError) return run.launchError;
     return run.status == 0 ? std::nullopt : std::optional<std::string>(notRemoved);

@@ -14,22 +14,24 @@
 
 namespace vestigo {
 
-/// As one word of a shell command that stands for exactly these bytes. They hold no NUL.
+/// The text as one word of a shell command that stands for exactly these bytes. It must not contain
+/// a NUL.
 [[nodiscard]] std::string shellQuoted(std::string_view text);
 
-/// Moves the plan's items in order; one that fails does not stop the others. An item whose name is
-/// taken in the Trash when it is its turn gets the next free one; nothing is ever overwritten. The
-/// script ends with 0 once it has tried each item, and with another status, before it has moved
-/// anything, where the Trash is no real folder or cannot be written to.
+/// The shell script that moves the plan's items to the Trash, in order. An item that fails does not
+/// stop the others. An item gets the next free name if its own is taken in the Trash by then;
+/// nothing is ever overwritten. The script exits with 0 once it has tried all items. If the Trash
+/// is no real folder or cannot be written to, it exits with another status before it has moved
+/// anything.
 ///
-/// The script may run long after it was written. An item stays that has taken another one's path,
-/// and one in which anything has changed since.
+/// The script may run long after it was written. It leaves an item in place if another one has
+/// taken its path, or if anything in it has changed since.
 [[nodiscard]] std::string cleanupScript(const CleanupPlan& plan);
 
-/// What /usr/bin/osascript is given so that it asks for an administrator and runs the script.
+/// The arguments with which /usr/bin/osascript asks for an administrator and runs the script.
 [[nodiscard]] std::array<std::string, 2> osascriptArguments(std::string_view scriptPath);
 
-/// All are required.
+/// The services that a clean-up needs. All are required.
 struct AdministratorCleanupServices {
     std::shared_ptr<Administrator> administrator;
     std::shared_ptr<Files> files;
@@ -37,22 +39,24 @@ struct AdministratorCleanupServices {
     std::string temporary;  ///< The user's private temporary folder, without a trailing slash.
 };
 
-/// Whatever an earlier program has left of its script goes when this is made. All runs of a user
-/// share the place of their script, so they come one after the other, also those
-/// of another window or of a program started twice. Thread-safe.
+/// Moves items that only an administrator may move to the user's Trash. Constructing it removes a
+/// script that an earlier program has left behind. All runs of a user share one path for their
+/// script, so they wait for each other, also those of other windows and of a second instance of the
+/// program. Thread-safe.
 class AdministratorCleanup {
 public:
     explicit AdministratorCleanup(AdministratorCleanupServices services);
 
-    /// Has one script move all these items to the user's Trash, after the system has asked for an
-    /// administrator. Whatever is protected, or on another disk, is left out. Absent when the
-    /// script has run and nothing was left out, which does not mean that each item could be moved;
-    /// else why not, for the user to read. Blocking, as long as the question is open; never on the
-    /// main thread.
+    /// Has one script move all these items, after the system has asked for an administrator. Items
+    /// that are protected or on another disk are left out. The result is absent when the script has
+    /// run and nothing was left out, though an item may still have failed; otherwise it is the
+    /// reason, for the user to read. Blocking for as long as the question is open; must not be
+    /// called on the main thread.
     [[nodiscard]] std::optional<std::string> runAdminCleanup(const std::vector<CleanupItem>& items);
 
-    /// For the end of the program: runs return within a moment from now on. A question that is open
-    /// is withdrawn and none is asked any more; a script that is running ends alone.
+    /// To be called when the program ends. Runs return within a moment from now on: an open
+    /// question is withdrawn and no further one is asked. A script that is running goes on alone to
+    /// its end.
     void withdraw() { withdrawn_.cancel(); }
 
 private:

@@ -1,4 +1,4 @@
-// The links that a Homebrew formula leaves behind when its folder in the Cellar has gone.
+// Removes the links that a Homebrew formula leaves behind when its folder in the Cellar is gone.
 #pragma once
 
 #include <cstddef>
@@ -10,13 +10,13 @@
 
 namespace vestigo {
 
-/// "." and ".." resolved and redundant separators dropped, in the text alone: no link is looked at.
-/// `path` is absolute.
+/// The path with "." and ".." resolved and without redundant slashes. Only the text counts: links
+/// are not followed. `path` must be absolute.
 [[nodiscard]] std::string standardizedPath(std::string_view path);
 
-/// Removes the links in the link folders beside the keg's Cellar ("bin", "lib", ...) that point to
-/// the keg or into it and lead nowhere; how many. A link is looked at again just before it goes,
-/// and stays when it works in any way. Blocking.
+/// Removes the dead links that point to the keg or into it, from the link folders beside its Cellar
+/// ("bin", "lib", ...). Returns their number. Each link is examined again right before it is
+/// removed, and stays if it leads anywhere by then. Blocking.
 std::size_t cleanDeadSymlinks(const std::string& kegPath, Links& links, Files& files);
 
 }  // namespace vestigo

@@ -12,7 +12,8 @@ namespace {
 
 constexpr std::string_view applicationEnding = ".app";
 
-/// The names of one folder, found by how they begin and given in the folder's order.
+/// The names in one folder, sorted for searches by prefix. It is read once for all groups, since
+/// each application is searched for in the same folders.
 class Listing {
 public:
     Listing(Files& files, const std::string& folder)
@@ -22,6 +23,7 @@ public:
             byName_, {}, [this](std::size_t i) -> auto& { return names_[i]; });
     }
 
+    /// The names with this prefix, in the order in which the folder lists them.
     [[nodiscard]] std::vector<std::string_view> beginningWith(std::string_view prefix) const {
         const auto name = [this](std::size_t i) { return std::string_view(names_[i]); };
         std::vector<std::size_t> found;
@@ -37,24 +39,26 @@ public:
 
 private:
     std::vector<std::string> names_;
-    std::vector<std::size_t> byName_;
+    std::vector<std::size_t> byName_;  ///< Indices of `names_`, sorted by name.
 };
 
-/// Whether it names one entry of a folder, and neither the folder itself nor anything beyond it.
+/// Whether the text is the name of an entry in a folder. If not, a path made with it could lead to
+/// the folder itself or out of it.
 bool isEntryName(std::string_view name) {
     constexpr std::string_view neverInNames("/\0", 2);
     return !name.empty() && name != "." && name != ".." &&
            name.find_first_of(neverInNames) == name.npos;
 }
 
-/// The last component of a root that ends in ".app", without that. A name that is nothing else has
-/// no extension.
+/// The last component of a root that ends in ".app", without that ending. A component that is only
+/// ".app" has no extension and is returned whole.
 std::string_view applicationName(const BundleGroup& group) {
     auto name = group.name();
     if (name.size() > applicationEnding.size()) name.remove_suffix(applicationEnding.size());
     return name;
 }
 
+/// Collects the leftovers of one group after the other.
 class Search {
 public:
     Search(const LeftoverPlaces& places, BundleReader& bundles, Files& files)
@@ -80,9 +84,9 @@ public:
 
 private:
     void offerByIdentifier(const std::string& id) {
-        // An identifier of one word ("com", "com.") is shared by many makers, and begins the names
-        // of many more. It says no more than an application's name does, so its matches are called
-        // name matches too: the sheet then says that others may share them and why they are off.
+        // An identifier of one word ("com", "com.") is shared by many makers and is the beginning
+        // of many more names. It says no more than an application's name, so files found by it are
+        // fuzzy too: the sheet then says that others may share them and why they are off.
         const auto stop = id.find('.');
         const bool fuzzy = stop == id.npos || id.find_first_not_of('.', stop) == id.npos ||
                            id.find_first_not_of('.') > stop;

@@ -1,4 +1,4 @@
-// The support files that applications keep outside their bundles.
+// Finds the support files that applications keep outside their bundles.
 #pragma once
 
 #include <span>
@@ -11,17 +11,20 @@
 
 namespace vestigo {
 
+/// The folders in which support files are searched for.
 struct LeftoverPlaces {
-    std::string home;                  ///< The user's.
-    std::string library = "/Library";  ///< The machine-wide one.
+    std::string home;                  ///< The home folder of the user.
+    std::string library = "/Library";  ///< The Library folder of the whole machine.
 };
 
-/// What exists of the support files of these groups, each once: groups in their order, for each the
-/// fixed order of the places, in a place the file system's order. Only roots that end in ".app"
-/// have any. Matches by identifier are on, matches by name are off and fuzzy, and so are names that
-/// begin with an identifier of one word; what lies in the machine-wide Library is marked as the
-/// system's. What cannot be read counts as not there; so does
-/// an identifier or a name that would lead out of the places. Changes nothing. Blocking.
+/// The support files of these groups that exist, each once. They are ordered by group, then by
+/// place in a fixed order, then as the file system lists them. Only groups with a root that ends in
+/// ".app" have any.
+///
+/// Files found by the application's identifier are on. Files found by its name, or by an identifier
+/// of one word, are fuzzy and off, since other programs may share them. Files in the machine-wide
+/// Library are marked as the system's. A file or folder that cannot be read counts as absent, and
+/// so does an identifier or name that would lead out of the places. Changes nothing. Blocking.
 [[nodiscard]] std::vector<Leftover> findLeftovers(std::span<const BundleGroup* const> groups,
                                                   const LeftoverPlaces& places,
                                                   BundleReader& bundles, Files& files);

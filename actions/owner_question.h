@@ -29,7 +29,7 @@ private:
 
     std::shared_ptr<MainQueue> main_;
     std::shared_ptr<OwnerAuthentication> authentication_;
-    std::function<void()> confirmed_;  ///< Of the open question.
+    std::function<void()> confirmed_;  ///< To be called if the open question is answered with yes.
     /// Present while a question is open. Each question has its own, so that the answer to one that
     /// was withdrawn is not taken for the answer to the next.
     std::optional<WeakAnchor<OwnerQuestion>> open_;

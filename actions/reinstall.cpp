@@ -1,3 +1,16 @@
+// How a reinstall survives the window and the program.
+//
+// Homebrew runs in a session of its own, and its note (which formula, for which group), output and
+// exit status are files in a folder; see platform/lasting_processes.h. Nothing that ends the
+// program can therefore end an installation in the middle. A window only follows those files. When
+// it closes, the run is free again, and the next window takes it over: it first says that the
+// reinstall still runs, or how it has ended, or that this is unknown. A run is forgotten once its
+// end has been reported.
+//
+// Output may arrive faster than the log can show it. `Output` collects it in portions under a
+// mutex, on the thread that reads it, and posts one job at a time, which delivers one portion. So
+// the main thread is never flooded with jobs, and the end is always reported after the last
+// portion.
 #include "actions/reinstall.h"
 
 #include <deque>
@@ -13,8 +26,8 @@
 namespace vestigo {
 namespace {
 
-/// Whether moving the item would take the native Homebrew, or something in it, whatever links lead
-/// there from either path. Also where nobody can tell.
+/// Whether moving the item would move the native Homebrew or a part of it. Links in both paths are
+/// resolved. True also if that cannot be found out.
 bool wouldRemoveNative(const std::string& path, const std::string& installation, Files& files) {
     const auto takes = [](const std::string& item, const std::string& place) {
         return liesUnder(item, place) || liesUnder(place, item);
@@ -31,8 +44,8 @@ bool wouldRemoveNative(const std::string& path, const std::string& installation,
     return false;
 }
 
-/// How much of its last output, in bytes, is shown of a reinstall that failed unseen: it may say
-/// why.
+/// The most bytes of output that are shown of a reinstall that failed while no window followed it.
+/// The end of its output may say why it failed.
 constexpr std::size_t lastOutputSize = 1500;
 
 std::string quoted(const std::string& formula) {
@@ -69,7 +82,7 @@ std::string endText(const ReinstallEnd& end, const std::string& lastOutput) {
     return text + " The last that it wrote:\n\n" + lastOutput.substr(0, lastLetter + 1);
 }
 
-/// Formulas are file names, and so hold no such byte.
+/// A formula is a file name, so it cannot contain this byte.
 constexpr char betweenFields = '\0';
 
 std::string encoded(const ReinstallTarget& target) {
@@ -82,7 +95,7 @@ ReinstallTarget decoded(const std::string& note) {
     return {note.substr(0, end), note.substr(end + 1)};
 }
 
-/// The last whole lines that have room.
+/// Shortens the text to the last whole lines that fit into `lastOutputSize`.
 void keepLastLines(std::string& text) {
     if (text.size() <= lastOutputSize) return;
     const auto line = text.find('\n', text.size() - lastOutputSize);
@@ -91,15 +104,14 @@ void keepLastLines(std::string& text) {
 
 }  // namespace
 
-/// Brings what a process prints to the main thread, and its end after that. The process may print
-/// faster than the log takes it in: what piles up is kept in portions, one of which each job
-/// delivers.
+/// Brings the output of a process to the main thread, and its end after that. Shared by the thread
+/// that follows the process and the jobs that are posted.
 class Reinstall::Output : public std::enable_shared_from_this<Output> {
 public:
     Output(std::shared_ptr<MainQueue> main, WeakRef<Reinstall> reinstall)
         : main_(std::move(main)), reinstall_(std::move(reinstall)) {}
 
-    /// A chunk that is no text by itself is left out.
+    /// Adds a chunk of output. A chunk that is not valid UTF-8 by itself is left out.
     void add(std::string_view chunk) {
         if (chunk.empty() || !isUtf8(chunk) || reinstall_.expired()) return;
         const std::lock_guard lock(mutex_);
@@ -121,13 +133,13 @@ private:
     };
     static constexpr std::size_t portionSize = 262144;
 
-    /// With the lock held.
+    /// Posts a job unless one is waiting already. The caller holds the lock.
     void schedule() {
         if (std::exchange(scheduled_, true)) return;
         main_->post([self = shared_from_this()] { self->deliver(); });
     }
 
-    /// On the main thread.
+    /// Delivers one portion, or the end after the last one. Runs on the main thread.
     void deliver() {
         auto* const reinstall = reinstall_.get();
         if (!reinstall) return;
@@ -144,8 +156,8 @@ private:
                 if (!portions_.empty() || end_) schedule();
             }
         }
-        if (!text.empty()) reinstall->printed(std::move(text));
-        if (end) reinstall->ended(end->status);
+        if (!text.empty()) reinstall->receiveOutput(std::move(text));
+        if (end) reinstall->receiveEnd(end->status);
     }
 
     std::shared_ptr<MainQueue> main_;
@@ -169,7 +181,7 @@ const ReinstallTarget* Reinstall::running() const {
     return current_ ? &current_->target : nullptr;
 }
 
-void Reinstall::note(std::string text) {
+void Reinstall::log(std::string text) {
     observers_.notify({.log = std::move(text), .running = current_.has_value()});
 }
 
@@ -186,7 +198,7 @@ void Reinstall::startReinstall(const ReinstallTarget& target) {
     auto started =
         services_.processes->start(command(target.formula), services_.folder, encoded(target));
     if (const auto* const error = std::get_if<std::string>(&started)) {
-        return note("\nFailed to launch: " + *error);
+        return log("\nFailed to launch: " + *error);
     }
     follow({target, std::get<std::unique_ptr<LastingRun>>(std::move(started)), false});
 }
@@ -216,49 +228,49 @@ void Reinstall::follow(Current current) {
                           [output](std::optional<int> status) { output->end(status); });
 }
 
-void Reinstall::printed(std::string text) {
+void Reinstall::receiveOutput(std::string text) {
     if (current_->takenOver) {
         current_->lastOutput += text;
         keepLastLines(current_->lastOutput);
     }
-    note(std::move(text));
+    log(std::move(text));
 }
 
-void Reinstall::ended(std::optional<int> status) {
-    const auto over = std::exchange(current_, std::nullopt);
-    ReinstallReport report{.log = lastLine(status), .end = ReinstallEnd{over->target, status}};
-    if (over->takenOver) report.notice = endText(*report.end, over->lastOutput);
+void Reinstall::receiveEnd(std::optional<int> status) {
+    const auto finished = std::exchange(current_, std::nullopt);
+    ReinstallReport report{.log = lastLine(status), .end = ReinstallEnd{finished->target, status}};
+    if (finished->takenOver) report.notice = endText(*report.end, finished->lastOutput);
     observers_.notify(report);
-    over->run->forget();
-    if (over->takenOver) takeOver();
+    finished->run->forget();
+    if (finished->takenOver) takeOver();
 }
 
 void Reinstall::confirmRemoveOldCopy(const std::string& path) {
-    oldCopyLooks_ = services_.looks();
-    oldCopyLooks_->add({path, services_.files->identity(path), CodeRule::noKeptGroup});
+    oldCopyChecks_ = services_.checks();
+    oldCopyChecks_->add({path, services_.files->identity(path), CodeRule::noKeptGroup});
     question_.ask("confirm removing the old Intel build", [this, path] {
-        oldCopyLooks_->whenIdle([this, path] { removeOldIntelCopy(path); });
+        oldCopyChecks_->whenIdle([this, path] { removeOldIntelCopy(path); });
     });
 }
 
 void Reinstall::withdraw() {
     question_.withdraw();
-    oldCopyLooks_.reset();
+    oldCopyChecks_.reset();
 }
 
 void Reinstall::removeOldIntelCopy(const std::string& path) {
-    const auto looks = std::move(oldCopyLooks_);
+    const auto checks = std::move(oldCopyChecks_);
     const auto message = wouldRemoveNative(path, services_.places.installation, *services_.files)
                              ? leftInPlace(path, "belongs to the arm64 Homebrew")
-                             : services_.trashPath(path, looks.get());
-    if (message) return note("\nTrash failed: " + *message);
+                             : services_.trashPath(path, checks.get());
+    if (message) return log("\nTrash failed: " + *message);
     const auto count = cleanDeadSymlinks(path, *services_.links, *services_.files);
-    note("\nMoved " + path + " to Trash.");
-    note("\nCleaned " + std::to_string(count) + " dead symlink" + (count == 1 ? "" : "s") +
-         ". You can close this.");
+    log("\nMoved " + path + " to Trash.");
+    log("\nCleaned " + std::to_string(count) + " dead symlink" + (count == 1 ? "" : "s") +
+        ". You can close this.");
 }
 
-std::string goesOnText(const ReinstallTarget& target) {
+std::string continuesText(const ReinstallTarget& target) {
     return "Homebrew goes on reinstalling " + quoted(target.formula) +
            " by itself. Vestigo will say how that ended when it is opened again.";
 }

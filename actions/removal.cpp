@@ -33,20 +33,20 @@ Removal::~Removal() = default;
 
 void Removal::open(std::span<const BundleGroup* const> groups) {
     close();
-    looks_ = scanner_.removalLooks();
+    checks_ = scanner_.removalChecks();
     for (const auto* const group : groups) {
         plan_.groups.push_back(group->root);
-        note(group->root, CodeRule::noArm64);
-        looks_->add(items_.at(group->root));
+        recordItem(group->root, CodeRule::noArm64);
+        checks_->add(items_.at(group->root));
     }
     plan_.leftovers = findLeftovers(groups, services_.places, *services_.bundles, *services_.files);
     for (const auto& leftover : plan_.leftovers) {
-        note(leftover.path, CodeRule::noKeptGroup);
-        if (leftover.on) looks_->add(items_.at(leftover.path));
+        recordItem(leftover.path, CodeRule::noKeptGroup);
+        if (leftover.on) checks_->add(items_.at(leftover.path));
     }
 }
 
-void Removal::note(const std::string& path, CodeRule rule) {
+void Removal::recordItem(const std::string& path, CodeRule rule) {
     items_[path] = {path, services_.files->identity(path), rule};
 }
 
@@ -60,11 +60,11 @@ bool Removal::retain(std::span<const BundleGroup* const> groups) {
     for (const auto* const group : staying) left.erase(group->root);
     std::erase_if(plan_.groups, [&](const auto& root) { return left.contains(root); });
     for (const auto& root : left) {
-        looks_->drop(root);
+        checks_->drop(root);
         if (!services_.files->kind(root)) continue;
-        keepFirst(departed_, leftInPlace(root, whyItLeft(root)));
+        keepFirst(withdrawalReason_, leftInPlace(root, whyWithdrawn(root)));
     }
-    // A leftover goes with the last group that it is found for.
+    // A leftover stays in the plan while any group in the plan has it.
     std::unordered_set<std::string> found;
     for (auto& leftover :
          findLeftovers(staying, services_.places, *services_.bundles, *services_.files)) {
@@ -72,13 +72,13 @@ bool Removal::retain(std::span<const BundleGroup* const> groups) {
     }
     std::erase_if(plan_.leftovers, [&](const Leftover& leftover) {
         if (found.contains(leftover.path)) return false;
-        looks_->drop(leftover.path);
+        checks_->drop(leftover.path);
         return true;
     });
     return true;
 }
 
-const char* Removal::whyItLeft(const std::string& root) const {
+const char* Removal::whyWithdrawn(const std::string& root) const {
     if (scanner_.isAppleSigned(root)) return "is signed by Apple";
     const auto isKept = [&root](const BundleGroup& group) {
         return group.root == root && group.fix == Fix::keep;
@@ -89,35 +89,35 @@ const char* Removal::whyItLeft(const std::string& root) const {
 
 void Removal::setLeftoverOn(const std::string& path, bool on) {
     const auto found = std::ranges::find(plan_.leftovers, path, &Leftover::path);
-    // Once the owner has agreed, nothing joins what they have agreed to.
+    // Once the owner has agreed, nothing joins the items that they have agreed to.
     if (found == plan_.leftovers.end() || checking_) return;
     found->on = on;
     if (on) {
-        looks_->add(items_.at(path));
+        checks_->add(items_.at(path));
     } else {
-        looks_->drop(path);
+        checks_->drop(path);
     }
 }
 
 void Removal::close() {
     question_.withdraw();
-    looks_.reset();
+    checks_.reset();
     items_.clear();
     plan_ = {};
-    departed_.reset();
+    withdrawalReason_.reset();
     setChecking(false);
 }
 
 void Removal::confirmDelete() {
     if (checking_) return;
     question_.ask("confirm moving " + std::to_string(plan_.groups.size()) + " item(s) to the Trash",
-                  [this] { performWhenLookedInto(); });
+                  [this] { performWhenChecked(); });
 }
 
-void Removal::performWhenLookedInto() {
-    if (!looks_) return;
+void Removal::performWhenChecked() {
+    if (!checks_) return;
     setChecking(true);
-    looks_->whenIdle([this] {
+    checks_->whenIdle([this] {
         setChecking(false);
         performDelete();
     });
@@ -128,14 +128,15 @@ void Removal::setChecking(bool value) {
 }
 
 void Removal::performDelete() {
-    // Taken whole: what the removal changes in the findings must not change it any more.
+    // The plan is moved out first: trashing groups changes the findings, and the observers of those
+    // would take groups out of the plan while it is being worked on.
     const auto plan = std::exchange(plan_, {});
-    const auto looks = std::move(looks_);
-    auto message = scanner_.trashGroups({plan.groups.begin(), plan.groups.end()}, looks.get());
-    keepFirst(message, scanner_.trashPaths(tickedPaths(plan, false), looks.get()));
-    auto [systemItems, refusal] = scanner_.allowedToGo(tickedPaths(plan, true), looks.get());
+    const auto checks = std::move(checks_);
+    auto message = scanner_.trashGroups({plan.groups.begin(), plan.groups.end()}, checks.get());
+    keepFirst(message, scanner_.trashPaths(tickedPaths(plan, false), checks.get()));
+    auto [systemItems, refusal] = scanner_.allowedToGo(tickedPaths(plan, true), checks.get());
     keepFirst(message, std::move(refusal));
-    keepFirst(message, departed_);
+    keepFirst(message, withdrawalReason_);
     close();
     events_.ended(std::move(message));
     if (!systemItems.empty()) runAdminCleanup(std::move(systemItems));

@@ -1,9 +1,10 @@
-// Moves what the user has chosen to the Trash: groups, and the leftovers found for them.
+// Moves groups that the user has chosen, and the leftovers found for them, to the Trash.
 //
-// A removal is one value, its plan. The plan is made when the confirmation opens: what the user is
-// shown is what the owner is asked for and what is tried. From then on only the user's ticks change
-// it, and groups leave it that may not go any more; nothing joins it. Each item is known by its
-// identity on the disk, and looked into in the background while the confirmation is open.
+// A removal is one value, its plan. The plan is made when the confirmation opens, so the items that
+// the user is shown are those that the owner is asked about and those that are moved. From then on
+// nothing joins it: only the user's ticks change it, and groups leave it that may no longer be
+// removed. Each item is known by its identity on the disk, and is checked in the background while
+// the confirmation is open.
 #pragma once
 
 #include <functional>
@@ -25,7 +26,7 @@
 
 namespace vestigo {
 
-/// All are required.
+/// The services that removals need. All are required.
 struct RemovalServices {
     std::shared_ptr<MainQueue> main;
     std::shared_ptr<BackgroundTasks> background;
@@ -36,58 +37,66 @@ struct RemovalServices {
     LeftoverPlaces places = {};
 };
 
-/// What is to be removed.
+/// The items that are to be removed.
 struct RemovalPlan {
-    std::vector<std::string> groups;  ///< Their roots, in the Scanner's order.
-    std::vector<Leftover> leftovers;  ///< As the user has ticked them.
+    std::vector<std::string> groups;  ///< The roots of the groups, in the Scanner's order.
+    std::vector<Leftover> leftovers;  ///< All that were found; `on` is the user's tick.
 };
 
-/// What whoever shows a removal hears of it, on the main thread. All are required.
+/// Functions that report to the view of a removal, called on the main thread. All are required.
 struct RemovalEvents {
-    /// `checking` has changed.
+    /// Called when `checking` has changed.
     std::function<void()> checkingChanged;
-    /// Everything has been tried. The plan is empty again; why the first item stayed that did.
+    /// Called when all items have been tried. The plan is empty again. `message` is the reason why
+    /// the first item that stayed did so.
     std::function<void(std::optional<std::string> message)> ended;
-    /// After that: why what needs an administrator was not moved, or not all of it.
+    /// Called later, if the administrator's clean-up did not move all of its items; `message` is
+    /// why.
     std::function<void(std::string message)> cleanupFailed;
 };
 
-/// The removals of one Scanner's findings, one at a time. Main thread only. After its end nothing
-/// is reported any more; an administrator's run that is under way then goes on to its own end.
+/// Removes findings of one Scanner, one plan at a time. Main thread only. Once this is destroyed
+/// nothing is reported any more; an administrator's clean-up that is running then still goes to its
+/// end.
 class Removal {
 public:
-    /// The Scanner outlives it.
+    /// The Scanner must outlive this object.
     Removal(RemovalServices services, Scanner& scanner, RemovalEvents events);
     ~Removal();
     Removal(const Removal&) = delete;
     Removal& operator=(const Removal&) = delete;
 
     [[nodiscard]] const RemovalPlan& plan() const { return plan_; }
-    /// Makes the plan anew: these groups and what is found of their leftovers now. Begins to look
-    /// into what is to go. Blocking for the search alone.
+    /// Makes a new plan of these groups and the leftovers that are found for them now, and starts
+    /// the checks of its items. Blocking for the search of the leftovers, not for the checks.
     void open(std::span<const BundleGroup* const> groups);
-    /// Why the first group had to leave the plan that did and is still there.
-    [[nodiscard]] const std::optional<std::string>& departed() const { return departed_; }
-    /// Of the plan's groups only these stay in it, with their leftovers. True when one has left.
+    /// The reason why the first group that has left the plan did so; groups that are gone from the
+    /// disk do not count.
+    [[nodiscard]] const std::optional<std::string>& withdrawalReason() const {
+        return withdrawalReason_;
+    }
+    /// Drops from the plan all groups but these, and the leftovers that belong to none of these.
+    /// True when a group was dropped.
     bool retain(std::span<const BundleGroup* const> groups);
-    /// Ignored for a path that is not among the leftovers.
+    /// Ticks a leftover, or not. Ignored for a path that is not among the leftovers, and once the
+    /// owner has agreed.
     void setLeftoverOn(const std::string& path, bool on);
-    /// Gives the plan up. An answer of the owner that still comes changes nothing.
+    /// Drops the plan. A late answer of the owner then changes nothing.
     void close();
 
-    /// Asks the owner first, where the machine has a way to, then removes what the plan holds by
-    /// then. Without a confirmation nothing happens. Does nothing while the owner is being asked.
+    /// Asks the owner, if the machine has a way to, and then removes what the plan holds at that
+    /// time. Nothing happens if the owner refuses, or while they are already being asked.
     void confirmDelete();
-    /// The owner has agreed; the items are still being looked into before they can go.
+    /// Whether the owner has agreed while items are still being checked.
     [[nodiscard]] bool checking() const { return checking_; }
-    /// Removes without asking. Blocking but for what needs an administrator, which goes on in the
-    /// background.
+    /// Removes without asking. Blocking, except that the items which need an administrator are
+    /// removed in the background.
     void performDelete();
 
 private:
-    void note(const std::string& path, CodeRule rule);
-    [[nodiscard]] const char* whyItLeft(const std::string& root) const;
-    void performWhenLookedInto();
+    void recordItem(const std::string& path, CodeRule rule);
+    [[nodiscard]] const char* whyWithdrawn(const std::string& root) const;
+    void performWhenChecked();
     void setChecking(bool value);
     void runAdminCleanup(std::vector<CleanupItem> items);
 
@@ -95,9 +104,10 @@ private:
     Scanner& scanner_;
     RemovalEvents events_;
     RemovalPlan plan_;
-    std::unordered_map<std::string, RemovalItem> items_;  ///< Of the plan, as they were shown.
-    std::unique_ptr<RemovalLooks> looks_;                 ///< Null while there is no plan.
-    std::optional<std::string> departed_;                 ///< Why the first group left that did.
+    std::unordered_map<std::string, RemovalItem>
+        items_;                              ///< Those of the plan, as they were shown.
+    std::unique_ptr<RemovalChecks> checks_;  ///< Null while there is no plan.
+    std::optional<std::string> withdrawalReason_;
     bool checking_ = false;
     OwnerQuestion question_;
     WeakAnchor<Removal> anchor_{*this};

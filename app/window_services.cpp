@@ -97,7 +97,7 @@ ContentServices windowServices(PlatformServices platform) {
         .trash = std::move(platform.trash),
         .files = platform.files,
         .memory = memoryOfOtherFiles(platform.files, platform.folders.caches),
-        .makeLookMemory = [] { return std::make_unique<FileMemoryTable>(); },
+        .makeCheckMemory = [] { return std::make_unique<FileMemoryTable>(); },
     };
     services.desktop = std::move(platform.desktop);
     services.files = platform.files;

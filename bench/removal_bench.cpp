@@ -13,7 +13,7 @@
 
 #include "actions/leftover_finder.h"
 #include "actions/removal.h"
-#include "engine/removal_look.h"
+#include "engine/removal_check.h"
 #include "engine/scanner.h"
 #include "engine/walk.h"
 #include "persist/file_memory_table.h"
@@ -92,7 +92,7 @@ double seconds(const auto& work) {
 
 /// What one regroup and one save of the record take; the Scanner holds it afterwards.
 double regroupAndSave(World& world, const ScanFile& record) {
-    world.scanner.takeOver(record);
+    world.scanner.adopt(record);
     return seconds([&] {
         world.scanner.regroup();
         world.scanner.saveCache();
@@ -187,32 +187,32 @@ void lookInto(benchmark::State& state) {
         tree.file("Big.app/" + std::to_string(i / filesPerFolder) + "/" + std::to_string(i),
                   i % 20 == 0 ? intel : "neither code nor a bundle");
     }
-    const LookServices services{.reader = std::make_shared<LinuxDirectoryReader>(),
-                                .files = std::make_shared<PosixFiles>(),
-                                .inspect = {},
-                                .makeMemory = [] {
-                                    // By this clock nothing of the item has changed of late.
-                                    return std::make_unique<FileMemoryTable>(
-                                        [] { return FileMemoryTable::systemClock() * 2; });
-                                }};
+    const CheckServices services{.reader = std::make_shared<LinuxDirectoryReader>(),
+                                 .files = std::make_shared<PosixFiles>(),
+                                 .inspect = {},
+                                 .makeMemory = [] {
+                                     // By this clock nothing of the item has changed of late.
+                                     return std::make_unique<FileMemoryTable>(
+                                         [] { return FileMemoryTable::systemClock() * 2; });
+                                 }};
     const auto path = tree.at("Big.app");
     const RemovalItem item{path, services.files->identity(path), CodeRule::noArm64};
     double walks = 0;
-    double looks = 0;
+    double checks = 0;
     double again = 0;
     for (auto _ : state) {
         Deaf deaf;
         walks += seconds([&] { walk(*services.reader, {.roots = {path}}, CancelFlag(), deaf); });
-        ItemLook look(item, services);
+        ItemCheck check(item, services);
         const auto refused = [&] {
-            if (look.refusal(CancelFlag())) state.SkipWithError("it must not stay");
+            if (check.refusal(CancelFlag())) state.SkipWithError("it must not stay");
         };
-        looks += seconds(refused);
+        checks += seconds(refused);
         const double once = seconds(refused);
         again += once;
         state.SetIterationTime(once);
     }
-    state.counters["first"] = looks / walks;
+    state.counters["first"] = checks / walks;
     state.counters["again"] = again / walks;
 }
 

@@ -92,7 +92,7 @@ void inspectRoots(benchmark::State& state) {
     for (auto _ : state) {
         const auto loop = std::make_shared<RunLoop>();
         Scanner scanner(services(loop));
-        scanner.takeOver(world.record);
+        scanner.adopt(world.record);
         scanner.regroup();
         scanner.refreshSignatures();
         loop->runUntil([&scanner] { return scanner.signaturePasses() == 0; });

@@ -342,7 +342,7 @@ int look(const std::string& folder, const std::string& bundle) {
     window.setAttribute(Qt::WA_DeleteOnClose, false);
     window.show();
     auto& content = window.content();
-    content.scanner().takeOver(
+    content.scanner().adopt(
         {.version = scanFileVersion,
          .roots = {},
          .hits = {std::make_shared<BinaryHit>(BinaryHit{bundle + "/tool", {"x86_64"}})},

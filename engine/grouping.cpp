@@ -51,8 +51,8 @@ bool isOneOf(std::string_view text, const std::string_view (&choices)[N]) {
     return std::ranges::find(choices, text) != std::end(choices);
 }
 
-/// The lower-cased text after a component's last full stop; empty when it is longer than any that
-/// matters.
+/// The extension of a component in small letters; empty when it is longer than any that matters. It
+/// allocates nothing, since it is made for every component of every path.
 class Extension {
 public:
     explicit Extension(std::string_view component) {
@@ -69,7 +69,8 @@ private:
     std::size_t size_ = 0;
 };
 
-/// The next non-empty component at or after `*at`, which moves behind it; empty at the end.
+/// Returns the next non-empty component at or after `*at` and moves `*at` behind it. Empty at the
+/// end of the path.
 std::string_view nextComponent(std::string_view path, std::size_t* at) {
     const auto begin = path.find_first_not_of('/', *at);
     if (begin == std::string_view::npos) return {};
@@ -77,7 +78,7 @@ std::string_view nextComponent(std::string_view path, std::size_t* at) {
     return path.substr(begin, *at - begin);
 }
 
-/// What the extensions of a path's components make of it.
+/// The kinds that occur among the extensions of a path's components.
 struct ComponentKinds {
     bool driver = false;
     bool helper = false;

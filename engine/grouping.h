@@ -1,4 +1,5 @@
-// The rules that turn a file's path into a group: pure functions over strings.
+// The rules that turn a file's path into a group, its category and its remedy. They are pure
+// functions of strings and ask nothing of the disk.
 #pragma once
 
 #include <optional>
@@ -10,29 +11,34 @@
 
 namespace vestigo {
 
-/// Holds Intel or PowerPC code and no arm64 code.
+/// Whether these architectures include Intel or PowerPC and not arm64.
 [[nodiscard]] bool isLegacy(std::span<const std::string> archs);
 
 [[nodiscard]] bool holdsArm64(std::span<const std::string> archs);
 
+/// The path that all files of a group have in common.
 struct GroupRoot {
     std::string root;
     bool isBundle = false;
     bool operator==(const GroupRoot&) const = default;
 };
 
-/// The outermost enclosing bundle, or the path itself when it lies in none.
+/// The outermost bundle that the path lies in, or the path itself when it lies in none. Empty
+/// components are left out of a bundle's path.
 [[nodiscard]] GroupRoot groupRoot(std::string_view path);
 
-/// The length of the outermost bundle's path at the start of `path`; absent when there is none.
-/// Counts `path` as it stands, so empty components in it are part of the length.
+/// The length of the part of `path` that names its outermost bundle; absent when it lies in none.
+/// The length counts `path` as it is, with any empty components.
 [[nodiscard]] std::optional<std::size_t> bundleLength(std::string_view path);
 
+/// The kind of component that the root's extensions and folders make it.
 [[nodiscard]] Category categoryForPath(std::string_view root);
 
+/// The remedy for a group with this root. Apple's code and code that also runs natively come first.
 [[nodiscard]] Fix fixForPath(std::string_view root, bool isApple, bool hasArm64);
 
-/// The Homebrew formula that a root belongs to: the component after the first "Cellar".
+/// The Homebrew formula that a root belongs to, which is the component after the first "Cellar".
+/// Absent when there is none.
 [[nodiscard]] std::optional<std::string> formulaName(std::string_view root);
 
 }  // namespace vestigo

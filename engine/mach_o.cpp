@@ -18,13 +18,16 @@ constexpr CpuType knownCpuTypes[] = {
 
 constexpr std::uint32_t fatMagic = 0xCAFEBABE;
 constexpr std::uint32_t fatMagic64 = 0xCAFEBABF;
-// Magics of thin images, as the first four bytes read little-endian.
+// The magic numbers of files with one architecture, as read from the first four bytes in
+// little-endian order.
 constexpr std::uint32_t littleEndian32 = 0xFEEDFACE;
 constexpr std::uint32_t littleEndian64 = 0xFEEDFACF;
 constexpr std::uint32_t bigEndian32 = 0xCEFAEDFE;
 constexpr std::uint32_t bigEndian64 = 0xCFFAEDFE;
 
-// A Java class file begins like a universal file, its version in the place of the count.
+// A Java class file begins with the same magic number as a universal file and has its version in
+// the place of the count. Its "entries" name no known processor; the limit keeps their number
+// small.
 constexpr std::uint32_t maxFatEntries = 64;
 
 const CpuType* knownCpuType(std::uint32_t value) {

@@ -1,4 +1,4 @@
-// Who wants to hear of changes.
+// A list of observers, for objects that report their changes.
 #pragma once
 
 #include <algorithm>
@@ -9,11 +9,11 @@
 
 namespace vestigo {
 
-/// Destroying it ends what it stands for.
+/// Stands for an observer that is registered. Destroying it ends the calls.
 using Subscription = std::shared_ptr<void>;
 
-/// One thread only. A subscription may be destroyed in a call and may outlive this object; an
-/// observer may even destroy this object.
+/// Used by one thread only. A subscription may be destroyed within a call of an observer, and it
+/// may outlive this object. An observer may even destroy this object.
 template <class... Arguments>
 class Observers {
 public:
@@ -26,8 +26,10 @@ public:
         return subscription;
     }
 
+    /// Calls all observers in the order in which they subscribed.
     void notify(Arguments... arguments) {
         std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
+        // A copy is walked, because an observer may subscribe another one or destroy this object.
         for (const auto& each : std::vector(observers_)) {
             if (const auto observer = each.lock()) (*observer)(arguments...);
         }

@@ -34,18 +34,18 @@ void PreviousHits::provide(HitList hits) {
         while (slots_[slot] != 0) slot = (slot + 1) & (slots_.size() - 1);
         slots_[slot] = (hash & ~positionMask) | (i + 1);
     }
-    areThere_.store(true, std::memory_order_release);
+    provided_.store(true, std::memory_order_release);
 }
 
 const HitRef* PreviousHits::find(std::string_view path) const {
-    if (!areThere_.load(std::memory_order_acquire)) return nullptr;
+    if (!provided_.load(std::memory_order_acquire)) return nullptr;
     return findIn(path, hashOf(path));
 }
 
 const HitRef* PreviousHits::findIn(std::string_view path, std::uint64_t hash) const {
     for (auto slot = hash & (slots_.size() - 1); slots_[slot] != 0;
          slot = (slot + 1) & (slots_.size() - 1)) {
-        // Nearly all files are no hits, and this says so without a look at a path.
+        // Nearly all files are no hits. This rejects them without comparing a path.
         if (((slots_[slot] ^ hash) & ~positionMask) != 0) continue;
         const auto& hit = hits_[(slots_[slot] & positionMask) - 1];
         if (hit->path == path) return &hit;
@@ -55,6 +55,7 @@ const HitRef* PreviousHits::findIn(std::string_view path, std::uint64_t hash) co
 
 HitRef reusable(const HitRef& previous, const FileAttributes& now) {
     if (previous->size != now.size || previous->mtime != now.mtime) return nullptr;
+    // A newer version of the program may know the processor, so the file is read again.
     if (hasUnknownArch(*previous)) return nullptr;
     if (now.ctime <= 0 || now.ctime == previous->ctime) return previous;
     auto hit = std::make_shared<BinaryHit>(*previous);

@@ -1,4 +1,4 @@
-// The hits of the scan before, by path, from the moment when they are known.
+// The hits of the scan before, which a walk looks up by path to spare itself reading files again.
 #pragma once
 
 #include <atomic>
@@ -11,27 +11,28 @@
 
 namespace vestigo {
 
-/// Thread-safe. Filled while a walk already looks into it: a file that is not found is read, and
-/// the result is the same.
+/// Thread-safe. It may be filled while a walk already uses it: a file that is not found is read,
+/// which gives the same result.
 class PreviousHits {
 public:
-    /// To be called once at most. Of two hits with one path the first counts.
+    /// Fills it. To be called at most once. Of two hits with the same path the first counts.
     void provide(HitList hits);
-    /// Null for a file that is not among them, and as long as they are not there.
+    /// The hit with this path. Null when there is none, and until `provide` has ended.
     [[nodiscard]] const HitRef* find(std::string_view path) const;
 
 private:
     [[nodiscard]] const HitRef* findIn(std::string_view path, std::uint64_t hash) const;
 
     HitList hits_;
-    /// A table of twice as many slots at least. In each the position of a hit, counted from 1, and
-    /// above it the upper half of its path's hash. 0: free, and the end of a search.
+    /// A hash table with open addressing and at least two slots for each hit. A slot holds the
+    /// position of a hit, counted from 1, and in its upper half the upper half of its path's hash.
+    /// A slot of 0 is free and ends a search.
     std::vector<std::uint64_t> slots_;
-    std::atomic<bool> areThere_ = false;
+    std::atomic<bool> provided_ = false;  ///< Published last; the rest is constant from then on.
 };
 
-/// The previous answer for a file, where it still holds; null where the file has to be read. A
-/// creation date that the system does not tell any more is kept.
+/// The previous hit for a file if it still holds; null if the file has to be read. If the system no
+/// longer tells the creation date, the previous one is kept.
 [[nodiscard]] HitRef reusable(const HitRef& previous, const FileAttributes& now);
 
 }  // namespace vestigo

@@ -1,3 +1,19 @@
+// How groups grow while hits arrive.
+//
+// A window shows the groups while a scan streams in, so rebuilding them for each portion of hits
+// would cost time that grows with the square of their number. Each hit is instead added to its
+// group once.
+//
+// Two facts of a group may change after it has been listed. It gets more hits; and a later file may
+// turn out to hold arm64 code, which changes the remedy of the group even if that file is not
+// listed itself. So a `Root` is kept for every root, listed or not, and `noteArm64` corrects a
+// group that is there already. Nothing else depends on later hits, which is why the result is the
+// same as that of adding all hits at once. Signatures may change it too; for these the owner
+// restarts.
+//
+// There may be hundreds of thousands of roots. Hence the savings: the text of a root is nearly
+// always a view into the path of its first hit; the nodes of the map lie in one arena; and since
+// the files of a bundle arrive in a row, most hits are compared with the latest root only.
 #include "engine/regrouping.h"
 
 #include <algorithm>
@@ -41,7 +57,7 @@ void Regrouping::restart(bool intelOnly) {
     std::destroy_at(&roots_);
     memory_->release();
     std::construct_at(&roots_, memory_.get());
-    ownTexts_.clear();
+    joinedTexts_.clear();
 }
 
 void Regrouping::add(std::span<const HitRef> hits) {
@@ -49,7 +65,7 @@ void Regrouping::add(std::span<const HitRef> hits) {
     for (const auto& hit : hits) {
         auto& root = rootOf(hit);
         if (!root.hasArm64 && holdsArm64(hit->archs)) noteArm64(root);
-        if (!intelOnly_ || isLegacy(hit->archs)) list(root, hit);
+        if (!intelOnly_ || isLegacy(hit->archs)) addToGroup(root, hit);
     }
 }
 
@@ -58,17 +74,18 @@ Regrouping::Root& Regrouping::rootOf(const HitRef& hit) {
     if (latest_ && latest_->isBundle && liesUnder(path, latest_->text)) return *latest_;
     const auto length = bundleLength(path);
     auto text = path.substr(0, length.value_or(path.size()));
-    // A bundle's root is joined from its components and may differ from the start of the path.
+    // The root of a bundle has no empty components. Only if the path has some, its root is no part
+    // of it and needs a text of its own.
     const bool joined = length && (text.front() != '/' || text.find("//") != text.npos);
-    if (joined) text = ownTexts_.emplace_back(groupRoot(path).root);
+    if (joined) text = joinedTexts_.emplace_back(groupRoot(path).root);
     const auto [place, isNew] = roots_.try_emplace(text);
     latest_ = &place->second;
     if (isNew) {
         latest_->text = text;
-        latest_->keeper = hit;
+        latest_->textOwner = hit;
         latest_->isBundle = length.has_value();
     } else if (joined) {
-        ownTexts_.pop_back();
+        joinedTexts_.pop_back();
     }
     return *latest_;
 }
@@ -80,7 +97,7 @@ void Regrouping::noteArm64(Root& root) {
     root.group->fix = fixForPath(root.text, isApple(root.text), true);
 }
 
-void Regrouping::list(Root& root, const HitRef& hit) {
+void Regrouping::addToGroup(Root& root, const HitRef& hit) {
     if (!root.group) {
         root.group = &groups_->add({.root = std::string(root.text),
                                     .isBundle = root.isBundle,

@@ -1,4 +1,4 @@
-// Turns the flat list of hits into groups, all at once or as hits come in.
+// Turns the flat list of hits into groups, all at once or while the hits arrive.
 #pragma once
 
 #include <array>
@@ -16,8 +16,9 @@
 
 namespace vestigo {
 
-/// Groups ordered by category (by label); within a category in the order they were added. Roots are
-/// unique. Adding never moves a group, so a reference stays good while the list lives.
+/// A list of groups, ordered by the labels of their categories and within a category in the order
+/// in which they were added. Adding a group never moves another one, so references stay valid for
+/// as long as the list lives. Used by one thread at a time.
 class GroupList {
     using Bucket = std::deque<BundleGroup>;
     static constexpr std::size_t bucketCount = std::size(allCategories);
@@ -51,7 +52,8 @@ public:
         std::size_t index_ = 0;
     };
 
-    /// The new group, at the end of its category.
+    /// Adds a group at the end of its category and returns it. The caller sees to it that no two
+    /// groups have the same root.
     BundleGroup& add(BundleGroup group);
 
     [[nodiscard]] Iterator begin() const { return {&buckets_, 0}; }
@@ -61,32 +63,34 @@ public:
     bool operator==(const GroupList&) const = default;
 
 private:
-    std::array<Bucket, bucketCount> buckets_;  ///< By rank of the category's label.
+    std::array<Bucket, bucketCount> buckets_;  ///< Indexed by `labelRank` of the category.
     std::size_t size_ = 0;
 };
 
-/// Adding hits in several steps gives the same groups as adding them all at once. Main thread only.
+/// Builds the groups. Adding hits in several steps gives the same groups as adding all at once.
+/// Main thread only.
 class Regrouping {
 public:
-    /// `signatures` is read while hits are added: it must outlive this object, and a change of it
-    /// shows only after the next `restart`.
+    /// `signatures` must outlive this object. It is read while hits are added, so a later change of
+    /// it shows only after `restart` and a new `add`.
     explicit Regrouping(const SignatureMap& signatures) : signatures_(&signatures) {}
 
-    /// Starts over with no groups. `intelOnly`: list only the legacy files.
+    /// Starts over with a new, empty list. With `intelOnly` only legacy files will be listed.
     void restart(bool intelOnly);
-    /// The next hits, in the order of the engine's hit list.
+    /// Adds the next hits in the order of the Scanner's hit list.
     void add(std::span<const HitRef> hits);
 
     [[nodiscard]] const GroupList& groups() const { return *groups_; }
-    /// Never null. Starting over puts a new list in its place.
+    /// The same list, for callers that keep references into it. Never null. `restart` makes a new
+    /// list and leaves this one unchanged.
     [[nodiscard]] std::shared_ptr<const GroupList> sharedGroups() const { return groups_; }
 
 private:
-    /// What is known of a root, listed or not.
+    /// The facts about a root, which may have no group yet.
     struct Root {
         std::string_view text;
-        HitRef keeper;                 ///< The hit whose path `text` is part of.
-        BundleGroup* group = nullptr;  ///< Null while no file of it is listed.
+        HitRef textOwner;              ///< Keeps the hit alive into whose path `text` is a view.
+        BundleGroup* group = nullptr;  ///< Null until a file of it is listed.
         bool isBundle = false;
         bool hasArm64 = false;
     };
@@ -94,18 +98,18 @@ private:
 
     Root& rootOf(const HitRef& hit);
     void noteArm64(Root& root);
-    void list(Root& root, const HitRef& hit);
+    void addToGroup(Root& root, const HitRef& hit);
     [[nodiscard]] bool isApple(std::string_view root) const;
 
     const SignatureMap* signatures_;
     bool intelOnly_ = true;
     std::shared_ptr<GroupList> groups_ = std::make_shared<GroupList>();
-    /// The map's nodes come and go all together.
+    /// The memory of the nodes of `roots_`, which are all freed together.
     std::unique_ptr<std::pmr::monotonic_buffer_resource> memory_ =
         std::make_unique<std::pmr::monotonic_buffer_resource>();
-    std::deque<std::string> ownTexts_;  ///< Of the few roots that are not part of a hit's path.
-    Roots roots_{memory_.get()};        ///< Texts are views into `ownTexts_` or a kept hit's path.
-    Root* latest_ = nullptr;  ///< The root of the hit before: files of a bundle come in a row.
+    std::deque<std::string> joinedTexts_;  ///< Texts of the few roots that are in no hit's path.
+    Roots roots_{memory_.get()};  ///< Keyed by views into `joinedTexts_` or into a hit's path.
+    Root* latest_ = nullptr;      ///< The root of the latest hit.
 };
 
 }  // namespace vestigo

@@ -34,8 +34,8 @@ std::optional<std::string> protectionOf(const std::string& path, Files& files) {
     if (wouldRemoveProtected(path) || (real && wouldRemoveProtected(*real))) {
         return leftInPlace(path, "is protected by the system");
     }
-    // A path that leads nowhere is for whoever is to move it to report. But what is there and
-    // cannot be traced might lie in a protected place.
+    // If nothing is at the path, the attempt to move it reports that. But an item that is there and
+    // whose real place is unknown might lie in a protected place.
     if (!real && files.kind(path)) return leftInPlace(path, "could not be looked into");
     return std::nullopt;
 }

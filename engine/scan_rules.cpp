@@ -59,7 +59,7 @@ bool isExcludedName(std::string_view name) {
 }
 
 bool isDatabaseName(std::string_view name) {
-    // All the suffixes end in one of these letters; most names are done with after one look.
+    // All suffixes end in one of these letters, so one comparison is enough for most names.
     constexpr std::string_view lastLetters = "blme3BLME";
     if (name.empty() || lastLetters.find(name.back()) == std::string_view::npos) return false;
     return std::ranges::any_of(skippedSuffixes, [name](std::string_view suffix) {

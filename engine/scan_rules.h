@@ -1,4 +1,4 @@
-// What a scan walks and what it passes over.
+// The rules by which a scan chooses its folders and leaves out places, names and files.
 #pragma once
 
 #include <optional>
@@ -11,35 +11,38 @@
 
 namespace vestigo {
 
-/// The folders that a scan walks: the custom folder as chosen when there is one, else the scope's.
-/// A leading "~" of the scope's folders becomes `home`.
+/// The folders that a scan walks: the custom folder if there is one, else those of the scope. A
+/// leading
+/// "~" in the scope's folders is replaced by `home`.
 [[nodiscard]] std::vector<std::string> scanRoots(const std::optional<std::string>& customFolder,
                                                  Scope scope, const std::string& home);
 
-/// Absolute places that are never entered.
+/// Absolute paths of folders that a scan does not enter unless the user has named them.
 [[nodiscard]] std::span<const std::string_view> excludedPrefixes();
 
-/// Entry names that are passed over wherever they lie; exact, case-sensitive.
+/// Whether an entry with this name is left out wherever it lies. The case of letters counts.
 [[nodiscard]] bool isExcludedName(std::string_view name);
 
-/// Database files are never opened: by their ending, in any case.
+/// Whether the name is that of a database file, by its ending in any case of letters. Such files
+/// are never opened.
 [[nodiscard]] bool isDatabaseName(std::string_view name);
 
-/// The exclusions that concern the entries of one folder, worked out once for all of them.
+/// The exclusions that apply to the entries of one folder, worked out once for all of them.
 class FolderExclusions {
 public:
-    /// `prefix` is what stands before an entry's name in its path: the folder and a "/".
-    /// `namedRoots`: roots of the walk for which the places at or above them do not count.
+    /// `prefix` is the part of an entry's path before its name: the folder and a "/". `namedRoots`
+    /// are roots of the walk for which excluded places at or above them do not count.
     explicit FolderExclusions(std::string_view prefix,
                               std::span<const std::string> namedRoots = {});
 
-    /// The folder itself lies in an excluded place, and so does everything in it.
+    /// Whether the folder itself lies in an excluded place, and so everything in it is left out.
     [[nodiscard]] bool everything() const { return everything_; }
+    /// Whether the entry with this name is left out.
     [[nodiscard]] bool excludes(std::string_view name) const;
 
 private:
     bool everything_ = false;
-    std::vector<std::string_view> names_;
+    std::vector<std::string_view> names_;  ///< Names of excluded places that lie in this folder.
 };
 
 }  // namespace vestigo

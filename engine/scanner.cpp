@@ -1,25 +1,33 @@
+// The Scanner's scans: start, reports, end, and the saved results.
+//
+// A scan is one background job, the walk, and at most one other job that reads the earlier scan's
+// hits while the walk already runs. Both report by posting to the main thread, where all fields of
+// the Scanner are read and changed. So no field needs a lock; what the jobs share with the Scanner
+// are CancelFlags and `PreviousHits`, which are thread-safe.
+//
+// Each scan has a number (`ScanOrder`). A report carries the number of its scan and is dropped on
+// arrival when the Scanner has begun another scan since, so a stopped walk that ends late cannot
+// add its hits to the next scan.
+//
+// Between `stop` and the end of the walk `scanning_` is false but `walking_` is still true: the
+// user sees that the scan has stopped, and the hits found by then still arrive. A new scan may
+// begin in that time. `PreviousHits` is therefore made anew for each scan and shared with its jobs.
+//
+// Signature passes are in scanner_signatures.cpp, removals in scanner_removal.cpp.
 #include "engine/scanner.h"
 
-#include <algorithm>
-#include <atomic>
 #include <memory>
-#include <mutex>
 #include <new>
-#include <thread>
-#include <unordered_map>
 #include <utility>
 
-#include "engine/scan_rules.h"
 #include "engine/walk.h"
-#include "platform/tasks.h"
 
 namespace vestigo {
 
 namespace {
 
-constexpr std::size_t rootsPerPublication = 40;
-
-/// Null also where the program's memory does not suffice for it: then the scan goes on without.
+/// Opens the memory of other files. Null when there is none, or no room for it: losing it costs the
+/// scan time, while failing would cost the user the scan.
 std::unique_ptr<FileMemory> opened(const std::function<std::unique_ptr<FileMemory>()>& open) {
     try {
         return open ? open() : nullptr;
@@ -32,11 +40,12 @@ void finish(FileMemory& memory) {
     try {
         memory.finish();
     } catch (const std::bad_alloc&) {
-        // It stays as it was, which costs the next scan time.
+        // The memory stays as it was, which costs the next scan time.
     }
 }
 
-/// A scan that was stopped leaves the memory as it was.
+/// Walks with the memory of other files and updates it at the end, unless the scan was stopped: the
+/// memory would then forget the files that the walk had not reached.
 void walkWithMemory(DirectoryReader& reader,
                     const std::function<std::unique_ptr<FileMemory>()>& openMemory,
                     WalkRequest& request, const CancelFlag& cancelled, WalkListener& listener) {
@@ -48,7 +57,8 @@ void walkWithMemory(DirectoryReader& reader,
 
 }  // namespace
 
-/// Posts what a walk reports. Reports of any scan but the current one are dropped on arrival.
+/// Posts the reports of one scan's jobs to the main thread. There they are dropped if the Scanner
+/// is gone or has begun another scan.
 class Scanner::ScanReports : public WalkListener {
 public:
     ScanReports(std::shared_ptr<MainQueue> main, WeakRef<Scanner> scanner, std::uint64_t number)
@@ -91,105 +101,12 @@ private:
     std::uint64_t number_;
 };
 
-/// One background pass over roots without a signature. Its results join what the Scanner has by
-/// then, so passes that overlap do not undo each other.
-class Scanner::SignaturePass {
-public:
-    SignaturePass(const Scanner& scanner, std::vector<std::string> missing)
-        : main_(scanner.services_.main),
-          inspect_(scanner.services_.inspect),
-          closing_(scanner.closing_),
-          scanner_(scanner.anchor_.ref()),
-          missing_(std::move(missing)) {}
-
-    void operator()() {
-        try {
-            inspectAll();
-        } catch (const std::bad_alloc&) {
-            end();
-            throw;
-        }
-    }
-
-private:
-    void inspectAll() {
-        const auto processors = std::max(1U, std::thread::hardware_concurrency());
-        const auto helpers = std::min<std::size_t>(processors, missing_.size()) - 1;
-        Progress progress;
-        {
-            std::vector<std::unique_ptr<Thread>> threads(helpers);
-            for (auto& thread : threads) {
-                thread = startThread([&] { inspectSome(progress); }, stackBytes);
-            }
-            inspectSome(progress);
-        }
-        if (progress.failed) throw std::bad_alloc();
-        if (closing_.cancelled()) return;
-        publish(std::move(progress.found));
-        end();
-    }
-
-    /// What the threads of a pass share.
-    struct Progress {
-        std::atomic<std::size_t> next = 0;
-        std::atomic<bool> failed = false;
-        std::mutex mutex;
-        std::size_t published = 0;
-        std::unordered_map<std::size_t, SignInfo> ahead;  ///< Of roots after one that is not done.
-        SignatureMap found;
-    };
-
-    void inspectSome(Progress& progress) noexcept {
-        try {
-            while (!closing_.cancelled() && !progress.failed) {
-                const auto position = progress.next++;
-                if (position >= missing_.size()) return;
-                take(progress, position, inspect_(missing_[position]));
-            }
-        } catch (const std::bad_alloc&) {
-            progress.failed = true;
-        }
-    }
-
-    /// Publishes in the order of the roots, whichever is done first.
-    void take(Progress& progress, std::size_t position, SignInfo info) {
-        const std::lock_guard lock(progress.mutex);
-        progress.ahead.emplace(position, std::move(info));
-        for (auto done = progress.ahead.extract(progress.published); done;
-             done = progress.ahead.extract(++progress.published)) {
-            progress.found[missing_[done.key()]] = std::move(done.mapped());
-            if (progress.found.size() == rootsPerPublication) {
-                publish(std::exchange(progress.found, {}));
-            }
-        }
-    }
-
-    void end() {
-        main_->post([known = scanner_] {
-            if (auto* const scanner = known.get()) scanner->receivePassEnd();
-        });
-    }
-
-    void publish(SignatureMap found) {
-        main_->post([known = scanner_, found = std::move(found)] {
-            if (auto* const scanner = known.get()) scanner->receiveSignatures(found);
-        });
-    }
-
-    // Property lists are read recursively.
-    static constexpr std::size_t stackBytes = std::size_t{1} << 20U;
-    std::shared_ptr<MainQueue> main_;
-    std::function<SignInfo(const std::string&)> inspect_;
-    CancelFlag closing_;
-    WeakRef<Scanner> scanner_;
-    std::vector<std::string> missing_;
-};
-
 Scanner::Scanner(ScannerServices services)
     : services_(std::move(services)),
       results_{.version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}},
       regrouping_(*results_.signatures) {
-    gone_ = services_.order->subscribe([this](const RootSet& gone) { forgetRemoved(gone); });
+    removals_ =
+        services_.order->subscribe([this](const RootSet& removed) { receiveRemoved(removed); });
     if (services_.migrate) services_.migrate();
     loadCache();
 }
@@ -204,7 +121,7 @@ void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed, Earl
     scanning_ = true;
     walking_ = true;
     cutShort_ = false;
-    goneInScan_.clear();
+    removedInScan_.clear();
     scannedCount_ = 0;
     currentPath_.clear();
     results_.roots = roots;
@@ -254,7 +171,7 @@ void Scanner::readEarlier(EarlierScan earlier) {
             if (record) previous->provide(std::move(record->hits));
             if (record && record->signatures) signatures = std::move(*record->signatures);
         } catch (const std::bad_alloc&) {
-            // Without it the files are read, which costs time only.
+            // Without the earlier hits all files are read, which costs time only.
         }
         reports.earlier(std::move(signatures));
     };
@@ -279,9 +196,9 @@ void Scanner::receiveProgress(std::int64_t count, std::string path) {
 }
 
 void Scanner::receiveHits(HitList added, std::int64_t count) {
-    if (!goneInScan_.empty()) {
-        RootMatcher gone(goneInScan_);
-        std::erase_if(added, [&gone](const HitRef& hit) { return gone.covers(hit->path); });
+    if (!removedInScan_.empty()) {
+        RootMatcher removed(removedInScan_);
+        std::erase_if(added, [&removed](const HitRef& hit) { return removed.covers(hit->path); });
     }
     results_.hits.insert(results_.hits.end(), added.begin(), added.end());
     scannedCount_ = count;
@@ -292,12 +209,12 @@ void Scanner::receiveHits(HitList added, std::int64_t count) {
 }
 
 void Scanner::receiveFinish() {
-    // One that was stopped does not wait.
+    // A scan that was stopped does not wait for the earlier hits.
     walkIsDone_ = scanning_ && !previousIsRead_;
     if (walkIsDone_) return;
     scanning_ = false;
     walking_ = false;
-    goneInScan_.clear();
+    removedInScan_.clear();
     currentPath_.clear();
     completeDates();
     lastScanDate_ = services_.now();
@@ -354,32 +271,6 @@ void Scanner::regroup() {
     changed(ScannerField::groups);
 }
 
-void Scanner::refreshSignatures() {
-    if (!services_.inspect) return;
-    std::vector<std::string> missing;
-    for (const auto& group : groups()) {
-        if (!signatures().contains(group.root)) missing.push_back(group.root);
-    }
-    if (missing.empty()) return;
-    ++passes_;
-    services_.background->run(services_.priority, SignaturePass(*this, std::move(missing)));
-}
-
-void Scanner::receiveSignatures(const SignatureMap& found) {
-    for (const auto& [root, info] : found) {
-        results_.signatures->insert_or_assign(root, info);
-    }
-    signaturesNewer_ = true;
-    changed(ScannerField::signatures);
-}
-
-void Scanner::receivePassEnd() {
-    --passes_;
-    regroup();
-    // Half a scan does not replace the whole one before it; the scan saves at its end.
-    if (!scanning_) saveCache();
-}
-
 void Scanner::saveCache() {
     if (cutShort_ || !services_.order->claim(scan_)) return;
     results_.date = lastScanDate_ ? *lastScanDate_ : services_.now();
@@ -390,12 +281,12 @@ void Scanner::loadCache() {
     auto record = services_.store->readScanFile();
     if (!record) return;
     scan_ = services_.order->saved();
-    takeOver(std::move(*record));
+    adopt(std::move(*record));
     regroup();
     refreshSignatures();
 }
 
-void Scanner::takeOver(ScanFile record) {
+void Scanner::adopt(ScanFile record) {
     if (scanning_) return;
     regrouping_.restart(intelOnly_);
     results_.hits = std::move(record.hits);
@@ -409,13 +300,8 @@ void Scanner::takeOver(ScanFile record) {
     }
 }
 
-bool Scanner::isAppleSigned(const std::string& root) const {
-    const auto found = signatures().find(root);
-    return found != signatures().end() && found->second.isApple;
-}
-
 void Scanner::pruneHits(const std::string& path) {
-    static_cast<void>(forget({path}));
+    static_cast<void>(dropHits({path}));
 }
 
 Subscription Scanner::subscribe(std::function<void(ScannerField)> observer) {

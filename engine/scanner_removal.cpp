@@ -1,4 +1,13 @@
-// The removals: what goes, what stays, and what the findings lose by it.
+// The Scanner's removals: which items go to the Trash, and how results and saved scan follow.
+//
+// Every item is decided on twice. The background check (engine/removal_check) tells early what the
+// item holds, but the disk may change before the user agrees. So `Guard` repeats the check right
+// before each move, which is quick because it reads only what has changed since. Both read the
+// disk, because the findings may be old; the findings can only add reasons to keep an item.
+//
+// A removal is announced to all Scanners through `ScanOrder`. Each drops its hits under the removed
+// roots, and a running scan also drops those that arrive later: otherwise the next save of another
+// window would bring back items that are gone.
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -10,8 +19,9 @@
 namespace vestigo {
 namespace {
 
-/// The groups that the findings say to keep, found by the folders they lie in: also those in places
-/// that no walk enters. A universal file that lies in no bundle keeps nothing in its place.
+/// The groups that must stay by the findings, searchable by path. They include groups in places
+/// that no walk enters, which the check of an item would not see. A universal file that lies in no
+/// bundle does not count: it does not keep the folder around it.
 class KeptGroups {
 public:
     KeptGroups(const GroupList& groups, const SignatureMap& signatures) {
@@ -26,8 +36,8 @@ public:
         std::ranges::sort(kept_);
     }
 
-    /// Why nothing may take away what lies at the place; absent when the findings allow it. The
-    /// item is named by its path.
+    /// The reason why the item at this place must stay; absent when the findings allow its removal.
+    /// The reason names the item by `path`; `place` is where it really lies.
     [[nodiscard]] std::optional<std::string> refusal(const std::string& path,
                                                      const std::string& place, Files& files) const {
         const auto itself = firstFrom(place);
@@ -35,7 +45,7 @@ public:
         const auto folder = place + "/";
         for (auto below = firstFrom(folder);
              below != kept_.end() && below->root.starts_with(folder); ++below) {
-            // The findings may be old.
+            // The group may be gone by now: a finding may be old.
             if (!files.kind(std::string(below->root))) continue;
             return leftInPlace(path, below->root, below->why);
         }
@@ -54,84 +64,86 @@ private:
         return std::ranges::lower_bound(kept_, root, {}, &Kept::root);
     }
 
-    List kept_;  ///< In the order of the roots.
+    List kept_;  ///< Sorted by root, so that the groups below a folder stand in a row.
 };
 
-LookServices lookServices(const ScannerServices& services) {
-    return {services.reader, services.files, services.inspect, services.makeLookMemory};
+CheckServices checkServices(const ScannerServices& services) {
+    return {services.reader, services.files, services.inspect, services.makeCheckMemory};
 }
 
 }  // namespace
 
-/// Asks everything that keeps an item in its place, right before it would go.
+/// Decides on an item right before it would be moved, and moves it. It remembers the last item.
 class Scanner::Guard {
 public:
-    /// `looks` may be null: then each item is looked into as it is now.
-    Guard(const Scanner& scanner, const RemovalLooks* looks)
+    /// `checks` may be null: then each item gets a new check, of the state that it has now.
+    Guard(const Scanner& scanner, const RemovalChecks* checks)
         : services_(scanner.services_),
-          looks_(looks),
+          checks_(checks),
           kept_(scanner.groups(), scanner.signatures()) {}
 
-    /// Why the item must stay; absent when it may go, or nothing was found at the path.
+    /// The reason why the item must stay; absent when it may go, or when nothing is at the path.
     [[nodiscard]] std::optional<std::string> refusal(const std::string& path, CodeRule rule) {
         if (!services_.trash || !services_.files) return leftInPlace(path, "has no Trash to go to");
-        const auto look = looks_ ? looks_->find(path) : newLook(path, rule);
-        if (!look) return leftInPlace(path, "was not looked into");
-        auto why = look->refusal(CancelFlag());
-        identity_ = look->found();
+        const auto check = checks_ ? checks_->find(path) : newCheck(path, rule);
+        if (!check) return leftInPlace(path, "was not looked into");
+        auto why = check->refusal(CancelFlag());
+        identity_ = check->found();
         if (why) return why;
         auto& files = *services_.files;
         if (why = kept_.refusal(path, path, files); why) return why;
-        return kept_.refusal(path, look->place(), files);
+        return kept_.refusal(path, check->place(), files);
     }
 
-    /// Moves the item, unless something keeps it; then why it stayed.
+    /// Moves the item, unless something keeps it. Returns the reason when it stays.
     [[nodiscard]] std::optional<std::string> remove(const std::string& path, CodeRule rule) {
         if (auto why = refusal(path, rule)) return why;
-        // Only what was looked into goes. Where nothing was found, the Trash says what is wrong.
+        // The Trash moves only the item with this identity, which is the one that was checked. If
+        // nothing was found at the path, the Trash reports that.
         return services_.trash->moveToTrash(path, identity_.value_or(ItemIdentity()));
     }
 
-    /// The item asked for last; absent when nothing was there.
+    /// The identity of the last item; absent when nothing was there.
     [[nodiscard]] std::optional<ItemIdentity> found() const { return identity_; }
 
 private:
-    [[nodiscard]] std::shared_ptr<ItemLook> newLook(const std::string& path, CodeRule rule) const {
-        return std::make_shared<ItemLook>(RemovalItem{path, services_.files->identity(path), rule},
-                                          lookServices(services_));
+    [[nodiscard]] std::shared_ptr<ItemCheck> newCheck(const std::string& path,
+                                                      CodeRule rule) const {
+        return std::make_shared<ItemCheck>(RemovalItem{path, services_.files->identity(path), rule},
+                                           checkServices(services_));
     }
 
     const ScannerServices& services_;
-    const RemovalLooks* looks_;
+    const RemovalChecks* checks_;
     KeptGroups kept_;
-    std::optional<ItemIdentity> identity_;  ///< Of the item asked for last.
+    std::optional<ItemIdentity> identity_;
 };
 
-std::unique_ptr<RemovalLooks> Scanner::removalLooks() const {
-    return std::make_unique<RemovalLooks>(lookServices(services_), services_.main,
-                                          services_.background);
+std::unique_ptr<RemovalChecks> Scanner::removalChecks() const {
+    return std::make_unique<RemovalChecks>(checkServices(services_), services_.main,
+                                           services_.background);
 }
 
 bool Scanner::isRemovable(const BundleGroup& group) const {
     return !isProtected(group.root) && !isAppleSigned(group.root) && group.fix != Fix::keep;
 }
 
-std::optional<std::string> Scanner::trashGroups(const RootSet& roots, const RemovalLooks* looks) {
+std::optional<std::string> Scanner::trashGroups(const RootSet& roots, const RemovalChecks* checks) {
     const auto candidates = sharedGroups();
-    Guard guard(*this, looks);
+    Guard guard(*this, checks);
     std::optional<std::string> firstError;
-    RootSet gone;
+    RootSet removed;
     for (const auto& group : *candidates) {
         if (!roots.contains(group.root) || !isRemovable(group)) continue;
         auto error = services_.files && services_.files->kind(group.root) == EntryKind::link
                          ? leftInPlace(group.root, "is only a link to what the scan found")
                          : guard.remove(group.root, CodeRule::noArm64);
-        if (!error) gone.insert(group.root);
+        if (!error) removed.insert(group.root);
         if (error && !firstError) firstError = std::move(error);
     }
-    static_cast<void>(forget(gone));
+    static_cast<void>(dropHits(removed));
     regroup();
-    saveWithout(gone);
+    saveWithout(removed);
     return firstError;
 }
 
@@ -140,26 +152,26 @@ std::optional<std::string> Scanner::trashPath(const std::string& path) {
 }
 
 std::optional<std::string> Scanner::trashPaths(const std::vector<std::string>& paths,
-                                               const RemovalLooks* looks) {
-    Guard guard(*this, looks);
+                                               const RemovalChecks* checks) {
+    Guard guard(*this, checks);
     std::optional<std::string> firstError;
-    RootSet gone;
+    RootSet removed;
     for (const auto& path : paths) {
         auto error = guard.remove(path, CodeRule::noKeptGroup);
-        if (!error) gone.insert(path);
+        if (!error) removed.insert(path);
         if (error && !firstError) firstError = std::move(error);
     }
-    // Where no finding has gone, the groups and the saved scan are what they were.
-    const bool hadHits = forget(gone);
+    // If no hit was dropped, the groups and the saved scan are still right.
+    const bool hadHits = dropHits(removed);
     if (hadHits) regroup();
-    if (hadHits || !isWhatIsSaved()) saveWithout(gone);
+    if (hadHits || !ownsSavedScan()) saveWithout(removed);
     return firstError;
 }
 
 AllowedItems Scanner::allowedToGo(const std::vector<std::string>& paths,
-                                  const RemovalLooks* looks) const {
+                                  const RemovalChecks* checks) const {
     AllowedItems result;
-    Guard guard(*this, looks);
+    Guard guard(*this, checks);
     for (const auto& path : paths) {
         auto why = guard.refusal(path, CodeRule::noKeptGroup);
         if (!why && !guard.found()) why = leftInPlace(path, "could not be found");
@@ -169,40 +181,41 @@ AllowedItems Scanner::allowedToGo(const std::vector<std::string>& paths,
     return result;
 }
 
-bool Scanner::forget(const RootSet& gone) {
-    if (gone.empty()) return false;
+bool Scanner::dropHits(const RootSet& removed) {
+    if (removed.empty()) return false;
     const auto before = results_.hits.size();
-    forgetting_ = true;
-    services_.order->announceRemoved(gone);
-    forgetting_ = false;
+    removing_ = true;
+    services_.order->announceRemoved(removed);
+    removing_ = false;
     return results_.hits.size() < before;
 }
 
-bool Scanner::isWhatIsSaved() const {
+bool Scanner::ownsSavedScan() const {
     return !cutShort_ && services_.order->saved() <= scan_;
 }
 
-/// Where a later scan is saved, of another window that may be closed by now, it is that one which
-/// must not bring back at the next start what has gone.
-void Scanner::saveWithout(const RootSet& gone) {
-    if (isWhatIsSaved()) return saveCache();
-    auto record = gone.empty() ? std::nullopt : services_.store->readScanFile();
+/// Saves these results if they may replace the saved scan. If a later scan of another window is
+/// saved, the removed hits are taken out of that one: its window may be closed by now, and the next
+/// start of the program would show them again.
+void Scanner::saveWithout(const RootSet& removed) {
+    if (ownsSavedScan()) return saveCache();
+    auto record = removed.empty() ? std::nullopt : services_.store->readScanFile();
     if (!record) return;
-    RootMatcher matcher(gone);
+    RootMatcher matcher(removed);
     const auto count =
         std::erase_if(record->hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
     if (count != 0) services_.store->writeScanFile(*record);
 }
 
-/// Whichever Scanner has removed them: what another window saves must not bring them back.
-void Scanner::forgetRemoved(const RootSet& gone) {
-    if (walking_) goneInScan_.insert(gone.begin(), gone.end());
-    RootMatcher matcher(gone);
+/// Called in every Scanner, also in those that did not remove the items themselves.
+void Scanner::receiveRemoved(const RootSet& removed) {
+    if (walking_) removedInScan_.insert(removed.begin(), removed.end());
+    RootMatcher matcher(removed);
     const auto count =
         std::erase_if(results_.hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
     if (count == 0) return;
     changed(ScannerField::allHits);
-    if (!forgetting_) regroup();
+    if (!removing_) regroup();
 }
 
 }  // namespace vestigo

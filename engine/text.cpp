@@ -12,7 +12,7 @@ std::size_t utf8SequenceLength(std::string_view text) {
     if (lead < 0xC2 || lead > 0xF4) return 0;
     const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
     if (length > text.size()) return 0;
-    // The second byte tells overlong forms, surrogates and what lies above U+10FFFF.
+    // The second byte reveals overlong forms, surrogates and values above U+10FFFF.
     const unsigned char lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const unsigned char highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     if (byte(1) < lowest || byte(1) > highest) return 0;
@@ -24,6 +24,7 @@ std::size_t utf8SequenceLength(std::string_view text) {
 
 bool isUtf8(std::string_view text) {
     while (!text.empty()) {
+        // Nearly all text is ASCII, which is skipped eight bytes at a time.
         std::uint64_t eight = 0;
         if (text.size() >= sizeof eight) {
             std::memcpy(&eight, text.data(), sizeof eight);

@@ -1,3 +1,16 @@
+// The threads of a walk, and how each file is examined.
+//
+// All threads run the same loop: they claim a piece of work from the queue (list one folder, or
+// examine some files of a listed one), do it without any lock, and hand it back. The queue decides
+// on the order; see walk_queue.h. A walk starts with the calling thread alone and adds a thread
+// each time there is work for one more, so that the walk of a small folder starts no thread at all.
+//
+// Most files of a disk are no Mach-O files, and opening a file is what a walk spends its time on.
+// Before a file is opened, cheaper sources are therefore asked, in this order: the hits of an
+// earlier scan, the memory of other files, and the size. The first two compare the file's
+// attributes with earlier ones. This is sound only if an answer is never kept under attributes that
+// the file may still have after a change. Hence `isSettled`, and the care that `read` and
+// `readAndRemember` take about which comes first, the attributes or the content.
 #include "engine/walk.h"
 
 #include <algorithm>
@@ -17,12 +30,13 @@
 namespace vestigo {
 namespace {
 
-// What keeps a cold disk busy; the queue lets no more of them work than help. Compared with 32, a
-// cold scan took 0.75 of the time with 64 and 0.6 with 128, which took more processor time.
+// Enough threads to keep a disk busy while nothing is cached; the queue lets only as many of them
+// work as help. Compared with 32 threads, a scan of an uncached disk took 0.75 of the time with 64,
+// and 0.6 with 128, which used more processor time.
 constexpr unsigned maxThreads = 64;
 
-/// Keeps the first path that could not be looked at. Thread-safe.
-class Unread {
+/// Keeps the first path that could not be read. Thread-safe.
+class FirstUnread {
 public:
     void note(std::string path) {
         const std::lock_guard lock(mutex_);
@@ -35,13 +49,16 @@ private:
     std::optional<std::string> path_;
 };
 
-/// The threads of a walk: at first only the one that called for it, and another whenever there is
-/// work for one more. Thread-safe.
-class Crew {
+/// The threads of a walk: at first only the calling one, and one more whenever there is work for
+/// it. Thread-safe.
+class WorkerPool {
 public:
-    /// Every thread runs `work`, which calls `grow`; most of them find that there are enough.
-    Crew(unsigned most, WalkQueue& queue) : most_(most), queue_(queue) { threads_.reserve(most); }
+    WorkerPool(unsigned most, WalkQueue& queue) : most_(most), queue_(queue) {
+        threads_.reserve(most);
+    }
 
+    /// Runs `work` on the calling thread and on those that `grow` adds, and waits for all of them.
+    /// Throws std::bad_alloc when one of them has run out of memory.
     void run(std::function<void()> work) {
         work_ = std::move(work);
         runOne();
@@ -49,11 +66,13 @@ public:
         if (failed_) throw std::bad_alloc();
     }
 
+    /// Adds a thread, up to the limit. Any thread may call it while it works. If another one is
+    /// adding a thread at the moment, it does nothing rather than wait.
     void grow() {
         const std::unique_lock lock(mutex_, std::try_to_lock);
         if (!lock || count_ >= most_) return;
         auto thread = startThread([this] { runOne(); }, smallStack);
-        // Once the system has no more to give, asking again would only take time.
+        // When the system has no more threads to give, do not ask for one again.
         if (!thread) most_ = count_;
         if (!thread) return;
         ++count_;
@@ -70,7 +89,9 @@ private:
         }
     }
 
-    /// One to wait for. When there is none left, there will be no other.
+    /// Takes a thread out of the list, for the caller to wait for; null when none is left. No
+    /// thread is added any more once this has been called, since the calling thread found no more
+    /// work.
     std::unique_ptr<Thread> next() {
         const std::lock_guard lock(mutex_);
         most_ = 0;
@@ -89,7 +110,7 @@ private:
     std::vector<std::unique_ptr<Thread>> threads_;
 };
 
-/// What all threads of a walk share.
+/// The state and services that all threads of a walk share.
 struct Shared {
     DirectoryReader& reader;
     const PreviousHits* const previous;
@@ -99,11 +120,11 @@ struct Shared {
     const std::vector<std::string>& rootsInExcludedPlaces;
     const CancelFlag& cancelled;
     WalkQueue& queue;
-    Unread& unread;
-    Crew& crew;
+    FirstUnread& unread;
+    WorkerPool& pool;
 };
 
-/// One thread of the walk.
+/// The work of one thread.
 class Worker {
 public:
     explicit Worker(const Shared& shared) : shared_(shared) {}
@@ -112,7 +133,7 @@ public:
         auto work = shared_.queue.claim();
         while (work) {
             if (shared_.cancelled.cancelled()) shared_.queue.stop();
-            if (shared_.queue.wantsAnotherThread()) shared_.crew.grow();
+            if (shared_.queue.wantsAnotherThread()) shared_.pool.grow();
             work = std::visit([this](const auto& piece) { return done(piece); }, *work);
         }
     }
@@ -134,7 +155,7 @@ private:
         if (!listing.folder && !work.root && shared_.rootsAreNamed) return listFile(work.path);
         const bool listed = listing.folder && listing.folder->list([&](const FolderEntry& entry) {
             if (shared_.cancelled.cancelled()) return false;
-            if (!entry.hidden && !exclusions.excludes(entry.name)) sort(entry, work, &listing);
+            if (!entry.hidden && !exclusions.excludes(entry.name)) classify(entry, work, &listing);
             return true;
         });
         if (!listed) shared_.unread.note(work.path);
@@ -157,8 +178,8 @@ private:
         return listing;
     }
 
-    void sort(const FolderEntry& entry, const WalkQueue::ListWork& work,
-              FolderListing* listing) const {
+    void classify(const FolderEntry& entry, const WalkQueue::ListWork& work,
+                  FolderListing* listing) const {
         if (entry.kind == EntryKind::unknown) {
             shared_.unread.note(work.path + "/" + std::string(entry.name));
         }
@@ -187,87 +208,91 @@ private:
         return result;
     }
 
-    /// For want of memory nothing is remembered, which costs the next scan time.
+    /// Adds the files at hand to the memory. When there is no room for them they are forgotten,
+    /// which costs the next scan time.
     void remember() {
         try {
-            if (!known_.empty()) shared_.memory->add(known_);
+            if (!toRemember_.empty()) shared_.memory->add(toRemember_);
         } catch (const std::bad_alloc&) {
-            known_ = {};
+            toRemember_ = {};
         }
-        known_.clear();
+        toRemember_.clear();
     }
 
-    /// The file at `path_`. Null when it is no Mach-O file.
+    /// Examines the file at `path_`. Null when it is no Mach-O file or could not be read.
     HitRef examine(Folder& folder, const char* name, std::optional<FileAttributes> attributes) {
         const auto* const previous = shared_.previous ? shared_.previous->find(path_) : nullptr;
         if (previous) {
             if (!attributes) attributes = folder.attributes(name);
-            if (!attributes) return unread();
+            if (!attributes) return skipUnread();
             if (auto hit = reusable(*previous, *attributes)) return hit;
         }
         if (isRemembered(folder, name, attributes)) return nullptr;
         if (attributes && isTooSmall(*attributes)) return nullptr;
         const auto file = folder.openFile(name);
-        if (!file) return unread();
+        if (!file) return skipUnread();
         return shared_.memory ? readAndRemember(*file) : read(*file, attributes);
     }
 
     HitRef read(HeaderFile& file, std::optional<FileAttributes> attributes) {
         auto archs = readArchs(file);
         if (archs && !attributes) {
-            // A file written between the reading and the asking would keep its old answer for as
-            // long as these attributes hold, so what counts is read after them.
+            // The file may have been written between the reading and the asking. Its new attributes
+            // would then stand for its old content in every later scan, so it is read again, unless
+            // its times show that it was not written lately.
             attributes = file.attributes();
-            if (!attributes) return unread();
+            if (!attributes) return skipUnread();
             if (!isSettled(*attributes)) archs = readArchs(file);
         }
         return archs ? hit(std::move(*archs), *attributes) : nullptr;
     }
 
-    /// As a file is remembered by these attributes, they too come before what is read, and from the
-    /// file that is read, whatever stands at its path by now.
+    /// The attributes are asked for before the content is read, and from the open file: another
+    /// file may stand at its path by now.
     HitRef readAndRemember(HeaderFile& file) {
         const auto attributes = file.attributes();
-        if (!attributes) return unread();
+        if (!attributes) return skipUnread();
         const auto fingerprint = shared_.memory->fingerprint(path_, *attributes);
         if (contains(fingerprint)) return nullptr;
         auto archs = readArchs(file);
         const bool isToBeRemembered = wasRead_ && (!archs || shared_.remembersHits);
-        if (isToBeRemembered && isSettled(*attributes)) known_.push_back(fingerprint);
+        if (isToBeRemembered && isSettled(*attributes)) toRemember_.push_back(fingerprint);
         return archs ? hit(std::move(*archs), *attributes) : nullptr;
     }
 
-    /// Asking by name costs as much as half a reading. Where it has often been in vain it is tried
-    /// now and then only: so a first scan, or one after a great change, is hardly slower.
+    /// Asking for attributes by name costs half as much as reading the file. After several files in
+    /// a row that were not in the memory it is therefore done for every 16th file only, so that a
+    /// first scan, or one after many files have changed, is hardly slower for it.
     bool isRemembered(Folder& folder, const char* name, std::optional<FileAttributes>& attributes) {
         constexpr unsigned patience = 4;
         constexpr unsigned pause = 16;
         if (!shared_.memory) return false;
         if (!attributes) {
-            if (inVain_ >= patience && inVain_++ % pause != 0) return false;
+            if (misses_ >= patience && misses_++ % pause != 0) return false;
             attributes = folder.attributes(name);
         }
         return attributes && contains(shared_.memory->fingerprint(path_, *attributes));
     }
 
-    /// For any header. Where sizes are not known to be true, as with some servers, it is read.
+    /// Whether the file is too small for any header. Some servers give wrong sizes; they give no
+    /// change times either, and their files are read.
     static bool isTooSmall(const FileAttributes& attributes) {
         return attributes.size < machOSmallestBytes && attributes.changed != 0;
     }
 
     bool contains(std::uint64_t fingerprint) {
         const bool does = shared_.memory->contains(fingerprint);
-        inVain_ = does ? 0 : inVain_ + 1;
+        misses_ = does ? 0 : misses_ + 1;
         return does;
     }
 
-    /// Whether a further change would have given the file other times. What is written through a
-    /// mapping moves them once, and then not again before the system has brought those bytes to
-    /// the disk, which takes it up to 35 seconds.
+    /// Whether the file has been unchanged for long enough that another change is sure to give it
+    /// other times. Times have a limited resolution. And writing through a memory mapping changes
+    /// them only once until the system has flushed those bytes, which takes up to 35 seconds.
     [[nodiscard]] bool isSettled(const FileAttributes& attributes) const {
-        constexpr std::int64_t longest = 60'000'000'000;
+        constexpr std::int64_t settlingTime = 60'000'000'000;
         return attributes.changed != 0 && attributes.inode != 0 &&
-               std::max(attributes.modified, attributes.changed) < startedAt_ - longest;
+               std::max(attributes.modified, attributes.changed) < startedAt_ - settlingTime;
     }
 
     [[nodiscard]] HitRef hit(std::vector<std::string> archs,
@@ -283,7 +308,7 @@ private:
         return machOArchs(std::span(buffer_).first(count.value_or(0)));
     }
 
-    HitRef unread() const {
+    HitRef skipUnread() const {
         shared_.unread.note(path_);
         return nullptr;
     }
@@ -291,13 +316,13 @@ private:
     const Shared& shared_;
     std::string path_;
     std::array<std::byte, machOHeaderBytes> buffer_{};
-    bool wasRead_ = false;              ///< What was last to be read.
-    std::int64_t startedAt_ = 0;        ///< Of the files at hand, in nanoseconds since 1970.
-    unsigned inVain_ = 0;               ///< Files in a row that were asked for and not remembered.
-    std::vector<std::uint64_t> known_;  ///< Of the files at hand, those to be remembered.
+    bool wasRead_ = false;        ///< The latest attempt to read a file succeeded.
+    std::int64_t startedAt_ = 0;  ///< When work on this batch began, in nanoseconds since 1970.
+    unsigned misses_ = 0;         ///< Files in a row that were not in the memory.
+    std::vector<std::uint64_t> toRemember_;  ///< Fingerprints of this batch, for the memory.
 };
 
-/// The roots that open a place which scans leave out, without a slash at their end.
+/// The named roots that lie at or below an excluded place, without trailing slashes.
 std::vector<std::string> rootsInExcludedPlaces(const WalkRequest& request) {
     std::vector<std::string> roots;
     if (!request.rootsAreNamed) return roots;
@@ -318,9 +343,9 @@ WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const Canc
     const auto openFolders = reader.maxOpenFolders();
     const auto count = std::min(wanted, openFolders);
     WalkQueue queue(request.roots, {count, openFolders}, listener);
-    Crew crew(count, queue);
+    WorkerPool pool(count, queue);
     if (cancelled.cancelled()) queue.stop();
-    Unread unread;
+    FirstUnread unread;
     const Shared shared{reader,
                         request.previous,
                         request.memory,
@@ -330,8 +355,8 @@ WalkOutcome walk(DirectoryReader& reader, const WalkRequest& request, const Canc
                         cancelled,
                         queue,
                         unread,
-                        crew};
-    crew.run([&shared] { Worker(shared).run(); });
+                        pool};
+    pool.run([&shared] { Worker(shared).run(); });
     queue.finish();
     return {unread.path()};
 }

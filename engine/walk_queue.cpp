@@ -1,3 +1,23 @@
+// How work is given out and delivered.
+//
+// One mutex guards all of the queue. It is held for moments: files are read and folders listed
+// without it, and `Released` keeps closing and freeing out of it. A thread hands back a piece of
+// work and claims the next one under one lock, so the lock is taken once for each piece.
+//
+// Work comes from the front of the order, because only the front can be delivered; what is finished
+// further back must be kept. Two things could still pile up. A slow folder at the front holds back
+// everything behind it: beyond `maxAhead` undelivered files no new work is given out until it is
+// done. And each folder that is listed stays open until its files are read: when too many are open,
+// threads get files to read in place of folders to list.
+//
+// The listener is called under the lock. That keeps the reports in order without a second queue; it
+// only puts hits into a list, or posts a portion of them.
+//
+// A thread that gets work wakes at most one other, and only if there is more work, so threads do
+// not wake up in vain. `finish` and the final counts run when all threads are done.
+//
+// The simpler way, one stack of folders for each thread with stealing, keeps memory bounded too.
+// But it delivers in another order on each run, and the order of hits is part of a scan's result.
 #include "engine/walk_queue.h"
 
 #include <algorithm>
@@ -5,15 +25,41 @@
 #include <utility>
 
 namespace vestigo {
-
 namespace {
 
-// The system counts the time of threads that are running in ticks of some milliseconds.
+// The system counts processor time in ticks of some milliseconds, so a sample must span several.
 constexpr auto sampleInterval = std::chrono::milliseconds(20);
 
-// Of all processors. In between, things stay as they are.
+// Shares of the time of all processors: below the first the limit is doubled, above the second it
+// is halved. In between it stays as it is, so that it does not swing.
 constexpr double idle = 0.7;
 constexpr double busy = 0.95;
+
+constexpr std::int64_t progressEvery = 1000;
+constexpr std::size_t hitsPerPartial = 2000;
+
+// About 200 µs of work when the files are cached: much longer than a lock takes, much shorter than
+// a scan.
+constexpr std::size_t filesPerBatch = 64;
+
+// Bounds the memory that finished files take up behind one slow folder at the front.
+constexpr std::size_t maxAhead = 65536;
+
+std::size_t batchCount(const NameList& candidates) {
+    return (candidates.size() + filesPerBatch - 1) / filesPerBatch;
+}
+
+std::size_t batchEnd(const NameList& candidates, std::size_t batch) {
+    return std::min(candidates.size(), (batch + 1) * filesPerBatch);
+}
+
+std::size_t batchSize(const NameList& candidates, std::size_t batch) {
+    return batchEnd(candidates, batch) - batch * filesPerBatch;
+}
+
+std::string prefixOf(const std::string& folder) {
+    return folder.ends_with('/') ? folder : folder + '/';
+}
 
 }  // namespace
 
@@ -38,14 +84,7 @@ void ReaderGovernor::sample(double wall, double processor) {
     if (used > busy) limit_ = std::max(std::min(processors_, most_), limit_ / 2);
 }
 
-namespace {
-
-constexpr std::int64_t progressEvery = 1000;
-constexpr std::size_t hitsPerPartial = 2000;
-
-}  // namespace
-
-void WalkDelivery::deliver(ExaminedFiles&& run,
+void WalkDelivery::deliver(ExaminedFiles&& batch,
                            const std::function<std::string(std::size_t)>& pathOf) {
     const auto before = scannedCount_;
     const auto countUpTo = [&](std::int64_t count) {
@@ -55,45 +94,19 @@ void WalkDelivery::deliver(ExaminedFiles&& run,
         }
         scannedCount_ = count;
     };
-    for (auto& [position, hit] : run.hits) {
+    for (auto& [position, hit] : batch.hits) {
         countUpTo(before + position + 1);
         pending_.push_back(std::move(hit));
         if (pending_.size() == hitsPerPartial) {
             listener_.partial(std::exchange(pending_, {}), scannedCount_);
         }
     }
-    countUpTo(before + run.examined);
+    countUpTo(before + batch.examined);
 }
 
 void WalkDelivery::finish() {
     listener_.final(std::exchange(pending_, {}), scannedCount_);
 }
-
-namespace {
-
-// Some 200 µs of work with a warm cache: long beside a lock, short beside a scan.
-constexpr std::size_t filesPerBatch = 64;
-
-// One slow folder at the front may not make the others pile up without end.
-constexpr std::size_t maxAhead = 65536;
-
-std::size_t batchCount(const NameList& candidates) {
-    return (candidates.size() + filesPerBatch - 1) / filesPerBatch;
-}
-
-std::size_t batchEnd(const NameList& candidates, std::size_t batch) {
-    return std::min(candidates.size(), (batch + 1) * filesPerBatch);
-}
-
-std::size_t batchSize(const NameList& candidates, std::size_t batch) {
-    return batchEnd(candidates, batch) - batch * filesPerBatch;
-}
-
-std::string prefixOf(const std::string& folder) {
-    return folder.ends_with('/') ? folder : folder + '/';
-}
-
-}  // namespace
 
 WalkQueue::WalkQueue(const std::vector<std::string>& roots, Limits limits, WalkListener& listener)
     : delivery_(listener), governor_(limits.workers), maxOpenFolders_(limits.openFolders) {
@@ -108,7 +121,8 @@ WalkQueue::WalkQueue(const std::vector<std::string>& roots, Limits limits, WalkL
     }
 }
 
-// The lock is held for moments, far shorter than it takes to sleep and be woken.
+// Spins before it sleeps: the lock is held for far less time than it takes to fall asleep and be
+// woken.
 WalkQueue::Lock WalkQueue::lockSoon() {
     constexpr int tries = 200;
     Lock lock(mutex_, std::defer_lock);
@@ -132,7 +146,6 @@ std::optional<WalkQueue::Work> WalkQueue::claim() {
     return std::nullopt;
 }
 
-// Whoever gets work wakes one other who waits for some: no more are woken than there is work for.
 std::optional<WalkQueue::Work> WalkQueue::tryClaim() {
     governor_.tick();
     if (stopped_ || busy_ >= governor_.limit() || tooFarAhead()) return std::nullopt;
@@ -141,18 +154,19 @@ std::optional<WalkQueue::Work> WalkQueue::tryClaim() {
     ++busy_;
     const bool isMoreToDo = !work_.empty() && busy_ < governor_.limit() && !tooFarAhead();
     if (waiting_ > 0 && isMoreToDo) changed_.notify_one();
-    understaffed_.store(waiting_ == 0 && isMoreToDo, std::memory_order_relaxed);
+    threadWanted_.store(waiting_ == 0 && isMoreToDo, std::memory_order_relaxed);
     return work;
 }
 
-// Whoever is alone must go on: what the front waits for is then first in the list.
+// If no work is claimed, a thread must go on whatever is piled up: the work that the front waits
+// for is then the first in the list, and nobody else would do it.
 bool WalkQueue::tooFarAhead() const {
     return ahead_ > maxAhead && busy_ > 0;
 }
 
 std::optional<WalkQueue::Work> WalkQueue::popFirst() {
-    // Folders further back that were listed meanwhile stay open until it is their turn, at every
-    // level of a deep tree anew: where they become too many, theirs it is.
+    // In a deep tree, listed folders that stay open add up at every level. Past the limit their
+    // files are read first, which closes them.
     const bool mayOpen = openFolders_ < maxOpenFolders_;
     for (auto* const node : work_) {
         if (node->isSubFolders && mayOpen) return enterNext(*node);
@@ -193,16 +207,16 @@ WalkQueue::Work WalkQueue::popBatch(Node& files) {
 
 std::optional<WalkQueue::Work> WalkQueue::listed(const ListWork& work, FolderListing listing) {
     {
-        Done done;
+        Released released;
         auto lock = lockSoon();
         --busy_;
-        addListing(*work.files, std::move(listing), done);
+        addListing(*work.files, std::move(listing), released);
         if (auto next = tryClaim()) return next;
     }
     return claim();
 }
 
-void WalkQueue::addListing(Node& files, FolderListing listing, Done& done) {
+void WalkQueue::addListing(Node& files, FolderListing listing, Released& released) {
     files.isListed = true;
     files.batches.resize(batchCount(listing.candidates));
     if (!listing.filePrefix.empty()) files.prefix = listing.filePrefix;
@@ -212,12 +226,12 @@ void WalkQueue::addListing(Node& files, FolderListing listing, Done& done) {
         }
         addSubFolders(files, std::exchange(listing.subFolders, {}));
     }
-    done.root = std::exchange(files.root, nullptr);
+    released.root = std::exchange(files.root, nullptr);
     files.listing = std::move(listing);
     if (!files.batches.empty()) return;
-    close(files, done);
+    close(files, released);
     work_.erase(files.workPlace);
-    deliverReady(done);
+    deliverReady(released);
 }
 
 void WalkQueue::addSubFolders(const Node& after, NameList names) {
@@ -232,24 +246,24 @@ void WalkQueue::addSubFolders(const Node& after, NameList names) {
 
 std::optional<WalkQueue::Work> WalkQueue::examined(const ReadWork& work, ExaminedFiles result) {
     {
-        Done done;
+        Released released;
         auto lock = lockSoon();
         --busy_;
         auto& files = *work.files;
         files.batches[work.batch] = std::move(result);
-        if (++files.examinedBatches == files.batches.size()) close(files, done);
-        if (files.place == order_.begin()) deliverReady(done);
+        if (++files.examinedBatches == files.batches.size()) close(files, released);
+        if (files.place == order_.begin()) deliverReady(released);
         if (auto next = tryClaim()) return next;
     }
     return claim();
 }
 
-void WalkQueue::close(Node& files, Done& done) {
+void WalkQueue::close(Node& files, Released& released) {
     --openFolders_;
-    done.folder = std::move(files.listing.folder);
+    released.folder = std::move(files.listing.folder);
 }
 
-void WalkQueue::deliverReady(Done& done) {
+void WalkQueue::deliverReady(Released& released) {
     while (!order_.empty()) {
         auto& front = order_.front();
         if (front.isSubFolders || !front.isListed) return;
@@ -257,7 +271,7 @@ void WalkQueue::deliverReady(Done& done) {
             deliverNextBatch(front);
         }
         if (!isDelivered(front)) return;
-        done.delivered.splice(done.delivered.end(), order_, order_.begin());
+        released.delivered.splice(released.delivered.end(), order_, order_.begin());
     }
 }
 

@@ -1,10 +1,11 @@
-// The order of a walk: which piece of work comes next, and which finished piece is delivered next.
+// Decides the order of a walk: which piece of work a thread gets next, which finished piece is
+// delivered next, and how many threads work at a time.
 //
 // A list holds, in the order of delivery, every folder whose files are not delivered yet and every
-// run of sub-folders not entered yet. A folder, once listed, is followed by the run of its
-// sub-folders; a sub-folder entered stands right before the rest of its run. Work is always taken
-// from the front of that order, so little waits between being found and being delivered, and memory
-// does not grow with the disk.
+// run of sub-folders that are not entered yet. Once a folder is listed, the run of its sub-folders
+// follows it; a sub-folder that is entered stands right before the rest of its run. Work is always
+// taken from the front of that order. So little waits between being found and being delivered, and
+// memory does not grow with the size of the disk.
 #pragma once
 
 #include <atomic>
@@ -29,7 +30,7 @@
 
 namespace vestigo {
 
-/// Entry names of one folder, each followed by a NUL.
+/// The names of a folder's entries in one block of memory, each followed by a NUL.
 class NameList {
 public:
     void add(std::string_view name) {
@@ -45,18 +46,20 @@ private:
     std::vector<std::uint32_t> offsets_;
 };
 
-/// With a warm file cache, more readers than processors only get in each other's way. With a cold
-/// one they wait for the disk, which answers many at once far sooner than one after the other. The
-/// two are told apart by whether the processors have anything to do. Used by one thread at a time.
+/// Limits how many threads work at a time. While the disk's content is cached, more threads than
+/// processors only get in each other's way. While it is not, threads wait for the disk, which
+/// answers many requests together far sooner than one after the other. The governor tells the two
+/// apart by how busy the processors are. Used by one thread at a time.
 class ReaderGovernor {
 public:
-    /// Never more than `most`, and at first no more than there are processors.
+    /// The limit is never above `most`, and at first not above the number of processors.
     explicit ReaderGovernor(unsigned most);
 
     [[nodiscard]] unsigned limit() const { return limit_; }
-    /// To be called often: now and then it looks at the clocks and may change the limit.
+    /// Is to be called often. Every few calls it reads the clocks and may change the limit.
     void tick();
-    /// Takes in that this process used `processor` seconds of its processors in `wall` seconds.
+    /// Adjusts the limit to the fact that this process used `processor` seconds of processor time
+    /// within `wall` seconds.
     void sample(double wall, double processor);
 
 private:
@@ -69,21 +72,23 @@ private:
     std::clock_t processorAt_ = std::clock();
 };
 
-/// What became of a run of candidates.
+/// The result of examining a batch of candidates.
 struct ExaminedFiles {
-    std::uint32_t examined = 0;  ///< How many of the run were looked at.
-    /// Hits with their position in the run, ascending.
+    std::uint32_t examined = 0;  ///< How many of the batch were examined.
+    /// The hits with their positions in the batch, in ascending order.
     std::vector<std::pair<std::uint32_t, HitRef>> hits;
 };
 
-/// Counts candidates and cuts the hits into hand-overs. Used by one thread at a time.
+/// Counts candidates and passes the hits on to the listener in portions. Used by one thread at a
+/// time.
 class WalkDelivery {
 public:
     explicit WalkDelivery(WalkListener& listener) : listener_(listener) {}
 
-    /// The next run in order. `pathOf` gives the path of the candidate at a position of the run.
-    void deliver(ExaminedFiles&& run, const std::function<std::string(std::size_t)>& pathOf);
-    /// Hands over what is left.
+    /// Delivers the next batch in order. `pathOf` gives the path of the candidate at a position of
+    /// the batch.
+    void deliver(ExaminedFiles&& batch, const std::function<std::string(std::size_t)>& pathOf);
+    /// Delivers the remaining hits and the final count.
     void finish();
 
 private:
@@ -92,30 +97,32 @@ private:
     HitList pending_;
 };
 
-/// What a folder's listing gave.
+/// The result of listing a folder.
 struct FolderListing {
     std::shared_ptr<Folder> folder;  ///< Null when it could not be opened.
     NameList candidates;
-    /// Of the candidates, as far as the listing brought them along; may be shorter.
+    /// The attributes of the candidates, where the listing already gave them; may be shorter.
     std::vector<std::optional<FileAttributes>> attributes;
     NameList subFolders;
-    std::string filePrefix;  ///< Of a root that is a file itself: what stands before its name.
+    /// If the root is a file itself: the part of its path before the name.
+    std::string filePrefix;
 };
 
-/// Thread-safe. Work that was claimed is always handed back, also after a stop.
+/// Thread-safe. A thread that has claimed work always hands it back, also after a stop.
 class WalkQueue {
     struct Node;
 
-    /// A root that has been opened. All folders below it are opened from there.
+    /// A root that has been opened. All folders below it are opened from there, by
+    /// their path below the root.
     struct Root {
         std::shared_ptr<Folder> folder;
-        std::size_t prefixSize;  ///< Of the paths below it, what stands before the relative path.
+        std::size_t prefixSize;  ///< Where in paths below it the path below the root begins.
     };
 
 public:
     struct Limits {
-        unsigned workers;      ///< Pieces of work out at a time; fewer when more would not help.
-        unsigned openFolders;  ///< At least 1.
+        unsigned workers;      ///< The most pieces of work that may be claimed at a time.
+        unsigned openFolders;  ///< The most folders that may be open at a time; at least 1.
     };
     /// `listener` is called under the queue's lock.
     WalkQueue(const std::vector<std::string>& roots, Limits limits, WalkListener& listener);
@@ -124,45 +131,47 @@ public:
     struct ListWork {
         Node* files;
         std::string path;
-        Folder* root;                ///< To open it from; null: the path is a root itself.
-        std::size_t rootPrefixSize;  ///< Of `path`: where the path below the root begins.
+        Folder* root;                ///< The folder to open it from; null if it is a root itself.
+        std::size_t rootPrefixSize;  ///< Where in `path` the path below the root begins.
     };
-    /// Some of a folder's candidates to read: positions [first, last).
+    /// A batch of a folder's candidates to examine: positions [first, last).
     struct ReadWork {
         Node* files;
         std::size_t batch;
-        const std::string* prefix;  ///< What stands before a name in its path.
+        const std::string* prefix;  ///< The part of each candidate's path before its name.
         const FolderListing* listing;
         std::size_t first;
         std::size_t last;
     };
     using Work = std::variant<ListWork, ReadWork>;
 
-    /// The first piece of work, waiting for one if need be; absent when there is none and will be
-    /// none.
+    /// Claims the first piece of work, and waits until there is one if need be. Absent when all
+    /// work is done or the walk was stopped.
     [[nodiscard]] std::optional<Work> claim();
-    /// Hands a piece of work back, done, and claims the next one.
+    /// Each hands back a finished piece of work and claims the next one.
     [[nodiscard]] std::optional<Work> listed(const ListWork& work, FolderListing listing);
     [[nodiscard]] std::optional<Work> examined(const ReadWork& work, ExaminedFiles result);
 
-    /// Whether one more thread would have found work when some was last claimed.
+    /// Whether one more thread would have found work at the time of the latest claim.
     [[nodiscard]] bool wantsAnotherThread() const {
-        return understaffed_.load(std::memory_order_relaxed);
+        return threadWanted_.load(std::memory_order_relaxed);
     }
 
-    /// Gives out no more work.
+    /// Gives out no more work from now on.
     void stop();
-    /// Delivers what a stop has left, then ends the delivery. Called once, when no work is out.
+    /// Delivers the finished batches that a stop has left behind, then ends the delivery. To be
+    /// called once, when no thread holds any work.
     void finish();
 
 private:
     using Order = std::list<Node>;
     using WorkList = std::list<Node*>;
 
-    /// The files of a folder, or the sub-folders of one that are not entered yet.
+    /// An element of the order: the files of a folder, or the sub-folders of a folder that are not
+    /// entered yet.
     struct Node {
-        std::shared_ptr<const Root> root;  ///< Until the folder is listed; null for roots.
-        std::string prefix;
+        std::shared_ptr<const Root> root;  ///< Kept until the folder is listed; null for roots.
+        std::string prefix;                ///< The part of its entries' paths before their names.
         FolderListing listing;
         Order::iterator place;
         WorkList::iterator workPlace;
@@ -177,8 +186,9 @@ private:
 
     using Lock = std::unique_lock<std::mutex>;
 
-    /// What is closed and released once the lock is: declared before the lock is taken.
-    struct Done {
+    /// Things to close and free after the lock has been released, as this takes time. It is
+    /// declared before the lock is taken, so its destructor runs later.
+    struct Released {
         Order delivered;
         std::shared_ptr<Folder> folder;
         std::shared_ptr<const Root> root;
@@ -190,10 +200,10 @@ private:
     [[nodiscard]] Work enterNext(Node& run);
     [[nodiscard]] Work popBatch(Node& files);
     [[nodiscard]] bool tooFarAhead() const;
-    void addListing(Node& files, FolderListing listing, Done& done);
-    void close(Node& files, Done& done);
+    void addListing(Node& files, FolderListing listing, Released& released);
+    void close(Node& files, Released& released);
     void addSubFolders(const Node& after, NameList names);
-    void deliverReady(Done& done);
+    void deliverReady(Released& released);
     void deliverNextBatch(Node& files);
     bool isDelivered(const Node& files) const;
 
@@ -201,16 +211,17 @@ private:
     std::condition_variable changed_;
     WalkDelivery delivery_;
     Order order_;
-    WorkList
-        work_;  ///< What of `order_` is not all claimed, or is being listed; in the same order.
+    /// The elements of `order_` that are being listed or of which not everything is claimed yet, in
+    /// the same order.
+    WorkList work_;
     ReaderGovernor governor_;
     const unsigned maxOpenFolders_;
-    unsigned openFolders_ = 0;  ///< Being listed, or with candidates not examined.
-    unsigned busy_ = 0;
-    unsigned waiting_ = 0;
-    std::size_t ahead_ = 0;  ///< Candidates claimed and not delivered.
+    unsigned openFolders_ = 0;  ///< Folders being listed or with candidates not yet examined.
+    unsigned busy_ = 0;         ///< Pieces of work that are claimed and not handed back.
+    unsigned waiting_ = 0;      ///< Threads that wait for work.
+    std::size_t ahead_ = 0;     ///< Candidates that are claimed and not delivered.
     bool stopped_ = false;
-    std::atomic<bool> understaffed_ = false;
+    std::atomic<bool> threadWanted_ = false;
 };
 
 }  // namespace vestigo

@@ -90,13 +90,13 @@ protected:
         .files = std::make_shared<PosixFiles>(),
         .links = std::make_shared<PosixLinks>(),
         .authentication = owner_,
-        .looks =
+        .checks =
             [this] {
-                return std::make_unique<RemovalLooks>(
-                    LookServices{systemDirectoryReader(), std::make_shared<PosixFiles>(), {}},
+                return std::make_unique<RemovalChecks>(
+                    CheckServices{systemDirectoryReader(), std::make_shared<PosixFiles>(), {}},
                     loop_, tasks_);
             },
-        .trashPath = [this](const std::string& path, const RemovalLooks*) { return trash(path); },
+        .trashPath = [this](const std::string& path, const RemovalChecks*) { return trash(path); },
         .folder = tree_.at("reinstalls"),
         .places = {.installation = tree_.at("native"), .brew = tree_.at("native/bin/brew")}};
     std::unique_ptr<Reinstall> reinstall_;

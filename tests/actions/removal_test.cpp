@@ -236,7 +236,7 @@ TEST_F(RemovalTest, TakesNoMoreThanWasShownAndLessWhereThatMayNotGoAnyMore) {
     // What leaves takes its leftovers with it and does not come back; choices stay.
     intelApplication("c");
     const auto third = preferences("c");
-    scanner().takeOver(*store->record);
+    scanner().adopt(*store->record);
     scanner().regroup();
     open();
     removal().setLeftoverOn(third, false);

@@ -36,7 +36,7 @@ protected:
     ContentView& content() { return fixture.content(); }
     /// Shows what has been found and signed since the window was made.
     void showNews() {
-        content().scanner().takeOver(*fixture.store->record);
+        content().scanner().adopt(*fixture.store->record);
         content().scanner().regroup();
         refresher->flush();
     }

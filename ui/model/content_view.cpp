@@ -47,10 +47,10 @@ ReinstallServices reinstallServices(const ContentServices& services, Scanner& sc
             .files = services.files,
             .links = services.links,
             .authentication = services.authentication,
-            .looks = [&scanner] { return scanner.removalLooks(); },
+            .checks = [&scanner] { return scanner.removalChecks(); },
             .trashPath =
-                [&scanner](const std::string& path, const RemovalLooks* looks) {
-                    return scanner.trashPaths({path}, looks);
+                [&scanner](const std::string& path, const RemovalChecks* checks) {
+                    return scanner.trashPaths({path}, checks);
                 },
             .folder = services.reinstallFolder,
             .places = services.homebrew};
@@ -282,7 +282,7 @@ void ContentView::updatePlan() {
     if (!removal_.retain(deletableSelection())) return;
     notifyPlan();
     if (!plannedGroups().empty()) return;
-    auto why = removal_.departed();
+    auto why = removal_.withdrawalReason();
     cancelDelete();
     if (why) showAlert(std::move(*why));
 }
@@ -365,7 +365,7 @@ void ContentView::apply(const ReinstallReport& report) {
 
 std::optional<std::string> ContentView::runningReinstallNotice() const {
     const auto* const target = reinstall_.running();
-    return target ? std::optional(goesOnText(*target)) : std::nullopt;
+    return target ? std::optional(continuesText(*target)) : std::nullopt;
 }
 
 void ContentView::copyPath(const std::string& root, bool showFeedback) {

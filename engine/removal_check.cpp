@@ -1,4 +1,20 @@
-#include "engine/removal_look.h"
+// How the check of an item works.
+//
+// A check gathers facts and then decides by them with a pure function, so that every rule can be
+// tested without a disk. The facts come from the same walk that scans use, over the item alone.
+//
+// The second check must be quick, because it blocks the main thread while the item waits to be
+// moved. Therefore the first walk puts every file that it has read into a memory, Mach-O files
+// included, and the second walk reports only files that are new or have changed. Facts are added up
+// over the walks and never taken back: after a file with arm64 code has been deleted the facts
+// still have it. This can only keep an item that might go, never the other way round. Since a
+// reason to stay may disappear that way, a check that ends in a refusal drops the memory, and the
+// next check starts over.
+//
+// A mutex in ItemCheck is held for the whole of a check: the check on the main thread then waits
+// for one in the background and profits from what it has read. Everything in RemovalChecks is used
+// on the main thread only; a job in the background holds its ItemCheck by a shared pointer.
+#include "engine/removal_check.h"
 
 #include <functional>
 #include <new>
@@ -22,7 +38,7 @@ std::optional<std::string> refusalByCode(const RemovalItem& item, const ItemFact
     return leftInPlace(item.path, *facts.arm64Bundle, "also runs natively");
 }
 
-/// Notes what a walk finds. A large item has many files, so none of them is kept.
+/// Adds what a walk finds to the facts. It keeps none of the files, since a large item has many.
 class FactFinder : public WalkListener {
 public:
     FactFinder(ItemFacts& facts, std::int64_t& files) : facts_(facts), files_(files) {}
@@ -75,12 +91,12 @@ std::optional<std::string> refusal(const RemovalItem& item, const ItemFacts& fac
     return refusalByCode(item, facts);
 }
 
-ItemLook::ItemLook(RemovalItem item, LookServices services)
+ItemCheck::ItemCheck(RemovalItem item, CheckServices services)
     : item_(std::move(item)), services_(std::move(services)) {
     facts_.place = item_.path;
 }
 
-std::optional<std::string> ItemLook::refusal(const CancelFlag& cancelled) {
+std::optional<std::string> ItemCheck::refusal(const CancelFlag& cancelled) {
     const std::lock_guard lock(mutex_);
     try {
         if (auto why = protectionOf(item_.path, *services_.files)) {
@@ -93,29 +109,29 @@ std::optional<std::string> ItemLook::refusal(const CancelFlag& cancelled) {
         return leftInPlace(item_.path, "could not be looked into for want of memory");
     }
     auto why = vestigo::refusal(item_, facts_);
-    // What keeps the item may have gone by the next look.
+    // The reason may be gone by the next check, which must then start over to see that.
     if (why) memory_.reset();
     return why;
 }
 
-std::optional<ItemIdentity> ItemLook::found() const {
+std::optional<ItemIdentity> ItemCheck::found() const {
     const std::lock_guard lock(mutex_);
     return facts_.identity;
 }
 
-std::string ItemLook::place() const {
+std::string ItemCheck::place() const {
     const std::lock_guard lock(mutex_);
     return facts_.place;
 }
 
-void ItemLook::startOver() {
+void ItemCheck::startOver() {
     facts_ = {};
     facts_.place = item_.path;
     memory_.reset();
     signaturesRead_ = false;
 }
 
-void ItemLook::gather(const CancelFlag& cancelled) {
+void ItemCheck::gather(const CancelFlag& cancelled) {
     auto identity = services_.files->identity(item_.path);
     auto place = realPlace(item_.path, *services_.files).value_or(item_.path);
     const auto before = facts_;
@@ -126,9 +142,9 @@ void ItemLook::gather(const CancelFlag& cancelled) {
     facts_.identity = identity;
     facts_.place = std::move(place);
     if (!identity) return;
-    // A link goes without what it leads to.
+    // A link is moved without its destination, so the destination does not matter.
     if (identity->kind == EntryKind::folder || identity->kind == EntryKind::file) {
-        lookThrough(cancelled);
+        walkItem(cancelled);
     }
     if (signaturesRead_ && before.code == facts_.code) {
         facts_.appleRoot = before.appleRoot;
@@ -137,9 +153,8 @@ void ItemLook::gather(const CancelFlag& cancelled) {
     }
 }
 
-/// Where there is a memory, the facts come to hold for what the item has held since the first look
-/// with it: more than it holds now keeps it in its place rather than less.
-void ItemLook::lookThrough(const CancelFlag& cancelled) {
+/// With a memory the walk reports only files that are new or have changed since the last check.
+void ItemCheck::walkItem(const CancelFlag& cancelled) {
     FactFinder finder(facts_, files_);
     const WalkRequest request{.roots = {facts_.place},
                               .threads = files_ < manyFiles ? 1U : 0U,
@@ -154,7 +169,7 @@ void ItemLook::lookThrough(const CancelFlag& cancelled) {
     }
 }
 
-void ItemLook::readSignatures(const CancelFlag& cancelled) {
+void ItemCheck::readSignatures(const CancelFlag& cancelled) {
     signaturesRead_ = false;
     for (const auto& root : facts_.roots) {
         if (!services_.inspect || cancelled.cancelled()) return;
@@ -165,23 +180,23 @@ void ItemLook::readSignatures(const CancelFlag& cancelled) {
     signaturesRead_ = true;
 }
 
-RemovalLooks::RemovalLooks(LookServices services, std::shared_ptr<MainQueue> main,
-                           std::shared_ptr<BackgroundTasks> background)
+RemovalChecks::RemovalChecks(CheckServices services, std::shared_ptr<MainQueue> main,
+                             std::shared_ptr<BackgroundTasks> background)
     : services_(std::move(services)), main_(std::move(main)), background_(std::move(background)) {}
 
-RemovalLooks::~RemovalLooks() {
+RemovalChecks::~RemovalChecks() {
     for (auto& [path, entry] : entries_) entry.cancelled.cancel();
 }
 
-void RemovalLooks::add(RemovalItem item) {
+void RemovalChecks::add(RemovalItem item) {
     const auto path = item.path;
     if (entries_.contains(path)) return;
-    entries_[path].look = std::make_shared<ItemLook>(std::move(item), services_);
+    entries_[path].check = std::make_shared<ItemCheck>(std::move(item), services_);
     waiting_.push_back(path);
     startNext();
 }
 
-void RemovalLooks::drop(const std::string& path) {
+void RemovalChecks::drop(const std::string& path) {
     const auto found = entries_.find(path);
     if (found == entries_.end()) return;
     found->second.cancelled.cancel();
@@ -189,34 +204,34 @@ void RemovalLooks::drop(const std::string& path) {
     std::erase(waiting_, path);
 }
 
-void RemovalLooks::whenIdle(std::function<void()> idle) {
+void RemovalChecks::whenIdle(std::function<void()> idle) {
     idle_ = std::move(idle);
     if (!busy() && idle_) std::exchange(idle_, {})();
 }
 
-void RemovalLooks::startNext() {
+void RemovalChecks::startNext() {
     if (underWay_ || waiting_.empty()) return;
     underWay_ = true;
     const auto& entry = entries_.at(waiting_.front());
     waiting_.pop_front();
-    background_->run(Priority::normal, [look = entry.look, cancelled = entry.cancelled,
+    background_->run(Priority::normal, [check = entry.check, cancelled = entry.cancelled,
                                         main = main_, owner = anchor_.ref()] {
-        static_cast<void>(look->refusal(cancelled));
+        static_cast<void>(check->refusal(cancelled));
         main->post([owner] {
-            if (auto* const looks = owner.get()) looks->lookEnded();
+            if (auto* const checks = owner.get()) checks->checkEnded();
         });
     });
 }
 
-void RemovalLooks::lookEnded() {
+void RemovalChecks::checkEnded() {
     underWay_ = false;
     startNext();
     if (!busy() && idle_) std::exchange(idle_, {})();
 }
 
-std::shared_ptr<ItemLook> RemovalLooks::find(const std::string& path) const {
+std::shared_ptr<ItemCheck> RemovalChecks::find(const std::string& path) const {
     const auto found = entries_.find(path);
-    return found == entries_.end() ? nullptr : found->second.look;
+    return found == entries_.end() ? nullptr : found->second.check;
 }
 
 }  // namespace vestigo

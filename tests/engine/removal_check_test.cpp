@@ -1,4 +1,4 @@
-#include "engine/removal_look.h"
+#include "engine/removal_check.h"
 
 #include <chrono>
 #include <filesystem>
@@ -30,14 +30,14 @@ public:
     int opened = 0;
 };
 
-struct RemovalLookTest : testing::Test {
+struct RemovalCheckTest : testing::Test {
     void add(const std::string& path, const std::string& content) { tree.file(path, content); }
     RemovalItem item(const std::string& path, CodeRule rule) {
         return {tree.at(path), services.files->identity(tree.at(path)), rule};
     }
     /// What a first look says, without the name of the item and what all refusals end with.
     std::string why(const std::string& path, CodeRule rule) {
-        return reason(ItemLook(item(path, rule), services).refusal(CancelFlag()));
+        return reason(ItemCheck(item(path, rule), services).refusal(CancelFlag()));
     }
     static std::string reason(const std::optional<std::string>& refusal) {
         if (!refusal) return "";
@@ -51,18 +51,18 @@ struct RemovalLookTest : testing::Test {
     test::TemporaryTree tree;
     bool isAppleNow = false;
     std::shared_ptr<RefusingReader> reader = std::make_shared<RefusingReader>();
-    LookServices services{.reader = reader,
-                          .files = std::make_shared<PosixFiles>(),
-                          .inspect = [this](const std::string& root) {
-                              return SignInfo{isAppleNow || root.ends_with("/apple"), "Vendor"};
-                          }};
+    CheckServices services{.reader = reader,
+                           .files = std::make_shared<PosixFiles>(),
+                           .inspect = [this](const std::string& root) {
+                               return SignInfo{isAppleNow || root.ends_with("/apple"), "Vendor"};
+                           }};
 };
 
 constexpr auto group = CodeRule::noArm64;
 constexpr auto leftover = CodeRule::noKeptGroup;
 constexpr char runs[] = "also runs natively";
 
-TEST_F(RemovalLookTest, AnyArm64CodeKeepsAGroup) {
+TEST_F(RemovalCheckTest, AnyArm64CodeKeepsAGroup) {
     add("Old.app/Contents/MacOS/old", intel);
     add("Old.app/Contents/Caches/left/out", native);
     add("Late.app/Contents/MacOS/late", intel);
@@ -75,7 +75,7 @@ TEST_F(RemovalLookTest, AnyArm64CodeKeepsAGroup) {
     EXPECT_EQ(why("universal", group), runs);
 }
 
-TEST_F(RemovalLookTest, OnlyAKeptGroupKeepsALeftover) {
+TEST_F(RemovalCheckTest, OnlyAKeptGroupKeepsALeftover) {
     add("Support/updater", universal);
     add("Support/Old.app/old", intel);
     EXPECT_EQ(why("Support", leftover), "");
@@ -91,7 +91,7 @@ TEST_F(RemovalLookTest, OnlyAKeptGroupKeepsALeftover) {
     EXPECT_EQ(why("link", leftover), "");
 }
 
-TEST_F(RemovalLookTest, WhatAppleSignedOrNobodyCouldReadKeepsTheItem) {
+TEST_F(RemovalCheckTest, WhatAppleSignedOrNobodyCouldReadKeepsTheItem) {
     add("apple", intel);
     add("Keg/1.0/apple", intel);
     add("Keg/1.0/other", intel);
@@ -106,7 +106,7 @@ TEST_F(RemovalLookTest, WhatAppleSignedOrNobodyCouldReadKeepsTheItem) {
     EXPECT_EQ(why("tool", group), "could not be looked into for want of memory");
 }
 
-struct LaterLookTest : RemovalLookTest, testing::WithParamInterface<bool> {
+struct LaterLookTest : RemovalCheckTest, testing::WithParamInterface<bool> {
     LaterLookTest() {
         // By this clock all files have been as they are for long.
         const auto later = [] { return FileMemoryTable::systemClock() * 2; };
@@ -127,60 +127,60 @@ TEST_P(LaterLookTest, SeesWhatHasChanged) {
     add("Old.app/old", intel);
     add("Old.app/same", intel);
     const auto shown = item("Old.app", group);
-    ItemLook look(shown, services);
-    EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    ItemCheck check(shown, services);
+    EXPECT_EQ(check.refusal(CancelFlag()), std::nullopt);
     const auto time = fs::last_write_time(tree.at("Old.app/old"));
     change("Old.app/old", native);
     fs::last_write_time(tree.at("Old.app/old"), time);
-    EXPECT_EQ(reason(look.refusal(CancelFlag())), runs);
+    EXPECT_EQ(reason(check.refusal(CancelFlag())), runs);
     change("Old.app/old", intel);
-    EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    EXPECT_EQ(check.refusal(CancelFlag()), std::nullopt);
     change("Old.app/Inner.app/new", native);
-    EXPECT_EQ(reason(look.refusal(CancelFlag())), runs);
+    EXPECT_EQ(reason(check.refusal(CancelFlag())), runs);
     fs::remove_all(tree.at("Old.app/Inner.app"));
-    EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    EXPECT_EQ(check.refusal(CancelFlag()), std::nullopt);
     isAppleNow = true;
     change("Old.app/old", intel + " signed");
-    EXPECT_EQ(reason(look.refusal(CancelFlag())), "is signed by Apple");
+    EXPECT_EQ(reason(check.refusal(CancelFlag())), "is signed by Apple");
     isAppleNow = false;
     fs::rename(tree.at("Old.app"), tree.at("Moved.app"));
     // Whoever is to move it says that it is gone.
-    EXPECT_EQ(look.refusal(CancelFlag()), std::nullopt);
+    EXPECT_EQ(check.refusal(CancelFlag()), std::nullopt);
     add("Old.app/old", intel);
-    EXPECT_EQ(reason(look.refusal(CancelFlag())), "is not the item that was shown");
+    EXPECT_EQ(reason(check.refusal(CancelFlag())), "is not the item that was shown");
     const RemovalItem never{tree.at("New.app"), std::nullopt, group};
     add("New.app/new", intel);
-    EXPECT_EQ(reason(ItemLook(never, services).refusal(CancelFlag())),
+    EXPECT_EQ(reason(ItemCheck(never, services).refusal(CancelFlag())),
               "is not the item that was shown");
 }
 
-TEST_F(RemovalLookTest, LooksOneAfterTheOtherAndTellsWhenAllAreDone) {
+TEST_F(RemovalCheckTest, LooksOneAfterTheOtherAndTellsWhenAllAreDone) {
     add("A.app/a", intel);
     add("B.app/b", native);
     const auto loop = std::make_shared<RunLoop>();
     const auto tasks = std::make_shared<test::HeldTasks>();
-    RemovalLooks looks(services, loop, tasks);
+    RemovalChecks checks(services, loop, tasks);
     int told = 0;
-    looks.add(item("A.app", group));
-    looks.add(item("B.app", group));
-    looks.add(item("C.app", group));
-    looks.drop(tree.at("C.app"));
-    looks.whenIdle([&told] { ++told; });
+    checks.add(item("A.app", group));
+    checks.add(item("B.app", group));
+    checks.add(item("C.app", group));
+    checks.drop(tree.at("C.app"));
+    checks.whenIdle([&told] { ++told; });
     for (int pass = 0; pass < 2; ++pass) {
-        EXPECT_TRUE(looks.busy() && told == 0);
+        EXPECT_TRUE(checks.busy() && told == 0);
         ASSERT_EQ(tasks->jobs.size(), 1U);
         tasks->runHeld();
         loop->runPosted();
     }
     EXPECT_EQ(told, 1);
-    EXPECT_EQ(looks.find(tree.at("A.app"))->refusal(CancelFlag()), std::nullopt);
-    EXPECT_EQ(reason(looks.find(tree.at("B.app"))->refusal(CancelFlag())), runs);
-    EXPECT_FALSE(looks.find(tree.at("C.app")));
+    EXPECT_EQ(checks.find(tree.at("A.app"))->refusal(CancelFlag()), std::nullopt);
+    EXPECT_EQ(reason(checks.find(tree.at("B.app"))->refusal(CancelFlag())), runs);
+    EXPECT_FALSE(checks.find(tree.at("C.app")));
     // What is under way ends when it is dropped, or nobody is there any more.
-    auto given = std::make_optional<RemovalLooks>(services, loop, tasks);
+    auto given = std::make_optional<RemovalChecks>(services, loop, tasks);
     given->add(item("A.app", group));
     given->drop(tree.at("A.app"));
-    auto closed = std::make_optional<RemovalLooks>(services, loop, tasks);
+    auto closed = std::make_optional<RemovalChecks>(services, loop, tasks);
     closed->add(item("A.app", group));
     closed.reset();
     reader->opened = 0;
