@@ -143,7 +143,7 @@ FingerprintTable FileMemoryTable::merged() const {
     return mergedWith(written ? *written : table_);
 }
 
-/// Reads the header alone: a second table in memory would be the peak of a scan of many files.
+/// Reads only the header. A second whole table would be the peak of memory in a scan of many files.
 bool FileMemoryTable::wasWrittenByAnother() const {
     const auto start = files_->readOwn(path_, FingerprintTable::headerBytes);
     const auto written = FingerprintTable::identityIn(start.bytes);
