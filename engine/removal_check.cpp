@@ -7,9 +7,9 @@
 // moved. Therefore the first walk puts every file that it has read into a memory, Mach-O files
 // included, and the second walk reports only files that are new or have changed. Facts are added up
 // over the walks and never taken back: after a file with arm64 code has been deleted the facts
-// still have it. This can only keep an item that might go, never the other way round. Since a
-// reason to stay may disappear that way, a check that ends in a refusal drops the memory, and the
-// next check starts over.
+// still have it. So an outdated fact can only keep an item that might go, and never lets one go.
+// As the reason for a refusal may be such a fact, a refusal drops the memory, and the next check
+// starts over.
 //
 // A mutex in ItemCheck is held for the whole of a check: the check on the main thread then waits
 // for one in the background and profits from what it has read. Everything in RemovalChecks is used
