@@ -10,7 +10,7 @@
 // what the sheet has shown.
 //
 // Panels and prompts run an event loop of their own, and the window may be destroyed meanwhile.
-// What comes after such a call checks `alive_` first.
+// Code that follows such a call first asks a `WeakRef` of this object whether it is still there.
 #include "ui/model/content_view.h"
 
 #include <algorithm>
