@@ -1,4 +1,4 @@
-// What the program is, and the warning that goes with it.
+// The sheet that shows the program's name and version and warns of what it can do.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ namespace vestigo {
 class AboutSheet : public Sheet {
     Q_OBJECT
 public:
-    /// An empty `version` is one that nobody knows.
+    /// With an empty `version` the sheet shows "1.0".
     AboutSheet(ContentView& content, const std::string& version, QWidget* window);
 
 private:

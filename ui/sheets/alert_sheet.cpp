@@ -10,7 +10,7 @@
 
 namespace vestigo {
 
-/// As high as its text, up to a part of the screen; then it scrolls.
+/// Grows with its text up to half of the screen's height, and scrolls beyond that.
 class AlertSheet::MessageArea : public QScrollArea {
 public:
     MessageArea(int width, QWidget* parent) : QScrollArea(parent) {

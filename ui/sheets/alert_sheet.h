@@ -1,4 +1,4 @@
-// A message that waits to be read.
+// The sheet that shows a message until the user dismisses it.
 #pragma once
 
 #include "ui/model/content_view.h"
@@ -11,7 +11,7 @@ class AlertSheet : public Sheet {
 public:
     AlertSheet(ContentView& content, QWidget* window);
 
-    /// A later message takes the place of an earlier one.
+    /// Shows a later message in place of the earlier one.
     void refresh(const Changes& changes) override;
 
 private:

@@ -88,7 +88,7 @@ void DeleteSheet::showGroups() {
     groups_.setLines(std::move(lines));
 }
 
-/// The owner has agreed, but the items may only go once it is known what they hold.
+/// Between the owner's agreement and the removal, the content of each item is examined.
 void DeleteSheet::showChecking() {
     for (auto* const part : checking_) part->setVisible(content_.checkingRemoval());
 }

@@ -1,4 +1,4 @@
-// The last question before anything is moved to the Trash.
+// The sheet that asks for confirmation before anything is moved to the Trash.
 #pragma once
 
 #include <QWidget>
@@ -10,7 +10,8 @@
 
 namespace vestigo {
 
-/// Lists what will go, and the leftovers to choose from, which it looks for when it appears.
+/// Lists the planned groups, and the leftovers with a check box each. The constructor makes the
+/// plan anew, which searches the disk for leftovers.
 class DeleteSheet : public Sheet {
     Q_OBJECT
 public:
@@ -31,7 +32,7 @@ private:
     SheetText& leftoversHeading_;
     PathList& leftovers_;
     SheetText& note_;
-    std::vector<QWidget*> checking_;  ///< Shown while the removal waits for the looks.
+    std::vector<QWidget*> checking_;  ///< Visible while the items are being examined.
 };
 
 }  // namespace vestigo

@@ -1,4 +1,4 @@
-// What must be accepted before the program is used.
+// The sheet that the user must accept before using the program.
 #pragma once
 
 #include "ui/model/content_view.h"
@@ -6,7 +6,7 @@
 
 namespace vestigo {
 
-/// Only its two buttons lead out of it.
+/// It has no close box and ignores Escape; only its two buttons close it.
 class DisclaimerSheet : public Sheet {
     Q_OBJECT
 public:

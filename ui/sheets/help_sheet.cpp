@@ -20,7 +20,7 @@ enum class Style { lead, heading, paragraph };
 
 struct Paragraph {
     Style style;
-    std::string_view text;  ///< Bold between two asterisks and two more.
+    std::string_view text;  ///< Text between pairs of asterisks is bold, as in "**arm64**".
 };
 
 constexpr std::array paragraphs{
@@ -103,7 +103,7 @@ HelpSheet::HelpSheet(ContentView& content, QWidget* window)
     row.setContentsMargins(0, roomAboveClose, 0, 0);
     makeDefault(addButton(row, "close", tr("Close"), [&content] { content.closeHelp(); }));
     row.addStretch();
-    pages.setFocus();  // So that the arrow keys scroll; Return closes all the same.
+    pages.setFocus();  // The arrow keys then scroll, and Return still presses the default button.
 }
 
 QScrollArea& HelpSheet::addPages() {

@@ -1,4 +1,4 @@
-// What the architectures and the remedies mean.
+// The sheet that explains the architectures and the values of the Fix column.
 #pragma once
 
 #include <QScrollArea>

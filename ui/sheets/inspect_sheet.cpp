@@ -20,7 +20,7 @@ constexpr int roomBesideSheet = 40;
 constexpr int listHeight = 340;
 constexpr int rowSpacing = 5;
 constexpr int archCell = 160;
-constexpr int pathColumn = 170;  ///< The cell of the architectures and the gap behind it.
+constexpr int pathColumn = 170;  ///< Where the paths begin, after the first column and a gap.
 constexpr double groundShare = 0.04;
 constexpr int largeButton = 32;
 
@@ -28,7 +28,7 @@ int widthOn(const QScreen& screen) {
     return std::min(wholeWidth, screen.availableSize().width() - roomBesideSheet);
 }
 
-/// The path stands behind the architectures, with its further lines below itself.
+/// A hanging indent: the path begins at the second column, and so do its further lines.
 QTextBlockFormat rowFormat() {
     QTextBlockFormat format;
     format.setLeftMargin(pathColumn);
@@ -38,7 +38,7 @@ QTextBlockFormat rowFormat() {
     return format;
 }
 
-/// The lines that the architectures need in their cell, broken behind commas.
+/// Breaks the architectures after commas into lines that fit their column.
 QStringList archLines(const QString& text, const QFontMetrics& metrics) {
     QStringList lines;
     for (const auto& arch : text.split(QStringLiteral(", "))) {

@@ -1,4 +1,4 @@
-// Every binary of one group.
+// The sheet that lists every binary of one group.
 #pragma once
 
 #include <QTextEdit>
@@ -15,7 +15,8 @@ class InspectSheet : public Sheet {
 public:
     InspectSheet(ContentView& content, QWidget* window);
 
-    /// Follows the findings; where they say the same, the list stays as the user left it.
+    /// Lists the binaries again if they have changed; else keeps scroll position and text
+    /// selection.
     void refresh(const Changes& changes) override;
 
 protected:

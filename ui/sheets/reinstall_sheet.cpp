@@ -18,7 +18,7 @@ constexpr int commandPadding = 8;
 constexpr double commandGroundShare = 0.06;
 constexpr int logHeight = 200;
 
-/// Text to copy, in a box of its own.
+/// A box that holds one command, which the user can select and copy.
 class CommandBox : public QLabel {
 public:
     CommandBox(int width, QWidget* parent) : QLabel(parent) {
@@ -136,7 +136,8 @@ void ReinstallSheet::showLog() {
 
 void ReinstallSheet::showProgress() {
     for (auto* const part : progress_) part->setVisible(content_.updating());
-    // A disabled button would pass its focus on to "Close", which a second Return would then press.
+    // A button that is disabled passes its focus on, here to "Close"; a second Return would press
+    // it.
     if (content_.updating() && run_->hasFocus()) log_->setFocus();
     run_->setEnabled(!content_.updating());
 }

@@ -1,4 +1,5 @@
-// Reinstalls one Homebrew formula as its native build, and removes the old Intel copy after that.
+// The sheet that reinstalls one Homebrew formula as its native build and then offers to remove the
+// old Intel copy.
 #pragma once
 
 #include <QPushButton>
@@ -35,8 +36,8 @@ private:
     QLabel* command_ = nullptr;
     LogView* log_ = nullptr;
     TintedLabel* oldCopy_ = nullptr;
-    std::vector<QWidget*> removal_;   ///< Shown when there is an old copy to remove.
-    std::vector<QWidget*> progress_;  ///< Shown while it runs.
+    std::vector<QWidget*> removal_;   ///< Visible when there is an old copy to remove.
+    std::vector<QWidget*> progress_;  ///< Visible while a reinstall runs.
     QPushButton* run_ = nullptr;
 };
 

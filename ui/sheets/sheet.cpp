@@ -108,7 +108,7 @@ QPushButton& Sheet::addDestructiveButton(QHBoxLayout& row, const char* name, con
 void Sheet::place(QPushButton& button, QHBoxLayout& row, const char* name,
                   std::function<void()> action) {
     button.setObjectName(QLatin1String(name));
-    // Qt's automatic default: the button with the focus takes Return and looks like the default.
+    // With Qt's automatic default, Return presses the focused button, which also looks the default.
     button.setAutoDefault(returnPressesFocusedButton);
     connect(&button, &QPushButton::clicked, this, std::move(action));
     row.addWidget(&button);

@@ -1,4 +1,4 @@
-// What the sheets of a window have in common.
+// The base class of the sheets of a window.
 #pragma once
 
 #include <QDialog>
@@ -14,23 +14,23 @@
 
 namespace vestigo {
 
-/// Belongs to a window and blocks it. It opens over it and keeps its place there when the window
-/// moves, also when the window manager moves a new window. It never closes by itself: what the user
-/// does calls the model, and the model's field decides.
+/// A modal dialog that belongs to one window. It keeps its place over the window when that is
+/// moved, also by the window manager. It never closes itself: buttons, Escape and the close box
+/// call the model, and `Sheets` closes the sheet when the model's field says so.
 class Sheet : public QDialog {
     Q_OBJECT
 public:
-    /// Points around the content, between its items, and from edge to edge.
+    /// The margin around the content, the space between its items, and the outer width. In points.
     struct Measures {
         int padding;
         int spacing;
         int width;
     };
 
-    /// `dismiss` is called for Escape and for the close box; empty: there is no such way out.
+    /// `dismiss` is called for Escape and the close box. When it is empty, neither has an effect.
     Sheet(QWidget* window, const Measures& measures, std::function<void()> dismiss);
 
-    /// For sheets whose content changes while they are open.
+    /// Shows the changes of the model. A sheet whose content never changes need not override it.
     virtual void refresh(const Changes& changes);
 
     void reject() override;
@@ -40,20 +40,21 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
     [[nodiscard]] QVBoxLayout& column() { return *column_; }
-    /// Within the padding.
+    /// The width without the padding on both sides.
     [[nodiscard]] int innerWidth() const { return measures_.width - 2 * measures_.padding; }
     SheetText& addText(const QString& text, const QFont& font, Tint tint = Tint::primary);
     QWidget& addDivider();
-    /// A row with nothing in it.
+    /// Adds an empty row.
     QHBoxLayout& addRow();
     QPushButton& addButton(QHBoxLayout& row, const char* name, const QString& text,
                            std::function<void()> action);
-    /// Warns by its colour.
+    /// Adds a button whose red label warns of what it does.
     QPushButton& addDestructiveButton(QHBoxLayout& row, const char* name, const QString& text,
                                       std::optional<Symbol> symbol, std::function<void()> action);
-    /// A spinner and what it stands for; the parts, for the sheet to show while that goes on.
+    /// Adds a spinner and a label. Returns both, for the sheet to show while the activity lasts.
     std::vector<QWidget*> addProgress(QHBoxLayout& row, const char* name, const QString& text);
-    /// The one that Return presses from anywhere but another button (on a Mac, also from there).
+    /// Makes Return press this button, and gives it the focus. Where another button has the focus,
+    /// Return presses that one, but not on a Mac.
     static void makeDefault(QPushButton& button);
 
 private:
@@ -65,7 +66,7 @@ private:
     QVBoxLayout* column_;
 };
 
-/// The platform's style for the title of a sheet.
+/// The font for the title of a sheet.
 [[nodiscard]] QFont titleFont();
 
 }  // namespace vestigo

@@ -14,7 +14,7 @@ namespace vestigo {
 
 Sheets::Sheets(ContentView& content, QWidget* window, std::string version, QObject* parent)
     : QObject(parent) {
-    // Where several open at once, the last one is on top.
+    // When several open in one turn, the last one in this list is on top.
     kinds_ = {
         {[&content] { return content.showDeleteConfirm(); },
          [&content, window] { return new DeleteSheet(content, window); }, nullptr},

@@ -13,12 +13,12 @@
 
 namespace vestigo {
 
-/// A sheet is open exactly while its field of the model is set. The one opened last is on top; the
-/// others wait beneath it. The actions of the window can be called by their keys in each.
+/// A sheet is open exactly while its field of the model is set. Of several, the one opened last is
+/// on top. The shortcuts of the window's actions work in every sheet.
 class Sheets : public QObject {
     Q_OBJECT
 public:
-    /// Both must outlive this object. `version` is what the program says of itself.
+    /// `content` and `window` must outlive this object. `version` is shown in the About sheet.
     Sheets(ContentView& content, QWidget* window, std::string version, QObject* parent = nullptr);
     ~Sheets() override;
 

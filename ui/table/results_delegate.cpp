@@ -24,7 +24,7 @@ PathSelection::PathSelection(std::string root, const QFont& font, QWidget* paren
     setReadOnly(true);
     setFrame(false);
     setFont(font);
-    setTextMargins(-2, 0, 0, 0);  // Its text begins where the cell's did.
+    setTextMargins(-2, 0, 0, 0);  // The editor's text then begins where the cell's text does.
     setText(toQString(root_));
 }
 
@@ -48,7 +48,7 @@ void PathSelection::keyPressEvent(QKeyEvent* event) {
 
 void PathSelection::focusOutEvent(QFocusEvent* event) {
     QLineEdit::focusOutEvent(event);
-    // Its own menu, or another program, takes the focus only for a while.
+    // The focus comes back from the editor's own context menu and from another program.
     if (event->reason() == Qt::PopupFocusReason || event->reason() == Qt::ActiveWindowFocusReason) {
         return;
     }
@@ -64,7 +64,7 @@ int characterAt(const QString& text, const QFont& font, double width, double x) 
            metrics.horizontalAdvance(elided, static_cast<int>(place) + 1) <= x) {
         ++place;
     }
-    // Behind the ellipsis, counted from the end.
+    // Up to the ellipsis characters are counted from the start, behind it from the end.
     const auto gap = elided == oneLine(text) ? text.size() : elided.indexOf(QChar(0x2026));
     return static_cast<int>(place <= gap ? place : text.size() - (elided.size() - place));
 }
@@ -88,12 +88,12 @@ const QAbstractItemView& viewOf(const QStyleOptionViewItem& option) {
     return *static_cast<const QAbstractItemView*>(option.widget);
 }
 
-/// The text as a cell of this column shows it.
+/// Shortens the text as a cell of this column does.
 QString elided(const QString& text, const QFont& font, int column, double width) {
     return QFontMetricsF(font).elidedText(text, ResultsDelegate::elision(column), width);
 }
 
-/// Every digit as wide as the widest, also where the typeface has them of their own width.
+/// Draws every digit as wide as the widest one, also in fonts without digits of equal width.
 void drawWithFixedDigits(QPainter& painter, const QRectF& area, const QString& text) {
     const QFontMetricsF metrics(painter.font());
     double digitWidth = 0;
@@ -181,7 +181,8 @@ void ResultsDelegate::paintGround(QPainter& painter, const QStyleOptionViewItem&
     if (content_.selection().contains(modelOf(index).group(index.row()).root)) {
         const bool active = option.state.testFlag(QStyle::State_Active);
         painter.fillRect(option.rect, selectedGround(option.palette, active));
-        // The edge is the view's and not the first column's: it stays when the others scroll.
+        // The stripe marks the left edge of the view, not of the first column, so it stays in
+        // sight when the columns are scrolled.
         if (option.rect.left() <= 0 && option.rect.right() > 0) {
             painter.fillRect(
                 0, option.rect.top(), edgeWidth, option.rect.height(),

@@ -11,16 +11,16 @@
 
 namespace vestigo {
 
-/// Lies over the text of a path and holds the whole of it, read-only; Copy takes what is selected.
-/// Escape and the loss of the focus close it, which destroys it.
+/// A read-only editor that lies over the text of a path, so that the user can select and copy a
+/// part of it. It closes and deletes itself at Escape and when it loses the focus.
 class PathSelection : public QLineEdit {
     Q_OBJECT
 public:
     PathSelection(std::string root, const QFont& font, QWidget* parent);
 
-    /// The root of the row that it belongs to.
+    /// The root of its row.
     [[nodiscard]] const std::string& root() const { return root_; }
-    /// Selects from a character on, while the mouse is drawn with the button held.
+    /// Begins a selection at this character; `extendTo` moves its other end to a place in points.
     void selectFrom(int character);
     void extendTo(int x);
 
@@ -33,26 +33,27 @@ private:
     int anchor_ = 0;
 };
 
-/// The character of `text` at `x` points in its shortened form of at most `width` points.
+/// Returns the index of the character of `text` at `x` points, where the text is shown shortened to
+/// `width` points. Places behind the ellipsis are counted from the end of the text.
 [[nodiscard]] int characterAt(const QString& text, const QFont& font, double width, double x);
 
-/// Between the edge of a cell, or of its header, and what is in it. In points.
+/// The space between the edge of a cell or header and its content, in points.
 inline constexpr int cellPadding = 4;
 
-/// The cells whose button the mouse is over, or holds down. Invalid: none.
+/// The cells whose button is under the mouse or held down. An invalid index means none.
 struct ButtonStates {
     QPersistentModelIndex hovered;
     QPersistentModelIndex pressed;
 };
 
-/// Where the parts of a cell are, in the view's coordinates. What the cell does not have is empty.
+/// Where the parts of a cell are, in the view's coordinates. A part that the cell lacks is empty.
 struct CellLayout {
     QRectF symbol;
-    QRectF button;  ///< What reacts to the mouse: some more than the symbol.
+    QRectF button;  ///< Reacts to the mouse; a little larger than the symbol.
     QRectF text;
 };
 
-/// For views over a `ResultsModel`.
+/// Works only in views of a `ResultsModel`.
 class ResultsDelegate : public QStyledItemDelegate {
     Q_OBJECT
 public:
@@ -62,12 +63,12 @@ public:
 
     [[nodiscard]] static CellLayout layout(const CellContent& cell, const QRect& area,
                                            const QFont& font);
-    /// What of a cell (`whole`, in the view's coordinates) its content is laid out in: the path's
-    /// ends where the view does, so that it is shortened to what can be seen of it.
+    /// The part of the cell `whole`, in the view's coordinates, that its content is laid out in. A
+    /// path ends where the view ends, so that it is shortened to the visible width.
     [[nodiscard]] static QRect area(const QRect& whole, int column, const QAbstractItemView& view);
     /// A path is shortened in the middle, everything else at its end.
     [[nodiscard]] static Qt::TextElideMode elision(int column);
-    /// Of a row whose text is in this font.
+    /// The height of a row whose text is in this font.
     [[nodiscard]] static int rowHeight(const QFont& font);
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,

@@ -1,3 +1,9 @@
+// A refresh must keep current cell, selection range and scroll position, and with a hundred
+// thousand rows it must stay fast. Resetting the model would lose the first; reporting each row
+// that moved would fail the second. So `replace` reports at most one removal, one insertion and two
+// layout changes, whatever has changed: rows that go are first moved to the end, and new rows
+// arrive at the end. The map from group to new row is built once; groups of the same list are told
+// by their address, those of different lists by their root.
 #include "ui/table/results_model.h"
 
 #include <algorithm>
@@ -14,7 +20,7 @@ Column columnOf(int section) {
     return static_cast<Column>(section);
 }
 
-/// From a group, or one with the same root in another list, to its row. -1: none.
+/// Returns a function from a group to the row of the group with the same key, or -1.
 template <class Key, class KeyOf>
 auto positionsIn(const std::vector<const BundleGroup*>& rows, KeyOf keyOf) {
     std::unordered_map<Key, int> positions;
@@ -53,11 +59,12 @@ bool ResultsModel::refresh() {
     return true;
 }
 
-/// In three steps that views understand: what has gone leaves from the end, what is new comes at
-/// the end, then everything takes its place. In between, rows of both lists stand side by side.
+/// Removes the rows that have gone, appends the new ones, then sorts all rows. Until the last step,
+/// `visible_.rows` points into both the previous and the next list.
 template <class Position>
 void ResultsModel::replace(VisibleRows next, Position position) {
-    const auto previous = visible_.keeper;  // Until nobody points into it any more.
+    const auto previous =
+        visible_.keeper;  // Keeps the previous groups alive until no row points to them.
     Rows staying;
     Rows leaving;
     std::vector<int> newRowOf;

@@ -1,4 +1,4 @@
-// The rows of the results table, for Qt's views.
+// Offers the rows of the results table to Qt's views.
 #pragma once
 
 #include <QAbstractTableModel>
@@ -10,22 +10,22 @@
 
 namespace vestigo {
 
-/// One row a group, in the order of `ContentView::visibleRows`. Keeps no text: cells are made when
-/// they are asked for.
+/// Has one row for each group, in the order of `ContentView::visibleRows`. It stores no texts: the
+/// content of a cell is made each time it is asked for.
 class ResultsModel : public QAbstractTableModel {
     Q_OBJECT
 public:
-    /// `content` must outlive this object. Shows its rows at once.
+    /// `content` must outlive this object. The model begins with the rows of `content`.
     explicit ResultsModel(const ContentView& content, QObject* parent = nullptr);
 
-    /// Takes the rows as they are now. Persistent indexes follow their group's root. False when the
-    /// same groups stand in the same order.
+    /// Updates the rows from `content`. Persistent indexes follow the root of their group. Returns
+    /// false if the same groups stand in the same order.
     bool refresh();
 
     [[nodiscard]] const BundleGroup& group(int row) const {
         return *visible_.rows[static_cast<std::size_t>(row)];
     }
-    /// Looks at every row.
+    /// The row of this root, if there is one. Searches all rows.
     [[nodiscard]] std::optional<int> rowOf(std::string_view root) const;
     [[nodiscard]] CellContent cell(const QModelIndex& index) const;
 

@@ -1,4 +1,4 @@
-// The menu of a row of the results table.
+// The context menu of a row of the results table.
 #pragma once
 
 #include <QPoint>
@@ -8,8 +8,9 @@
 
 namespace vestigo {
 
-/// Opens it at a place on the screen; it deletes itself. Its items act on the group that has this
-/// one's root when they are chosen, and do nothing when none has.
+/// Opens the menu at `place`, in screen coordinates; it deletes itself. A rescan may replace the
+/// group while the menu is open: its items act on the group that has the same root then, if there
+/// is one.
 void openRowMenu(ContentView& content, const BundleGroup& group, const QPoint& place,
                  QWidget& parent);
 

@@ -1,3 +1,7 @@
+// While the user extends a range (Shift and an arrow key, or the mouse), Qt calls `select` again
+// and again with the flag Current and the whole range as it is now. Each call has to replace the
+// range of the call before, so the selection from before the range is kept in `before_`, and every
+// call computes the new selection from it.
 #include "ui/table/row_selection.h"
 
 #include <utility>
@@ -11,7 +15,7 @@ RowSelection::RowSelection(ContentView& content, ResultsModel& rows, QObject* pa
     });
 }
 
-/// What has left the selection does not come back with the next range.
+/// A root that the model has deselected must not be selected again by the next range.
 void RowSelection::changedElsewhere() {
     const auto& now = content_.selection();
     std::erase_if(before_, [&now](const std::string& root) { return !now.contains(root); });
@@ -28,7 +32,7 @@ void RowSelection::select(const QItemSelection& selection, SelectionFlags comman
     std::size_t rows = 0;
     for (const auto& range : selection) rows += static_cast<std::size_t>(range.height());
     selected.reserve(selected.size() + rows);
-    const auto take = [&](const std::string& root) {
+    const auto apply = [&](const std::string& root) {
         const bool remove =
             command.testFlag(Deselect) || (command.testFlag(Toggle) && before_.contains(root));
         if (remove) {
@@ -39,7 +43,7 @@ void RowSelection::select(const QItemSelection& selection, SelectionFlags comman
     };
     if (command & (Select | Deselect | Toggle)) {
         for (const auto& range : selection) {
-            for (int row = range.top(); row <= range.bottom(); ++row) take(rows_.group(row).root);
+            for (int row = range.top(); row <= range.bottom(); ++row) apply(rows_.group(row).root);
         }
     }
     selecting_ = true;

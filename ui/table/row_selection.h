@@ -1,4 +1,4 @@
-// The selection of the results table, kept where it belongs: with the window's model.
+// Connects the selection of the results table with that of the window's model.
 #pragma once
 
 #include <QItemSelectionModel>
@@ -9,9 +9,9 @@
 
 namespace vestigo {
 
-/// Qt's view moves the current cell in here and asks for rows to be selected; what is selected are
-/// the roots in `ContentView`, so rows that a filter hides stay selected and a redraw has nothing
-/// to restore. Qt's own list of ranges stays empty.
+/// Keeps the current cell as Qt does, but stores the selection as roots in `ContentView`. Hidden
+/// rows therefore stay selected, and a change of rows has nothing to restore. Qt's own list of
+/// selected ranges stays empty.
 class RowSelection : public QItemSelectionModel {
     Q_OBJECT
 public:
@@ -25,8 +25,8 @@ private:
 
     ContentView& content_;
     ResultsModel& rows_;
-    RootSet before_;  ///< The selection when the range that is being drawn was begun.
-    bool selecting_ = false;
+    RootSet before_;          ///< The selection before the user began the present range.
+    bool selecting_ = false;  ///< The change of the model comes from here.
     Subscription subscription_;
 };
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int symbolSize = 16;
 constexpr int labelSpacing = 5;
-constexpr int labelMargin = 4;  ///< Before and behind the label; what gives way first.
+constexpr int labelMargin = 4;  ///< On both sides of the label; a narrow button loses it first.
 
 }  // namespace
 
@@ -43,7 +43,7 @@ QSize ActionButton::minimumSizeHint() const {
 QSize ActionButton::sizeFor(const QString& text) const {
     QStyleOptionButton option;
     initStyleOption(&option);
-    option.text.clear();  // Styles have a least width for buttons with a text, too much for a row.
+    option.text.clear();  // A style makes buttons with a text too wide for the toolbar.
     const QSize label(symbolRoom() + fontMetrics().horizontalAdvance(text),
                       std::max(symbolSize, fontMetrics().height()));
     return style()->sizeFromContents(QStyle::CT_PushButton, &option, label, this);
@@ -53,7 +53,7 @@ int ActionButton::symbolRoom() const {
     return symbol_ ? symbolSize + labelSpacing : 0;
 }
 
-bool ActionButton::warns() const {
+bool ActionButton::isRed() const {
     return role_ == ButtonRole::destructive && isEnabled();
 }
 
@@ -83,13 +83,13 @@ void ActionButton::drawLabel(QPainter& painter, const QRect& area) const {
     const QRect symbolPlace(place.left(), place.center().y() - symbolSize / 2, symbolSize,
                             symbolSize);
     if (symbol_) drawSymbolIn(painter, part(symbolPlace));
-    painter.setPen(warns() ? colorOf(Tint::red, palette()) : palette().color(QPalette::ButtonText));
+    painter.setPen(isRed() ? colorOf(Tint::red, palette()) : palette().color(QPalette::ButtonText));
     painter.drawText(part(place.adjusted(symbolRoom(), 0, 0, 0)),
                      Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text);
 }
 
 void ActionButton::drawSymbolIn(QPainter& painter, const QRect& area) const {
-    if (warns()) {
+    if (isRed()) {
         drawSymbol(painter, area, *symbol_, colorOf(Tint::red, palette()));
     } else {
         icon().paint(&painter, area, Qt::AlignCenter,

@@ -1,4 +1,4 @@
-// The buttons of the toolbar.
+// A button with a symbol, for toolbar and sheets.
 #pragma once
 
 #include <QPushButton>
@@ -10,8 +10,8 @@
 
 namespace vestigo {
 
-/// Whether Return presses the button that has the focus, as is usual on Linux. Else, and from
-/// anywhere but a button, it presses the default button.
+/// True where Return presses the focused button, as is usual on Linux. On a Mac, Return presses the
+/// default button wherever the focus is.
 #ifdef Q_OS_MACOS
 inline constexpr bool returnPressesFocusedButton = false;
 #else
@@ -20,17 +20,17 @@ inline constexpr bool returnPressesFocusedButton = true;
 
 enum class ButtonRole : std::uint8_t { plain, destructive };
 
-/// A text, with a symbol before it where it has one. A destructive button shows them in red while
-/// it can be pressed. When it is too narrow for its text, the middle of the text gives way.
+/// Shows a text, with an optional symbol before it. A destructive button shows both in red while it
+/// is enabled. A text that does not fit is shortened in the middle.
 class ActionButton : public QPushButton {
     Q_OBJECT
 public:
     ActionButton(std::optional<Symbol> symbol, ButtonRole role, QWidget* parent = nullptr);
 
-    /// As it is: nothing in it marks a key, and it stays on one line.
+    /// Sets a text in which "&" marks no shortcut. Line ends become spaces.
     void setPlainText(const QString& text);
 
-    /// Down to the width of this one the text may be shortened where others need the room.
+    /// Lets a layout shrink the button to the width that this text needs.
     void setLeastText(const QString& text) { leastText_ = text; }
 
     [[nodiscard]] QSize sizeHint() const override;
@@ -44,14 +44,14 @@ private:
     [[nodiscard]] QSize sizeFor(const QString& text) const;
     void drawLabel(QPainter& painter, const QRect& area) const;
     void drawSymbolIn(QPainter& painter, const QRect& area) const;
-    /// What the symbol takes of the width.
+    /// The width of the symbol and the space behind it, in points.
     [[nodiscard]] int symbolRoom() const;
-    [[nodiscard]] bool warns() const;
+    [[nodiscard]] bool isRed() const;
 
     std::optional<Symbol> symbol_;
     ButtonRole role_;
     QString plainText_;
-    QString leastText_;  ///< Empty: the text itself.
+    QString leastText_;  ///< When empty, the button does not shrink.
 };
 
 }  // namespace vestigo

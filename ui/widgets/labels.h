@@ -1,4 +1,4 @@
-// A line of text in one of the window's tints.
+// Labels for text and symbols in the tints of the window.
 #pragma once
 
 #include <QLabel>
@@ -9,13 +9,13 @@
 
 namespace vestigo {
 
-/// One line of plain text; what does not fit gives way to an ellipsis.
+/// Shows one line of plain text, shortened with an ellipsis where it does not fit.
 class TintedLabel : public QLabel {
     Q_OBJECT
 public:
     explicit TintedLabel(Tint tint, QWidget* parent = nullptr);
 
-    /// Where the ellipsis stands; at the end unless told otherwise.
+    /// Sets where the text is shortened; at its end by default.
     void setElision(Qt::TextElideMode elision);
 
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -31,7 +31,7 @@ private:
 class SymbolLabel : public QWidget {
     Q_OBJECT
 public:
-    /// `side` points high and wide.
+    /// The symbol is `side` points high and wide.
     SymbolLabel(Symbol symbol, Tint tint, int side, QWidget* parent = nullptr);
 
 protected:
@@ -42,16 +42,15 @@ private:
     Tint tint_;
 };
 
-/// As many lines as the text needs at a fixed width, in one of the window's tints, which follows
-/// the appearance.
+/// Shows text of any length at a fixed width, broken into lines.
 class SheetText : public QLabel {
     Q_OBJECT
 public:
-    /// Plain text; only `setEmphasised` gives it marks.
+    /// `text` is plain text. `width` is in points.
     SheetText(const QString& text, const QFont& font, Tint tint, int width,
               QWidget* parent = nullptr);
 
-    /// UTF-8, in which two asterisks stand before and after what is bold.
+    /// Shows UTF-8 text in which the parts between pairs of asterisks are bold, as in "**arm64**".
     void setEmphasised(std::string_view text);
 
 protected:
@@ -63,10 +62,10 @@ private:
     Tint tint_;
 };
 
-/// As HTML; whatever looks like a tag in the text stays text.
+/// Converts such text to HTML. What looks like a tag in it stays text.
 [[nodiscard]] QString emphasised(std::string_view text);
 
-/// A palette whose ground is tinted this far with the text's colour, from 0 to 1.
+/// Returns the palette with `share` (0 to 1) of the text colour mixed into the background.
 [[nodiscard]] QPalette tintedGround(QPalette palette, double share);
 
 }  // namespace vestigo

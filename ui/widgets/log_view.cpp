@@ -19,7 +19,7 @@ namespace {
 
 constexpr double textSize = 11;
 constexpr double groundShare = 0.05;
-/// More than anybody reads; Qt's text would take ever longer to grow.
+/// Qt takes longer to append the longer the text is, so it is kept to this many lines.
 constexpr int mostLines = 100000;
 constexpr std::size_t bytesAtATime = 32 * 1024;
 constexpr int pauseMilliseconds = 4;
@@ -45,7 +45,7 @@ LogView::LogView(const UpdateLog& log, QWidget* parent) : QPlainTextEdit(parent)
 void LogView::refresh() {
     if (generation_ != log_.generation()) {
         generation_ = log_.generation();
-        taken_ = 0;
+        shownBytes_ = 0;
         decoder_.resetState();
         clear();
     }
@@ -54,13 +54,13 @@ void LogView::refresh() {
 
 void LogView::appendMore() {
     std::string bytes;
-    log_.readFrom(taken_, [&bytes](std::string_view piece) {
+    log_.readFrom(shownBytes_, [&bytes](std::string_view piece) {
         bytes += piece.substr(0, bytesAtATime - std::min(bytesAtATime, bytes.size()));
     });
     if (bytes.empty()) return;
-    taken_ += bytes.size();
+    shownBytes_ += bytes.size();
     append(decoder_.decode(QByteArrayView(bytes.data(), static_cast<qsizetype>(bytes.size()))));
-    if (taken_ < log_.size()) more_.start(pauseMilliseconds);
+    if (shownBytes_ < log_.size()) more_.start(pauseMilliseconds);
 }
 
 void LogView::append(const QString& text) {

@@ -1,4 +1,4 @@
-// A log that is read while it is written.
+// Shows a log while it is being written.
 #pragma once
 
 #include <QPlainTextEdit>
@@ -9,19 +9,19 @@
 
 namespace vestigo {
 
-/// Takes in a long log little by little, so that the window stays awake. Follows its end, unless
-/// the user has scrolled up; what they have selected stays selected. Of a huge log it shows the
-/// last 100,000 lines; its menu copies all of it.
+/// Appends a long log in small portions, so that the window keeps responding. It scrolls with the
+/// end of the log unless the user has scrolled up, and keeps the text selection. It shows the last
+/// 100,000 lines; its context menu copies the whole log.
 class LogView : public QPlainTextEdit {
     Q_OBJECT
 public:
     /// The log must outlive this object.
     explicit LogView(const UpdateLog& log, QWidget* parent = nullptr);
 
-    /// The log has changed.
+    /// Shows what has changed in the log. Must be called after each change.
     void refresh();
-    /// Nothing of the log is still to come.
-    [[nodiscard]] bool isComplete() const { return taken_ == log_.size(); }
+    /// True when the whole log has been appended.
+    [[nodiscard]] bool isComplete() const { return shownBytes_ == log_.size(); }
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
@@ -33,7 +33,7 @@ private:
 
     const UpdateLog& log_;
     std::uint64_t generation_ = 0;
-    std::size_t taken_ = 0;  ///< Bytes of the log that are shown.
+    std::size_t shownBytes_ = 0;  ///< Bytes of the log that have been appended.
     QStringDecoder decoder_{QStringDecoder::Utf8};
     QTimer more_;
 };

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int millisecondsBetweenRedraws = 200;
 
-/// Comes in streams while something runs in the background; everything else is rare.
+/// True for fields that change many times a second while a scan or signature pass runs.
 bool isStream(ScannerField field) {
     switch (field) {
         case ScannerField::allHits:
@@ -53,7 +53,8 @@ void Refresher::flushWithin(int milliseconds) {
 void Refresher::flush() {
     timer_.stop();
     emit changed(std::exchange(changes_, Changes()));
-    sinceFlush_.start();  // Counts from the end, so that slow redraws do not follow on each other.
+    sinceFlush_
+        .start();  // The pause begins after the redraw, so that slow redraws leave time for input.
 }
 
 }  // namespace vestigo

@@ -1,4 +1,4 @@
-// Gathers changes and has the widgets redrawn for all of them at once.
+// Collects the changes of a window's model and reports them to the widgets together.
 #pragma once
 
 #include <QElapsedTimer>
@@ -9,10 +9,10 @@
 
 #include "engine/scanner.h"
 #include "ui/model/content_view.h"
-#include "ui/widgets/refresher.h"
 
 namespace vestigo {
 
+/// A set of changed fields.
 class Changes {
 public:
     [[nodiscard]] static Changes everything() {
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] bool has(ScannerField field) const {
         return scanner_.test(static_cast<std::size_t>(field));
     }
-    /// Whether any of the fields is among the changes.
+    /// True if at least one of the fields has changed.
     template <class... Fields>
     [[nodiscard]] bool hasAny(Fields... fields) const {
         return (has(fields) || ...);
@@ -40,16 +40,16 @@ private:
     std::bitset<32> scanner_;
 };
 
-/// One a window. What the user does shows in the next turn of the event loop; what a running scan
-/// or signature pass brings shows a few times a second, so that a redraw never keeps the window
-/// busy.
+/// Each window has one. Changes by the user are reported in the next turn of the event loop.
+/// Changes by a running scan or signature pass are reported at most five times a second, so that
+/// redraws do not keep the window busy.
 class Refresher : public QObject {
     Q_OBJECT
 public:
     /// `content` must outlive this object.
     explicit Refresher(ContentView& content, QObject* parent = nullptr);
 
-    /// Redraws now for whatever has changed.
+    /// Reports at once what has changed since the last report.
     void flush();
 
 signals:

@@ -1,4 +1,4 @@
-// Shows that something goes on, but not how far it is.
+// An indicator of activity without a known end.
 #pragma once
 
 #include <QBasicTimer>
@@ -6,8 +6,8 @@
 
 namespace vestigo {
 
-/// A ring of spokes that turns while it can be seen, and stands still where the user wants no
-/// animations.
+/// A ring of spokes. It turns while it is visible, and stands still if the user has switched
+/// animations off.
 class Spinner : public QWidget {
     Q_OBJECT
 public:

@@ -9,7 +9,7 @@
 #include <memory>
 #include <utility>
 
-// Of a static library, resources are linked only where somebody asks for them.
+// The linker drops the resources of a static library unless some code refers to them.
 static void loadPictures() {
     Q_INIT_RESOURCE(symbols);
 }
@@ -49,7 +49,7 @@ QPixmap rendered(Symbol symbol, int pixels, const QColor& color) {
     return pixmap;
 }
 
-/// `pixels` of the screen, high and wide. Drawn once for each size and colour.
+/// Returns a picture of `pixels` device pixels a side, rendered once for each size and colour.
 QPixmap symbolPixmap(Symbol symbol, int pixels, const QColor& color) {
     const auto key = QStringLiteral("vestigo %1 %2 %3")
                          .arg(static_cast<int>(symbol))
@@ -62,7 +62,7 @@ QPixmap symbolPixmap(Symbol symbol, int pixels, const QColor& color) {
     return pixmap;
 }
 
-/// Asks for its colour each time it is drawn.
+/// Looks its colour up at each drawing, so that it follows a change of the palette.
 class SymbolEngine : public QIconEngine {
 public:
     SymbolEngine(Symbol symbol, std::optional<Tint> tint) : symbol_(symbol), tint_(tint) {}
@@ -93,7 +93,7 @@ private:
     std::optional<Tint> tint_;
 };
 
-/// A picture in its own colours.
+/// Draws a picture in its own colours.
 class PictureEngine : public QIconEngine {
 public:
     explicit PictureEngine(std::shared_ptr<QSvgRenderer> picture) : picture_(std::move(picture)) {}
@@ -108,7 +108,7 @@ public:
         paint(&painter, whole.rect(), mode, state);
         return whole;
     }
-    // Where sizes are asked for, as by the window manager.
+    // The window manager gets the icon in these sizes.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
         return {{16, 16}, {32, 32}, {48, 48}, {64, 64}, {128, 128}, {256, 256}};
     }
@@ -127,7 +127,7 @@ void drawSymbol(QPainter& painter, const QRectF& area, Symbol symbol, const QCol
     auto pixmap = symbolPixmap(symbol, pixels, color);
     pixmap.setDevicePixelRatio(ratio);
     const auto side = pixels / ratio;
-    // On whole pixels, so that it stays sharp.
+    // A picture that does not begin on a whole pixel would be blurred.
     const auto onPixel = [ratio](qreal value) { return std::round(value * ratio) / ratio; };
     painter.drawPixmap(
         QPointF(onPixel(area.center().x() - side / 2), onPixel(area.center().y() - side / 2)),

@@ -1,4 +1,4 @@
-// Draws the symbols: our own pictures, tinted, crisp at every scale.
+// Draws the symbols from our own pictures, in any colour and sharp at every scale.
 #pragma once
 
 #include <QColor>
@@ -12,10 +12,10 @@
 
 namespace vestigo {
 
-/// Centred in `area`, as large as fits; in the colour given.
+/// Draws the symbol centred in `area`, as large as fits.
 void drawSymbol(QPainter& painter, const QRectF& area, Symbol symbol, const QColor& color);
 
-/// For buttons: follows the palette of the application, light or dark, and greys out when disabled.
+/// An icon for buttons. It follows the application's palette and is greyed out when disabled.
 /// Without a tint it has the colour of a button's text.
 [[nodiscard]] QIcon symbolIcon(Symbol symbol, std::optional<Tint> tint = std::nullopt);
 

@@ -1,4 +1,4 @@
-// Between the program's byte strings and Qt's text.
+// Converts the program's byte strings to the texts that Qt shows.
 #pragma once
 
 #include <QString>
@@ -7,13 +7,14 @@
 
 namespace vestigo {
 
-/// For showing only: bytes that are no UTF-8 become replacement characters.
+/// For display only, as bytes that are not UTF-8 become replacement characters: the result does not
+/// lead back to the path.
 [[nodiscard]] inline QString toQString(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-/// For a line that is measured before it is drawn: tabs, ends of lines and other control
-/// characters, which a name may hold, become spaces, as wide as they are drawn.
+/// Replaces tabs, line ends and other control characters, which a name may hold, by spaces. The
+/// text is then drawn exactly as wide as it is measured.
 [[nodiscard]] inline QString oneLine(QString text) {
     for (auto& character : text) {
         const bool separator =
@@ -23,20 +24,21 @@ namespace vestigo {
     return text;
 }
 
-/// A tooltip that shows exactly this text, broken into lines. Qt takes a tooltip for rich text when
-/// it looks like it, and the name of a file may.
+/// Returns a tooltip that shows exactly this text. Qt reads any tooltip that looks like HTML as
+/// HTML, and the name of a file may look like it.
 [[nodiscard]] inline QString plainToolTip(const QString& text) {
     if (text.isEmpty()) return text;
     return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(text.toHtmlEscaped());
 }
 
-/// The same for a whole widget, which a screen reader would describe by its tooltip's marks.
+/// Sets such a tooltip and the plain text as the accessible description; otherwise a screen reader
+/// would read out the tooltip's HTML.
 inline void setPlainToolTip(QWidget& widget, const QString& text) {
     widget.setToolTip(plainToolTip(text));
     widget.setAccessibleDescription(text);
 }
 
-/// A window's title that is shown as it is: Qt has a placeholder of its own in titles.
+/// Escapes a window title, in which Qt would take "[*]" for its mark of unsaved changes.
 [[nodiscard]] inline QString plainTitle(QString text) {
     return text.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
 }

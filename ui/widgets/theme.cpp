@@ -9,14 +9,14 @@ namespace vestigo {
 
 namespace {
 
-struct Pair {
+struct LightAndDark {
     QRgb light;
     QRgb dark;
 };
 
 constexpr double leastMarkContrast = 3;
 
-/// From one colour (share 0) to another (share 1).
+/// Returns `from` at share 0, `to` at share 1, and a mixture in between.
 QColor mixed(const QColor& from, const QColor& to, double share) {
     const auto part = [share](float front, float back) {
         return static_cast<float>(front + (back - front) * share);
@@ -25,7 +25,7 @@ QColor mixed(const QColor& from, const QColor& to, double share) {
                             part(from.blueF(), to.blueF()));
 }
 
-/// Ground mixed into the text's colour, from 0 to 1.
+/// Returns the text colour with `share` (0 to 1) of the background mixed in.
 QColor faded(const QPalette& palette, double share) {
     return mixed(palette.color(QPalette::Text), palette.color(QPalette::Base), share);
 }
@@ -43,7 +43,7 @@ constexpr QRgb fraction(double red, double green, double blue) {
                 static_cast<int>(blue * 255 + 0.5));
 }
 
-QColor pick(const Pair& pair, const QPalette& palette) {
+QColor pick(const LightAndDark& pair, const QPalette& palette) {
     return QColor::fromRgb(isDark(palette) ? pair.dark : pair.light);
 }
 
@@ -97,7 +97,8 @@ QColor colorOf(Tint tint, const QPalette& palette) {
 }
 
 QColor selectedGround(const QPalette& palette, bool active) {
-    // What is darker than white costs dark text more than what is lighter than black costs light.
+    // Darkening a white background lowers the contrast of dark text more than lightening a black
+    // one lowers that of light text, so the light appearance gets the smaller share.
     const double share = isDark(palette) ? 0.24 : 0.09;
     return mixed(palette.color(QPalette::Base), palette.color(QPalette::Highlight),
                  active ? share : share / 2);
@@ -114,7 +115,7 @@ QColor markColor(const QPalette& palette) {
 }
 
 QPalette checkBoxPalette(QPalette palette, const QColor& border) {
-    // Styles that follow the palette take the border from the window's ground, darkened so far.
+    // Such styles draw the border in the window's background, darkened by this factor.
     palette.setColor(QPalette::Window, border.lighter(140));
     return palette;
 }

@@ -1,4 +1,4 @@
-// The colours of the window, in light and in dark.
+// The colours and fonts of the window, for light and dark appearance.
 #pragma once
 
 #include <QColor>
@@ -9,39 +9,40 @@
 
 namespace vestigo {
 
-/// Whether a palette is one of light text on dark ground.
+/// True when the palette has light text on a dark background.
 [[nodiscard]] bool isDark(const QPalette& palette);
 
-/// Light text on dark ground, for desktops whose style brings none of its own.
+/// A dark palette, for desktops whose style has none.
 [[nodiscard]] QPalette darkPalette();
 
-/// The tints named by role are mixed from the palette, the others have one value for light and one
-/// for dark. Apart from the light values of two labels of a fix, which are given, each can be read
-/// (4.5 : 1) on every ground that it is written on.
+/// `primary`, `secondary` and `tertiary` are mixed from the palette; the others have one fixed
+/// value for light and one for dark. Each has a contrast of at least 4.5 : 1 on every background
+/// that it is used on, except for the prescribed light values of two labels of a fix.
 [[nodiscard]] QColor colorOf(Tint tint, const QPalette& palette);
 
-/// The ground of a selected row, in a window that has the keys or not. It is so close to the plain
-/// ground that every tint can still be read; `markColor` at its edge makes it stand out.
+/// The background of a selected row; `active` tells whether its window has the keyboard. It differs
+/// little from the plain background, so that every tint stays readable; a stripe in `markColor` at
+/// the edge of the row makes it stand out.
 [[nodiscard]] QColor selectedGround(const QPalette& palette, bool active);
 
-/// For the marks of what is selected or has the focus: the palette's highlight, as far from the
-/// plain ground as a mark must be to be seen (3 : 1).
+/// The colour that marks selection and focus: the palette's highlight, moved towards the text
+/// colour until its contrast with the background of a selected row is at least 3 : 1.
 [[nodiscard]] QColor markColor(const QPalette& palette);
 
-/// The palette with which a style draws a check box whose border is in this colour.
+/// Returns the palette with which a style draws the border of a check box in this colour.
 [[nodiscard]] QPalette checkBoxPalette(QPalette palette, const QColor& border);
 
-/// How well two colours can be told apart, from 1 to 21: WCAG's ratio of relative luminances.
+/// The contrast of two colours as WCAG defines it, from 1 to 21.
 [[nodiscard]] double contrast(const QColor& one, const QColor& other);
 
-/// "Avenir Next", or the system's interface font where it is missing. One point is one
-/// device-independent pixel, as the layout counts them.
+/// "Avenir Next", or the system's interface font where that is missing. One point is one
+/// device-independent pixel, as everywhere in the layout.
 [[nodiscard]] QFont contentFont(double points);
 
 /// The system's interface font at a size in the same points.
 [[nodiscard]] QFont systemFont(double points, QFont::Weight weight = QFont::Normal);
 
-/// The system's typeface whose characters are all of one width.
+/// The system's monospaced font.
 [[nodiscard]] QFont monospacedFont(double points, QFont::Weight weight = QFont::Normal);
 
 }  // namespace vestigo
