@@ -11,7 +11,7 @@
 namespace vestigo {
 namespace {
 
-// As described for the settings of the XDG desktop portal.
+// The names are those of the Settings interface of the XDG desktop portal.
 const auto service = QStringLiteral("org.freedesktop.portal.Desktop");
 const auto path = QStringLiteral("/org/freedesktop/portal/desktop");
 const auto interface = QStringLiteral("org.freedesktop.portal.Settings");
@@ -19,7 +19,7 @@ const auto appearanceSpace = QStringLiteral("org.freedesktop.appearance");
 const auto colorSchemeKey = QStringLiteral("color-scheme");
 constexpr unsigned prefersDark = 1;
 
-/// The portal's older answer wraps the value twice.
+/// Older portals wrap the value twice.
 QVariant unwrapped(QVariant value) {
     while (value.canConvert<QDBusVariant>()) value = value.value<QDBusVariant>().variant();
     return value;

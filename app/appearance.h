@@ -1,4 +1,4 @@
-// Light and dark, as the desktop has it.
+// Follows the desktop's choice of light or dark windows.
 #pragma once
 
 #include <QDBusVariant>
@@ -6,9 +6,9 @@
 
 namespace vestigo {
 
-/// Has the application follow the desktop's preference for dark windows, now and while it runs, as
-/// the desktop portal tells it. Where the style follows by itself, or no portal answers, nothing is
-/// changed.
+/// Asks the XDG desktop portal for the preference and follows its changes while this object lives.
+/// Does nothing where Qt's style follows the preference by itself or no portal answers. Main thread
+/// only; the application object must exist.
 class DesktopAppearance : public QObject {
     Q_OBJECT
 public:
@@ -19,7 +19,7 @@ private slots:
 
 private:
     void follow(const QVariant& colorScheme);
-    bool ours_ = false;  ///< The palette was set here.
+    bool ours_ = false;  ///< The application's palette was set by this object.
 };
 
 }  // namespace vestigo

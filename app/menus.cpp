@@ -15,7 +15,7 @@
 namespace vestigo {
 namespace {
 
-/// Lets the focused widget do what it does at a standard key.
+/// Sends the focused widget a standard key, so that each widget acts as at its own shortcut.
 void pressStandardKey(QKeySequence::StandardKey key) {
     auto* const target = QApplication::focusWidget();
     const auto combination = QKeySequence(key)[0];
@@ -32,8 +32,8 @@ bool isWritable(QWidget* widget) {
     return editor && !editor->isReadOnly();
 }
 
-/// Whether the focus is where text can be changed.
-bool isInText() {
+/// True if the focused widget is an editor whose text can be changed.
+bool focusIsInEditor() {
     auto* const widget = QApplication::focusWidget();
     return isWritable<QLineEdit>(widget) || isWritable<QTextEdit>(widget) ||
            isWritable<QPlainTextEdit>(widget);
@@ -59,7 +59,7 @@ constexpr EditCommand editCommands[] = {
     {"Select All", QKeySequence::SelectAll, false},
 };
 
-/// Null when the window has none open; of several, the one with the keyboard.
+/// Returns the open sheet of the window, or null. Of several, returns the one with the keyboard.
 QWidget* sheetOf(const QWidget& window) {
     for (auto* const top : {QApplication::activeWindow(), QApplication::activeModalWidget()}) {
         if (top && top->parentWidget() == &window) return top;
@@ -76,7 +76,7 @@ MenuStyle systemMenuStyle() {
 
 Menus::Menus(MenuServices services, MenuStyle style) : services_(std::move(services)) {
     if (style != MenuStyle::mac) return;
-    // Without a parent it stays when the last window has gone.
+    // A bar without a parent outlives the last window.
     sharedBar_ = std::make_unique<QMenuBar>();
     fill(*sharedBar_, nullptr);
 }
@@ -95,7 +95,7 @@ void Menus::fill(QMenuBar& bar, MainWindow* window) {
 
 MainWindow* Menus::activeWindow() const {
     const auto windows = services_.windows();
-    // The active one may be a sheet, which belongs to the window that it is on.
+    // The active window may be a sheet, whose parent is the window that it belongs to.
     for (auto* widget = QApplication::activeWindow(); widget; widget = widget->parentWidget()) {
         const auto active = std::ranges::find(windows, widget);
         if (active != windows.end()) return *active;
@@ -130,8 +130,9 @@ void Menus::addUpdateCommands(QMenu& menu) {
         automatically->setChecked(services_.updater->automaticallyChecksForUpdates());
     };
     refresh();
-    // Another window may have changed it, or a question of the updater's own. On a Mac the system
-    // shows these commands in a menu of its own, of whose opening nobody hears.
+    // The setting may be changed in another window or by the updater itself, so it is read again
+    // when the menu opens. On a Mac the system moves these commands to a menu that does not report
+    // its opening, so the setting is also read when the focus changes.
     connect(&menu, &QMenu::aboutToShow, automatically, refresh);
     connect(qApp, &QGuiApplication::focusWindowChanged, automatically, refresh);
     menu.addSeparator();
@@ -149,7 +150,7 @@ void Menus::addFileMenu(QMenuBar& bar, MainWindow* window) {
         if (!closed) return;
         auto* const sheet = sheetOf(*closed);
         if (!sheet) closed->close();
-        // On a Mac a window waits for the answer to its sheet.
+        // On a Mac, Close does nothing while a sheet is open.
         if (sheet && !sharedBar_) sheet->close();
     });
     if (window) window->addActions({open, close});
@@ -161,13 +162,14 @@ void Menus::addEditMenu(QMenuBar& bar) {
         if (changesText && !sharedBar_) continue;
         auto* const action =
             addAction(menu, QString::fromLatin1(text), QKeySequence::keyBindings(key));
-        // Named only: the widgets know these keys themselves.
+        // The menu only shows these keys. The widgets handle them, and a shortcut of the menu would
+        // take the keys from them.
         action->setShortcutContext(Qt::WidgetShortcut);
         connect(action, &QAction::triggered, this, [key = key] { pressStandardKey(key); });
         if (!changesText) continue;
         action->setEnabled(false);
         connect(qApp, &QApplication::focusChanged, action,
-                [action] { action->setEnabled(isInText()); });
+                [action] { action->setEnabled(focusIsInEditor()); });
     }
 }
 
@@ -195,7 +197,7 @@ void Menus::listWindows(QMenu& menu) {
         auto* const action = addAction(menu, window->windowTitle());
         action->setCheckable(true);
         action->setChecked(window == activeWindow());
-        // The window may have closed since the menu was opened.
+        // The window is the context, as it may close while the menu is open.
         connect(action, &QAction::triggered, window, [window] {
             window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
             window->raise();

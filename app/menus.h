@@ -1,4 +1,4 @@
-// The menus: a bar in each window, or, as a Mac has it, one for the whole program.
+// The menus of the program. There is a bar in each window, or on a Mac one for all windows.
 #pragma once
 
 #include <QMenu>
@@ -16,32 +16,33 @@ namespace vestigo {
 
 enum class MenuStyle : std::uint8_t { barInEachWindow, mac };
 
-/// Of the system that the program runs on.
+/// The style that is usual on this system.
 [[nodiscard]] MenuStyle systemMenuStyle();
 
-/// What is behind the commands.
+/// The functions that the commands call.
 struct MenuServices {
     std::function<void()> openWindow;
-    std::function<std::vector<MainWindow*>()> windows;  ///< Those that are open, oldest first.
+    std::function<std::vector<MainWindow*>()> windows;  ///< The open windows, oldest first.
     std::function<void()> showAbout;
     std::function<void()> showHelp;
     std::function<void()> quit;
-    Updater* updater = nullptr;  ///< Null: the commands that need one are left out.
+    Updater* updater = nullptr;  ///< When null, the commands for updates are left out.
 };
 
-/// Main thread only.
+/// `services.updater` must outlive this object. Main thread only.
 class Menus : public QObject {
     Q_OBJECT
 public:
     Menus(MenuServices services, MenuStyle style);
 
-    /// To be called once for each window. The window gets the actions that its sheets need, too.
+    /// Gives the window its menus and shortcuts. Must be called once for each window. The commands
+    /// that also work in a sheet become actions of the window.
     void addTo(MainWindow& window);
-    /// The one bar of a Mac's style; null in the other.
+    /// The bar of the style `mac`; null in the other style.
     [[nodiscard]] QMenuBar* sharedBar() const { return sharedBar_.get(); }
 
 private:
-    /// `window`: what the commands for one window act on; null: the active one.
+    /// The commands for one window act on `window`, or on the active window when that is null.
     void fill(QMenuBar& bar, MainWindow* window);
     void addApplicationMenu(QMenuBar& bar, MainWindow* window);
     void addUpdateCommands(QMenu& menu);
@@ -50,7 +51,7 @@ private:
     void addWindowMenu(QMenuBar& bar);
     void listWindows(QMenu& menu);
     void addHelpMenu(QMenuBar& bar);
-    /// Null when none is open.
+    /// The window that the user works in; null when none is open.
     [[nodiscard]] MainWindow* activeWindow() const;
 
     MenuServices services_;

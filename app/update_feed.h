@@ -1,4 +1,4 @@
-// The update service that this build of the program was made with.
+// Makes the update service that was chosen when the program was built.
 #pragma once
 
 #include <memory>
@@ -7,7 +7,7 @@
 
 namespace vestigo {
 
-/// Null when no feed was set at build time (VESTIGO_UPDATE_FEED).
+/// Returns null when no feed was set at build time (VESTIGO_UPDATE_FEED).
 [[nodiscard]] std::unique_ptr<Updater> updaterOfThisBuild();
 
 }  // namespace vestigo

@@ -1,3 +1,13 @@
+// A program that ends must leave nothing half done, and must say what goes on without it. There are
+// three ways to end. The user quits: a running reinstall is reported in a message first, and the
+// program ends when the message is closed or its time is up. The last window closes: the message
+// has no parent, so the program lasts until it is closed. A signal arrives: nobody may be there to
+// answer, so the report goes to standard error and the event loop ends at once.
+//
+// A signal is handled on a thread of its own, which outlives this object. It shares `SignalTarget`
+// with the application; `app` in it is read and cleared under the mutex, and the thread only posts
+// an event to it. A question for the administrator's password is withdrawn on that thread, since
+// the main thread may be waiting for its answer.
 #include "app/vestigo_app.h"
 
 #include <QApplication>
@@ -15,16 +25,15 @@
 namespace vestigo {
 namespace {
 
-/// Nobody may be there to read a message, as at the end of a session.
+/// The message closes after this time, as at the end of a session nobody may be there to close it.
 constexpr std::chrono::seconds messageTime{15};
 
 }  // namespace
 
-/// Where a signal finds the application, as long as there is one, and what may keep the program
-/// from ending after that.
+/// Shared with the thread that handles signals.
 struct VestigoApp::SignalTarget {
     std::mutex mutex;
-    VestigoApp* app;
+    VestigoApp* app;  ///< Guarded by `mutex`; null once the application is being destroyed.
     std::weak_ptr<AdministratorCleanup> cleanup;
 };
 
@@ -36,7 +45,7 @@ VestigoApp::VestigoApp(ContentServices services, std::unique_ptr<Updater> update
       terminate_(std::exchange(services_.terminate, [this] { quit(); })),
       menus_(menuServices(), menuStyle) {
     if (menuStyle != MenuStyle::mac) return;
-    // There a program goes on without windows.
+    // A Mac program keeps running without windows.
     QApplication::setQuitOnLastWindowClosed(false);
     qApp->installEventFilter(this);
 }
@@ -54,7 +63,8 @@ MainWindow& VestigoApp::openWindow() {
     auto* const window = new MainWindow(services_, version_);
     windows_.push_back(window);
     connect(window, &MainWindow::closed, this, [this, window] {
-        if (const auto text = window->content().runningReinstallNotice()) tell(toQString(*text));
+        if (const auto text = window->content().runningReinstallNotice())
+            showMessage(toQString(*text));
     });
     connect(window, &QObject::destroyed, this, [this, window] { std::erase(windows_, window); });
     menus_.addTo(*window);
@@ -71,7 +81,7 @@ void VestigoApp::endAtSignals() {
         [target = signalTarget_](int exitStatus) {
             if (const auto cleanup = target->cleanup.lock()) cleanup->withdraw();
             const std::lock_guard lock(target->mutex);
-            if (!target->app) return true;  // It is ending already.
+            if (!target->app) return true;  // The program is ending already.
             QMetaObject::invokeMethod(
                 target->app, [app = target->app, exitStatus] { app->endAtSignal(exitStatus); },
                 Qt::QueuedConnection);
@@ -96,16 +106,16 @@ QString VestigoApp::runningReinstallNotice() const {
 
 void VestigoApp::quit() {
     const auto text = runningReinstallNotice();
-    // Whoever asks again has read the message.
+    // A user who quits a second time has seen the message and need not wait for it.
     if (text.isEmpty() || std::exchange(quitting_, true)) return terminate_();
-    tell(text);
+    showMessage(text);
     connect(message_, &QDialog::finished, this, [this] { terminate_(); });
 }
 
-void VestigoApp::tell(const QString& text) {
+void VestigoApp::showMessage(const QString& text) {
     const bool shows = message_ && message_->isVisible();
     if (shows) return message_->setText(message_->text() + QLatin1Char('\n') + text);
-    // Without a parent it keeps the program from quitting with its last window.
+    // A message without a parent keeps the program running when its last window closes.
     message_ =
         new QMessageBox(QMessageBox::Information, QStringLiteral("Vestigo"), text, QMessageBox::Ok);
     message_->setObjectName(QStringLiteral("runningReinstallNotice"));

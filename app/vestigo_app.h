@@ -1,4 +1,4 @@
-// The application object: its windows, their menus, and the update service.
+// The application: its windows, their menus, and the update service.
 #pragma once
 
 #include <QMessageBox>
@@ -16,26 +16,27 @@
 
 namespace vestigo {
 
-/// Main thread only. Closes its windows when it is destroyed. When a window is closed or the
-/// program quits, the user is told in words what goes on without it. In a Mac's style the program
-/// goes on without windows, with its menus, and opens one when someone comes back to it.
+/// Deletes its windows when it is destroyed. When a window closes or the program quits while a
+/// reinstall runs, a message tells the user that it goes on. In the menu style `mac`, the program
+/// keeps running without windows and opens one when it becomes active again. Main thread only.
 class VestigoApp : public QObject {
     Q_OBJECT
 public:
-    /// `services` are what every window's model is made with. `updater` may be null: the commands
-    /// that need one are then left out. An empty `version` is one that nobody knows.
+    /// Every window's model is made with `services`. `updater` may be null; the menus then have no
+    /// commands for updates. `version` may be empty when it is not known.
     VestigoApp(ContentServices services, std::unique_ptr<Updater> updater, std::string version,
                MenuStyle menuStyle = systemMenuStyle());
     ~VestigoApp() override;
 
-    /// A new window, shown, with a model and an engine of its own. It deletes itself when closed.
+    /// Opens and shows a window with a model and a Scanner of its own. It deletes itself when
+    /// closed.
     MainWindow& openWindow();
 
-    /// From now on SIGINT, SIGTERM and SIGHUP end the event loop, and the program goes through its
-    /// usual end, which waits for what is being saved; the exit status is 128 + the signal. An open
-    /// question for an administrator is withdrawn, also when the program is ending already. What
-    /// goes on without the program is said on the standard error. A second signal ends it at once.
-    /// To be called once.
+    /// From now on, SIGINT, SIGTERM and SIGHUP end the event loop. The program then ends as usual
+    /// and waits for what is being saved; the exit status is 128 + the signal. An open question for
+    /// an administrator's password is withdrawn, even if the program is ending already. A reinstall
+    /// that goes on is reported on standard error. A second signal ends the program at once. Must
+    /// be called at most once.
     void endAtSignals();
 
     [[nodiscard]] const Menus& menus() const { return menus_; }
@@ -43,10 +44,10 @@ public:
 
 private:
     [[nodiscard]] MenuServices menuServices();
-    /// What goes on without the windows that are open; empty: nothing.
+    /// Tells about the reinstalls that the open windows follow. Empty when none is running.
     [[nodiscard]] QString runningReinstallNotice() const;
-    /// Shows a message until it has been read, but not for long.
-    void tell(const QString& text);
+    /// Shows a message until the user closes it, at most for 15 seconds.
+    void showMessage(const QString& text);
     void quit();
     void endAtSignal(int exitStatus);
 
@@ -55,11 +56,11 @@ private:
     std::string version_;
     std::function<void()> terminate_;
     bool quitting_ = false;
-    QPointer<QMessageBox> message_;  ///< Owned; deletes itself when it has been read.
+    QPointer<QMessageBox> message_;  ///< Owned; deletes itself when it closes.
     struct SignalTarget;
     std::shared_ptr<SignalTarget> signalTarget_;
-    std::vector<MainWindow*> windows_;  ///< Owned; a window that closes deletes itself and leaves.
-    bool started_ = false;              ///< There has been a window.
+    std::vector<MainWindow*> windows_;  ///< Owned; a closed window deletes itself.
+    bool started_ = false;              ///< A window has been opened.
     Menus menus_;
 };
 

@@ -27,7 +27,8 @@ std::vector<std::string> launcherArguments(const std::string& scriptPath) {
     return {arguments.begin(), arguments.end()};
 }
 
-/// One file for all windows. Empty where there is no folder for it.
+/// Keeps the memory in one file for all windows. Returns an empty function if there is no cache
+/// folder.
 std::function<std::unique_ptr<FileMemory>()> memoryOfOtherFiles(std::shared_ptr<Files> files,
                                                                 const std::string& caches) {
     if (caches.empty()) return {};
@@ -48,7 +49,7 @@ std::function<void()> outOfMemoryReport(std::shared_ptr<NotificationCenter> noti
                 application, [notifications] { notifications->post(notification::outOfMemory); },
                 Qt::QueuedConnection);
         } catch (const std::bad_alloc&) {
-            // Not even the report can be sent. What failed is given up all the same.
+            // There is not even memory for the report. The failed event is given up all the same.
         }
     };
 }
@@ -57,7 +58,8 @@ PlatformServices systemPlatformServices() {
     const auto notifications = std::make_shared<NotificationCenter>();
     const auto folders = systemFolders();
     const auto files = systemFiles();
-    // With tasks of its own: a task that runs a program may be the last to let go of this.
+    // It gets tasks of its own. If it shared them, one of those tasks could hold the last reference
+    // to it, and its destructor would wait for the task that it runs on.
     const auto processes = systemProcesses(systemTasks());
     return {
         .folders = folders,
@@ -105,7 +107,7 @@ ContentServices windowServices(PlatformServices platform) {
     services.settings = std::make_shared<Settings>(std::move(platform.preferences));
     services.notifications = std::move(platform.notifications);
     services.places.home = platform.folders.home;
-    // Not quit(): that would first ask every window, and a sheet may refuse to close.
+    // QCoreApplication::quit would ask every window to close first, and a sheet may refuse.
     services.terminate = [] { QCoreApplication::exit(0); };
     services.bundles = std::move(platform.bundles);
     services.authentication = std::move(platform.authentication);

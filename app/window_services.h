@@ -1,4 +1,4 @@
-// Puts together what the windows work with.
+// Assembles the services that the windows work with.
 #pragma once
 
 #include <functional>
@@ -22,11 +22,12 @@
 
 namespace vestigo {
 
-/// The world that the program looks at and keeps its own things in.
+/// The services of the system. The demonstration and the tests replace some of them with their own.
 struct PlatformServices {
     StandardFolders folders;
     std::shared_ptr<Preferences> preferences;
-    /// Opens those of the previous product, at the first launch only. May be empty.
+    /// Opens the preferences of the previous product; called at the first launch only. May be
+    /// empty.
     std::function<std::shared_ptr<Preferences>()> openPreviousPreferences;
     std::shared_ptr<DirectoryReader> reader;
     std::shared_ptr<CodeSigning> signing;
@@ -36,23 +37,24 @@ struct PlatformServices {
     std::shared_ptr<Trash> trash;
     std::shared_ptr<CleanupTrash> cleanupTrash;
     std::shared_ptr<Links> links;
-    std::shared_ptr<LastingProcesses> processes;  ///< What reinstalls run.
+    std::shared_ptr<LastingProcesses> processes;  ///< Runs reinstalls.
     std::shared_ptr<OwnerAuthentication> authentication;
     std::shared_ptr<Administrator> administrator;
-    /// The last one's end waits for what the windows left running in the background.
+    /// The destructor waits for the tasks that closed windows have left running.
     std::shared_ptr<BackgroundTasks> tasks;
     std::shared_ptr<NotificationCenter> notifications = std::make_shared<NotificationCenter>();
 };
 
-/// Tells the windows, in a later turn of the main thread, that memory has run out. It may be called
-/// on any thread.
+/// Returns a function that tells the windows, in a later turn of the main thread, that memory has
+/// run out. It may be called on any thread.
 [[nodiscard]] std::function<void()> outOfMemoryReport(
     std::shared_ptr<NotificationCenter> notifications);
 
-/// The user's own. Needs the application object.
+/// Returns the services of the real system. The application object must exist.
 [[nodiscard]] PlatformServices systemPlatformServices();
 
-/// For `VestigoApp`. Made on the main thread, while the application object lives.
+/// Returns the services for the windows of a `VestigoApp`. Main thread only; the application object
+/// must exist.
 [[nodiscard]] ContentServices windowServices(PlatformServices platform);
 
 }  // namespace vestigo
