@@ -1,4 +1,4 @@
-// vestigo: the desktop program.
+// vestigo is the program with the window.
 
 #include <QApplication>
 #include <functional>
@@ -28,7 +28,8 @@ replaces them. vestigo-scan scans without a window.
   -V, --version  print the version
 )";
 
-/// Gives an event up whose handling runs out of memory, tells the windows, and goes on.
+/// An application that survives a lack of memory: it gives up the event whose handling ran out of
+/// memory, reports that to the windows, and goes on.
 class LastingApplication : public QApplication {
 public:
     using QApplication::QApplication;
@@ -55,14 +56,14 @@ int main(int argc, char** argv) {
     }
     LastingApplication application(argc, argv);
 #ifndef Q_OS_MACOS
-    // There the system adds arguments of its own, as when a program is started for debugging.
+    // macOS adds arguments of its own, for example when a debugger starts the program.
     if (vestigo::refusesArguments(argc, argv, programName)) return 2;
 #endif
     QApplication::setApplicationName(QStringLiteral("Vestigo"));
     QApplication::setApplicationVersion(QStringLiteral(VESTIGO_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("vestigo"));
 #ifndef Q_OS_MACOS
-    // There the bundle has one, in the sizes and the shape that the system wants.
+    // On macOS the icon comes from the bundle, in the sizes and shape that the system wants.
     QApplication::setWindowIcon(vestigo::applicationIcon());
 #endif
     const vestigo::DesktopAppearance appearance;
