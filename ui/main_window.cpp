@@ -11,6 +11,8 @@
 #include <utility>
 
 #include "ui/stray_input.h"
+#include "ui/table/accessible_table.h"
+#include "ui/widgets/accessible_paths.h"
 #include "ui/widgets/action_button.h"
 
 namespace vestigo {
@@ -27,7 +29,7 @@ QWidget* divider(QWidget* parent) {
     return line;
 }
 
-/// Null when the focus is on something that is only ticked, chosen or looked at.
+/// Returns the focused push button or tool button; null when another kind of widget has the focus.
 QAbstractButton* focusedButton(const QWidget& window) {
     auto* const focused = window.focusWidget();
     const bool pressable =
@@ -47,6 +49,8 @@ MainWindow::MainWindow(ContentServices services, std::string version, QWidget* p
       status_(*new StatusBar(content_, *desktop_, &stack_)),
       sheets_(content_, this, std::move(version)) {
     StrayInputFilter::install();
+    makeResultsAccessible();
+    makePathsAccessible();
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(QStringLiteral("Vestigo"));
     stack();
@@ -90,12 +94,12 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 
 void MainWindow::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
-    // Coming back from the dock is no appearance.
+    // A spontaneous event means that a minimised window is shown again.
     if (!event->spontaneous()) content_.windowAppeared();
 }
 
-// Keys come here from all parts of the window, but not from a pop-up or a sheet, as they would to a
-// shortcut.
+// A shortcut would also take Return from pop-ups and sheets. Here only those key presses arrive
+// that no widget of this window has handled.
 void MainWindow::keyPressEvent(QKeyEvent* event) {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;

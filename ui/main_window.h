@@ -1,4 +1,4 @@
-// A window of the program.
+// The main window: toolbar, results table, status bar and sheets over one model.
 #pragma once
 
 #include <QMainWindow>
@@ -15,20 +15,20 @@
 
 namespace vestigo {
 
-/// Owns its model and with it an engine. Deletes itself when closed, also in the middle of a scan,
-/// which then ends by itself. Return scans wherever the focus is, unless that is on a button (not
-/// on a Mac) or what has it takes the key. The menu bar is left to whoever opens the window.
+/// Owns its model, and through it a Scanner. It deletes itself when it is closed, which also stops
+/// a running scan. Return starts a scan, unless the focused widget handles the key; except on a
+/// Mac, Return on a focused button presses that button. The caller adds the menu bar.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:
-    /// `version` is what the program says of itself.
+    /// `version` is shown in the About sheet.
     MainWindow(ContentServices services, std::string version, QWidget* parent = nullptr);
     ~MainWindow() override;
 
     [[nodiscard]] ContentView& content() { return content_; }
 
 signals:
-    /// The user, or the system, has closed it.
+    /// Emitted when the user or the system has closed the window.
     void closed();
 
 protected:
@@ -41,7 +41,8 @@ private:
     void sizeToScreen();
     void refresh(const Changes& changes);
 
-    // What shows the model goes before the model, so it is not left to the base class to delete.
+    // The widgets are members declared after the model, so that they are destroyed before it. The
+    // base class would destroy them after it.
     std::shared_ptr<Desktop> desktop_;
     ContentView content_;
     Refresher refresher_;

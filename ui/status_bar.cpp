@@ -25,7 +25,7 @@ QDateTime localTime(double secondsSince2001) {
     return QDateTime::fromSecsSinceEpoch(static_cast<qint64>(std::floor(seconds)));
 }
 
-/// The user's long date without the weekday, the month abbreviated: "Nov 23, 2026".
+/// Formats the user's long date without weekday and with a short month, as in "Nov 23, 2026".
 QString abbreviatedDate(const QLocale& locale, QDate date) {
     static const QRegularExpression weekday(QStringLiteral("[\\s,،]*dddd[\\s,،]*"));
     auto format = locale.dateFormat(QLocale::LongFormat);
@@ -34,7 +34,7 @@ QString abbreviatedDate(const QLocale& locale, QDate date) {
     return locale.toString(date, format.trimmed());
 }
 
-/// The user's short time; some locales have seconds in it.
+/// Formats the user's short time, without the seconds that some locales have in it.
 QString shortTime(const QLocale& locale, QTime time) {
     static const QRegularExpression seconds(QStringLiteral("[:.\\s]*ss?"));
     auto format = locale.timeFormat(QLocale::ShortFormat);
@@ -95,21 +95,21 @@ void StatusBar::refresh(const Changes& changes) {
     announceScan(changes);
 }
 
-/// Seldom enough not to talk over everything else.
+/// Progress is announced only now and then, as an announcement interrupts other speech.
 void StatusBar::announceScan(const Changes& changes) {
     const bool scanning = content_.scanner().scanning();
-    const auto say = [this](const QString& text) {
+    const auto announce = [this](const QString& text) {
         desktop_.announce(text.toStdString());
         sinceAnnouncement_.start();
     };
     if (changes.has(ScannerField::scanning)) {
         if (scanning) {
-            say(QStringLiteral("Scanning…"));
+            announce(QStringLiteral("Scanning…"));
         } else if (followsScans_) {
-            say(QStringLiteral("Scan ended. %1").arg(summary_.text()));
+            announce(QStringLiteral("Scan ended. %1").arg(summary_.text()));
         }
     } else if (scanning && sinceAnnouncement_.hasExpired(millisecondsBetweenAnnouncements)) {
-        say(scannedCount_.text());
+        announce(scannedCount_.text());
     }
     followsScans_ = true;
 }

@@ -1,4 +1,4 @@
-// The line at the bottom of a window.
+// The status bar at the bottom of a window.
 #pragma once
 
 #include <QElapsedTimer>
@@ -12,14 +12,13 @@
 
 namespace vestigo {
 
-/// Says how far a running scan is, else what the last one found, and why nothing can be removed
-/// when the user asked for that; to a screen reader too, which also hears when a scan begins, now
-/// and then while it runs, and when it ends. Its texts never make the window
-/// wider.
+/// Shows the progress of a running scan, or else the result of the last one, and the hint why
+/// nothing can be removed. A screen reader is told the same: the hint, the begin and end of a scan,
+/// and its progress every ten seconds. The texts never make the window wider.
 class StatusBar : public QWidget {
     Q_OBJECT
 public:
-    /// Both must outlive this object.
+    /// `content` and `desktop` must outlive this object. `desktop` speaks to screen readers.
     StatusBar(ContentView& content, Desktop& desktop, QWidget* parent = nullptr);
 
     void refresh(const Changes& changes);
@@ -39,7 +38,7 @@ private:
     TintedLabel& summary_;
     TintedLabel& lastScan_;
     TintedLabel& hint_;
-    bool followsScans_ = false;  ///< From the first refresh on, which is of no scan.
+    bool followsScans_ = false;  ///< False until the first refresh, which reports no scan.
     QElapsedTimer sinceAnnouncement_;
 };
 

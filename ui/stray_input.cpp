@@ -61,10 +61,10 @@ bool StrayInputFilter::hasJustAppeared(const QWidget& widget) const {
 }
 
 bool StrayInputFilter::dropsPress(QWidget& receiver, const QMouseEvent& press) {
-    // What a widget does not want goes on to those around it.
+    // Qt offers a press that a widget ignores to its parents; all of them get the same answer.
     const bool isSamePress = press.timestamp() == lastTime_ && press.globalPosition() == lastPlace_;
     if (isSamePress) return dropping_;
-    // Menus and lists of choices open under the pointer, and know about it themselves.
+    // Menus and lists of choices open under the pointer and guard against such presses themselves.
     const bool isPopup = receiver.window()->windowType() == Qt::Popup;
     dropping_ = !isPopup && press.button() == Qt::LeftButton &&
                 (hasJustAppeared(receiver) || endsDoubleClickElsewhere(receiver, press));

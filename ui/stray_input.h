@@ -1,4 +1,4 @@
-// Keeps presses away from what the user did not mean.
+// Drops mouse and key presses that the user meant for another widget.
 #pragma once
 
 #include <QDeadlineTimer>
@@ -12,15 +12,16 @@ class QMouseEvent;
 
 namespace vestigo {
 
-/// Watches the whole program and drops, for one double-click interval, presses
-/// - on a button or dialog that has only just appeared: whoever presses there aimed at what was in
-///   its place before, as where "Stop" replaces "Scan";
-/// - that are the second click of a double-click whose first click went to another widget.
+/// Filters the events of the whole program. It drops a press
+/// - on a button or dialog that appeared less than a double-click interval ago, as the user aimed
+///   at what was in its place before ("Stop" replaces "Scan");
+/// - that is the second click of a double-click whose first click went to another widget.
 /// A Return that is held down counts as one press, so it cannot confirm the sheet that it opened.
 class StrayInputFilter : public QObject {
     Q_OBJECT
 public:
-    /// Main thread. Does nothing from the second call on; the application owns the filter.
+    /// Installs the filter on the application, which owns it. Further calls do nothing. Main thread
+    /// only.
     static void install();
 
     bool eventFilter(QObject* receiver, QEvent* event) override;
@@ -28,12 +29,12 @@ public:
 private:
     struct Appearance {
         QPointer<QWidget> widget;
-        QDeadlineTimer settled;  ///< From then on, presses are meant for it.
+        QDeadlineTimer settled;  ///< When it expires, presses count again.
     };
 
     using QObject::QObject;
     void noteAppearance(QWidget& widget);
-    /// Whether the widget, or a dialog that it is part of, has only just appeared.
+    /// True if the widget, or a dialog that it is part of, appeared less than an interval ago.
     [[nodiscard]] bool hasJustAppeared(const QWidget& widget) const;
     bool dropsPress(QWidget& receiver, const QMouseEvent& press);
     [[nodiscard]] bool endsDoubleClickElsewhere(const QWidget& receiver,
@@ -42,8 +43,8 @@ private:
     std::vector<Appearance> appearances_;
     QPointer<QWidget> lastReceiver_;
     QPointF lastPlace_;
-    quint64 lastTime_ = 0;   ///< As events tell it, in milliseconds; 0: nothing was pressed yet.
-    bool dropping_ = false;  ///< Up to the release of the button.
+    quint64 lastTime_ = 0;   ///< Event time in milliseconds; 0 before the first press.
+    bool dropping_ = false;  ///< True from a dropped press to its release.
 };
 
 }  // namespace vestigo

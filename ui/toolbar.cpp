@@ -26,7 +26,7 @@ constexpr int fixMaximum = 140;
 constexpr int sizeMaximum = 110;
 constexpr int clearSymbolSize = 14;
 
-/// The choice of no filter; every other choice is the number of an enum's case.
+/// The value of the choice "All"; every other choice has the value of its enum case.
 constexpr int noFilter = -1;
 
 constexpr std::array fixesInOrder = {Fix::homebrew, Fix::macports, Fix::manual, Fix::keep,
@@ -47,11 +47,11 @@ QString counted(std::string_view text, std::size_t count) {
     return QStringLiteral("%1 (%2)").arg(toQString(text), QString::number(count));
 }
 
-QString noFolder() {
+QString noFolderText() {
     return QStringLiteral("Folder…");
 }
 
-/// Whether the window gives the keys to this widget when it is active.
+/// True if this widget has the focus within its window, even while the window is inactive.
 bool holdsFocus(const QWidget& widget) {
     return widget.window()->focusWidget() == &widget;
 }
@@ -82,7 +82,7 @@ Toolbar::Toolbar(ContentView& content, Desktop& desktop, QWidget* parent)
     addSizeChoice();
     addActions();
     row_.addStretch();
-    levelControls();
+    equaliseSizes();
 }
 
 void Toolbar::append(QWidget& control, const char* name) {
@@ -113,7 +113,7 @@ void Toolbar::addRootControls() {
             [this](int value) { content_.setScope(static_cast<Scope>(value)); });
 
     append(folder_, "folder");
-    folder_.setLeastText(noFolder());
+    folder_.setLeastText(noFolderText());
     connect(&folder_, &QPushButton::clicked, this, &Toolbar::chooseFolder);
 
     append(clearFolder_, "clearFolder");
@@ -183,9 +183,9 @@ void Toolbar::addActions() {
     connect(&exportCsv_, &QPushButton::clicked, this, [this] { content_.exportCSV(); });
 }
 
-/// Buttons and pop-up choices are as high as each other, and the two that take each other's place
-/// as wide, so that nothing moves when they do.
-void Toolbar::levelControls() {
+/// Gives all controls one height, and Scan and Stop one width: they replace each other, and nothing
+/// else may move then.
+void Toolbar::equaliseSizes() {
     const auto buttons = findChildren<QPushButton*>();
     const auto choices = findChildren<ChoiceBox*>();
     int height = 0;
@@ -197,7 +197,7 @@ void Toolbar::levelControls() {
     for (auto* const button : {&scan_, &stop_}) button->setFixedWidth(width);
 }
 
-/// The border that the style gives it can hardly be seen.
+/// The border that the style draws has too little contrast.
 void Toolbar::drawBoxClearly() {
     const auto palette = QApplication::palette();
     intelOnly_.setPalette(checkBoxPalette(palette, colorOf(Tint::secondary, palette)));
@@ -225,7 +225,7 @@ void Toolbar::refresh(const Changes& changes) {
     }
 }
 
-/// One takes the other's place, and the focus with it.
+/// The button that appears takes over the focus of the one that it replaces.
 void Toolbar::refreshScanButtons() {
     const bool scanning = content_.scanner().scanning();
     auto& shownButton = scanning ? stop_ : scan_;
@@ -241,7 +241,7 @@ void Toolbar::refreshRoots() {
     const auto& root = content_.customRoot();
     scope_.setValue(static_cast<int>(content_.scope()));
     scope_.setEnabled(idle && !root);
-    folder_.setPlainText(root ? toQString(lastComponent(*root)) : noFolder());
+    folder_.setPlainText(root ? toQString(lastComponent(*root)) : noFolderText());
     folder_.setAccessibleDescription(root ? toQString(*root) : QString());
     folder_.setEnabled(idle);
     clearFolder_.setEnabled(idle);
@@ -278,13 +278,13 @@ void Toolbar::refreshActions() {
 
 bool Toolbar::event(QEvent* event) {
     const bool moves = event->type() == QEvent::LayoutRequest || event->type() == QEvent::Resize;
-    if (moves) shareOutRoom();
+    if (moves) distributeWidth();
     return QWidget::event(event);
 }
 
-/// Where the row is too narrow, the gaps give way first and the name of the folder next; then the
-/// layout takes from the choices what only their other texts need.
-void Toolbar::shareOutRoom() {
+/// In a narrow window the gaps shrink first, then the folder's name. If that is not enough, the
+/// layout shrinks the choices to the width of their current text.
+void Toolbar::distributeWidth() {
     const int folder = folder_.sizeHint().width();
     int wanted = 2 * padding;
     int gaps = -1;

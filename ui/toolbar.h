@@ -1,4 +1,4 @@
-// The row of controls at the top of a window.
+// The toolbar at the top of a window.
 #pragma once
 
 #include <QBoxLayout>
@@ -15,11 +15,11 @@
 namespace vestigo {
 
 /// Starts and stops scans, chooses what is scanned and shown, removes and exports. "Scan" is drawn
-/// as the default button; the window brings it, or the focused button, the Return key.
+/// as the default button, but the window handles the Return key.
 class Toolbar : public QWidget {
     Q_OBJECT
 public:
-    /// `content` and `desktop` must outlive this object; `desktop` is asked for the folder.
+    /// `content` and `desktop` must outlive this object. `desktop` lets the user choose a folder.
     Toolbar(ContentView& content, Desktop& desktop, QWidget* parent = nullptr);
 
     void refresh(const Changes& changes);
@@ -34,12 +34,12 @@ private:
     void addFilters();
     void addSizeChoice();
     void addActions();
-    void levelControls();
+    void equaliseSizes();
     void drawBoxClearly();
     void append(QWidget& control, const char* name);
 
     void chooseFolder();
-    void shareOutRoom();
+    void distributeWidth();
 
     void refreshScanButtons();
     void refreshRoots();

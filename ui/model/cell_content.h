@@ -31,9 +31,9 @@ enum class Column : std::uint8_t {
 inline constexpr std::size_t columnCount = 10;
 
 struct ColumnTraits {
-    std::string_view title;          ///< UTF-8. Sortable ones end with their mark.
-    std::string_view name;           ///< The title as it is spoken.
-    std::optional<SortKey> sortKey;  ///< Absent: the column cannot be sorted by.
+    std::string_view title;          ///< UTF-8. That of a sortable column ends with "↕".
+    std::string_view name;           ///< The title that a screen reader speaks.
+    std::optional<SortKey> sortKey;  ///< Absent when the column cannot be sorted by.
     /// Width in points for text of 13 points, for `ContentView::columnWidth`. 0 when it is not
     /// fixed.
     double baseWidth;
@@ -48,7 +48,7 @@ inline constexpr double itemColumnMaximum = 340;
 
 [[nodiscard]] Tint tintOf(Fix fix);
 
-/// What the button in a cell is for. The results view carries it out.
+/// The purpose of the button in a cell. The results view carries it out.
 enum class CellAction : std::uint8_t { reveal, inspect, reinstall, copyPath };
 
 /// A symbol in a cell; with an action it is a button.

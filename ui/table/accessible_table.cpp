@@ -5,14 +5,15 @@
 #include <QPointer>
 #include <unordered_map>
 
+#include "ui/table/accessible_parts.h"
 #include "ui/table/results_view.h"
-#include "ui/widgets/accessible_parts.h"
 #include "ui/widgets/text.h"
 
 namespace vestigo {
 namespace {
 
-/// Its children are numbered row by row, the headers first.
+/// Numbers its children row by row, the headers first. A child is made when it is first asked for,
+/// since a table of a hundred thousand rows is never read as a whole.
 class AccessibleTable : public QAccessibleWidget, public QAccessibleTableInterface {
 public:
     explicit AccessibleTable(ResultsView& view)
@@ -27,7 +28,7 @@ public:
     QAccessible::State state() const override {
         auto state = QAccessibleWidget::state();
         state.multiSelectable = true;
-        // One object has the focus: the current cell where there is one.
+        // Only one object may have the focus: the current cell, if there is one.
         state.focused = state.focused && !view_.currentIndex().isValid();
         return state;
     }
@@ -101,14 +102,14 @@ public:
     bool isRowSelected(int row) const override {
         return row >= 0 && row < rowCount() && view_.isSelected(row);
     }
-    bool selectRow(int row) override { return take(row, QItemSelectionModel::Select); }
-    bool unselectRow(int row) override { return take(row, QItemSelectionModel::Deselect); }
+    bool selectRow(int row) override { return applyToRow(row, QItemSelectionModel::Select); }
+    bool unselectRow(int row) override { return applyToRow(row, QItemSelectionModel::Deselect); }
     bool selectColumn(int) override { return false; }
     bool unselectColumn(int) override { return false; }
     void modelChange(QAccessibleTableModelChangeEvent*) override { forget(); }
 
 private:
-    bool take(int row, QItemSelectionModel::SelectionFlag command) {
+    bool applyToRow(int row, QItemSelectionModel::SelectionFlag command) {
         if (row < 0 || row >= rowCount()) return false;
         view_.selectionModel()->select(view_.model()->index(row, 0),
                                        command | QItemSelectionModel::Rows);
@@ -121,7 +122,7 @@ private:
     }
 
     ResultsView& view_;
-    /// What has been asked for so far; `child` is const to its callers.
+    /// The children made so far, by number. Mutable, because `child` is const.
     mutable std::unordered_map<int, QAccessible::Id> parts_;
 };
 

@@ -1,10 +1,11 @@
-// The results table as assistive technology sees it.
+// Presents the results table to assistive technology.
 #pragma once
 
 namespace vestigo {
 
-/// From now on every `ResultsView` is a table whose first row are the column headers and whose
-/// cells hold their buttons. May be called more than once. Main thread only.
+/// From now on, every `ResultsView` is presented as a table. Its first row holds the column
+/// headers, and a cell has its button as a child. Must be called before a view is shown; further
+/// calls do nothing. Main thread only.
 void makeResultsAccessible();
 
 }  // namespace vestigo

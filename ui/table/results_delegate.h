@@ -46,7 +46,7 @@ struct ButtonStates {
     QPersistentModelIndex pressed;
 };
 
-/// Where the parts of a cell are, in the view's coordinates. A part that the cell lacks is empty.
+/// The places of the parts of a cell, in the view's coordinates. A part that it lacks is empty.
 struct CellLayout {
     QRectF symbol;
     QRectF button;  ///< Reacts to the mouse; a little larger than the symbol.

@@ -39,7 +39,7 @@ void ResultsHeader::setCurrentColumn(int column) {
     updateSection(currentColumn_);
     currentColumn_ = column;
     updateSection(currentColumn_);
-    if (hasFocus()) tell(QAccessible::Focus, currentColumn_);
+    if (hasFocus()) notifyAssistive(QAccessible::Focus, currentColumn_);
 }
 
 ColumnSort ResultsHeader::sortOf(int column) const {
@@ -51,20 +51,20 @@ ColumnSort ResultsHeader::sortOf(int column) const {
 void ResultsHeader::refreshSort() {
     viewport()->update();
     for (int column = 0; column < count(); ++column) {
-        if (keyOf(column)) tell(QAccessible::DescriptionChanged, column);
+        if (keyOf(column)) notifyAssistive(QAccessible::DescriptionChanged, column);
     }
 }
 
-/// To assistive technology, the headers are the first children of the table.
-void ResultsHeader::tell(QAccessible::Event what, int column) {
-    QAccessibleEvent event(parentWidget(), what);
+/// In the accessible table, the headers are the first children.
+void ResultsHeader::notifyAssistive(QAccessible::Event change, int column) {
+    QAccessibleEvent event(parentWidget(), change);
     event.setChild(column);
     QAccessible::updateAccessibility(&event);
 }
 
 void ResultsHeader::initStyleOptionForIndex(QStyleOptionHeader* option, int column) const {
     QHeaderView::initStyleOptionForIndex(option, column);
-    // Qt's own indicator would follow a click on any column.
+    // Qt would show its own indicator after a click on any column, sortable or not.
     switch (sortOf(column)) {
         case ColumnSort::ascending: option->sortIndicator = QStyleOptionHeader::SortDown; break;
         case ColumnSort::descending: option->sortIndicator = QStyleOptionHeader::SortUp; break;
@@ -84,7 +84,7 @@ void ResultsHeader::paintSection(QPainter* painter, const QRect& area, int colum
     painter->restore();
 }
 
-/// As the style has it, but for the title, which stands above what is in the cells.
+/// Draws as the style does, except that the title is aligned with the content of the cells below.
 void ResultsHeader::drawSection(QPainter& painter, const QRect& area, int column) const {
     QStyleOptionHeaderV2 option;
     initStyleOption(&option);
@@ -113,11 +113,11 @@ void ResultsHeader::keyPressEvent(QKeyEvent* event) {
 void ResultsHeader::focusInEvent(QFocusEvent* event) {
     QHeaderView::focusInEvent(event);
     updateSection(currentColumn_);
-    // Qt names the whole header first.
+    // Qt reports the whole header as focused first, and the last report counts.
     QMetaObject::invokeMethod(
         this,
         [this] {
-            if (hasFocus()) tell(QAccessible::Focus, currentColumn_);
+            if (hasFocus()) notifyAssistive(QAccessible::Focus, currentColumn_);
         },
         Qt::QueuedConnection);
 }

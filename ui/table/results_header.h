@@ -1,4 +1,4 @@
-// The header of the results table.
+// The column headers of the results table.
 #pragma once
 
 #include <QAccessible>
@@ -9,23 +9,23 @@
 
 namespace vestigo {
 
-/// Whether the rows stand in the order of a column.
+/// How the rows are sorted by a column; `none` unless it is the primary one.
 enum class ColumnSort : std::uint8_t { none, ascending, descending };
 
-/// A click, or Space, on a column that can be sorted by sorts. Left and Right choose a column while
-/// it has the focus, which Tab gives it.
+/// A click or Space on a sortable column sorts by it. Tab gives the header the focus; Left and
+/// Right then move between its columns.
 class ResultsHeader : public QHeaderView {
     Q_OBJECT
 public:
     /// `content` must outlive this object.
     explicit ResultsHeader(ContentView& content, QWidget* parent = nullptr);
 
-    /// The column that the keyboard is at.
+    /// The column on which Space acts.
     [[nodiscard]] int currentColumn() const { return currentColumn_; }
     void setCurrentColumn(int column);
     void sortByColumn(int column);
     [[nodiscard]] ColumnSort sortOf(int column) const;
-    /// Shows the model's sort order.
+    /// Shows a changed sort order and reports it to assistive technology.
     void refreshSort();
 
 protected:
@@ -36,7 +36,7 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    void tell(QAccessible::Event what, int column);
+    void notifyAssistive(QAccessible::Event change, int column);
     void drawSection(QPainter& painter, const QRect& area, int column) const;
 
     ContentView& content_;

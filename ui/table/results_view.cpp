@@ -1,3 +1,11 @@
+// The user's place in the table, the current cell and what is in view, must survive changes of the
+// rows. `applyRows` keeps what is in view by an anchor: the root of one visible row and its
+// distance from the top. A rescan is harder, as it begins with no rows and brings them in one by
+// one. The place from before the rows went is kept in `place_`, and each refresh returns to as much
+// of it as has arrived (`returnToPlace`). `place_` ends when the scan ends or when the user moves
+// the current cell; scrolling by the user ends only the part that restores the view. While the code
+// itself moves the current cell, `placing_` is set, so that this does not count as the user's
+// doing.
 #include "ui/table/results_view.h"
 
 #include <QAccessible>
@@ -11,7 +19,6 @@
 #include <cmath>
 #include <utility>
 
-#include "ui/table/accessible_table.h"
 #include "ui/table/row_menu.h"
 #include "ui/table/row_selection.h"
 #include "ui/widgets/symbols.h"
@@ -24,18 +31,18 @@ namespace {
 constexpr int itemColumn = static_cast<int>(Column::item);
 constexpr int pathColumn = static_cast<int>(Column::path);
 constexpr int leastItemWidth = static_cast<int>(itemColumnMinimum);
-constexpr double leastPathWidth = 200;  ///< At 13-point text.
-constexpr double roomyPathWidth = 340;  ///< Enough for most paths, at 13-point text.
+constexpr double leastPathWidth = 200;  ///< In points, for text of 13 points.
+constexpr double roomyPathWidth = 340;  ///< In points, for text of 13 points; most paths fit.
 constexpr int pixelsPerStep = 24;
 constexpr int emptySymbolSize = 72;
 
-/// Why a table has no rows: as a symbol, and in words for who does not see it.
+/// The reason why a table has no rows, as a symbol and as a text for screen readers.
 struct Emptiness {
     Symbol symbol;
     QString words;
 };
 
-/// Nothing while there are rows, or a scan may still bring some.
+/// Absent while there are rows or a scan may still find some.
 std::optional<Emptiness> emptinessOf(const ContentView& content, int rows) {
     if (rows > 0 || content.scanner().scanning()) return std::nullopt;
     if (content.groupCount() > 0) {
@@ -63,11 +70,10 @@ ResultsView::ResultsView(ContentView& content, QWidget* parent)
       content_(content),
       rows_(content),
       header_(new ResultsHeader(content, this)) {
-    makeResultsAccessible();
     setObjectName(QStringLiteral("results"));
     setAccessibleName(tr("Results"));
     setHorizontalHeader(header_);
-    header_->setFocusProxy(nullptr);  // It takes the keyboard's focus itself.
+    header_->setFocusProxy(nullptr);  // The header can have the focus itself.
     setModel(&rows_);
     setSelectionModel(new RowSelection(content, rows_, this));
     setItemDelegate(new ResultsDelegate(content, buttons_, this));
@@ -105,8 +111,8 @@ void ResultsView::layOutColumns() {
     });
 }
 
-/// The path takes what the others leave. Where that is little, an item whose width the user has not
-/// chosen gives way, as long as that spares the table from scrolling sideways.
+/// The path column gets the remaining width. If that is too little, the item column shrinks to
+/// avoid horizontal scrolling, unless the user has chosen its width.
 void ResultsView::fitLastColumns() {
     if (std::exchange(fitting_, true)) return;
     const int room = viewport()->width() - fixedWidth();
@@ -158,7 +164,7 @@ void ResultsView::refresh(const Changes& changes) {
     }
     if (place_) returnToPlace();
     const auto emptiness = emptinessOf(content_, rows_.rowCount());
-    // A change of it is told to assistive technology.
+    // Qt reports a change of the description to assistive technology.
     setAccessibleDescription(emptiness ? emptiness->words : QString());
     if (changes.has(ContentField::sortOrder)) header_->refreshSort();
     if (changes.has(ContentField::selection)) {
@@ -171,17 +177,17 @@ void ResultsView::refresh(const Changes& changes) {
 void ResultsView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     QAbstractItemView::currentChanged(current, previous);
     if (!placing_) place_.reset();
-    tellFocus();
+    notifyFocus();
 }
 
 void ResultsView::focusInEvent(QFocusEvent* event) {
     QTableView::focusInEvent(event);
-    // Qt names the whole table first.
-    QMetaObject::invokeMethod(this, &ResultsView::tellFocus, Qt::QueuedConnection);
+    // Qt reports the whole table as focused first, and the last report counts.
+    QMetaObject::invokeMethod(this, &ResultsView::notifyFocus, Qt::QueuedConnection);
 }
 
-/// Names the cell as our own table counts them.
-void ResultsView::tellFocus() {
+/// Reports the current cell by its number in `AccessibleTable`, where the headers come first.
+void ResultsView::notifyFocus() {
     const auto current = currentIndex();
     if (!current.isValid() || !hasFocus()) return;
     QAccessibleEvent event(this, QAccessible::Focus);
@@ -198,7 +204,7 @@ void ResultsView::applyRows(bool keepView) {
     if (!changed) return;
     const bool isLost = before.row < 0 ? rows_.rowCount() == 0 : !rows_.rowOf(before.root);
     if (isLost && !place_) place_ = std::move(before);
-    const bool waits = place_ && place_->keepsView;  // For the rows that were in view.
+    const bool waits = place_ && place_->keepsView;  // The rows that were in view may still come.
     if (kept && !waits) restore(*kept);
     setHovered(buttonAt(viewport()->mapFromGlobal(QCursor::pos())));
     placePathSelection();
@@ -216,7 +222,8 @@ ResultsView::Place ResultsView::placeNow() const {
     return place;
 }
 
-/// Until the scan ends, the row may still come; meanwhile the keyboard is at the nearest one.
+/// Moves the current cell and the view back as far as their rows have arrived. Until the scan ends,
+/// the current cell is on the nearest row.
 void ResultsView::returnToPlace() {
     if (rows_.rowCount() == 0) return;
     auto& place = *place_;
@@ -233,7 +240,7 @@ void ResultsView::returnToPlace() {
     if (isLastChance) place_.reset();
 }
 
-/// Past the last row: to the last. The view stays where it is.
+/// Moves to the last row if there are fewer. The view does not scroll.
 void ResultsView::moveCurrentTo(int row, int column) {
     const auto next = rows_.index(std::min(row, rows_.rowCount() - 1), column);
     placing_ = true;
@@ -243,8 +250,8 @@ void ResultsView::moveCurrentTo(int row, int column) {
     placing_ = false;
 }
 
-/// The current row while it is in view, else the uppermost; none at the very top, where new rows
-/// are to be seen coming.
+/// Returns the current row if it is in view, else the uppermost row. Absent at the very top, so
+/// that the user sees new rows arrive.
 std::optional<ResultsView::Anchor> ResultsView::anchor() const {
     const auto inView = [this](int row) {
         const int y = rowViewportPosition(row);
@@ -364,7 +371,7 @@ void ResultsView::mouseDoubleClickEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton && path.isValid()) {
         return selectPath(path.row(), 0).selectAll();
     }
-    // Two quick clicks on a button are two clicks.
+    // A double-click on a button counts as two clicks.
     if (buttonAt(event->pos()).isValid()) return mousePressEvent(event);
     QTableView::mouseDoubleClickEvent(event);
 }
@@ -376,7 +383,7 @@ void ResultsView::keyPressEvent(QKeyEvent* event) {
         return content_.requestDeleteOfSelection();
     }
     if (event->matches(QKeySequence::Copy)) return copyPaths();
-    if (event->key() == Qt::Key_Space) return takeSpace(*event);
+    if (event->key() == Qt::Key_Space) return handleSpace(*event);
     if (plain && event->key() == Qt::Key_F2 && current.isValid()) {
         return selectPath(current.row(), 0).selectAll();
     }
@@ -395,8 +402,9 @@ void ResultsView::copyPaths() {
     }
 }
 
-/// Part of a name that is being typed, else it presses the button of the cell, else it selects.
-void ResultsView::takeSpace(const QKeyEvent& event) {
+/// While the user types a name, Space is part of it. Else it presses the button of the current
+/// cell, or, without a button, selects the row.
+void ResultsView::handleSpace(const QKeyEvent& event) {
     const auto current = currentIndex();
     const bool plain = event.modifiers() == Qt::NoModifier;
     if (plain && isTyping()) return keyboardSearch(event.text());
@@ -415,7 +423,7 @@ void ResultsView::keyboardSearch(const QString& typed) {
     const bool begins = !isTyping();
     typed_ = begins ? typed : typed_ + typed;
     sinceTyped_.start();
-    // The same letter again and again goes through the items that begin with it.
+    // Typing one letter repeatedly moves through the items that begin with it.
     const bool repeats = typed_.count(typed_.front()) == typed_.size();
     const auto wanted = repeats ? typed_.left(1) : typed_;
     const auto current = currentIndex();
@@ -429,7 +437,8 @@ void ResultsView::keyboardSearch(const QString& typed) {
     }
 }
 
-/// As the arrow keys do, so that a range that follows begins there.
+/// Selects the row by a made-up arrow key from the row beside it, because only then Qt lets a later
+/// range begin at this row.
 void ResultsView::selectByKey(int row, int column) {
     if (rows_.rowCount() == 1) return selectRow(row);
     const int beside = row > 0 ? row - 1 : row + 1;
@@ -453,8 +462,8 @@ void ResultsView::openMenuOf(const QModelIndex& index) {
                 viewport()->mapToGlobal(visualRect(index).bottomLeft()), *this);
 }
 
-/// The row menu acts on its row and leaves the selection alone. What Control does to a row depends
-/// on the model's selection; Qt would look at its own.
+/// A right click leaves the selection alone, as the row menu acts on its own row. A click with
+/// Control toggles by the model's selection; Qt would consult its own, which is empty.
 QItemSelectionModel::SelectionFlags ResultsView::selectionCommand(const QModelIndex& index,
                                                                   const QEvent* event) const {
     const bool press = event && event->type() == QEvent::MouseButtonPress;
@@ -512,8 +521,8 @@ void ResultsView::paintEvent(QPaintEvent* event) {
     drawSymbol(painter, area, emptiness->symbol, colorOf(Tint::tertiary, palette()));
 }
 
-/// What was drawn is moved and not drawn again, but paths are shortened to where the view ends and
-/// the edge of selected rows stays at its beginning.
+/// Qt moves what is already drawn when the view scrolls sideways. But paths are shortened at the
+/// right edge of the view and selected rows have a stripe at its left edge, so all is drawn again.
 void ResultsView::scrollContentsBy(int dx, int dy) {
     QTableView::scrollContentsBy(dx, dy);
     if (dx != 0) viewport()->update();

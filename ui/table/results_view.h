@@ -1,4 +1,4 @@
-// The results table: the rows of a window's model, with what the user can do to them.
+// The results table of a window.
 #pragma once
 
 #include <QElapsedTimer>
@@ -15,11 +15,11 @@
 
 namespace vestigo {
 
-/// Redraws keep the selection, the current cell, what is in view, a button that is held down and a
-/// part of a path that is being selected. A rescan, which begins with no rows, brings the current
-/// cell and what is in view back with their rows, or else with the nearest ones. A table without
-/// rows shows by a symbol, and tells assistive technology, whether nothing was scanned, nothing
-/// found, or nothing passes the filters.
+/// A change of the rows keeps the selection, the current cell, the rows in view, a button that is
+/// held down and a selection within a path. A rescan begins with no rows; current cell and view
+/// return when their rows do, or to the nearest rows. A table without rows shows a symbol, and
+/// describes itself to assistive technology, for one of three reasons: nothing was scanned, nothing
+/// was found, or nothing passes the filters.
 class ResultsView : public QTableView {
     Q_OBJECT
 public:
@@ -30,12 +30,12 @@ public:
 
     [[nodiscard]] ResultsModel& results() { return rows_; }
     [[nodiscard]] bool isSelected(int row) const;
-    /// The width, in points, in which every column and most of a path can be seen at the present
-    /// text size.
+    /// The width in points at which all columns and most paths fit at the present text size.
     [[nodiscard]] int roomyWidth() const;
-    /// Does what the button of a cell does; nothing when it has none.
+    /// Presses the button of the cell. Returns false if the cell has none.
     bool press(const QModelIndex& index);
-    /// Lets a part of the path in this row be selected and copied, from this character on.
+    /// Opens an editor over the path in this row, in which the user can select and copy a part. The
+    /// selection begins at this character.
     PathSelection& selectPath(int row, int character);
 
 protected:
@@ -45,7 +45,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    /// Looks for items by what their names begin with, whatever the current column.
+    /// Searches the names of the items, whatever the current column is.
     void keyboardSearch(const QString& typed) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
@@ -59,38 +59,38 @@ protected:
     void initViewItemOption(QStyleOptionViewItem* option) const override;
 
 private:
-    /// What stays where it is on screen while rows come and go around it.
+    /// A row that stays at its place on the screen while other rows change.
     struct Anchor {
         std::string root;
         int y = 0;
     };
-    /// Where the user was before the rows, or that of the current cell, went.
+    /// The current cell and the view from before their rows went.
     struct Place {
         std::string root;
-        int row = -1;  ///< Negative: there was no current cell.
+        int row = -1;  ///< Negative when there was no current cell.
         int column = 0;
-        bool isBack = false;    ///< The current cell is there again.
-        bool keepsView = true;  ///< Until the user scrolls.
+        bool isBack = false;    ///< The current cell has returned.
+        bool keepsView = true;  ///< False once the user has scrolled.
         int scrolledBy = 0;
-        std::optional<Anchor> view;  ///< Absent: at the very top.
+        std::optional<Anchor> view;  ///< Absent at the very top.
     };
 
     void layOutColumns();
     void fitLastColumns();
-    /// Of the columns before the item, in points.
+    /// The width of the columns before the item column, in points.
     [[nodiscard]] int fixedWidth() const;
-    /// A base width at the present text size.
+    /// Scales a base width to the present text size.
     [[nodiscard]] int scaled(double base) const;
     void applyFontSize();
     void applyRows(bool keepView);
     [[nodiscard]] Place placeNow() const;
     void returnToPlace();
     void moveCurrentTo(int row, int column);
-    void tellFocus();
+    void notifyFocus();
     [[nodiscard]] std::optional<Anchor> anchor() const;
     bool restore(const Anchor& anchor);
     void copyPaths();
-    void takeSpace(const QKeyEvent& event);
+    void handleSpace(const QKeyEvent& event);
     [[nodiscard]] bool isTyping() const;
     void selectByKey(int row, int column);
     void openMenuOf(const QModelIndex& index);
@@ -105,15 +105,15 @@ private:
     ResultsModel rows_;
     ButtonStates buttons_;
     ResultsHeader* header_;
-    int itemWidth_ = static_cast<int>(itemColumnIdeal);  ///< Where there is room for it.
-    bool itemWidthChosen_ = false;                       ///< By the user, and kept.
+    int itemWidth_ = static_cast<int>(itemColumnIdeal);  ///< May shrink in a narrow window.
+    bool itemWidthChosen_ = false;                       ///< The user has chosen `itemWidth_`.
     bool fitting_ = false;
-    std::optional<Place> place_;  ///< To return to as rows come in; absent: the user is there.
-    bool placing_ = false;        ///< What moves the current cell now is not the user.
-    QString typed_;               ///< So far, for the search by typing.
+    std::optional<Place> place_;  ///< Absent once the user's place is restored.
+    bool placing_ = false;        ///< The code itself moves the current cell.
+    QString typed_;               ///< What the user has typed so far to search.
     QElapsedTimer sinceTyped_;
     QPointer<PathSelection> pathSelection_;
-    /// Where the button went down on the text of a path, and on which.
+    /// The path on whose text the mouse button went down, and where.
     QPersistentModelIndex pathPressed_;
     QPoint pressedAt_;
 };

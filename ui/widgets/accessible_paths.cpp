@@ -10,7 +10,7 @@
 namespace vestigo {
 namespace {
 
-/// Goes by its place in the list, whatever path is there.
+/// Stands for a row of the list, whatever path is in it.
 class AccessibleLine : public QAccessibleInterface, public QAccessibleActionInterface {
 public:
     AccessibleLine(PathList& list, int row) : list_(&list), row_(row) {}
@@ -81,7 +81,7 @@ public:
 
     QAccessible::State state() const override {
         auto state = QAccessibleWidget::state();
-        // One object has the focus: the current line where there is one.
+        // Only one object may have the focus: the current line, if there is one.
         state.focused = state.focused && !list_.currentIndex().isValid();
         return state;
     }
@@ -107,7 +107,7 @@ public:
 
 private:
     PathList& list_;
-    /// What has been asked for so far; `child` is const to its callers.
+    /// The lines made so far, by row. Mutable, because `child` is const.
     mutable std::unordered_map<int, QAccessible::Id> lines_;
 };
 
@@ -119,7 +119,7 @@ QAccessibleInterface* interfaceFor(const QString&, QObject* object) {
 }  // namespace
 
 void makePathsAccessible() {
-    QAccessible::installFactory(interfaceFor);  // Once, however often it is said.
+    QAccessible::installFactory(interfaceFor);  // Qt ignores a factory that it already has.
 }
 
 }  // namespace vestigo

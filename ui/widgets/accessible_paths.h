@@ -1,10 +1,10 @@
-// The list of paths on a sheet as assistive technology sees it.
+// Presents the lists of paths on sheets to assistive technology.
 #pragma once
 
 namespace vestigo {
 
-/// From now on every `PathList` is a list of items and check boxes that can be ticked. May be
-/// called more than once. Main thread only.
+/// From now on, every `PathList` is presented as a list of items or check boxes. Must be called
+/// before a list is shown; further calls do nothing. Main thread only.
 void makePathsAccessible();
 
 }  // namespace vestigo

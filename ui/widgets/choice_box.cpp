@@ -10,11 +10,11 @@
 namespace vestigo {
 namespace {
 
-/// On either side of the text, for glyphs that reach over their advance.
+/// Room on both sides of the text for glyphs that are wider than their advance, in points.
 constexpr int textMargin = 1;
 
-/// Qt would take what is chosen for the name. Read as a text it is the value, which is how a screen
-/// reader on Linux gets it.
+/// Qt's own interface would report the chosen text as the name of the box. This one reports it as
+/// the value, and also as text content, from which screen readers on Linux read a value.
 class AccessibleChoice : public QAccessibleWidget, public QAccessibleTextInterface {
 public:
     explicit AccessibleChoice(ChoiceBox& box)
@@ -86,9 +86,9 @@ QAccessibleInterface* interfaceFor(const QString&, QObject* object) {
 }  // namespace
 
 ChoiceBox::ChoiceBox(const QString& name, QWidget* parent) : QComboBox(parent) {
-    QAccessible::installFactory(interfaceFor);  // Once, however often it is said.
+    QAccessible::installFactory(interfaceFor);  // Qt ignores a factory that it already has.
     setAccessibleName(name);
-    setFocusPolicy(Qt::StrongFocus);  // Not by the wheel.
+    setFocusPolicy(Qt::StrongFocus);  // The wheel does not give it the focus.
     view()->setAccessibleName(name);
     setSizeAdjustPolicy(QComboBox::AdjustToContents);
     connect(this, &QComboBox::currentIndexChanged, this, &QWidget::updateGeometry);
@@ -126,7 +126,7 @@ void ChoiceBox::showPopup() {
     QComboBox::showPopup();
 }
 
-/// The box may be narrower than its texts; its pop-up is not.
+/// Makes the pop-up wide enough for its longest text, even if the box is narrower.
 void ChoiceBox::makeRoomInPopup() {
     const int mark = style()->pixelMetric(QStyle::PM_IndicatorWidth, nullptr, this);
     view()->setMinimumWidth(view()->sizeHintForColumn(0) + mark + 2 * view()->frameWidth());

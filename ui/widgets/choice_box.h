@@ -1,4 +1,4 @@
-// A pop-up choice between values.
+// A combo box whose items stand for values.
 #pragma once
 
 #include <QComboBox>
@@ -6,25 +6,25 @@
 
 namespace vestigo {
 
-/// Every item stands for a value, an int; no two for the same. Its texts may change at any time,
-/// also while it is open. When it is narrower than its text, the text ends in an ellipsis. The
-/// mouse wheel changes it only while it has the focus, so that nobody changes it in passing.
+/// Each item has an int value, different from that of every other item. Its texts may change at any
+/// time, even while the pop-up is open. A text that does not fit is shortened at its end. The mouse
+/// wheel has an effect only while the box has the focus, so that nobody changes it by accident.
 class ChoiceBox : public QComboBox {
     Q_OBJECT
 public:
-    /// `name` is what assistive technology calls it; what is chosen is its value.
+    /// Assistive technology gets `name` as the name of the box and the chosen text as its value.
     explicit ChoiceBox(const QString& name, QWidget* parent = nullptr);
 
     void add(int value, const QString& text);
     void setText(int value, const QString& text);
-    /// Shows the value as chosen; nothing is emitted.
+    /// Selects the item with this value, without emitting `chosen`.
     void setValue(int value);
     void showPopup() override;
-    /// What the chosen text needs; the size hint is what the longest text needs.
+    /// The size for the chosen text; the size hint is for the longest text.
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 signals:
-    /// The user chose.
+    /// Emitted when the user has chosen an item.
     void chosen(int value);
 
 protected:

@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "ui/widgets/accessible_paths.h"
 #include "ui/widgets/labels.h"
 #include "ui/widgets/text.h"
 #include "ui/widgets/theme.h"
@@ -117,7 +116,7 @@ private:
         const bool reached = option.state & (QStyle::State_HasFocus | QStyle::State_MouseOver);
         return colorOf(reached ? Tint::primary : Tint::secondary, option.palette);
     }
-    /// Takes its place from the room.
+    /// Draws at the start of `room` and removes what it used from it.
     void drawCheckbox(QPainter& painter, const QStyleOptionViewItem& option, QRect& room,
                       bool on) const {
         const auto& style = *list_.style();
@@ -171,7 +170,6 @@ private:
 
 PathList::PathList(const QSize& size, QWidget* parent)
     : QListView(parent), lines_(*new PathLines(this)) {
-    makePathsAccessible();
     setModel(&lines_);
     setItemDelegate(new LineDelegate(*this));
     setFixedSize(size);
@@ -206,16 +204,16 @@ void PathList::dataChanged(const QModelIndex& first, const QModelIndex& last,
     if (currentIndex().isValid()) QAccessible::updateAccessibility(&event);
 }
 
-/// Qt names the whole list first.
+/// Qt reports the whole list as focused first; the later report of the current line counts.
 void PathList::focusInEvent(QFocusEvent* event) {
     QListView::focusInEvent(event);
-    const auto tellLine = [this] {
+    const auto notifyLine = [this] {
         if (!hasFocus() || !currentIndex().isValid()) return;
         QAccessibleEvent focus(this, QAccessible::Focus);
         focus.setChild(currentIndex().row());
         QAccessible::updateAccessibility(&focus);
     };
-    QMetaObject::invokeMethod(this, tellLine, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, notifyLine, Qt::QueuedConnection);
 }
 
 void PathList::changeEvent(QEvent* event) {

@@ -1,4 +1,4 @@
-// Paths to look through, and to choose from, on a sheet.
+// A list of paths on a sheet, with optional check boxes and tags.
 #pragma once
 
 #include <QListView>
@@ -10,7 +10,7 @@
 
 namespace vestigo {
 
-/// What stands behind a path.
+/// A short coloured word behind a path.
 struct PathTag {
     QString text;
     Tint tint;
@@ -20,25 +20,27 @@ struct PathTag {
 struct PathLine {
     std::string path;
     std::vector<PathTag> tags = {};
-    std::optional<bool> on = {};  ///< With a checkbox in front; absent: without one.
+    std::optional<bool> on = {};  ///< The state of the check box; absent when there is none.
     friend bool operator==(const PathLine&, const PathLine&) = default;
 };
 
 class PathLines;
 
-/// One line each, shortened in the middle; what does not fit is scrolled. A click anywhere in a
-/// line, or Space on the current one, asks for the other state of its checkbox.
+/// Shows each path on one line, shortened in the middle. A click anywhere in a line, or Space on
+/// the current line, emits `toggled` if the line has a check box.
 class PathList : public QListView {
     Q_OBJECT
 public:
     PathList(const QSize& size, QWidget* parent = nullptr);
 
-    /// Scroll position and current line stay where the paths are the same.
+    /// Keeps scroll position and current line if the paths are the same as before.
     void setLines(std::vector<PathLine> lines);
-    /// Asks for the other state of a line's checkbox, where it has one.
+    /// Emits `toggled` for this line if it has a check box.
     void toggle(const QModelIndex& line);
 
 signals:
+    /// The user wants the check box of this path to be `on`. The list shows that only after
+    /// `setLines`.
     void toggled(const std::string& path, bool on);
 
 protected:

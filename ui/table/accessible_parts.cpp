@@ -1,4 +1,4 @@
-#include "ui/widgets/accessible_parts.h"
+#include "ui/table/accessible_parts.h"
 
 #include <QAccessible>
 #include <QPointer>
@@ -9,7 +9,7 @@
 namespace vestigo {
 namespace {
 
-/// What headers, cells and buttons have in common.
+/// The base class of headers, cells and buttons.
 class Part : public QAccessibleInterface, public QAccessibleActionInterface {
 public:
     Part(ResultsView& view, QAccessible::Role role) : view_(&view), role_(role) {}
@@ -84,7 +84,7 @@ private:
     int column_;
 };
 
-/// Something that lies in a cell.
+/// The base class of cells and of buttons in them.
 class InCell : public Part {
 public:
     InCell(ResultsView& view, QAccessible::Role role, int row, int column)
@@ -153,7 +153,7 @@ public:
         const auto symbolHelp = cell.symbol ? cell.symbol->help : std::string_view();
         if (kind == QAccessible::Name) return toQString(cell.text.empty() ? symbolHelp : cell.text);
         if (kind != QAccessible::Description) return {};
-        // A button says what it is for itself, and help that is the text would be said twice.
+        // A button has a name of its own, and help that equals the text would be spoken twice.
         const bool onlyShown = cell.symbol && !cell.symbol->action;
         if (onlyShown) return toQString(symbolHelp);
         return cell.help == cell.text ? QString() : toQString(cell.help);
