@@ -8,20 +8,20 @@ namespace vestigo {
 
 namespace {
 
-/// No longer than this, and not in the middle of a UTF-8 character.
+/// Cuts a text to at most `longest` bytes, but not within a UTF-8 character.
 std::string_view shortened(std::string_view text, std::size_t longest) {
     if (text.size() <= longest) return text;
     const auto continues = [](char byte) { return (static_cast<unsigned char>(byte) >> 6U) == 2; };
     auto length = longest;
     while (length > 0 && continues(text[length])) --length;
-    // Bytes that are no text are cut where the room ends.
+    // Bytes that are not UTF-8 are cut at the limit.
     return text.substr(0, length > 0 ? length : longest);
 }
 
-/// Its dot included.
+/// Includes the dot.
 std::string_view extensionOf(std::string_view name, std::size_t longest) {
     const auto dot = name.rfind('.');
-    // A dot at the very beginning or end makes no extension, and a long one is no extension either.
+    // A dot at the very beginning or end makes no extension, and neither does a very long ending.
     const bool extended = dot != name.npos && dot > 0 && name.size() - dot < longest / 2;
     return extended ? name.substr(dot) : std::string_view();
 }
@@ -48,8 +48,8 @@ FolderCleanupTrash::FolderCleanupTrash(std::string folder, std::shared_ptr<Files
     : folder_(std::move(folder)), files_(std::move(files)) {}
 
 CleanupPlan FolderCleanupTrash::plan(const std::vector<CleanupItem>& items) {
-    // Where this user may not look at it, it is there.
     files_->createFolders(folder_);
+    // Where this user may not examine the Trash, the disk is that of its parent.
     auto trash = files_->identity(folder_);
     if (!trash) trash = files_->identity(std::string(folderOf(folder_)));
     CleanupPlan plan;

@@ -25,11 +25,11 @@ int openBeneath(int folder, const char* path, int flags) {
     how.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC);
     how.resolve = RESOLVE_BENEATH;
     // While something is renamed near the path, the kernel cannot tell whether it stays inside.
-    constexpr int patience = 20;
+    constexpr int mostTries = 20;
     for (int tries = 0;; ++tries) {
         const auto result =
             retrying([&] { return ::syscall(SYS_openat2, folder, path, &how, sizeof how); });
-        if (result >= 0 || errno != EAGAIN || tries == patience) return static_cast<int>(result);
+        if (result >= 0 || errno != EAGAIN || tries == mostTries) return static_cast<int>(result);
     }
 }
 
@@ -43,14 +43,14 @@ std::optional<std::string> linkIn(int folder, const std::string& name) {
 }
 
 /// Takes the first name from the front of a path, with the slashes after it.
-std::string reserveName(std::string& path) {
+std::string removeFirstName(std::string& path) {
     const auto end = std::min(path.find('/'), path.size());
     auto name = path.substr(0, end);
     path.erase(0, path.find_first_not_of('/', end));
     return name;
 }
 
-Descriptor refused(int error) {
+Descriptor failWith(int error) {
     errno = error;
     return {};
 }
@@ -62,14 +62,14 @@ Descriptor openBeneathStepwise(int folder, std::string path, int flags) {
     std::vector<Descriptor> entered;  // From the folder down, so that ".." leads back there.
     const auto here = [&] { return entered.empty() ? folder : entered.back().get(); };
     while (!path.empty()) {
-        if (path.starts_with('/')) return refused(EXDEV);
-        const auto name = reserveName(path);
+        if (path.starts_with('/')) return failWith(EXDEV);
+        const auto name = removeFirstName(path);
         if (name == ".") continue;
         if (name == "..") {
-            if (entered.empty()) return refused(EXDEV);
+            if (entered.empty()) return failWith(EXDEV);
             entered.pop_back();
         } else if (const auto target = linkIn(here(), name)) {
-            if (linksLeft-- == 0) return refused(ELOOP);
+            if (linksLeft-- == 0) return failWith(ELOOP);
             path = path.empty() ? *target : *target + "/" + path;
         } else if (path.empty()) {
             return openPatiently(here(), name.c_str(), flags | O_NOFOLLOW);

@@ -103,8 +103,8 @@ std::optional<FileAttributes> attributesOf(int folder, const char* name, int fla
     }
     if (known(STATX_INO)) attributes.inode = info.stx_ino;
     // A single file may be mounted too.
-    const bool isThere = known(STATX_MNT_ID) && info.stx_mnt_id == fileSystem.mount;
-    if (isThere && fileSystem.keepsChangeTimes && known(STATX_CTIME)) {
+    const bool isOnThatMount = known(STATX_MNT_ID) && info.stx_mnt_id == fileSystem.mount;
+    if (isOnThatMount && fileSystem.keepsChangeTimes && known(STATX_CTIME)) {
         attributes.changed = nanoseconds(info.stx_ctime);
         attributes.fileSystem = fileSystem.identity;
     }

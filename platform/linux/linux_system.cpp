@@ -1,6 +1,6 @@
-#include "platform/linux/linux_system.h"
-
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/linux_bundle_reader.h"
 #include "platform/linux/linux_cleanup_trash.h"
@@ -13,13 +13,6 @@
 #include "platform/system.h"
 
 namespace vestigo {
-
-LinuxAdministrator::LinuxAdministrator(std::shared_ptr<Processes> processes, std::string launcher)
-    : LaunchedAdministrator(std::move(processes), std::move(launcher),
-                            [](const std::string& script) {
-                                return std::vector<std::string>{"/bin/sh", script};
-                            }) {}
-
 namespace {
 
 std::string homeTrash(const StandardFolders& folders) {
@@ -62,10 +55,14 @@ std::shared_ptr<OwnerAuthentication> systemOwnerAuthentication(
     return std::make_shared<LinuxOwnerAuthentication>(std::move(processes));
 }
 
-/// The launcher here runs the script itself.
+/// PolicyKit asks for the password and then runs the shell itself. The status is 126 when the user
+/// has dismissed the question, 127 when the user was refused or could not be asked.
 std::shared_ptr<Administrator> systemAdministrator(std::shared_ptr<Processes> processes,
                                                    LaunchedAdministrator::Arguments /*arguments*/) {
-    return std::make_shared<LinuxAdministrator>(std::move(processes));
+    return std::make_shared<LaunchedAdministrator>(
+        std::move(processes), "/usr/bin/pkexec", [](const std::string& script) {
+            return std::vector<std::string>{"/bin/sh", script};
+        });
 }
 
 }  // namespace vestigo

@@ -26,9 +26,9 @@ namespace vestigo {
 namespace {
 
 constexpr unsigned mostAttempts = 100'000;
-constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 /// Other programs ignore lines that they do not know.
-constexpr std::string_view ownLine = "X-Vestigo-Moved=true\n";
+constexpr std::string_view ownMark = "X-Vestigo-Moved=true\n";
 constexpr std::size_t longestNote = 32'768;
 
 /// As in a URL; the bytes, whatever they stand for.
@@ -75,7 +75,7 @@ bool isOwnNote(int file) {
     std::array<char, longestNote> text{};
     const auto length = retrying([&] { return ::pread(file, text.data(), text.size(), 0); });
     return length > 0 &&
-           std::string_view(text.data(), static_cast<std::size_t>(length)).ends_with(ownLine);
+           std::string_view(text.data(), static_cast<std::size_t>(length)).ends_with(ownMark);
 }
 
 }  // namespace
@@ -92,14 +92,15 @@ std::optional<Mount> mountOf(int folder, const std::string& path) {
 
 std::string trashNote(const std::string& origin) {
     return "[Trash Info]\nPath=" + percentEncoded(origin) + "\nDeletionDate=" + localTime() + "\n" +
-           std::string(ownLine);
+           std::string(ownMark);
 }
 
 Descriptor openOwnFolder(int folder, const std::string& name) {
     if (retrying([&] { return ::mkdirat(folder, name.c_str(), 0700); }) != 0 && errno != EEXIST) {
         return {};
     }
-    Descriptor own(retrying([&] { return ::openat(folder, name.c_str(), asFolder | O_NOFOLLOW); }));
+    Descriptor own(
+        retrying([&] { return ::openat(folder, name.c_str(), folderFlags | O_NOFOLLOW); }));
     struct stat status {};
     if (own && retrying([&] { return ::fstat(own.get(), &status); }) != 0) return {};
     if (own && status.st_uid == ::geteuid()) return own;
@@ -112,7 +113,7 @@ std::optional<TrashFolder> TrashFolder::openHome(const std::string& path) {
     if (retrying([&] { return ::mkdir(path.c_str(), 0700); }) != 0 && errno != EEXIST) {
         return std::nullopt;
     }
-    return layOut(Descriptor(retrying([&] { return ::open(path.c_str(), asFolder); })));
+    return layOut(Descriptor(retrying([&] { return ::open(path.c_str(), folderFlags); })));
 }
 
 std::optional<TrashFolder> TrashFolder::openIn(int folder, const std::string& name) {

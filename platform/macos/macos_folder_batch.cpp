@@ -29,7 +29,7 @@ public:
     explicit EntryFields(std::span<const std::byte> entry) : entry_(entry) {}
 
     template <class Value>
-    bool take(Value& value) {
+    bool read(Value& value) {
         if (entry_.size() - at_ < sizeof value) return false;
         std::memcpy(&value, entry_.data() + at_, sizeof value);
         at_ += sizeof value;
@@ -38,14 +38,14 @@ public:
 
     /// Only when the entry has it.
     template <class Value>
-    bool take(bool present, std::optional<Value>& value) {
-        return !present || take(value.emplace());
+    bool read(bool present, std::optional<Value>& value) {
+        return !present || read(value.emplace());
     }
 
-    bool reserveName(std::string_view& name) {
+    bool readName(std::string_view& name) {
         const auto from = at_;
         NamePlace place;
-        if (!take(place) || place.offset < 0 || place.length < 2) return false;
+        if (!read(place) || place.offset < 0 || place.length < 2) return false;
         const auto start = from + static_cast<std::size_t>(place.offset);
         if (start > entry_.size() || place.length > entry_.size() - start) return false;
         name = {reinterpret_cast<const char*>(entry_.data() + start), place.length};
@@ -65,24 +65,24 @@ private:
 bool decode(EntryFields fields, BatchEntry& entry) {
     std::uint32_t length = 0;
     ReturnedAttributes has;
-    if (!fields.take(length) || !fields.take(has)) return false;
+    if (!fields.read(length) || !fields.read(has)) return false;
     const auto common = [&has](std::uint32_t bit) { return (has.common & bit) != 0; };
     const bool unknown = (has.common & ~BatchRequest::common) != 0 || has.volume != 0 ||
                          has.folder != 0 || (has.file & ~BatchRequest::dataLength) != 0 ||
                          has.fork != 0;
     if (unknown || !common(BatchRequest::name)) return false;
     std::optional<std::uint32_t> error;
-    if (!fields.take(common(BatchRequest::error), error) || !fields.reserveName(entry.name)) {
+    if (!fields.read(common(BatchRequest::error), error) || !fields.readName(entry.name)) {
         return false;
     }
     entry.failed = error.value_or(0) != 0;
-    return fields.take(common(BatchRequest::objectType), entry.objectType) &&
-           fields.take(common(BatchRequest::created), entry.created) &&
-           fields.take(common(BatchRequest::modified), entry.modified) &&
-           fields.take(common(BatchRequest::changed), entry.changed) &&
-           fields.take(common(BatchRequest::flags), entry.flags) &&
-           fields.take(common(BatchRequest::fileId), entry.fileId) &&
-           fields.take((has.file & BatchRequest::dataLength) != 0, entry.dataLength);
+    return fields.read(common(BatchRequest::objectType), entry.objectType) &&
+           fields.read(common(BatchRequest::created), entry.created) &&
+           fields.read(common(BatchRequest::modified), entry.modified) &&
+           fields.read(common(BatchRequest::changed), entry.changed) &&
+           fields.read(common(BatchRequest::flags), entry.flags) &&
+           fields.read(common(BatchRequest::fileId), entry.fileId) &&
+           fields.read((has.file & BatchRequest::dataLength) != 0, entry.dataLength);
 }
 
 }  // namespace
@@ -91,7 +91,7 @@ BatchEnd visitBatch(std::span<const std::byte> bytes, std::size_t count,
                     const std::function<bool(const BatchEntry&)>& visitor) {
     for (; count > 0; --count) {
         std::uint32_t length = 0;
-        if (!EntryFields(bytes).take(length) || length > bytes.size()) {
+        if (!EntryFields(bytes).read(length) || length > bytes.size()) {
             return BatchEnd::malformed;
         }
         BatchEntry entry;

@@ -1,3 +1,14 @@
+// A file is written under a temporary name and renamed when it is complete, so that every reader
+// sees the old or the new content, never a part. Two rules make this safe:
+//
+// - The content is on the disk before the rename. Otherwise the file system may bring the new name
+// to the disk first, and a power failure then leaves an empty file.
+// - Whoever holds the lock (flock) on a temporary file owns it. removeOrphans() removes only files
+// whose lock it gets, and a creator that was overtaken between creating and locking its file
+// notices the missing name and starts again.
+//
+// A process number in the name would not do in place of the lock: the number may belong to another
+// process by now, and means nothing on a folder that several machines share.
 #include "platform/posix/atomic_file.h"
 
 #include <cerrno>
@@ -34,7 +45,7 @@ bool unlinkIn(int folder, const std::string& name) {
     return retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }) == 0;
 }
 
-/// Whether an open file is a regular one of this user.
+/// Whether the open file is a regular one that belongs to this user.
 bool isOwnFile(int file) {
     struct stat status {};
     return retrying([&] { return ::fstat(file, &status); }) == 0 && S_ISREG(status.st_mode) &&
@@ -42,14 +53,15 @@ bool isOwnFile(int file) {
 }
 
 void removeIfOrphan(int folder, const std::string& name) {
-    // Open for writing, as locks need it on network file systems; nothing waits for a FIFO.
+    // Locks on network file systems need write access. O_NONBLOCK keeps a FIFO from blocking.
     const Descriptor file(retrying([&] {
         return ::openat(folder, name.c_str(),
                         O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     }));
     if (!file || !isOwnFile(file.get())) return;
     if (retrying([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) != 0) return;
-    // It may have been placed between the listing and the lock. No other file gets this name.
+    // Its owner may have placed it between the listing and the lock. The name itself is never used
+    // again.
     if (isOpenAs(file.get(), folder, name)) static_cast<void>(unlinkIn(folder, name));
 }
 
@@ -91,7 +103,8 @@ AtomicFile::~AtomicFile() {
     if (!placed_ && file_) static_cast<void>(unlinkIn(folder_, temporary_));
 }
 
-/// Whoever removes orphans may meet the file before it is locked, and remove it.
+/// Another process that removes orphans may remove the file before it is locked. Then it has no
+/// name left and a new one is created.
 void AtomicFile::create(mode_t mode) {
     struct stat status {};
     do {
@@ -101,7 +114,8 @@ void AtomicFile::create(mode_t mode) {
             return ::openat(folder_, temporary_.c_str(),
                             O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
         }));
-        // Where there are no locks, nobody removes orphans either.
+        // Without locks on this file system nobody removes orphans either, so a failure is
+        // harmless.
         if (file_) static_cast<void>(retrying([&] { return ::flock(file_.get(), LOCK_EX); }));
     } while (file_ && retrying([&] { return ::fstat(file_.get(), &status); }) == 0 &&
              status.st_nlink == 0);
@@ -113,7 +127,7 @@ bool AtomicFile::write(std::string_view content) {
 
 bool AtomicFile::replace(const std::string& name) {
     placed_ = file_ && flushToDisk(file_.get()) && renamedTo(folder_, name);
-    // The file is whole under either name, so a folder that cannot be flushed is no failure.
+    // The file is complete under either name, so it is no failure if the folder cannot be flushed.
     if (placed_) static_cast<void>(flushToDisk(folder_));
     return placed_;
 }
@@ -131,7 +145,7 @@ bool AtomicFile::renamedTo(int folder, const std::string& name) const {
                [&] { return ::renameat(folder_, temporary_.c_str(), folder, name.c_str()); }) == 0;
 }
 
-/// Links never replace anything either.
+/// A hard link never replaces anything, like the exclusive rename that this file system lacks.
 bool AtomicFile::linkedAs(int folder, const std::string& name) const {
     if (retrying([&] { return ::linkat(folder_, temporary_.c_str(), folder, name.c_str(), 0); }) !=
         0) {
@@ -141,7 +155,7 @@ bool AtomicFile::linkedAs(int folder, const std::string& name) const {
     return true;
 }
 
-/// For file systems with no links: replaces an empty file that this makes to take the name.
+/// For file systems without hard links: takes the name with an empty file, then replaces that.
 bool AtomicFile::renamedIfFree(int folder, const std::string& name) const {
     const Descriptor taken(retrying([&] {
         return ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,

@@ -1,4 +1,4 @@
-// Files that appear under their name only once they are whole.
+// Files that get their name only once they are complete.
 #pragma once
 
 #include <string>
@@ -10,12 +10,13 @@
 
 namespace vestigo {
 
-/// A new file in an open folder, under a temporary name until it is placed: ".vestigo-" and 32
-/// hexadecimal digits. It is locked by flock(2) as long as this lives, so one that nobody has
-/// locked belongs to a program that was killed. A file that was not placed is removed with this.
+/// A new file in an open folder. Until it is placed, its name is temporary: ".vestigo-" and 32
+/// hexadecimal digits. It is locked by flock(2) while this object lives, so a file of that form
+/// without a lock was left by a killed program. A file that was not placed is removed on
+/// destruction.
 class AtomicFile {
 public:
-    /// The folder has to stay open as long as this lives.
+    /// The folder must stay open while this object lives.
     AtomicFile(int folder, mode_t mode);
     ~AtomicFile();
     AtomicFile(const AtomicFile&) = delete;
@@ -28,8 +29,8 @@ public:
 
     /// False with errno.
     [[nodiscard]] bool write(std::string_view content);
-    /// Puts the file in the place of what has this name in its folder, once its content is on the
-    /// disk. False with errno.
+    /// Flushes the content to the disk, then replaces the entry of this name in its folder with the
+    /// file. False with errno.
     [[nodiscard]] bool replace(const std::string& name);
     /// Gives the file this name in an open folder, its own or another one of its file system. Never
     /// replaces anything, and leaves the flushing to the caller. False with errno: EEXIST where the
@@ -48,19 +49,18 @@ private:
     bool placed_ = false;
 };
 
-/// ".vestigo-" and 32 hexadecimal digits that nobody can foresee. Empty, with errno, when the
-/// system gives no random bytes.
+/// A name of ".vestigo-" and 32 hexadecimal digits that nobody can predict. Empty, with errno, when
+/// the system has no random bytes.
 [[nodiscard]] std::string unguessableName();
 
-/// Whether a name has exactly the form of those.
+/// Whether a name has exactly that form.
 [[nodiscard]] bool isUnguessableName(std::string_view name);
 
-/// Whether the open file has this name in an open folder.
+/// Whether this name in the open folder still refers to the open file.
 [[nodiscard]] bool isOpenAs(int file, int folder, const std::string& name);
 
-/// Removes from an open folder the files that killed programs of this user have not placed: regular
-/// files of this user with exactly such a name that no live program has locked. Failures are
-/// ignored.
+/// Removes the files that killed programs of this user have left in an open folder: regular files
+/// of this user with exactly such a name that no running program has locked. Ignores failures.
 void removeOrphans(int folder);
 
 }  // namespace vestigo

@@ -1,4 +1,4 @@
-// The owner of what the system opens.
+// Owns a file descriptor, and repeats calls that a signal has interrupted.
 #pragma once
 
 #include <cerrno>
@@ -30,8 +30,8 @@ private:
     int number_ = -1;
 };
 
-/// Repeats a call that a signal interrupted; its result. Calls that give a pointer fail with null,
-/// all others with a negative number.
+/// Repeats a call for as long as a signal interrupts it, and returns its result. A call that
+/// returns a pointer fails with null, any other with a negative number.
 template <class Call>
 auto retrying(Call call) {
     const auto interrupted = [](const auto& result) {

@@ -1,4 +1,4 @@
-// What is known of the file systems below one root of a scan.
+// Remembers the file systems below one root of a scan.
 #pragma once
 
 #include <atomic>
@@ -11,20 +11,21 @@
 namespace vestigo {
 
 struct FileSystem {
-    std::uint64_t mount = 0;  ///< The system's number for it, as long as it is mounted.
-    /// A tree of the kernel's own: no programs in it, but files that are endless or block.
+    std::uint64_t mount = 0;  ///< The system's number for the mount.
+    /// A pseudo file system of the kernel: it holds no programs, but files that are endless or
+    /// block.
     bool isPseudo = false;
-    bool keepsChangeTimes = false;  ///< As `FileAttributes::changed` needs them.
+    bool keepsChangeTimes = false;  ///< As `FileAttributes::changed` requires.
     std::uint64_t identity = 0;
 };
 
-/// Asks for each file system once. That can be slow, and the answers do not outlive the root that
-/// they were found below: something else may be mounted there by the next scan. Thread-safe.
+/// Asks the system only once about each file system, since that can be slow. The answers are
+/// discarded with the root: by the next scan something else may be mounted there. Thread-safe.
 class FileSystemsBelowRoot {
 public:
     explicit FileSystemsBelowRoot(const FileSystem& root) { known_.emplace(root.mount, root); }
 
-    /// What is known of this mount, else what `ask` gives.
+    /// The known file system of this mount; `ask` is called when there is none yet.
     template <class Ask>
     [[nodiscard]] FileSystem of(std::uint64_t mount, Ask ask) {
         const std::lock_guard lock(mutex_);
@@ -32,7 +33,8 @@ public:
         return found != known_.end() ? found->second : known_.emplace(mount, ask()).first->second;
     }
 
-    /// Whether the folder that was opened last lay on another mount than its root.
+    /// Whether the latest `openFolder` reached another mount than its parent's. The reader then
+    /// expects the same of the next one.
     std::atomic<bool> latestWasElsewhere = false;
 
 private:

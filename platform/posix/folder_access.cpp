@@ -17,10 +17,9 @@
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
-
 namespace {
 
-/// Null at the end, and with errno when it cannot be read.
+/// Null at the end, and null with errno when the folder cannot be read.
 const dirent* nextEntry(DIR* listing) {
     return retrying([listing] {
         errno = 0;
@@ -28,43 +27,21 @@ const dirent* nextEntry(DIR* listing) {
     });
 }
 
-}  // namespace
-
-Listing openListing(int folder) {
-    constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
-    const int own = retrying([folder] { return ::openat(folder, ".", asFolder); });
-    Listing listing(own < 0 ? nullptr : retrying([own] { return ::fdopendir(own); }));
-    if (!listing && own >= 0) ::close(own);
-    return listing;
-}
-
-std::optional<std::vector<std::string>> namesIn(int folder) {
-    const auto listing = openListing(folder);
-    if (!listing) return std::nullopt;
-    std::vector<std::string> result;
-    while (const auto* const entry = nextEntry(listing.get())) {
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") result.emplace_back(name);
-    }
-    return errno == 0 ? std::optional(std::move(result)) : std::nullopt;
-}
-
-namespace {
-
-// Other threads close what they hold within moments; someone else's descriptors may take longer.
+// Other threads of the scan close theirs within moments; those of other programs may take longer.
 template <class Open>
 Descriptor patiently(Open open) {
-    constexpr int patience = 400;
+    constexpr int mostTries = 400;
     for (int tries = 0;; ++tries) {
         const int number = retrying(open);
         if (number >= 0) return Descriptor(number);
         const bool exhausted = errno == EMFILE || errno == ENFILE;
-        if (!exhausted || tries == patience) return {};
+        if (!exhausted || tries == mostTries) return {};
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 }
 
-// One call takes at most PATH_MAX bytes: a longer path is opened in pieces, each below the last.
+// One call takes less than PATH_MAX bytes. A longer path is opened in pieces, each relative to the
+// folder of the piece before.
 template <class Open>
 Descriptor openInPieces(int start, std::string_view path, int flags, int throughFlags, Open open) {
     Descriptor at;
@@ -84,6 +61,25 @@ Descriptor openPatientlyThroughNoLink(int folder, const char* path, int flags) {
 }
 
 }  // namespace
+
+Listing openListing(int folder) {
+    constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
+    const int own = retrying([folder] { return ::openat(folder, ".", folderFlags); });
+    Listing listing(own < 0 ? nullptr : retrying([own] { return ::fdopendir(own); }));
+    if (!listing && own >= 0) ::close(own);
+    return listing;
+}
+
+std::optional<std::vector<std::string>> namesIn(int folder) {
+    const auto listing = openListing(folder);
+    if (!listing) return std::nullopt;
+    std::vector<std::string> result;
+    while (const auto* const entry = nextEntry(listing.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") result.emplace_back(name);
+    }
+    return errno == 0 ? std::optional(std::move(result)) : std::nullopt;
+}
 
 Descriptor openPatiently(int folder, const char* path, int flags) {
     return patiently([&] { return ::openat(folder, path, flags | O_CLOEXEC); });
@@ -131,7 +127,7 @@ std::unique_ptr<Folder> emptyFolder() {
 unsigned maxOpenFoldersBeside(std::size_t openDescriptors) {
     struct rlimit limit {};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return 1;
-    constexpr std::size_t spare = 2;  // For whoever else in this process opens something.
+    constexpr std::size_t spare = 2;  // For other parts of this process that open something.
     const auto used = std::max<std::size_t>(openDescriptors, 3) + spare;
     const auto available = limit.rlim_cur > used ? (limit.rlim_cur - used) / 3 : 0;
     return static_cast<unsigned>(std::clamp<rlim_t>(available, 1, 1024));

@@ -26,7 +26,7 @@ std::optional<std::string> folderFromEnvironment(const char* variable) {
 
 namespace {
 
-/// What the user database says.
+/// The user's home in the user database.
 std::optional<std::string> homeOf(uid_t user) {
     std::array<char, 16384> buffer{};
     passwd entry{};

@@ -1,4 +1,4 @@
-// Where the user's own things are. Thread-safe while nobody changes the environment.
+// The users' home folders. Thread-safe while nobody changes the environment.
 #pragma once
 
 #include <optional>
@@ -12,11 +12,11 @@ namespace vestigo {
 /// Absent when the variable is missing or no absolute path.
 [[nodiscard]] std::optional<std::string> folderFromEnvironment(const char* variable);
 
-/// $HOME, else what the user database says, else "/"; touches nothing.
+/// $HOME, else the home in the user database, else "/". Creates nothing.
 [[nodiscard]] std::string homeFolder();
 
-/// The folders in `parent` that are not hidden, by name, then the home of root and `homeFolder`,
-/// each once: of two ways to one folder the first counts.
+/// The folders in `parent` that are not hidden, sorted by name, then root's home and `homeFolder`.
+/// Each folder is given once; of two paths to the same folder the first one stays.
 [[nodiscard]] std::vector<std::string> homeFolders(const std::string& parent);
 
 }  // namespace vestigo

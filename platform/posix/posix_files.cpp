@@ -26,12 +26,13 @@ namespace {
 
 constexpr std::size_t largestFile = std::size_t{1} << 31U;
 
-/// From where an open file stands to its end, about so many bytes. Absent with errno.
+/// Reads from the current position to the end; `expected` is a guess of the length. Absent with
+/// errno.
 std::optional<std::string> readRest(int file, std::size_t expected) {
     errno = EFBIG;
     if (expected > largestFile) return std::nullopt;
     std::string content;
-    // One byte more than expected shows the end without another round.
+    // Room for one byte more than expected lets the same read show the end.
     content.reserve(expected + 1);
     preferLargePages(content);
     content.resize(expected + 1);
@@ -62,20 +63,20 @@ FileContent contentOrErrno(std::optional<std::string> content) {
     return {{}, std::generic_category().message(errno)};
 }
 
-/// Why someone else may have written the file. Null when nobody can have.
+/// The reason why another user may have written the file. Null when only this user can have.
 const char* whyNotOwn(const struct stat& status) {
     if (!S_ISREG(status.st_mode)) return "it is no regular file";
     if (status.st_uid != ::geteuid()) return "it belongs to another user";
     return (status.st_mode & 022U) != 0 ? "others may write it" : nullptr;
 }
 
-/// Never waits: a FIFO would for a writer.
-Descriptor openAtOnce(const std::string& path) {
+/// O_NONBLOCK keeps the open of a FIFO from waiting for a writer.
+Descriptor openNonBlocking(const std::string& path) {
     return Descriptor(retrying(
         [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
 }
 
-/// Locked as long as it is open.
+/// Holds the lock while the descriptor is open.
 class OpenFolderLock : public FolderLock {
 public:
     explicit OpenFolderLock(Descriptor folder) : folder_(std::move(folder)) {}
@@ -84,7 +85,7 @@ private:
     Descriptor folder_;
 };
 
-/// Folder and name of a path; the folder of a bare name is the current one.
+/// Splits a path into folder and name; the folder of a bare name is the current one.
 std::pair<std::string, std::string> split(const std::string& path) {
     const std::string name(nameOf(path));
     return {name == path ? "." : path.substr(0, path.size() - name.size()), name};
@@ -95,13 +96,13 @@ Descriptor openFolder(const std::string& path) {
         retrying([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
 }
 
-/// A new file beside `path` that takes its place, or its name if that is free, once it is whole.
+/// Writes a temporary file beside `path`, then moves it to `path`, replacing what is there or not.
 class AtomicFileWriter {
 public:
     AtomicFileWriter(const std::string& path, Access access)
         : folder_(openFolder(split(path).first)),
           name_(split(path).second),
-          file_(withoutOrphans(), access == Access::ownerOnly ? 0600 : 0666) {
+          file_(folderWithoutOrphans(), access == Access::ownerOnly ? 0600 : 0666) {
         if (access == Access::usual) keepPermissions();
     }
 
@@ -114,8 +115,8 @@ public:
     }
 
 private:
-    /// What killed programs have left may be what fills the disk.
-    [[nodiscard]] int withoutOrphans() const {
+    /// Orphans go first, since they may be what fills the disk.
+    [[nodiscard]] int folderWithoutOrphans() const {
         if (folder_) removeOrphans(folder_.get());
         return folder_.get();
     }
@@ -135,7 +136,7 @@ private:
 }  // namespace
 
 std::optional<std::string> PosixFiles::read(const std::string& path) {
-    const auto file = openAtOnce(path);
+    const auto file = openNonBlocking(path);
     return file ? readRegular(file.get()) : std::nullopt;
 }
 
@@ -150,7 +151,7 @@ FileContent PosixFiles::readToEnd(const std::string& path) {
 }
 
 FileContent PosixFiles::readOwn(const std::string& path, std::size_t most) {
-    const auto file = openAtOnce(path);
+    const auto file = openNonBlocking(path);
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0) return contentOrErrno(std::nullopt);
     if (const auto* const reason = whyNotOwn(status)) return {{}, reason};
@@ -164,8 +165,8 @@ FileContent PosixFiles::readOwn(const std::string& path, std::size_t most) {
 }
 
 bool PosixFiles::replace(const std::string& path, std::string_view content, Access access) {
-    AtomicFileWriter successor(path, access);
-    return successor.write(content) && successor.replace();
+    AtomicFileWriter writer(path, access);
+    return writer.write(content) && writer.replace();
 }
 
 bool PosixFiles::exists(const std::string& path) {
@@ -185,8 +186,8 @@ bool PosixFiles::createFolders(const std::string& path) {
 bool PosixFiles::copy(const std::string& from, const std::string& to) {
     const auto content = read(from);
     if (!content) return false;
-    AtomicFileWriter successor(to, Access::ownerOnly);
-    return successor.write(*content) && successor.placeIfFree();
+    AtomicFileWriter writer(to, Access::ownerOnly);
+    return writer.write(*content) && writer.placeIfFree();
 }
 
 std::optional<EntryKind> PosixFiles::kind(const std::string& path) {
@@ -220,7 +221,7 @@ std::unique_ptr<FolderLock> PosixFiles::lockFolder(const std::string& path,
     constexpr std::chrono::milliseconds pollInterval{50};
     auto folder = openFolder(path);
     if (!folder) return nullptr;
-    // A lock that is waited for in the kernel could not be given up.
+    // A flock that blocks in the kernel could not be cancelled.
     while (retrying([&] { return ::flock(folder.get(), LOCK_EX | LOCK_NB); }) != 0) {
         if (errno != EWOULDBLOCK || cancel.cancelled()) return nullptr;
         std::this_thread::sleep_for(pollInterval);

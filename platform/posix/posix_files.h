@@ -1,13 +1,13 @@
-// Whole files.
+// Reads and writes whole files through POSIX calls.
 #pragma once
 
 #include "platform/files.h"
 
 namespace vestigo {
 
-/// Links are followed when reading. `replace` and `copy` make files that only their owner may read
-/// and write; where a link stands, `replace` puts the file in its place. Nothing is
-/// read that is larger than 2 GiB.
+/// Links are followed when reading. Where a link stands, `replace` puts the file in the link's
+/// place. Files made by `copy` may be read and written by their owner only. Nothing larger than 2
+/// GiB is read.
 class PosixFiles : public Files {
 public:
     [[nodiscard]] std::optional<std::string> read(const std::string& path) override;

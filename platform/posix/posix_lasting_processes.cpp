@@ -1,18 +1,20 @@
-// A program is started through a shell that stands in for this program: it leads the session, waits
-// for the program and puts its exit status aside. Each run has a folder with these files:
+// A program is started through a shell, the supervisor, that does what its starter may not live to
+// do: it leads the session, waits for the program and records its exit status. Each run has a
+// folder with these files:
 //
-//   note    what the starter noted. The stand-in, and nobody else, holds a lock on it (through its
-//           standard input, which it hands on to nobody), so the run has ended when the lock is
-//           free. Unlike a process number a lock cannot come to mean another process, and a
-//           restarted computer holds none.
-//   output  what the program writes. It is read like any growing file, so a reader may come, go
-//           and be killed without the program noticing.
-//   status  the exit status in decimal, renamed into its place. Missing when the stand-in was
-//   killed.
+// note    the starter's note. Only the supervisor holds a lock on it (through its standard input,
+// which it passes to nobody), so the run has ended when the lock is free. A process number would
+// not do: it can come to mean another process, while a lock cannot, and no lock survives a restart
+// of the computer.
+// output  the output of the program. It is read like any growing file, so a reader may come, go and
+// be killed without effect on the program.
+// status  the exit status in decimal, renamed into its place. Missing when the supervisor was
+// killed.
 //
-// Whoever follows a run holds a lock on its folder. The folder of all runs is locked while a run is
-// made and while somebody looks for one, so nobody meets a run that is only half made; what a
-// killed program has left half made is without "output", which comes last.
+// The lock on a run's folder belongs to the one who follows the run. The lock on the folder of all
+// runs is held while a run is created and while somebody looks for one, so nobody finds a run that
+// is half created. If its creator is killed, a run has no "output", which is created last, and the
+// next look removes it.
 #include "platform/posix/posix_lasting_processes.h"
 
 #include <array>
@@ -42,17 +44,18 @@ namespace vestigo {
 namespace {
 
 constexpr std::size_t chunkSize = 65536;
-/// The two systems tell of a growing file in different ways and not on every file system; looking
-/// at it this often, and only while a program runs, works everywhere and nobody sees the delay.
+/// The two systems report the growth of a file in different ways, and not on every file system. To
+/// look this often while a program runs works everywhere, and nobody notices the delay.
 constexpr std::chrono::milliseconds readInterval{50};
 
-/// Gets the path for the exit status, then the command. The trap lets it live on where a whole
-/// session is asked to end; the program itself gets those signals as usual. It has no variables of
-/// its own, since those might be in the program's environment.
-constexpr const char* standIn =
-    "trap : HUP INT TERM\n"
-    "(shift; exec \"$@\" </dev/null)\n"
-    "echo $? >\"$1.new\" && exec /bin/mv -f \"$1.new\" \"$1\"\n";
+/// The arguments are the path for the exit status, then the command. The trap keeps the supervisor
+/// alive when its whole session is asked to end; the program itself gets those signals as usual.
+/// The script uses no variables, since the program's environment might contain the same names.
+constexpr const char* supervisorScript =
+    R"(trap : HUP INT TERM
+(shift; exec "$@" </dev/null)
+echo $? >"$1.new" && exec /bin/mv -f "$1.new" "$1"
+)";
 
 std::string notePath(const std::string& folder) {
     return folder + "/note";
@@ -73,8 +76,8 @@ Descriptor openFile(const std::string& path, int flags) {
         [&] { return ::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR); }));
 }
 
-/// Above the standard descriptors, where a child's are put, even if this program has closed its
-/// own.
+/// The descriptor lies above the standard ones even if this program has closed its own, so that the
+/// child's standard descriptors do not overwrite it.
 Descriptor makeFile(const std::string& path, int flags) {
     const auto file = openFile(path, flags | O_CREAT | O_EXCL);
     return Descriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
@@ -84,13 +87,13 @@ bool lock(const Descriptor& file, int kind) {
     return file && retrying([&] { return ::flock(file.get(), kind); }) == 0;
 }
 
-/// Owns nothing when the folder is missing or, with LOCK_NB, when somebody else holds it.
+/// Owns nothing when the folder is missing or, with LOCK_NB, when somebody else holds its lock.
 Descriptor lockedFolder(const std::string& path, int kind) {
     auto folder = openFile(path, O_RDONLY | O_DIRECTORY);
     return lock(folder, kind) ? std::move(folder) : Descriptor();
 }
 
-/// What is not a run's own keeps the folder from being removed.
+/// Removes only a run's own files; any other file keeps the folder from being removed.
 void removeRun(const std::string& folder) {
     for (const auto& path :
          {outputPath(folder), statusPath(folder), statusPath(folder) + ".new", notePath(folder)}) {
@@ -99,7 +102,7 @@ void removeRun(const std::string& folder) {
     ::rmdir(folder.c_str());
 }
 
-/// Absent when nobody has put one aside.
+/// Absent when no complete status was recorded.
 std::optional<int> statusIn(const std::string& folder) {
     const auto text = PosixFiles().read(statusPath(folder));
     int status = 0;
@@ -109,15 +112,14 @@ std::optional<int> statusIn(const std::string& folder) {
     return error == std::errc() && stop == end ? std::optional(status) : std::nullopt;
 }
 
-/// Whether the stand-in lives. The lock is only tried.
-bool lockedByStandIn(const Descriptor& note) {
+/// Whether the supervisor still runs. Tries the lock and releases it at once.
+bool isHeldBySupervisor(const Descriptor& note) {
     if (!lock(note, LOCK_SH | LOCK_NB)) return note && errno == EWOULDBLOCK;
     lock(note, LOCK_UN);
     return false;
 }
 
-/// Hands on the output of a run on a thread of its own, until the end or until it is told to let
-/// go.
+/// Forwards the output of a run on a background thread, until the run ends or `stop` is called.
 class Follower {
 public:
     Follower(std::string folder, std::function<void(std::string_view)> output,
@@ -130,44 +132,45 @@ public:
 
     void run() {
         for (;;) {
-            // Asked first, so that nothing written before the end is missed.
-            const bool running = lockedByStandIn(note_);
-            if (!handOnWhatIsThere()) return;
+            // This is asked before the output is read, so that nothing written before the end is
+            // missed.
+            const bool running = isHeldBySupervisor(note_);
+            if (!forwardAvailable()) return;
             if (!running) return onEnd_(statusIn(folder_));
-            if (letsGoWithin(readInterval)) return;
+            if (isStoppedWithin(readInterval)) return;
         }
     }
 
-    void letGo() {
+    void stop() {
         const std::lock_guard guard(mutex_);
-        letGo_ = true;
+        stopped_ = true;
         changed_.notify_all();
     }
 
 private:
-    bool letsGoWithin(std::chrono::milliseconds time) {
+    bool isStoppedWithin(std::chrono::milliseconds time) {
         std::unique_lock guard(mutex_);
-        return changed_.wait_for(guard, time, [this] { return letGo_; });
+        return changed_.wait_for(guard, time, [this] { return stopped_; });
     }
 
-    /// No more than there is now: what the program has left running may write for ever. False when
-    /// it is told to let go.
-    bool handOnWhatIsThere() {
+    /// Reads no more than the file holds now: processes that the program left running may write for
+    /// ever. False when the follower was stopped.
+    bool forwardAvailable() {
         struct stat status {};
         if (::fstat(output_.get(), &status) != 0) return true;
         while (position_ < status.st_size) {
-            if (letsGoWithin(std::chrono::milliseconds::zero())) return false;
+            if (isStoppedWithin(std::chrono::milliseconds::zero())) return false;
             const auto count = retrying([this] {
                 return ::pread(output_.get(), buffer_.data(), buffer_.size(), position_);
             });
             if (count <= 0) return true;
-            handOn({buffer_.data(), static_cast<std::size_t>(count)});
+            forwardChunk({buffer_.data(), static_cast<std::size_t>(count)});
         }
         return true;
     }
 
-    /// A full buffer may end within a line, and within a character.
-    void handOn(std::string_view chunk) {
+    /// A full buffer may end within a line and within a character; it is cut behind its last line.
+    void forwardChunk(std::string_view chunk) {
         const auto line = chunk.rfind('\n');
         if (chunk.size() == buffer_.size() && line != chunk.npos) chunk = chunk.substr(0, line + 1);
         position_ += static_cast<off_t>(chunk.size());
@@ -183,13 +186,13 @@ private:
     std::array<char, chunkSize> buffer_;
     std::mutex mutex_;
     std::condition_variable changed_;
-    bool letGo_ = false;
+    bool stopped_ = false;
 };
 
 class PosixLastingRun : public LastingRun {
 public:
-    /// `held` is the folder, with its lock. `collect`, if any, is called on the follower's thread
-    /// when the stand-in has ended.
+    /// `held` is the open folder with its lock. `collect`, if any, is called on the follower's
+    /// thread when the supervisor has ended.
     PosixLastingRun(std::string folder, Descriptor held, std::string note,
                     std::shared_ptr<BackgroundTasks> tasks, std::function<void()> collect)
         : folder_(std::move(folder)),
@@ -198,8 +201,9 @@ public:
           tasks_(std::move(tasks)),
           collect_(std::move(collect)) {}
     ~PosixLastingRun() override {
-        if (follower_) follower_->letGo();
-        // At once, though a child that is just being started may still have the descriptor.
+        if (follower_) follower_->stop();
+        // Released explicitly: a child that is being started at this moment may keep a copy of the
+        // descriptor open for a while.
         lock(held_, LOCK_UN);
     }
     PosixLastingRun(const PosixLastingRun&) = delete;
@@ -207,7 +211,7 @@ public:
 
     [[nodiscard]] const std::string& note() const override { return note_; }
     [[nodiscard]] bool running() const override {
-        return lockedByStandIn(openFile(notePath(folder_), O_RDWR));
+        return isHeldBySupervisor(openFile(notePath(folder_), O_RDWR));
     }
     void follow(std::function<void(std::string_view)> output,
                 std::function<void(std::optional<int>)> ended) override {
@@ -230,18 +234,19 @@ private:
     std::shared_ptr<Follower> follower_;
 };
 
-/// The stand-in's process, or nothing with errno.
-std::optional<pid_t> startIn(const std::string& folder, const ProcessStart& what,
-                             const std::string& note) {
+/// Creates the files of a run and starts its supervisor. Absent with errno.
+std::optional<pid_t> startSupervisor(const std::string& folder, const ProcessStart& what,
+                                     const std::string& note) {
     const auto noted = makeFile(notePath(folder), O_RDWR);
     if (!lock(noted, LOCK_EX | LOCK_NB)) return std::nullopt;
     const auto written = ::write(noted.get(), note.data(), note.size());
     if (written != static_cast<ssize_t>(note.size())) return std::nullopt;
     const auto output = makeFile(outputPath(folder), O_WRONLY | O_APPEND);
     if (!output) return std::nullopt;
-    ProcessStart shell{.program = "/bin/sh",
-                       .arguments = {"-c", standIn, "sh", statusPath(folder), what.program},
-                       .environment = what.environment};
+    ProcessStart shell{
+        .program = "/bin/sh",
+        .arguments = {"-c", supervisorScript, "sh", statusPath(folder), what.program},
+        .environment = what.environment};
     shell.arguments.insert(shell.arguments.end(), what.arguments.begin(), what.arguments.end());
     pid_t child = 0;
     errno = spawn(shell, noted.get(), output.get(), child);
@@ -250,21 +255,22 @@ std::optional<pid_t> startIn(const std::string& folder, const ProcessStart& what
 
 }  // namespace
 
-/// The stand-ins of this program, so that none stays a zombie. A number is waited for only as long
-/// as it is here: after that it may be another child's. Thread-safe.
+/// The supervisors that are children of this process. They have to be waited for, or they would
+/// stay as zombies. Each number is waited for only while it is listed here: after that it may
+/// belong to another child. Thread-safe.
 class PosixLastingProcesses::Children {
 public:
     void add(pid_t child) {
         const std::lock_guard guard(mutex_);
         ids_.push_back(child);
     }
-    /// Of one that has given up its lock, and so is about to end.
+    /// Waits for a supervisor that has released its lock, and so is about to end.
     void collect(pid_t child) {
         const std::lock_guard guard(mutex_);
         if (std::erase(ids_, child) == 0) return;
         retrying([child] { return ::waitpid(child, nullptr, 0); });
     }
-    /// Of those that nobody followed to their end.
+    /// Collects supervisors that have ended without being followed to the end.
     void collectEnded() {
         const std::lock_guard guard(mutex_);
         std::erase_if(ids_, [](pid_t child) { return ::waitpid(child, nullptr, WNOHANG) != 0; });
@@ -284,7 +290,7 @@ LastingProcesses::Started PosixLastingProcesses::start(const ProcessStart& what,
                                                        const std::string& folder,
                                                        const std::string& note) {
     children_->collectEnded();
-    // The stand-in could only say so in the output.
+    // Checked here, since the supervisor could report it only in the output.
     if (::access(what.program.c_str(), X_OK) != 0) return lastError();
     std::error_code error;
     std::filesystem::create_directories(folder, error);
@@ -292,7 +298,7 @@ LastingProcesses::Started PosixLastingProcesses::start(const ProcessStart& what,
     auto own = folder + "/XXXXXX";
     if (!all || !::mkdtemp(own.data())) return lastError();
     auto held = lockedFolder(own, LOCK_EX | LOCK_NB);
-    const auto child = held ? startIn(own, what, note) : std::nullopt;
+    const auto child = held ? startSupervisor(own, what, note) : std::nullopt;
     if (!child) {
         auto reason = lastError();
         removeRun(own);

@@ -1,4 +1,4 @@
-// Programs that go on whatever becomes of this one, each with a folder of its own.
+// Starts programs that outlive this one, and takes them over again.
 #pragma once
 
 #include <memory>
@@ -8,11 +8,11 @@
 
 namespace vestigo {
 
-/// Chunks are at most 64 KiB and, but for a longer line, whole lines where more is there already.
-/// What a program of its own leaves running is not waited for.
+/// Chunks are at most 64 KiB and consist of whole lines, unless a line is longer or not complete
+/// yet. Processes that a program leaves running are not waited for.
 class PosixLastingProcesses : public LastingProcesses {
 public:
-    /// One task for each program that is followed.
+    /// Each program occupies one of the tasks while it is followed.
     explicit PosixLastingProcesses(std::shared_ptr<BackgroundTasks> tasks);
     ~PosixLastingProcesses() override;
 

@@ -1,3 +1,11 @@
+// The walk is depth first and holds only the current folder open. For each folder above, it keeps
+// the names still to be visited and the folder's device and inode number. It returns through ".."
+// and compares these: if another folder is there, the current one was moved during the walk. The
+// walk then ends, as the path it knows no longer leads here and removing by it could hit foreign
+// links.
+//
+// A link is always read and removed by its name in the open folder, so nothing that happens to the
+// path above it can redirect the removal.
 #include "platform/posix/posix_links.h"
 
 #include <array>
@@ -25,13 +33,13 @@ constexpr int leaveUnmounted = AT_NO_AUTOMOUNT;
 constexpr int leaveUnmounted = 0;  // Only Linux has to be told.
 #endif
 
-constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 
-/// Reads destinations into a buffer that serves all links of a walk.
+/// Reads the destinations of links into one buffer for the whole walk.
 class DestinationReader {
 public:
-    /// Good until the next call. Absent when it is no link, or has no end within what a path may
-    /// be.
+    /// The view is valid until the next call. Absent when the name is not that of a link, or the
+    /// destination is longer than a path may be.
     std::optional<std::string_view> read(int folder, const char* name) {
         const auto length = readlinkat(folder, name, text_.data(), text_.size());
         if (length <= 0 || static_cast<std::size_t>(length) == text_.size()) return std::nullopt;
@@ -57,7 +65,7 @@ public:
     }
 
 private:
-    /// What may only be out of reach for this user counts as alive.
+    /// A destination that this user may only be unable to reach counts as alive.
     bool isDead() const {
         struct stat reached {};
         if (fstatat(folder_, name_, &reached, leaveUnmounted) == 0) return false;
@@ -73,7 +81,7 @@ private:
 class Walk {
 public:
     Walk(const std::string& folder, const std::function<void(FoundLink&)>& visitor)
-        : path_(folder), current_(open(folder.c_str(), asFolder)), visitor_(visitor) {}
+        : path_(folder), current_(open(folder.c_str(), folderFlags)), visitor_(visitor) {}
 
     void run() {
         if (!current_) return;
@@ -89,12 +97,12 @@ public:
     }
 
 private:
-    /// A folder between the first one and the current one.
+    /// A folder on the way from the first one to the current one.
     struct Level {
         dev_t device;
         ino_t number;
         std::size_t pathLength;
-        std::vector<std::string> folders;  ///< In it, still to be visited.
+        std::vector<std::string> folders;  ///< Folders in it, still to be visited.
     };
 
     /// Visits the links of the current folder and notes its folders.
@@ -132,16 +140,16 @@ private:
     void goDown() {
         const auto name = std::move(levels_.back().folders.back());
         levels_.back().folders.pop_back();
-        Descriptor below(openat(current_.get(), name.c_str(), asFolder | O_NOFOLLOW));
+        Descriptor below(openat(current_.get(), name.c_str(), folderFlags | O_NOFOLLOW));
         if (!below) return;
         current_ = std::move(below);
         path_.append("/").append(name);
         enter();
     }
 
-    /// False when the folder above is another than the one this came through.
+    /// False when the parent is not the folder that the walk came from.
     bool goUp() {
-        current_ = Descriptor(openat(current_.get(), "..", asFolder));
+        current_ = Descriptor(openat(current_.get(), "..", folderFlags));
         const auto& above = levels_.back();
         path_.resize(above.pathLength);
         struct stat status {};

@@ -1,3 +1,11 @@
+// A task follows each program: it forwards the output and waits for the end. The end of the pipe is
+// no sign of the end of the program: a process that it leaves running (a daemon, for example) may
+// hold the pipe open for ever. So the task polls the pipe together with a descriptor that becomes
+// readable when the child itself ends, then forwards only the bytes that are in the pipe at that
+// moment. Where the system has no such descriptor, the end of the output has to serve.
+//
+// The child is waited for (waitpid) exactly once, by its task; until then its process number cannot
+// be given to another process, and signalling it is safe.
 #include "platform/posix/posix_processes.h"
 
 #include <algorithm>
@@ -25,10 +33,14 @@
 extern char** environ;
 
 namespace vestigo {
-
 namespace {
 
-/// What the child does before it becomes the program.
+constexpr std::size_t chunkSize = 65536;
+constexpr int unknownStatus = -1;
+constexpr int pollInterval = 100;  ///< In milliseconds, between looks at the CancelFlag.
+constexpr std::chrono::seconds graceTime{1};
+
+/// The descriptors, session and signals that a child gets before it becomes the program.
 class SpawnPlan {
 public:
     SpawnPlan(int input, int output) {
@@ -50,7 +62,7 @@ public:
         sigemptyset(&signals);
         posix_spawnattr_setsigmask(&attributes_, &signals);
         sigfillset(&signals);
-        // What cannot be changed must not be asked for.
+        // The system refuses to change these two.
         sigdelset(&signals, SIGKILL);
         sigdelset(&signals, SIGSTOP);
         posix_spawnattr_setsigdefault(&attributes_, &signals);
@@ -62,7 +74,7 @@ public:
         posix_spawn_file_actions_destroy(&actions_);
     }
 
-    /// 0, or the error that kept the program from starting.
+    /// Returns 0, or the errno value that tells why the program could not be started.
     int run(pid_t& child, char* const* arguments, char* const* environment) const {
         return posix_spawn(&child, arguments[0], &actions_, &attributes_, arguments, environment);
     }
@@ -86,7 +98,7 @@ std::vector<std::string> childEnvironment(const std::map<std::string, std::strin
     return lines;
 }
 
-/// As exec takes it; good as long as the strings.
+/// An argument vector for exec; valid as long as the strings.
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
     result.reserve(texts.size() + 1);
@@ -95,31 +107,14 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     return result;
 }
 
-}  // namespace
-
-int spawn(const ProcessStart& what, int input, int output, pid_t& child) {
-    std::vector<std::string> arguments{what.program};
-    arguments.insert(arguments.end(), what.arguments.begin(), what.arguments.end());
-    auto environment = childEnvironment(what.environment);
-    return SpawnPlan(input, output)
-        .run(child, pointers(arguments).data(), pointers(environment).data());
-}
-
-namespace {
-
-constexpr std::size_t chunkSize = 65536;
-constexpr int unknownStatus = -1;
-constexpr int pollInterval = 100;  ///< In milliseconds, of looking whether a program is cancelled.
-constexpr std::chrono::seconds timeToEnd{1};
-
 struct Pipe {
     Descriptor read;
     Descriptor write;
 };
 
-/// Absent with errno set. Above the standard descriptors even where this program has closed its
-/// own, so that the child's can be put there without treading on the pipe. Nothing that is started
-/// here meanwhile inherits the two that come first.
+/// Both ends lie above the standard descriptors, even where this program has closed its own:
+/// otherwise the child's standard descriptors would overwrite the pipe. A child that another thread
+/// starts meanwhile gets neither end, as it inherits no descriptors. Absent with errno.
 std::optional<Pipe> makePipe() {
     constexpr int firstFree = STDERR_FILENO + 1;
     std::array<int, 2> ends{};
@@ -139,57 +134,58 @@ int waitForEnd(pid_t child) {
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-/// A program that runs, and its output.
+/// A running program and its output.
 class Child {
 public:
-    /// Where the end cannot be waited for together with the output, the output's end comes first.
+    /// Without an `end_` descriptor the program counts as ended when its output ends.
     Child(pid_t id, Descriptor output, std::optional<CancelFlag> cancel)
         : id_(id), output_(std::move(output)), cancel_(std::move(cancel)), end_(endOfChild(id)) {}
 
-    /// Hands on the output until the program has ended; its exit status, or `leftRunning`.
+    /// Forwards the output until the program has ended. Returns its exit status, or `leftRunning`.
     int follow(const std::function<void(std::string_view)>& output) {
         for (;;) {
             switch (next()) {
-                case Next::output: open_ = handOn(output, chunkSize); break;
-                case Next::left: return leftRunning;
+                case Next::output: open_ = forwardOnce(output, chunkSize); break;
+                case Next::abandoned: return leftRunning;
                 case Next::end:
                     const int status = waitForEnd(id_);
-                    if (open_) drain(output);
+                    if (open_) forwardRemaining(output);
                     return status;
             }
         }
     }
 
 private:
-    enum class Next : std::uint8_t { output, end, left };
+    enum class Next : std::uint8_t { output, end, abandoned };
 
-    /// Waits for output, for the end, whether it left output or not, or until it is not waited for
-    /// any more.
+    /// Waits until there is output, the program has ended, or it is given up. The end is reported
+    /// even while there is still output.
     Next next() {
         if (!open_ && !end_) return Next::end;
         std::array<pollfd, 2> waits{{{open_ ? output_.get() : -1, POLLIN, 0},
                                      {end_.get(), POLLIN, 0}}};  // -1 is passed over.
         for (;;) {
-            if (endedWaiting()) return Next::left;
+            if (hasGivenUp()) return Next::abandoned;
             const int ready = poll(waits.data(), waits.size(), cancel_ ? pollInterval : -1);
             if (ready > 0) return waits[1].revents != 0 ? Next::end : Next::output;
             if (ready < 0 && errno != EINTR) return Next::end;
         }
     }
 
-    /// A program that has got more rights meanwhile cannot be ended by this one.
-    bool endedWaiting() {
+    /// Asks the program to end, once. Returns true when it has not ended within the grace time: a
+    /// program that runs as another user by now cannot be ended from here.
+    bool hasGivenUp() {
         if (!cancel_ || !cancel_->cancelled()) return false;
         const auto now = std::chrono::steady_clock::now();
         if (!askedToEnd_) {
             kill(id_, SIGTERM);
             askedToEnd_ = now;
         }
-        return now - *askedToEnd_ > timeToEnd;
+        return now - *askedToEnd_ > graceTime;
     }
 
-    /// One read. False when nobody can write any more.
-    bool handOn(const std::function<void(std::string_view)>& output, std::size_t most) {
+    /// Forwards the result of one read. False when nobody can write any more.
+    bool forwardOnce(const std::function<void(std::string_view)>& output, std::size_t most) {
         ssize_t count = 0;
         do {
             count = read(output_.get(), buffer_.data(), std::min(most, buffer_.size()));
@@ -200,13 +196,13 @@ private:
         return true;
     }
 
-    /// Only what the pipe holds now, which is all that the program wrote: what it has left running
-    /// may write for ever.
-    void drain(const std::function<void(std::string_view)>& output) {
+    /// Forwards only the bytes that are in the pipe now. They include all output of the program
+    /// itself, and processes that it left running may write for ever.
+    void forwardRemaining(const std::function<void(std::string_view)>& output) {
         int held = 0;
         if (ioctl(output_.get(), FIONREAD, &held) != 0) return;
-        for (auto left = static_cast<std::size_t>(held); left > 0; left -= latest_) {
-            if (!handOn(output, left)) return;
+        for (auto rest = static_cast<std::size_t>(held); rest > 0; rest -= latest_) {
+            if (!forwardOnce(output, rest)) return;
         }
     }
 
@@ -215,12 +211,20 @@ private:
     std::optional<CancelFlag> cancel_;
     std::optional<std::chrono::steady_clock::time_point> askedToEnd_;
     Descriptor end_;
-    bool open_ = true;  ///< Somebody can still write to the output.
+    bool open_ = true;  ///< Some process can still write to the output.
     std::size_t latest_ = 0;
     std::array<char, chunkSize> buffer_;
 };
 
 }  // namespace
+
+int spawn(const ProcessStart& what, int input, int output, pid_t& child) {
+    std::vector<std::string> arguments{what.program};
+    arguments.insert(arguments.end(), what.arguments.begin(), what.arguments.end());
+    auto environment = childEnvironment(what.environment);
+    return SpawnPlan(input, output)
+        .run(child, pointers(arguments).data(), pointers(environment).data());
+}
 
 PosixProcesses::PosixProcesses(std::shared_ptr<BackgroundTasks> tasks) : tasks_(std::move(tasks)) {}
 

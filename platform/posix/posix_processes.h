@@ -1,4 +1,4 @@
-// Programs started with posix_spawn.
+// Starts programs with posix_spawn.
 #pragma once
 
 #include <memory>
@@ -10,20 +10,20 @@
 
 namespace vestigo {
 
-/// Starts a program in a session of its own, so that what ends this program from its terminal
-/// leaves it alone. It inherits no blocked and no ignored signal and no descriptor but these two:
-/// errors go where the output goes. Both lie above the standard descriptors; `input` may be
-/// negative: there is then nothing to read. 0 and the child, which the caller waits for; else why
-/// it could not be started, as errno has it.
+/// Starts a program in a session of its own, so that signals from this program's terminal do not
+/// reach it. It inherits no blocked or ignored signals, and of the descriptors only `input` and
+/// `output`; errors go to `output` as well. Both must be above the standard descriptors. A negative
+/// `input` means an empty one. Returns 0 and the child, for which the caller has to wait, or else
+/// the errno value that tells why it could not be started.
 [[nodiscard]] int spawn(const ProcessStart& what, int input, int output, pid_t& child);
 
-/// Each program runs in a session of its own, so that what ends this program from its terminal
-/// leaves it alone. It inherits no descriptor, no blocked and no ignored signal. Chunks are at most
-/// 64 KiB. What a program of its own leaves running is not waited for: what that writes after the
-/// program's end goes nowhere.
+/// Each program runs in a session of its own, so that signals from this program's terminal do not
+/// reach it, and inherits no descriptors and no blocked or ignored signals. Chunks are at most 64
+/// KiB. Processes that the program leaves running are not waited for: what they write after its end
+/// is lost.
 class PosixProcesses : public Processes {
 public:
-    /// One task for each program, until it ends.
+    /// Each program occupies one of the tasks until it ends.
     explicit PosixProcesses(std::shared_ptr<BackgroundTasks> tasks);
 
     [[nodiscard]] std::optional<std::string> start(const ProcessStart& what,

@@ -20,7 +20,7 @@ std::shared_ptr<BackgroundTasks> systemTasks(std::function<void()> outOfMemory) 
 }
 
 void endWhenOutOfMemory(std::string line) {
-    // There is no memory to be had by then, not even for a stream.
+    // The handler cannot allocate, not even for a stream.
     static std::string lastWords;
     lastWords = std::move(line) + '\n';
     std::set_new_handler([] {

@@ -1,5 +1,5 @@
-// What POSIX leaves open or says less well than the systems themselves. Each system's folder has
-// its own form of these.
+// Calls that POSIX lacks, or that each system has a better form of. They are implemented in each
+// system's folder.
 #pragma once
 
 #include <optional>
@@ -19,17 +19,18 @@ namespace vestigo {
 /// cannot do so in one call.
 [[nodiscard]] int openThroughNoLink(int folder, const char* path, int flags);
 
-/// Waits until what was written lies on the disk. False when it may not.
+/// Waits until everything written to the file is on the disk. False when the system cannot
+/// guarantee that.
 [[nodiscard]] bool flushToDisk(int file);
 
-/// Moves an entry of an open folder to a name in another one, or in the same, and replaces nothing.
-/// False with errno: EEXIST where the name is taken, ENOTSUP where the file system knows no such
-/// rename.
+/// Renames an entry of an open folder to a name in another one, or in the same, and replaces
+/// nothing. False with errno: EEXIST where the name is taken, ENOTSUP where the file system cannot
+/// do this atomically.
 [[nodiscard]] bool renameIfFree(int folder, const std::string& name, int newFolder,
                                 const std::string& newName);
 
-/// Of an entry of an open folder, or of any path below it; a link there is not followed. Of what is
-/// open itself where the path is empty. Absent with errno.
+/// The identity of an entry of an open folder, or of any path below it; a link there is not
+/// followed. With an empty path, the identity of the open item itself. Absent with errno.
 [[nodiscard]] std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path);
 
 [[nodiscard]] constexpr EntryKind kindByMode(mode_t mode) {
@@ -38,18 +39,18 @@ namespace vestigo {
     return S_ISLNK(mode) ? EntryKind::link : EntryKind::other;
 }
 
-/// Makes a large buffer quicker to fill for the first time, where the system can.
+/// Asks for large memory pages, which make a large buffer quicker to fill for the first time.
 void preferLargePages(std::string& buffer);
 
-/// Keeps all descriptors from a child but those that `actions` give it. What has to be among the
-/// flags of its attributes.
+/// Lets a child inherit no descriptors but those that `actions` give it. Returns a flag that the
+/// child's attributes must contain.
 [[nodiscard]] short passNoOtherDescriptors(posix_spawn_file_actions_t& actions);
 
-/// Readable, as poll(2) has it, once a child has ended, and also when it had before. Owns nothing
-/// where the system has nothing like it.
+/// A descriptor that poll(2) reports as readable once the child has ended, even if it had ended
+/// before the call. Owns nothing where the system has no such descriptor.
 [[nodiscard]] Descriptor endOfChild(pid_t child);
 
-/// For good; a thread that is to run as it did afterwards must not be given this.
+/// The change is permanent: a thread cannot return to the priority it had before.
 void setPriorityOfThisThread(Priority priority);
 
 }  // namespace vestigo

@@ -1,3 +1,11 @@
+// Signals reach the program in three steps. The handler, which may call next to nothing, restores
+// the default action of all watched signals and writes the signal's number into a pipe; a thread of
+// its own reads the pipe and calls the callback, which may do anything. So a second signal ends the
+// process whatever the callback does.
+//
+// Blocking the signals and waiting for them with sigwait(3) would be simpler, but programs started
+// later would inherit the blocked signals. The system resets handlers in every program that is
+// started.
 #include "platform/terminal.h"
 
 #include <array>
@@ -23,10 +31,9 @@
 #endif
 
 namespace vestigo {
-
 namespace {
 
-/// Paths are UTF-8 whatever language the user works in. Null where the system has no such locale.
+/// Paths are UTF-8 whatever the user's language is. Null where the system has no UTF-8 locale.
 locale_t utf8Locale() {
     static const auto locale = [] {
         for (const auto* const name : {"C.UTF-8", "UTF-8", "en_US.UTF-8"}) {
@@ -35,6 +42,52 @@ locale_t utf8Locale() {
         return locale_t{};
     }();
     return locale;
+}
+
+constexpr std::array endingSignals{SIGINT, SIGTERM, SIGHUP};
+
+/// Leads from the signal handler to the watching thread.
+std::array<int, 2> signalPipe{-1, -1};
+
+/// Leaves out ignored signals: a shell ignores SIGINT for a background job, and nohup(1) ignores
+/// SIGHUP.
+sigset_t wantedSignals(EndingSignals which) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : endingSignals) {
+        if (signal == SIGHUP && which == EndingSignals::interrupt) continue;
+        struct sigaction current {};
+        const bool known = sigaction(signal, nullptr, &current) == 0;
+        if (known && current.sa_handler != SIG_IGN) sigaddset(&signals, signal);
+    }
+    return signals;
+}
+
+void handle(const sigset_t& signals, void (*handler)(int)) {
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    action.sa_mask = signals;
+    for (const int signal : endingSignals) {
+        if (sigismember(&signals, signal) == 1) sigaction(signal, &action, nullptr);
+    }
+}
+
+sigset_t watched;
+
+/// Calls only functions that are safe in a signal handler. The next signal ends the process.
+extern "C" void reportSignal(int signal) {
+    const int before = errno;
+    handle(watched, SIG_DFL);
+    const auto byte = static_cast<unsigned char>(signal);
+    static_cast<void>(::write(signalPipe[1], &byte, 1));
+    errno = before;
+}
+
+void watch(const std::function<bool(int)>& onInterrupt) {
+    unsigned char signal = 0;
+    if (retrying([&signal] { return ::read(signalPipe[0], &signal, 1); }) != 1) return;
+    if (!onInterrupt(128 + signal)) std::raise(signal);
 }
 
 }  // namespace
@@ -71,64 +124,13 @@ std::optional<std::size_t> errorTerminalWidth() {
 }
 
 std::optional<std::size_t> terminalColumns(char32_t character) {
-    // Without a table none is taken for narrower than it is.
+    // Without a table a character must not be taken for narrower than it is.
     if (!utf8Locale()) return character < 0x80 ? 1 : 2;
     const auto before = ::uselocale(utf8Locale());
     const int columns = ::wcwidth(static_cast<wchar_t>(character));
     ::uselocale(before);
     return columns < 0 ? std::nullopt : std::optional(static_cast<std::size_t>(columns));
 }
-
-namespace {
-
-constexpr std::array endingSignals{SIGINT, SIGTERM, SIGHUP};
-
-/// Between the handler and the watcher. A handler is reset in every program that is started, while
-/// a blocked signal would stay blocked there.
-std::array<int, 2> signalPipe{-1, -1};
-
-/// Those that are not ignored: a shell ignores SIGINT for what it runs in the background, and
-/// nohup(1) ignores SIGHUP.
-sigset_t wantedSignals(EndingSignals which) {
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : endingSignals) {
-        if (signal == SIGHUP && which == EndingSignals::interrupt) continue;
-        struct sigaction current {};
-        const bool known = sigaction(signal, nullptr, &current) == 0;
-        if (known && current.sa_handler != SIG_IGN) sigaddset(&signals, signal);
-    }
-    return signals;
-}
-
-void handle(const sigset_t& signals, void (*handler)(int)) {
-    struct sigaction action {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
-    action.sa_mask = signals;
-    for (const int signal : endingSignals) {
-        if (sigismember(&signals, signal) == 1) sigaction(signal, &action, nullptr);
-    }
-}
-
-sigset_t watched;
-
-/// Calls only what a handler may call. The next signal ends the process.
-extern "C" void reportSignal(int signal) {
-    const int before = errno;
-    handle(watched, SIG_DFL);
-    const auto byte = static_cast<unsigned char>(signal);
-    static_cast<void>(::write(signalPipe[1], &byte, 1));
-    errno = before;
-}
-
-void watch(const std::function<bool(int)>& onInterrupt) {
-    unsigned char signal = 0;
-    if (retrying([&signal] { return ::read(signalPipe[0], &signal, 1); }) != 1) return;
-    if (!onInterrupt(128 + signal)) std::raise(signal);
-}
-
-}  // namespace
 
 void watchForInterrupt(std::function<bool(int)> onInterrupt, EndingSignals which) {
     std::signal(SIGPIPE, SIG_IGN);

@@ -13,19 +13,23 @@
 #include "platform/tasks.h"
 
 namespace vestigo {
-
 namespace {
 
-/// Address space set aside until a new thread has asked for memory for the first time: an allocator
-/// that cannot give it a cache of its own may crash instead of saying so.
-class Reserve {
+// Reading signatures and property lists needs some depth of calls.
+constexpr std::size_t taskStackBytes = std::size_t{1} << 20U;
+
+/// Keeps address space free until a new thread has made its first allocation. In that moment the
+/// allocator sets up a cache for the thread, and it may crash where there is no room for it. With
+/// the reserve, a lack of memory shows before the thread starts, as a failure that can be handled.
+class AddressSpaceReserve {
 public:
-    Reserve() : start_(::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANON, -1, 0)) {}
-    Reserve(const Reserve&) = delete;
-    Reserve& operator=(const Reserve&) = delete;
-    ~Reserve() { giveBack(); }
+    AddressSpaceReserve()
+        : start_(::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANON, -1, 0)) {}
+    AddressSpaceReserve(const AddressSpaceReserve&) = delete;
+    AddressSpaceReserve& operator=(const AddressSpaceReserve&) = delete;
+    ~AddressSpaceReserve() { release(); }
     explicit operator bool() const { return start_ != MAP_FAILED; }
-    void giveBack() {
+    void release() {
         if (*this) ::munmap(std::exchange(start_, MAP_FAILED), size);
     }
 
@@ -34,24 +38,25 @@ private:
     void* start_;
 };
 
-struct Start {
-    Reserve reserve;
+struct ThreadStart {
+    AddressSpaceReserve reserve;
     Job job;
 };
 
 void* runJob(void* start) noexcept {
-    auto* const given = static_cast<Start*>(start);
-    given->reserve.giveBack();
-    const std::unique_ptr<Start> owned(given);
+    auto* const given = static_cast<ThreadStart*>(start);
+    given->reserve.release();
+    const std::unique_ptr<ThreadStart> owned(given);
+    // Has the allocator set up this thread's cache in the space that was just released.
     auto* volatile first = new (std::nothrow) char;
     delete first;
     owned->job();
     return nullptr;
 }
 
-std::unique_ptr<Start> startOf(const Job& job) {
+std::unique_ptr<ThreadStart> makeThreadStart(const Job& job) {
     try {
-        return std::unique_ptr<Start>(new Start{{}, job});
+        return std::unique_ptr<ThreadStart>(new ThreadStart{{}, job});
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
@@ -77,7 +82,7 @@ private:
 }  // namespace
 
 std::optional<pthread_t> startPosixThread(std::size_t stackBytes, const Job& job) {
-    auto start = startOf(job);
+    auto start = makeThreadStart(job);
     pthread_attr_t attributes;
     if (!start || !start->reserve || ::pthread_attr_init(&attributes) != 0) return std::nullopt;
     ::pthread_attr_setstacksize(&attributes, stackBytes);
@@ -94,13 +99,6 @@ std::unique_ptr<Thread> startThread(Job job, std::size_t stackBytes) {
     if (!thread->start(atPriorityOfThisThread(std::move(job)), stackBytes)) return nullptr;
     return thread;
 }
-
-namespace {
-
-// Reading signatures and property lists goes some frames deep.
-constexpr std::size_t stackBytes = std::size_t{1} << 20U;
-
-}  // namespace
 
 struct ThreadTasks::Running {
     std::mutex mutex;
@@ -123,17 +121,18 @@ void ThreadTasks::run(Priority priority, Job job) {
         runToItsEnd(std::exchange(job, nullptr));
         const std::lock_guard lock(running_->mutex);
         --running_->count;
-        // Under the lock: once it is released, the waiting destructor may take all this away.
+        // Notified under the lock: as soon as it is released, the waiting destructor may destroy
+        // all this.
         running_->none.notify_all();
     };
     {
         const std::lock_guard lock(running_->mutex);
         ++running_->count;
     }
-    if (const auto thread = startPosixThread(stackBytes, body)) {
+    if (const auto thread = startPosixThread(taskStackBytes, body)) {
         ::pthread_detach(*thread);
     } else {
-        // No more threads to be had: late is better than never.
+        // Without a thread to be had, the caller runs the task itself: late is better than never.
         body();
     }
 }

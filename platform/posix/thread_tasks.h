@@ -1,4 +1,4 @@
-// Background tasks on threads of their own.
+// Runs each background task on a thread of its own.
 #pragma once
 
 #include <cstddef>
@@ -12,16 +12,16 @@
 
 namespace vestigo {
 
-/// The thread is to be joined or detached. Absent when the system has none to give or no memory for
-/// it; the job has then not been run. The job must not throw.
+/// Starts a thread, which the caller has to join or detach. Absent when the system cannot create
+/// one or lacks memory for it; the job has then not been run. The job must not throw.
 [[nodiscard]] std::optional<pthread_t> startPosixThread(std::size_t stackBytes, const Job& job);
 
-/// Utility tasks run at a lowered processor and disk priority. The threads they start do where they
-/// are given `atPriorityOfThisThread`.
+/// Utility tasks run at a lowered processor and disk priority, and so do threads that they start
+/// with `atPriorityOfThisThread`.
 class ThreadTasks : public BackgroundTasks {
 public:
-    /// `outOfMemory` is called on the thread of a task that ran out of memory, after it has ended.
-    /// Empty: the program then ends.
+    /// `outOfMemory` is called on the thread of a task that ran out of memory, after the task has
+    /// ended. When it is empty, the program ends instead.
     explicit ThreadTasks(std::function<void()> outOfMemory = {});
     /// Waits for every task.
     ~ThreadTasks() override;

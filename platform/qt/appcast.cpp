@@ -9,14 +9,14 @@
 namespace vestigo {
 namespace {
 
-const auto appcastSpace = QStringLiteral("http://www.andymatuschak.org/xml-namespaces/sparkle");
+const auto appcastNamespace = QStringLiteral("http://www.andymatuschak.org/xml-namespaces/sparkle");
 
 struct Version {
     QList<int> numbers;
     QString suffix;
 };
 
-std::optional<Version> parsed(const QString& text) {
+std::optional<Version> parseVersion(const QString& text) {
     static const QRegularExpression form(
         QStringLiteral("^(\\d{1,9}(?:\\.\\d{1,9}){0,7})[-. ]?([A-Za-z][A-Za-z0-9.-]*)?$"));
     const auto match = form.match(text.trimmed());
@@ -64,8 +64,9 @@ QString textOf(QXmlStreamReader& xml) {
 void readEnclosure(QXmlStreamReader& xml, Item& item) {
     const auto attributes = xml.attributes();
     item.enclosure = attributes.value(QLatin1String("url")).toString();
-    const auto version = attributes.value(appcastSpace, QLatin1String("version"));
-    const auto shortVersion = attributes.value(appcastSpace, QLatin1String("shortVersionString"));
+    const auto version = attributes.value(appcastNamespace, QLatin1String("version"));
+    const auto shortVersion =
+        attributes.value(appcastNamespace, QLatin1String("shortVersionString"));
     if (!version.isEmpty()) item.version = version.toString();
     if (!shortVersion.isEmpty()) item.shortVersion = shortVersion.toString();
     xml.skipCurrentElement();
@@ -74,7 +75,7 @@ void readEnclosure(QXmlStreamReader& xml, Item& item) {
 Item readItem(QXmlStreamReader& xml) {
     Item item;
     while (xml.readNextStartElement()) {
-        const bool ours = xml.namespaceUri() == appcastSpace;
+        const bool ours = xml.namespaceUri() == appcastNamespace;
         const auto name = xml.name();
         if (ours && name == QLatin1String("version")) {
             item.version = textOf(xml);
@@ -102,11 +103,11 @@ QUrl webPage(const QString& text) {
     return web && !url.host().isEmpty() ? url : QUrl();
 }
 
-std::optional<AppcastItem> offer(const Item& item) {
+std::optional<AppcastItem> downloadable(const Item& item) {
     const auto version = item.shortVersion.isEmpty() ? item.version : item.shortVersion;
     const auto link = webPage(item.link);
     const auto page = link.isEmpty() ? webPage(item.enclosure) : link;
-    if (!parsed(version) || page.isEmpty() || !item.channel.isEmpty()) return std::nullopt;
+    if (!parseVersion(version) || page.isEmpty() || !item.channel.isEmpty()) return std::nullopt;
     return AppcastItem{version.trimmed(),
                        QTextDocumentFragment::fromHtml(item.description).toPlainText(), page};
 }
@@ -122,8 +123,8 @@ bool findRss(QXmlStreamReader& xml) {
 }  // namespace
 
 bool isNewer(const QString& version, const QString& than) {
-    const auto candidate = parsed(version);
-    const auto current = parsed(than);
+    const auto candidate = parseVersion(version);
+    const auto current = parseVersion(than);
     if (!candidate) return false;
     if (!current) return true;
     if (candidate->numbers != current->numbers) {
@@ -149,7 +150,7 @@ std::optional<AppcastItem> newestItem(const QByteArray& feed) {
                 xml.skipCurrentElement();
                 continue;
             }
-            auto item = offer(readItem(xml));
+            auto item = downloadable(readItem(xml));
             if (item && (!newest || isNewer(item->version, newest->version))) {
                 newest = std::move(item);
             }

@@ -38,7 +38,7 @@ QPushButton* button(const char* name, const QString& text) {
 }
 
 /// Title and text; buttons come below.
-QDialog* dialogSaying(const QString& title, const QString& text) {
+QDialog* makeDialog(const QString& title, const QString& text) {
     auto* const dialog = new QDialog(QApplication::activeWindow());
     dialog->setObjectName(QStringLiteral("updateDialog"));
     dialog->setWindowTitle(QObject::tr("Software Update"));
@@ -64,7 +64,7 @@ void addButtons(QDialog& dialog, const QList<QPushButton*>& buttons) {
     buttons.last()->setFocus();
 }
 
-QDialog* withOk(QDialog* dialog) {
+QDialog* withOkButton(QDialog* dialog) {
     auto* const ok = button("ok", QObject::tr("OK"));
     QObject::connect(ok, &QPushButton::clicked, dialog, &QDialog::accept);
     addButtons(*dialog, {ok});
@@ -74,17 +74,17 @@ QDialog* withOk(QDialog* dialog) {
 }  // namespace
 
 QDialog* upToDateDialog(const QString& version) {
-    return withOk(dialogSaying(QObject::tr("You’re up to date"),
-                               QObject::tr("Vestigo %1 is the newest version.").arg(version)));
+    return withOkButton(makeDialog(QObject::tr("You’re up to date"),
+                                   QObject::tr("Vestigo %1 is the newest version.").arg(version)));
 }
 
 QDialog* updateFailureDialog(const QString& reason) {
-    return withOk(dialogSaying(QObject::tr("Could not look for updates"), reason));
+    return withOkButton(makeDialog(QObject::tr("Could not look for updates"), reason));
 }
 
 QDialog* newerVersionDialog(const AppcastItem& newest, const QString& version,
                             const std::function<void(const QUrl&)>& openPage) {
-    auto* const dialog = dialogSaying(
+    auto* const dialog = makeDialog(
         QObject::tr("A newer version is available"),
         QObject::tr("Vestigo %1 can be downloaded; this is %2.").arg(newest.version, version));
     if (!newest.notes.isEmpty()) {
@@ -114,8 +114,8 @@ const auto automaticKey = QStringLiteral("VGUpdaterAutomatic");
 const auto lastCheckKey = QStringLiteral("VGUpdaterLastCheck");
 constexpr qint64 secondsBetweenChecks = 24 * 60 * 60;
 constexpr qint64 largestFeed = 1024 * 1024;
-constexpr auto betweenLooks = 1h;
-constexpr int patience = 30000;
+constexpr auto pollInterval = 1h;
+constexpr int timeoutMilliseconds = 30000;
 
 }  // namespace
 
@@ -151,20 +151,20 @@ void AppcastUpdater::setAutomaticallyChecksForUpdates(bool value) {
 
 void AppcastUpdater::checkForUpdates() {
     userAsked_ = true;
-    ask();
+    requestFeed();
 }
 
 void AppcastUpdater::checkWhenDue() {
-    schedule_.start(betweenLooks);
+    schedule_.start(pollInterval);
     if (!automaticallyChecksForUpdates()) return;
     const auto now = QDateTime::currentSecsSinceEpoch();
     const auto last = services_.settings->value(lastCheckKey, 0).toLongLong();
     // A check in what is now the future was made before the clock was set back.
     if (last <= now && now - last < secondsBetweenChecks) return;
-    ask();
+    requestFeed();
 }
 
-void AppcastUpdater::ask() {
+void AppcastUpdater::requestFeed() {
     if (reply_) return;
     if (feed_.scheme() != QLatin1String("https")) return fail(tr("The feed has no https address."));
     services_.settings->setValue(lastCheckKey, QDateTime::currentSecsSinceEpoch());
@@ -175,16 +175,16 @@ void AppcastUpdater::ask() {
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
                          QNetworkRequest::AlwaysNetwork);
     request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("Vestigo/") + version_);
-    request.setTransferTimeout(patience);
+    request.setTransferTimeout(timeoutMilliseconds);
     reply_ = services_.network->get(request);
     connect(reply_, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64) {
         if (received > largestFeed) reply_->abort();
     });
     connect(reply_, &QNetworkReply::finished, this,
-            [this, reply = reply_.data()] { take(*reply); });
+            [this, reply = reply_.data()] { receive(*reply); });
 }
 
-void AppcastUpdater::take(QNetworkReply& reply) {
+void AppcastUpdater::receive(QNetworkReply& reply) {
     reply_ = nullptr;
     reply.deleteLater();
     const auto feed = reply.read(largestFeed + 1);

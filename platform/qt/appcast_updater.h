@@ -16,7 +16,6 @@
 #include "platform/qt/appcast.h"
 #include "platform/updater.h"
 
-class QDialog;
 class QNetworkReply;
 
 namespace vestigo {
@@ -59,8 +58,8 @@ public:
 
 private:
     void checkWhenDue();
-    void ask();
-    void take(QNetworkReply& reply);
+    void requestFeed();
+    void receive(QNetworkReply& reply);
     void applyFeed(const QByteArray& feed);
     void fail(const QString& reason);
     void show(QDialog* dialog);

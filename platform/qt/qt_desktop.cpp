@@ -18,8 +18,7 @@
 
 #include "platform/qt/assistive_technology.h"
 #ifdef Q_OS_MACOS
-#include "platform/macos/macos_finder.h"
-#else
+#include "platform/macos/macos_reveal.h"
 #endif
 
 namespace vestigo {

@@ -22,7 +22,7 @@ QEvent::Type wakeUp() {
 
 }  // namespace
 
-/// Lives on the main thread; `take` and `put` are for all threads.
+/// Lives on the main thread; `pop` and `push` are for all threads.
 class QtMainQueue::Runner : public QObject,
                             public std::enable_shared_from_this<QtMainQueue::Runner> {
 public:
@@ -36,7 +36,7 @@ public:
                     }
                 }};
     }
-    void put(Job job) {
+    void push(Job job) {
         const std::lock_guard lock(mutex_);
         jobs_.push_back(std::move(job));
         wake();
@@ -76,13 +76,13 @@ private:
             awake_ = false;
         }
         do {
-            auto job = take();
+            auto job = pop();
             if (!job) return;
             job();
         } while (turn.elapsed() < millisecondsPerTurn);
     }
     /// From here on another event may run the rest, also from inside the job.
-    Job take() {
+    Job pop() {
         const std::lock_guard lock(mutex_);
         if (jobs_.empty()) return nullptr;
         auto job = std::move(jobs_.front());
@@ -105,7 +105,7 @@ QtMainQueue::~QtMainQueue() {
 }
 
 void QtMainQueue::post(Job job) {
-    runner_->put(std::move(job));
+    runner_->push(std::move(job));
 }
 
 }  // namespace vestigo

@@ -8,8 +8,6 @@
 
 #include "platform/preferences.h"
 
-class QSettings;
-
 namespace vestigo {
 
 /// The names that Qt makes a place of.

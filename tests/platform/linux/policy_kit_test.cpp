@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include "platform/linux/linux_owner_authentication.h"
-#include "platform/linux/linux_system.h"
 #include "platform/system.h"
 #include "tests/support/temporary_tree.h"
 
@@ -57,12 +56,30 @@ TEST_F(PolicyKitTest, IsConfirmedOnlyByStatusZero) {
     EXPECT_FALSE(confirms(tree.at("missing")));
 }
 
-TEST_F(PolicyKitTest, HasTheShellRunTheScript) {
-    LinuxAdministrator administrator(processes, program("exit 126"));
-    EXPECT_EQ(administrator.runScript("/a script", CancelFlag()).status, 126);
-    EXPECT_EQ(given(), "/bin/sh\n/a script\n");
-    LinuxAdministrator missing(processes, tree.at("missing"));
-    EXPECT_TRUE(missing.runScript("/a script", CancelFlag()).launchError);
+/// Starts nothing. Records what it was asked to start, and ends that as the test has set.
+struct RecordedProcesses : Processes {
+    std::optional<std::string> start(const ProcessStart& what,
+                                     std::function<void(std::string_view)> /*output*/,
+                                     std::function<void(int)> ended) override {
+        asked = what;
+        if (!problem) ended(status);
+        return problem;
+    }
+
+    ProcessStart asked;
+    int status = 0;
+    std::optional<std::string> problem;
+};
+
+TEST(PolicyKitAdministrator, HasTheShellRunTheScript) {
+    const auto recorded = std::make_shared<RecordedProcesses>();
+    const auto administrator = systemAdministrator(recorded, nullptr);
+    recorded->status = 126;
+    EXPECT_EQ(administrator->runScript("/a script", CancelFlag()).status, 126);
+    EXPECT_EQ(recorded->asked.program, "/usr/bin/pkexec");
+    EXPECT_EQ(recorded->asked.arguments, (std::vector<std::string>{"/bin/sh", "/a script"}));
+    recorded->problem = "Permission denied";
+    EXPECT_TRUE(administrator->runScript("/a script", CancelFlag()).launchError);
 }
 
 }  // namespace
