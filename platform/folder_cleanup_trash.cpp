@@ -5,7 +5,6 @@
 #include "platform/paths.h"
 
 namespace vestigo {
-
 namespace {
 
 /// Cuts a text to at most `longest` bytes, but not within a UTF-8 character.

@@ -1,3 +1,9 @@
+// A bundle comes from anywhere, and a link in it could lead to any file of the user. To check a
+// path and then open it would leave a gap in which the path can change, so the kernel does both in
+// one call: openat2(2) with RESOLVE_BENEATH. Older kernels, and containers that hide the call, get
+// the same one name at a time: each folder on the way is held open, links are read and put in front
+// of the rest of the path, and ".." returns to the folder held before instead of asking the file
+// system.
 #include "platform/linux/bundle_folder.h"
 
 #include <algorithm>
@@ -24,7 +30,8 @@ int openBeneath(int folder, const char* path, int flags) {
     struct open_how how {};
     how.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC);
     how.resolve = RESOLVE_BENEATH;
-    // While something is renamed near the path, the kernel cannot tell whether it stays inside.
+    // The kernel answers EAGAIN when something near the path was renamed meanwhile and it cannot
+    // tell whether the path stays inside.
     constexpr int mostTries = 20;
     for (int tries = 0;; ++tries) {
         const auto result =
@@ -33,7 +40,7 @@ int openBeneath(int folder, const char* path, int flags) {
     }
 }
 
-/// Where the link leads. Absent where the name is not one of a link.
+/// The destination of a link. Absent when the name is not that of a link.
 std::optional<std::string> linkIn(int folder, const std::string& name) {
     std::array<char, PATH_MAX> text;
     const auto length =
@@ -42,7 +49,7 @@ std::optional<std::string> linkIn(int folder, const std::string& name) {
     return std::string(text.data(), static_cast<std::size_t>(length));
 }
 
-/// Takes the first name from the front of a path, with the slashes after it.
+/// Removes the first name from a path, with the slashes after it, and returns it.
 std::string removeFirstName(std::string& path) {
     const auto end = std::min(path.find('/'), path.size());
     auto name = path.substr(0, end);
@@ -59,7 +66,7 @@ Descriptor failWith(int error) {
 
 Descriptor openBeneathStepwise(int folder, std::string path, int flags) {
     int linksLeft = 40;               // As many as the kernel follows.
-    std::vector<Descriptor> entered;  // From the folder down, so that ".." leads back there.
+    std::vector<Descriptor> entered;  // The folders on the way, to which ".." returns.
     const auto here = [&] { return entered.empty() ? folder : entered.back().get(); };
     while (!path.empty()) {
         if (path.starts_with('/')) return failWith(EXDEV);
@@ -88,7 +95,7 @@ std::optional<BundleFolder> BundleFolder::open(const std::string& path) {
 
 Descriptor BundleFolder::openInside(const std::string& path, int flags) const {
     Descriptor opened(openBeneath(folder_.get(), path.c_str(), flags));
-    // Containers answer with EPERM to calls that they do not know.
+    // Some containers answer EPERM to calls that they do not know.
     if (opened || (errno != ENOSYS && errno != EPERM)) return opened;
     return openBeneathStepwise(folder_.get(), path, flags);
 }

@@ -1,4 +1,4 @@
-// A bundle as a folder that nothing in it leads out of.
+// A bundle as a folder: no path or link inside it leads out of it.
 #pragma once
 
 #include <optional>
@@ -10,18 +10,19 @@
 
 namespace vestigo {
 
-/// Paths are relative to the bundle. Links in it are followed as long as they stay in it.
+/// Paths are relative to the bundle. Links are followed only as long as they stay inside it.
 /// Thread-safe; never blocks.
 class BundleFolder {
 public:
-    /// The path may be longer than one call takes. Absent when it is no folder that can be opened.
+    /// The path may be longer than the system's limit for one call. Absent when it is no folder
+    /// that can be opened.
     [[nodiscard]] static std::optional<BundleFolder> open(const std::string& path);
 
     /// Absent when it cannot be opened or is no regular file.
     [[nodiscard]] std::optional<FileBytes> file(const std::string& path) const;
-    /// Whether it is a regular file, which need not be readable.
+    /// Whether the path is that of a regular file, which need not be readable.
     [[nodiscard]] bool holdsFile(const std::string& path) const;
-    /// The names in a folder that are not hidden, sorted. Empty when it cannot be listed.
+    /// The names in a folder without the hidden ones, sorted. Empty when it cannot be listed.
     [[nodiscard]] std::vector<std::string> names(const std::string& path) const;
 
 private:
@@ -31,9 +32,9 @@ private:
     Descriptor folder_;
 };
 
-/// Opens what lies below an open folder, and follows links as long as they stay in it, as
-/// openat2(2) does with RESOLVE_BENEATH: one name at a time, for kernels that lack it. Owns
-/// nothing, with errno, where it cannot be opened.
+/// Opens an item below an open folder and follows links as long as they stay inside it, as
+/// openat2(2) does with RESOLVE_BENEATH, but one name at a time, for kernels without that call.
+/// Owns nothing, with errno, when the item cannot be opened.
 [[nodiscard]] Descriptor openBeneathStepwise(int folder, std::string path, int flags);
 
 }  // namespace vestigo

@@ -40,7 +40,8 @@ bool ByteRange::read(std::uint64_t offset, std::span<std::byte> into) const {
     return liesWithin(size_, offset, into.size()) && source_.read(offset_ + offset, into);
 }
 
-// Without O_NONBLOCK a named pipe, or a file that another program leases, would hold us up.
+// Without O_NONBLOCK the open would wait for the other end of a named pipe, or for a program that
+// holds a lease on the file.
 const int FileBytes::openFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 
 std::optional<FileBytes> FileBytes::open(const std::string& path) {

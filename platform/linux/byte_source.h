@@ -1,7 +1,7 @@
 // Bytes that can be read at an offset: a file, a range of another source, or memory.
 //
-// Readers of hostile formats are written over it: a read that does not lie within the source fails
-// as a whole, so no offset, count or length of the file has to be trusted.
+// Parsers of untrusted formats use it: a read that does not lie within the source fails as a whole,
+// so they need not trust any offset, count or length in a file.
 #pragma once
 
 #include <algorithm>
@@ -22,11 +22,11 @@ class ByteSource {
 public:
     virtual ~ByteSource() = default;
     [[nodiscard]] virtual std::uint64_t size() const = 0;
-    /// Fills `into` whole; false when the range does not lie within the source or cannot be read.
+    /// Fills all of `into`; false when the range does not lie within the source or cannot be read.
     [[nodiscard]] virtual bool read(std::uint64_t offset, std::span<std::byte> into) const = 0;
 };
 
-/// Absent when the range does not lie within the source. Allocates only what is there.
+/// Absent when the range does not lie within the source. Never allocates more than the source has.
 [[nodiscard]] std::optional<std::vector<std::byte>> readBytes(const ByteSource& source,
                                                               std::uint64_t offset,
                                                               std::uint64_t length);
@@ -42,8 +42,8 @@ private:
     std::span<const std::byte> bytes_;
 };
 
-/// The part of `source`, which must outlive it, that begins at `offset` and has at most `length`
-/// bytes: less, down to none, where the source ends before.
+/// The part of `source` that begins at `offset` and has at most `length` bytes; it has fewer, or
+/// none, where the source ends earlier. The source must outlive it.
 class ByteRange : public ByteSource {
 public:
     ByteRange(const ByteSource& source, std::uint64_t offset, std::uint64_t length);
@@ -58,12 +58,12 @@ private:
 
 class FileBytes : public ByteSource {
 public:
-    /// With which `of` wants its file opened: never blocks.
+    /// The flags with which a file for `of` should be opened; they keep the open from blocking.
     static const int openFlags;
     /// Follows links and never blocks. Absent when the file cannot be opened or is not regular. The
     /// path may be longer than one call takes.
     [[nodiscard]] static std::optional<FileBytes> open(const std::string& path);
-    /// Absent when nothing is open or it is not regular.
+    /// Absent when the descriptor owns nothing or its file is not regular.
     [[nodiscard]] static std::optional<FileBytes> of(Descriptor file);
     [[nodiscard]] std::uint64_t size() const override { return size_; }
     [[nodiscard]] bool read(std::uint64_t offset, std::span<std::byte> into) const override;
@@ -75,7 +75,7 @@ private:
     std::uint64_t size_;
 };
 
-/// The unsigned number at `offset`, which must lie within `bytes` with all its bytes.
+/// The unsigned number at `offset`; all its bytes must lie within `bytes`.
 template <class Number>
 [[nodiscard]] Number numberAt(std::span<const std::byte> bytes, std::size_t offset,
                               std::endian order = std::endian::big) {

@@ -1,3 +1,10 @@
+// The order of the steps is what makes this safe. A name is recorded in the journal before it is
+// taken in the Trash, and its record is removed only after the item has come to it or the name was
+// given back. So at any interruption every taken name has a record, and clearing can find it.
+//
+// Clearing must never remove an item. An entry of the Trash is a placeholder only if it is the very
+// file that the record links to, or an empty folder without permissions, which rmdir cannot remove
+// once anything is in it.
 #include "platform/linux/cleanup_journal.h"
 
 #include <algorithm>
@@ -33,7 +40,7 @@ void removeFile(int folder, const std::string& name) {
     static_cast<void>(retrying([&] { return ::unlinkat(folder, name.c_str(), 0); }));
 }
 
-/// Only one that is empty.
+/// Removes the folder only if it is empty.
 void removeFolder(int folder, const std::string& name) {
     static_cast<void>(retrying([&] { return ::unlinkat(folder, name.c_str(), AT_REMOVEDIR); }));
 }
@@ -53,7 +60,7 @@ bool lock(int folder, int kind) {
     return retrying([&] { return ::flock(folder, kind | LOCK_NB); }) == 0;
 }
 
-/// The placeholders to which no item has come.
+/// Removes the placeholders that no item has replaced.
 void clearFiles(const TrashFolder& trash, int journal) {
     const auto files = openFolder(journal, "files");
     for (const auto& name : namesInOrNone(files)) {
@@ -66,7 +73,7 @@ void clearFiles(const TrashFolder& trash, int journal) {
     }
 }
 
-/// The notes of items that have not come.
+/// Removes the notes of items that have not arrived.
 void clearNotes(const TrashFolder& trash, int journal) {
     const auto info = openFolder(journal, "info");
     for (const auto& note : namesInOrNone(info)) {
@@ -133,7 +140,8 @@ bool CleanupJournal::create(const std::vector<std::string>& origins) {
 }
 
 CleanupJournal::~CleanupJournal() {
-    // The script may outlive whoever waited for it; the next start clears up then.
+    // The script may outlive the program that waited for it. Then the lock is not available here,
+    // and the next start of the program clears up.
     if (folder_ && lock(folder_.get(), LOCK_EX)) clear(trash_, folder_.get(), name_);
 }
 
@@ -147,7 +155,8 @@ bool CleanupJournal::reserveName(const std::string& name, EntryKind kind) const 
         return ::linkat(files.get(), name.c_str(), trash_.files(), name.c_str(), 0);
     };
     if (retrying(link) == 0) return true;
-    // Where there are no links, nobody can tell the placeholder of a killed program from an item.
+    // Without hard links, clearing cannot tell this placeholder from an item, and leaves it if the
+    // program is killed now.
     return (errno == EPERM || errno == ENOTSUP) && makeFile(trash_.files(), name, 0600);
 }
 
@@ -166,7 +175,7 @@ int moveOverPlaceholder(const TrashFolder& trash, int folder, const std::string&
     };
     const int error = retrying(move) == 0 ? 0 : errno;
     if (error == 0) journal->forget(taken);
-    // Something has been put into the placeholder.
+    // Another program has put something into the placeholder.
     return error == ENOTEMPTY ? EEXIST : error;
 }
 

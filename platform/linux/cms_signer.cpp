@@ -33,7 +33,8 @@ using Certificates = std::unique_ptr<STACK_OF(X509), Releaser<freeCertificates>>
 using KeyIdentifier = std::unique_ptr<ASN1_OCTET_STRING, Releaser<ASN1_OCTET_STRING_free>>;
 using Text = std::unique_ptr<unsigned char, Releaser<freeText>>;
 
-/// Leaves the thread's OpenSSL error queue as it was: a file that makes no sense is no error here.
+/// Leaves the thread's OpenSSL error queue as it was, since a malformed file is no error of the
+/// program.
 class QuietErrors {
 public:
     QuietErrors() { ERR_set_mark(); }
@@ -42,9 +43,10 @@ public:
     QuietErrors& operator=(const QuietErrors&) = delete;
 };
 
-/// OpenSSL without any algorithms. Decoding a message decodes the public key of each certificate,
-/// which nobody here asks for and which takes four fifths of the time; without algorithms it is
-/// given up at once. The one context is for the whole program, as OpenSSL's own is.
+/// An OpenSSL context without any algorithms. Decoding a message also decodes the public key of
+/// each certificate, which nobody needs here and which takes four fifths of the time; without
+/// algorithms OpenSSL gives that up at once. The context serves the whole program and is never
+/// released.
 OSSL_LIB_CTX* contextWithoutAlgorithms() {
     static auto* const context = [] {
         auto* const made = OSSL_LIB_CTX_new();
@@ -63,7 +65,7 @@ Message decode(std::span<const std::byte> message) {
     return Message(content);
 }
 
-/// OpenSSL's own comparison of key identifiers would need a digest algorithm.
+/// OpenSSL's own comparison of key identifiers needs a digest algorithm, which this context lacks.
 bool hasKeyIdentifier(const X509* certificate, const ASN1_OCTET_STRING* identifier) {
     const KeyIdentifier own(static_cast<ASN1_OCTET_STRING*>(
         X509_get_ext_d2i(certificate, NID_subject_key_identifier, nullptr, nullptr)));

@@ -15,10 +15,10 @@ namespace {
 
 constexpr std::uint64_t largestInfoPlist = std::uint64_t{1} << 20U;
 
-/// Places in the bundle.
+/// The places of a layout, relative to the bundle.
 struct Layout {
     std::string infoPlist;
-    std::string executables;  ///< With the slash behind it, or empty for the bundle itself.
+    std::string executables;  ///< Ends in a slash; empty for the bundle itself.
 };
 
 struct FoundInfoPlist {
@@ -42,7 +42,7 @@ std::optional<FoundInfoPlist> findInfoPlist(const BundleFolder& bundle) {
     for (const auto& layout : layouts) {
         if (auto found = find(bundle, layout)) return found;
     }
-    // A framework without a current version.
+    // This is for a framework without a current version.
     for (const auto& name : bundle.names("Versions")) {
         const auto version = "Versions/" + name + "/";
         if (auto found = find(bundle, {version + "Resources/Info.plist", version})) return found;
@@ -50,7 +50,7 @@ std::optional<FoundInfoPlist> findInfoPlist(const BundleFolder& bundle) {
     return std::nullopt;
 }
 
-/// Whether the name stays in the folder that it is looked up in.
+/// Whether the name cannot lead out of the folder that it is looked up in.
 bool staysInside(std::string_view name) {
     if (name.empty() || name.front() == '/' || name.find('\0') != std::string_view::npos) {
         return false;

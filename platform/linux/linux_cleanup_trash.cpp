@@ -13,7 +13,8 @@
 namespace vestigo {
 namespace {
 
-/// Whether a rename can take it to this folder. One that has gone is for the script to find.
+/// Whether a rename can move the item to this folder. An item that has gone counts as within reach:
+/// the script will find that out.
 bool isInReachOf(int folder, const std::string& path) {
     const auto mount = mountOf(AT_FDCWD, std::string(folderOf(path)) + '/');
     return mount ? mount == mountOf(folder, "") : errno == ENOENT;
@@ -31,7 +32,8 @@ LinuxCleanupTrash::LinuxCleanupTrash(std::string homeTrash) : homeTrash_(std::mo
 
 CleanupPlan LinuxCleanupTrash::plan(const std::vector<CleanupItem>& items) {
     auto trash = TrashFolder::openHome(homeTrash_);
-    // The user may have put their Trash elsewhere by a link; the script follows none.
+    // The user's Trash may itself be a link to another place. The script follows no links, so it
+    // gets the real path.
     const auto place = trash ? PosixFiles().resolved(homeTrash_) : std::nullopt;
     if (!place) return withoutTrash();
     CleanupPlan plan;

@@ -1,4 +1,4 @@
-// Places in the desktop's Trash for what an administrator's script moves.
+// Plans a clean-up into the desktop's Trash.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace vestigo {
 
-/// The user's main Trash. Where each item comes from is written, as the user, when the plan is
-/// made; what has not arrived when it ends leaves no trace there.
+/// Uses the user's main Trash. The note of each item is written when the plan is made, with the
+/// user's rights. When the plan is released, nothing is left there of items that have not arrived.
 class LinuxCleanupTrash : public CleanupTrash {
 public:
-    /// `homeTrash`: "Trash" in the user's data folder.
+    /// `homeTrash` is the path of "Trash" in the user's data folder.
     explicit LinuxCleanupTrash(std::string homeTrash);
 
     [[nodiscard]] CleanupPlan plan(const std::vector<CleanupItem>& items) override;

@@ -25,7 +25,8 @@ private:
     CodeSignature signature_;
 };
 
-/// The signature whose parts are files of their own, as far as the folder in the bundle holds them.
+/// Reads a signature whose parts lie in files of their own, as far as this folder of the bundle has
+/// them.
 CodeSignature readParts(const BundleFolder& bundle, const std::string& folder) {
     CodeSignature signature;
     const auto directory = bundle.file(folder + "/CodeDirectory");

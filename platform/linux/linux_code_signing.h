@@ -1,4 +1,4 @@
-// Code signatures on Linux, where no system service reads them: from the files themselves.
+// Reads code signatures on Linux, where no system service does: from the files themselves.
 #pragma once
 
 #include "platform/bundle_information.h"
@@ -6,18 +6,18 @@
 
 namespace vestigo {
 
-/// A file is code when it is Mach-O, a folder when it is a bundle: its main executable's signature
-/// counts, else the one that stands in files of its own in the bundle's _CodeSignature folder, as
-/// it does where the executable is a script or of an old kind.
+/// A Mach-O file is code, and so is a bundle. A bundle's signature is that of its main executable,
+/// else the one that lies in files of its own in the bundle's _CodeSignature folder, as it does
+/// where the executable is a script or in an older format.
 ///
-/// A signature is read, not verified: sealed resources are not hashed, and the roots of trust that
-/// a verification would need are not on this machine. So nothing is ever called anchored to Apple:
-/// code that claims to be Apple's and is not must not get Apple's protection. Unsigned code, and
-/// code whose signature makes no sense, has signing information with nothing in it.
+/// Signatures are read, not verified: sealed resources are not hashed, and this machine does not
+/// have the root certificates that a verification needs. So `isAnchoredToApple` is always false:
+/// code that falsely claims to be Apple's must not be protected like Apple's. Unsigned code, and
+/// code with a malformed signature, has empty signing information.
 class LinuxCodeSigning : public CodeSigning {
 public:
     explicit LinuxCodeSigning(std::shared_ptr<BundleReader> bundles);
-    /// With a bundle reader of its own.
+    /// Uses a bundle reader of its own.
     LinuxCodeSigning();
     [[nodiscard]] std::unique_ptr<StaticCode> staticCode(const std::string& path) override;
 

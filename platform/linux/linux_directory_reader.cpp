@@ -1,3 +1,9 @@
+// A scan opens millions of files, so this reader saves system calls: it calls getdents64 directly
+// with a large buffer, asks for attributes only when the scan wants them, and asks about a folder's
+// file system only when it may have changed. openat2(2) with RESOLVE_NO_XDEV opens a folder and
+// proves in the same call that it lies on the mount of its parent, as nearly all do. Only when that
+// fails is the new mount looked up. Where one folder lay on another mount its neighbours usually do
+// too, so the quick call is then skipped until a folder is found on its parent's mount again.
 #include "platform/linux/linux_directory_reader.h"
 
 #include <algorithm>
@@ -23,8 +29,8 @@
 namespace vestigo {
 namespace {
 
-// The kernel's own trees: no programs in them, endless or blocking files, size 0 for everything.
-// Magic numbers that <linux/magic.h> of older systems lacks are given by value.
+// Pseudo file systems of the kernel. They hold no programs, but files that are endless or block,
+// all with size 0. Magic numbers that <linux/magic.h> of older systems lacks are given by value.
 constexpr std::int64_t pseudoFileSystems[] = {
     PROC_SUPER_MAGIC,
     SYSFS_MAGIC,
@@ -48,15 +54,15 @@ constexpr std::int64_t pseudoFileSystems[] = {
     0x6e667364 /*nfsd*/,
 };
 
-// Those whose kernel code moves the change time with every change. FUSE servers and servers on a
-// network answer as they like, and FAT has no such time.
+// File systems whose kernel code updates the change time with every change. FUSE and network
+// servers may answer anything, and FAT has no change time.
 constexpr std::int64_t fileSystemsWithChangeTimes[] = {
     EXT4_SUPER_MAGIC, /* ext2 and ext3 too */
     XFS_SUPER_MAGIC,       BTRFS_SUPER_MAGIC,       F2FS_SUPER_MAGIC,
     OVERLAYFS_SUPER_MAGIC, 0xca451a4e /*bcachefs*/, 0x2fc12fc1 /*zfs*/,
 };
 
-/// 0 where the system does not tell.
+/// The mount's number; 0 where the system does not report it.
 std::uint64_t mountOf(int folder) {
     struct statx info {};
     if (statx(folder, "", AT_EMPTY_PATH, STATX_MNT_ID, &info) != 0) return 0;
@@ -85,7 +91,7 @@ std::int64_t nanoseconds(const statx_timestamp& time) {
     return nanosecondsSince1970(time.tv_sec, time.tv_nsec);
 }
 
-/// `fileSystem`: that of the folder, or of the file itself.
+/// `fileSystem` is that of the folder, or of the file itself when `folder` is the open file.
 std::optional<FileAttributes> attributesOf(int folder, const char* name, int flags,
                                            const FileSystem& fileSystem) {
     constexpr unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME | STATX_CTIME |
@@ -102,7 +108,7 @@ std::optional<FileAttributes> attributesOf(int folder, const char* name, int fla
         attributes.modified = nanoseconds(info.stx_mtime);
     }
     if (known(STATX_INO)) attributes.inode = info.stx_ino;
-    // A single file may be mounted too.
+    // A single file may be a mount of its own.
     const bool isOnThatMount = known(STATX_MNT_ID) && info.stx_mnt_id == fileSystem.mount;
     if (isOnThatMount && fileSystem.keepsChangeTimes && known(STATX_CTIME)) {
         attributes.changed = nanoseconds(info.stx_ctime);
@@ -112,7 +118,7 @@ std::optional<FileAttributes> attributesOf(int folder, const char* name, int fla
     return attributes;
 }
 
-// Some file systems do not say the kind in the listing.
+// Some file systems do not report the kind in the listing.
 EntryKind kindByLook(int folder, const char* name) {
     struct statx info {};
     const int flags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
@@ -145,7 +151,8 @@ private:
     const char* bytes_;
 };
 
-/// Whether what this thread has read of late came from the disk, and not from the system's memory.
+/// Whether this thread's recent reads came from the disk and not from the page cache. Asks only
+/// once in 32 files, since the question costs a call too.
 bool readsFromDisk() {
     constexpr unsigned filesPerLook = 32;
     thread_local unsigned files = 0;
@@ -179,7 +186,7 @@ private:
 constexpr int listingFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
 constexpr int throughFlags = O_PATH | O_DIRECTORY;
 
-/// Absent also where something is mounted on the way, and where the system cannot tell.
+/// Owns nothing also where something is mounted on the way, and where the kernel lacks the call.
 Descriptor openOnSameMount(int folder, const std::string& path) {
     struct open_how how {};
     how.flags = listingFlags | O_CLOEXEC;
@@ -219,12 +226,12 @@ public:
         constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
         auto file = openPatiently(folder_.get(), name, flags);
         if (!file) return nullptr;
-        // Only the start is read; the kernel would fetch what follows it as well.
+        // Only the start is read. Without this hint the kernel would read ahead.
         if (readsFromDisk()) ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_RANDOM);
         return std::make_unique<LinuxHeaderFile>(std::move(file), fileSystem_);
     }
 
-    // Nearly all folders lie on the same mount as the one above, and of those nothing is asked.
+    // Tries the quick call first; see the top of the file.
     std::unique_ptr<Folder> openFolder(std::string_view path) override {
         if (!fileSystems_->latestWasElsewhere.load(std::memory_order_relaxed)) {
             if (auto folder = openOnSameMount(folder_.get(), std::string(path))) {
@@ -259,7 +266,7 @@ private:
     std::shared_ptr<FileSystemsBelowRoot> fileSystems_;
 };
 
-/// Null where there is no folder.
+/// Null when no folder was opened.
 std::unique_ptr<Folder> rootFolder(Descriptor folder) {
     if (!folder) return nullptr;
     const auto fileSystem = fileSystemOf(folder.get(), mountOf(folder.get()));

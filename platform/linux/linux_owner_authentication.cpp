@@ -14,14 +14,14 @@ namespace vestigo {
 namespace {
 
 constexpr char action[] = "org.vestigo.confirm-removal";
-// The window stands still meanwhile.
+// The window is blocked during this time.
 constexpr std::chrono::seconds longestWait{1};
-// What pkcheck ends with.
+// Exit statuses of pkcheck.
 constexpr int confirmed = 0;
-constexpr int nobodyCanBeAsked = 2;  // At once, as it knows which agents have registered with it.
+constexpr int nobodyCanBeAsked = 2;  // The session has no agent; reported without delay.
 
-/// Process number, start time and user: so that no later process of that number is taken for this
-/// one. Empty when the system does not tell.
+/// Identifies this process for PolicyKit by number, start time and user: a later process with the
+/// same number has another start time. Empty when the system does not tell.
 std::string thisProcess() {
     std::ifstream file("/proc/self/stat");
     std::string line;
@@ -51,7 +51,7 @@ bool LinuxOwnerAuthentication::available() {
         {.program = places_.actions, .arguments = {"--action-id", action}, .environment = {}},
         [](std::string_view) {}, [status](int value) { status->set_value(value); });
     if (error) return false;
-    // Whoever answers so late may well have somebody to ask.
+    // PolicyKit is slow but present; it may well be able to ask.
     return ended.wait_for(longestWait) != std::future_status::ready || ended.get() == 0;
 }
 

@@ -1,4 +1,4 @@
-// Asks the user for their own password through PolicyKit.
+// Has PolicyKit ask users for their own password.
 #pragma once
 
 #include <memory>
@@ -9,6 +9,7 @@
 
 namespace vestigo {
 
+/// The programs of PolicyKit.
 struct PolicyKitPlaces {
     std::string check = "/usr/bin/pkcheck";
     std::string actions = "/usr/bin/pkaction";
@@ -19,16 +20,17 @@ public:
     explicit LinuxOwnerAuthentication(std::shared_ptr<Processes> processes,
                                       PolicyKitPlaces places = {});
 
-    /// An open question is taken back.
+    /// Withdraws an open question.
     ~LinuxOwnerAuthentication() override;
 
-    /// Whether PolicyKit answers and knows our action. Waits a few seconds at most. Whether the
-    /// session has an agent that can ask the user is known to PolicyKit alone, and it tells only
-    /// when it is asked to ask: no variable of the session's environment goes with an agent.
+    /// Whether PolicyKit knows our action. Waits one second at most; a PolicyKit that has not
+    /// answered by then counts as able to ask. Whether the session has an agent that can ask the
+    /// user is not known before `authenticate`: only PolicyKit knows, and it tells only when asked
+    /// to authenticate.
     [[nodiscard]] bool available() override;
-    /// What the user reads comes from the action's own description: PolicyKit shows no words of a
-    /// program that it has no reason to trust. Where PolicyKit answers that the session has no
-    /// agent, the machine has no way to ask, and that counts as a confirmation.
+    /// The user reads the action's own description instead of `reason`: PolicyKit shows no words of
+    /// a program that it does not trust. When PolicyKit answers that the session has no agent, the
+    /// machine has no way to ask, and that counts as a confirmation.
     void authenticate(const std::string& reason, std::function<void(bool)> reply) override;
 
 private:

@@ -16,7 +16,7 @@ std::string folderOrBelow(const char* variable, const std::string& home, const c
     return (home == "/" ? "" : home) + usual;
 }
 
-/// A real folder of ours that nobody else may enter.
+/// Whether the path is a real folder of this user that nobody else may enter.
 bool isOursAlone(const std::string& path) {
     struct stat status {};
     return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
@@ -25,7 +25,7 @@ bool isOursAlone(const std::string& path) {
 
 std::string privateFolder(const std::string& shared, const std::string& lastResort) {
     auto path = shared + "/vestigo-" + std::to_string(::getuid());
-    // Whether it was there before is for the check to see.
+    // If it existed before, the next line checks whose it is.
     ::mkdir(path.c_str(), 0700);
     if (isOursAlone(path)) return path;
     path += "-XXXXXX";

@@ -25,7 +25,7 @@ int openThroughNoLink(int folder, const char* path, int flags) {
     how.flags = static_cast<std::uint64_t>(flags);
     how.resolve = RESOLVE_NO_SYMLINKS;
     const auto result = ::syscall(SYS_openat2, folder, path, &how, sizeof how);
-    // Containers answer so to calls that they do not know.
+    // Some containers answer EPERM to calls that they do not know.
     if (result < 0 && errno == EPERM) errno = ENOSYS;
     return static_cast<int>(result);
 }
@@ -40,7 +40,7 @@ bool renameIfFree(int folder, const std::string& name, int newFolder, const std:
         }) == 0) {
         return true;
     }
-    // Of the flag, or of the call itself.
+    // EINVAL: the file system does not know the flag. ENOSYS: the kernel does not know the call.
     if (errno == EINVAL || errno == ENOSYS) errno = ENOTSUP;
     return false;
 }
@@ -82,7 +82,7 @@ Descriptor endOfChild(pid_t child) {
 
 void setPriorityOfThisThread(Priority priority) {
     if (priority != Priority::utility) return;
-    // Here both belong to the thread.
+    // On Linux both priorities belong to the thread, not to the process.
     constexpr int utilityNice = 10;
     constexpr int processClass = 1;                // IOPRIO_WHO_PROCESS
     constexpr int lowestBestEffort = 2 << 13 | 7;  // IOPRIO_CLASS_BE, level 7
@@ -90,7 +90,7 @@ void setPriorityOfThisThread(Priority priority) {
     ::syscall(SYS_ioprio_set, processClass, 0, lowestBestEffort);
 }
 
-/// A new thread inherits it here.
+/// On Linux a new thread inherits the priority of its creator.
 Job atPriorityOfThisThread(Job job) {
     return job;
 }

@@ -1,3 +1,12 @@
+// A removal must never hit another item than the one the user saw. The folder and the item are
+// opened first, and everything after that goes by these descriptors: while they are open, no other
+// folder can take the place of this one, and no other item can get the inode number of this one. A
+// rename still goes by name, so the name is checked immediately before it, and after it the moved
+// item is compared with the open one. If another item came in between, it is moved back.
+//
+// Items are only renamed, never copied: a copy that is interrupted would leave half an item, and
+// one that succeeds would lose what the copy cannot express. So the Trash has to lie on the item's
+// own mount.
 #include "platform/linux/linux_trash.h"
 
 #include <cerrno>
@@ -30,10 +39,10 @@ std::string joined(const std::string& folder, const std::string& name) {
     return folder.ends_with('/') ? folder + name : folder + "/" + name;
 }
 
-/// An entry of a folder. Both are held open: so nothing can take the folder's place, and no other
-/// item gets the number of this one.
+/// An entry of a folder, with both held open: nothing can take the folder's place, and no other
+/// item gets this one's inode number.
 struct Item {
-    std::string folderPath;  ///< Without links.
+    std::string folderPath;  ///< The real path, without links.
     Descriptor folder;
     std::string name;
     Descriptor handle;
@@ -52,7 +61,7 @@ bool namesAnEntry(const std::string& path) {
            !path.ends_with("/.") && !path.ends_with("/..");
 }
 
-/// Absent with errno: ESTALE when another item is there.
+/// Absent with errno: ESTALE when another item lies at the path.
 std::optional<Item> findItem(const std::string& path, const ItemIdentity& expected) {
     if (!namesAnEntry(path)) {
         errno = ENOTSUP;
@@ -65,7 +74,7 @@ std::optional<Item> findItem(const std::string& path, const ItemIdentity& expect
     item.folder = openAsPlace(AT_FDCWD, real.get(), O_DIRECTORY);
     if (!item.folder) return std::nullopt;
     item.handle = openAsPlace(item.folder.get(), item.name.c_str(), 0);
-    // Of what is open: something else may have the name now and then.
+    // Asks the open item, as something else may have its name by now.
     const auto found = item.handle ? itemIdentity(item.handle.get(), "") : std::nullopt;
     if (!found) return std::nullopt;
     if (*found == expected && item.isStillThere()) return item;
@@ -73,7 +82,7 @@ std::optional<Item> findItem(const std::string& path, const ItemIdentity& expect
     return std::nullopt;
 }
 
-/// Where the folder is, or would be if it were made. Absent with errno.
+/// The mount on which the folder lies, or would lie if it were created. Absent with errno.
 std::optional<Mount> futureMountOf(std::string folder) {
     for (;;) {
         const auto mount = mountOf(AT_FDCWD, folder);
@@ -93,7 +102,8 @@ std::optional<std::string> topOf(std::string folder, const Mount& mount) {
     return folder;
 }
 
-/// The one all users share must be a real folder in which they cannot touch each other's.
+/// A Trash that all users share must be a real folder with the sticky bit, in which they cannot
+/// touch each other's items.
 bool isSharedTrash(int top) {
     struct stat status {};
     return retrying([&] { return ::fstatat(top, ".Trash", &status, AT_SYMLINK_NOFOLLOW); }) == 0 &&
@@ -120,11 +130,11 @@ std::optional<TrashFolder> openTopTrash(const std::string& top) {
 
 using Failure = std::optional<std::string>;
 
-/// Whatever has come under the item's name between the last look and the move goes back to its
-/// place. Absent when it was the item itself.
+/// Moves an item back that came to the name between the last check and the move. Absent when the
+/// right item was moved.
 Failure sendBackIntruder(const TrashFolder& trash, const Item& item,
                          const TrashReservation& taken) {
-    // The move has been done: not being able to look makes it no failure.
+    // The move itself succeeded, so a failure to check it is no failure.
     const auto arrived = itemIdentity(trash.files(), taken.name);
     if (!arrived || isOpenAs(item.handle.get(), trash.files(), taken.name)) return std::nullopt;
     if (!renameIfFree(trash.files(), taken.name, item.folder.get(), item.name)) {
@@ -135,7 +145,7 @@ Failure sendBackIntruder(const TrashFolder& trash, const Item& item,
 }
 
 Failure moveInto(const TrashFolder& trash, const Item& item, const std::string& origin) {
-    constexpr int mostCollisions = 100;  // Of items that come without a note.
+    constexpr int mostCollisions = 100;  // With items that other programs put there without a note.
     unsigned attempt = 0;
     for (int i = 0; i < mostCollisions; ++i) {
         const auto taken = trash.reserve(item.name, origin, attempt);
@@ -143,7 +153,7 @@ Failure moveInto(const TrashFolder& trash, const Item& item, const std::string& 
         attempt = taken->attempt;
         const int error =
             item.isStillThere() ? trash.moveIn(item.folder.get(), item.name, *taken) : ESTALE;
-        // A move may have been done and still be called a failure, by disks of other machines.
+        // On network file systems a move may succeed and still report a failure.
         if (error == 0 || isOpenAs(item.handle.get(), trash.files(), taken->name)) {
             return sendBackIntruder(trash, item, *taken);
         }
@@ -153,10 +163,10 @@ Failure moveInto(const TrashFolder& trash, const Item& item, const std::string& 
     return trashErrorText(EEXIST);
 }
 
-/// A Trash, and what of the item's path its note is to tell.
+/// The Trash for an item, and the item's path as its note has to give it.
 struct Destination {
     TrashFolder trash;
-    std::string top;  ///< Of the Trash's disk; empty for the user's main one.
+    std::string top;  ///< The top folder of the Trash's disk; empty for the user's main Trash.
     std::string origin;
 };
 

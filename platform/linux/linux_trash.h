@@ -1,4 +1,4 @@
-// The desktop's Trash, from which the file manager restores.
+// Moves items to the desktop's Trash, from which the file manager restores them.
 #pragma once
 
 #include <set>
@@ -8,15 +8,15 @@
 
 namespace vestigo {
 
-/// Items go to the Trash on their own file system, by a rename: the user's main one, else the
-/// shared or the user's own one at the top of that file system, made where it is missing and the
-/// user may. Where an item came from is on the disk before it is moved, so whenever this is
-/// interrupted the item is in its place, or whole in the Trash and can be restored. What killed
-/// programs of this user have left in a Trash is cleared away at the start, or on another disk
-/// before the first item goes there.
+/// Each item is moved, by a rename, to a Trash on its own file system: the user's main one, else
+/// the shared one or the user's own at the top of that file system. A missing one is created if the
+/// user may. The note with the item's original path is on the disk before the item moves, so at any
+/// interruption the item is in its place, or complete in the Trash and restorable. Leftovers of
+/// this user's killed programs are removed from the main Trash on construction, and from that of
+/// another disk before the first item goes there.
 class LinuxTrash : public Trash {
 public:
-    /// `homeTrash`: "Trash" in the user's data folder.
+    /// `homeTrash` is the path of "Trash" in the user's data folder.
     explicit LinuxTrash(std::string homeTrash);
 
     [[nodiscard]] std::optional<std::string> moveToTrash(const std::string& path,
@@ -24,10 +24,10 @@ public:
 
 private:
     std::string homeTrash_;
-    std::set<std::string> cleared_;  ///< Tops of other disks.
+    std::set<std::string> cleared_;  ///< Top folders of the other disks whose Trash was cleared.
 };
 
-/// Why something could not be moved, in words that follow "…: ".
+/// The reason why an item could not be moved, in words that can follow a colon.
 [[nodiscard]] std::string trashErrorText(int error);
 
 }  // namespace vestigo

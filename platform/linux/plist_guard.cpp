@@ -1,3 +1,12 @@
+// A binary list is a table of objects; containers refer to objects by number. The guard reads only
+// this skeleton, without recursion, and accepts lists whose containers form a tree. Programs that
+// write lists share equal strings and numbers but never containers, so real files pass. A shared
+// container, however, can multiply: ten levels of ten references to the same child stand for 10^10
+// objects. A tree visits each container once, so counting its references bounds the work and the
+// memory of the parser.
+//
+// For XML the number of opening tags bounds the nesting, wherever they stand, so the text need not
+// be parsed. Formats other than these two are refused.
 #include "platform/linux/plist_guard.h"
 
 #include <cstdint>
@@ -12,7 +21,7 @@ constexpr std::size_t maxDepth = 512;
 constexpr std::size_t maxReferences = 100'000;
 constexpr std::size_t trailerBytes = 32;
 
-/// Big-endian, of 1 to 8 bytes that must lie within `content`.
+/// A big-endian number of 1 to 8 bytes, which must lie within `content`.
 std::uint64_t number(std::string_view content, std::size_t offset, std::size_t length) {
     std::uint64_t value = 0;
     for (const auto character : content.substr(offset, length)) {
@@ -21,13 +30,14 @@ std::uint64_t number(std::string_view content, std::size_t offset, std::size_t l
     return value;
 }
 
-/// The references that a container holds, as a range of the file.
+/// The place in the file of the references that a container holds.
 struct References {
     std::size_t offset = 0;
     std::size_t count = 0;
 };
 
-/// The skeleton of a binary list: where the objects stand, and which contain which.
+/// The skeleton of a binary list: where each object stands, and which objects a container refers
+/// to.
 class BinaryList {
 public:
     /// Absent when the list's trailer or object table makes no sense.
@@ -38,7 +48,8 @@ public:
     [[nodiscard]] std::uint64_t reference(const References& references, std::size_t i) const {
         return number(content_, references.offset + i * referenceSize_, referenceSize_);
     }
-    /// None for an object that is no container. Absent when the object lies outside of the file.
+    /// No references for an object that is no container. Absent when the object does not lie within
+    /// the file.
     [[nodiscard]] std::optional<References> references(std::uint64_t object) const;
 
 private:
@@ -80,20 +91,20 @@ std::optional<References> BinaryList::references(std::uint64_t object) const {
     if (kind < 0xA || kind > 0xD) return References();
 
     auto count = marker & 0xFU;
-    if (count == 0xF) {  // The count is an integer object of its own.
+    if (count == 0xF) {  // A long count follows as an integer object.
         const auto size = at < end ? number(content_, at, 1) : 0;
         const auto bytes = std::size_t{1} << (size & 0xFU);
         if (size >> 4U != 1 || bytes > 8 || bytes + 1 > end - at) return std::nullopt;
         count = number(content_, at + 1, bytes);
         at += 1 + bytes;
     }
-    const std::uint64_t perEntry = kind == 0xD ? 2 : 1;  // A dictionary: keys, then values.
+    const std::uint64_t perEntry = kind == 0xD ? 2 : 1;  // A dictionary has keys and values.
     if (count > (end - at) / referenceSize_ / perEntry) return std::nullopt;
     return References{at, count * perEntry};
 }
 
-/// Whether the containers form a tree, and not too deep or too large a one. Writers share equal
-/// strings and numbers among the containers, never containers.
+/// Whether the containers form a tree that is neither too deep nor too large. An object in
+/// `pending` is one reference, so an object that is referred to twice is looked at twice.
 bool isTree(const BinaryList& list) {
     struct Pending {
         std::uint64_t object;
@@ -118,7 +129,7 @@ bool isTree(const BinaryList& list) {
     return true;
 }
 
-/// Counts what opens a container, wherever it stands: nesting cannot be deeper than that.
+/// Counts opening tags of containers, wherever they stand: the nesting cannot be deeper than that.
 bool hasFewContainers(std::string_view xml) {
     std::size_t count = 0;
     for (auto at = xml.find('<'); at != std::string_view::npos; at = xml.find('<', at + 1)) {

@@ -1,3 +1,8 @@
+// A signature is found through four tables: the universal header leads to an image, the image's
+// load commands lead to the super blob, its index leads to the code directories and to the signed
+// message. Each level is a ByteRange of the one above, so an offset can never lead out of its
+// parent, and every count and length has a limit of its own. So a hostile file costs no more time
+// and memory than a real one, and no value from the file is used before it was checked.
 #include "platform/linux/signature_blob.h"
 
 #include <array>
@@ -22,7 +27,8 @@ constexpr std::uint32_t lastAlternateSlot = 0x1004;
 constexpr std::uint32_t signatureSlot = 0x10000;
 constexpr std::uint32_t firstVersionWithTeam = 0x20200;
 
-// Far above what occurs, low enough that a hostile file costs no noticeable time or memory.
+// Limits far above real values, but low enough that a hostile file costs no noticeable time or
+// memory.
 constexpr std::uint32_t maxUniversalEntries = 64;
 constexpr std::uint32_t maxLoadCommandBytes = 16U << 20U;
 constexpr std::uint64_t maxBlobEntries = 64;
@@ -36,13 +42,13 @@ std::optional<std::array<std::byte, length>> readArray(const ByteSource& source,
     return bytes;
 }
 
-/// 0, no magic at all, where the source is too short.
+/// 0, which is no magic number, where the source is too short.
 std::uint32_t magicOf(const ByteSource& source) {
     const auto bytes = readArray<4>(source, 0);
     return bytes ? numberAt<std::uint32_t>(*bytes, 0) : 0;
 }
 
-/// Lower is better.
+/// The image with the lowest value is preferred.
 int preference(std::uint32_t cpu) {
     return cpu == cpuArm64 ? 0 : cpu == cpuX86_64 ? 1 : 2;
 }
@@ -54,7 +60,7 @@ ByteRange imageOfEntry(const ByteSource& file, std::span<const std::byte> entry,
                             numberAt<std::uint32_t>(entry, 12));
 }
 
-/// The image of a universal file whose signature stands for the file; empty when it has none.
+/// The image of a universal file whose signature counts for the file; empty when it has none.
 ByteRange chosenImage(const ByteSource& file, bool wide) {
     ByteRange none(file, 0, 0);
     const auto header = readArray<8>(file, 0);
@@ -77,7 +83,7 @@ ByteRange chosenImage(const ByteSource& file, bool wide) {
     return imageOfEntry(file, best, wide);
 }
 
-/// Of the blobs in a super blob, the first of each kind that is of use.
+/// The offsets of the needed blobs in a super blob.
 struct BlobPlaces {
     std::vector<std::uint32_t> codeDirectories;  ///< The main one first.
     std::optional<std::uint32_t> message;
@@ -126,7 +132,7 @@ CodeSignature readSuperBlob(const ByteSource& place) {
     return signature;
 }
 
-/// Where the load commands say that the signature lies; empty when they do not.
+/// The place of the signature as given by the load commands; empty when they give none.
 ByteRange signaturePlace(const ByteSource& image, std::span<const std::byte> commands,
                          std::endian order) {
     while (commands.size() >= 8) {
@@ -181,7 +187,7 @@ std::optional<std::string> teamIdentifierOf(const ByteSource& codeDirectory) {
     const ByteRange text(whole, offset, maxTeamIdentifierBytes);
     const auto bytes = readBytes(text, 0, text.size());
     if (!bytes) return std::nullopt;
-    // A team identifier is plain letters and digits; anything else is no name to show.
+    // A team identifier consists of letters and digits; anything unprintable is not shown.
     std::string team;
     for (const auto byte : *bytes) {
         const auto character = std::to_integer<char>(byte);

@@ -1,3 +1,12 @@
+// An item gets its name in the Trash in three steps: its note is placed in "info" under the new
+// name, the note is flushed to the disk, the item is renamed into "files". Placing the note takes
+// the name: it succeeds for one program only, also against other programs that follow the desktop's
+// rules. At any interruption the item is in its place with a leftover note, or in the Trash with
+// its note.
+//
+// A leftover note is recognised by three signs: it ends with this program's mark, its item is
+// missing, and nobody holds its lock (flock). The lock is taken before the last look at the item,
+// since the item may arrive at any moment while the lock is held by its owner.
 #include "platform/linux/trash_folder.h"
 
 #include <array>
@@ -27,11 +36,11 @@ namespace {
 
 constexpr unsigned mostAttempts = 100'000;
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-/// Other programs ignore lines that they do not know.
+/// Marks a note as this program's; other programs ignore lines that they do not know.
 constexpr std::string_view ownMark = "X-Vestigo-Moved=true\n";
 constexpr std::size_t longestNote = 32'768;
 
-/// As in a URL; the bytes, whatever they stand for.
+/// Encodes a path like a URL, byte by byte, whatever the bytes stand for.
 std::string percentEncoded(std::string_view path) {
     constexpr std::string_view digits = "0123456789ABCDEF";
     constexpr std::string_view plain =
@@ -56,7 +65,8 @@ std::string localTime() {
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &local)};
 }
 
-/// Whether something lies there. Absent, with errno, when that cannot be told.
+/// Whether the folder has an entry of this name. Absent, with errno, when that cannot be
+/// determined.
 std::optional<bool> holds(int folder, const std::string& name) {
     struct stat status {};
     if (retrying([&] { return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW); }) ==
@@ -150,7 +160,7 @@ std::optional<TrashReservation> TrashFolder::reserve(const std::string& itemName
             return std::nullopt;
         }
         TrashReservation reservation{std::move(name), attempt, std::move(note)};
-        // Flushed under its name: that takes one wait for the disk and not two.
+        // Flushed after it has its name, so that one wait for the disk covers both.
         if (flushToDisk(reservation.note->descriptor())) return reservation;
         const int error = errno;
         release(reservation);
@@ -175,7 +185,8 @@ void TrashFolder::release(const TrashReservation& reservation) const {
 
 void TrashFolder::clearLeftovers() const {
     removeOrphans(folder_.get());
-    // A live script's notes are not locked themselves.
+    // A note that a running script has placed is not locked; the lock on the script's journal
+    // stands for it.
     if (!clearCleanupJournals(*this)) return;
     const auto notes = namesIn(info_.get());
     const auto items = namesIn(files_.get());
@@ -189,14 +200,14 @@ void TrashFolder::clearLeftovers() const {
 }
 
 void TrashFolder::removeIfStale(const std::string& noteName) const {
-    // Open for writing, as locks need it on network file systems.
+    // Locks on network file systems need write access.
     const Descriptor note(retrying([&] {
         return ::openat(info_.get(), noteName.c_str(),
                         O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     }));
     if (!note || !isOwnNote(note.get())) return;
     if (retrying([&] { return ::flock(note.get(), LOCK_EX | LOCK_NB); }) != 0) return;
-    // Its item may have come before the lock was free.
+    // Its item may have arrived just before the lock became free.
     const auto item = noteName.substr(0, noteName.size() + 1 - sizeof trashNoteEnding);
     if (holds(files_.get(), item) != std::optional(false)) return;
     if (isOpenAs(note.get(), info_.get(), noteName)) {

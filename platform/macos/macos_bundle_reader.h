@@ -1,4 +1,4 @@
-// Bundles as the system reads them.
+// Reads bundles through the system's own service.
 #pragma once
 
 #include "platform/bundle_information.h"

@@ -39,7 +39,7 @@ std::optional<BundleInformation> MacOSBundleReader::read(const std::string& path
     @autoreleasepool {
         const auto folder = fileUrl(path, true);
         if (!folder) return std::nullopt;
-        // Not from the bundle object, which remembers what it has once read.
+        // Read from the folder, as the bundle object keeps what it has once read.
         const OwnedReference<CFDictionaryRef> information(
             CFBundleCopyInfoDictionaryInDirectory(folder.get()));
         if (!information || CFDictionaryGetCount(information.get()) == 0) return std::nullopt;

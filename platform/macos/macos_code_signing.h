@@ -1,4 +1,4 @@
-// Code signatures through the Security framework.
+// Reads code signatures through the Security framework.
 #pragma once
 
 #include "platform/code_signing.h"

@@ -6,13 +6,13 @@
 
 #include "platform/macos/macos_core_foundation.h"
 
-// The pools: the framework leaves autoreleased objects behind, and one thread asks for the
-// signatures of a whole disk.
+// Each call has its own autorelease pool: the framework leaves autoreleased objects behind, and one
+// thread asks about a whole disk without returning to an event loop.
 
 namespace vestigo {
 namespace {
 
-/// The signing certificate. Null when the chain is missing, empty or no chain.
+/// The signing certificate. Null when the chain is missing, empty or of another type.
 SecCertificateRef leafCertificate(CFDictionaryRef information) {
     const auto value = CFDictionaryGetValue(information, kSecCodeInfoCertificates);
     if (!value || CFGetTypeID(value) != CFArrayGetTypeID()) return nullptr;

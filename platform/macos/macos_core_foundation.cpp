@@ -6,7 +6,7 @@ std::optional<std::string> textOf(CFTypeRef value) {
     if (!value || CFGetTypeID(value) != CFStringGetTypeID()) return std::nullopt;
     const auto string = static_cast<CFStringRef>(value);
     const auto all = CFRangeMake(0, CFStringGetLength(string));
-    // Once for the size, once for the bytes.
+    // The first call determines the size, the second one copies the bytes.
     CFIndex size = 0;
     const auto convert = [&](UInt8* buffer, CFIndex room) {
         return CFStringGetBytes(string, all, kCFStringEncodingUTF8, 0, false, buffer, room, &size);

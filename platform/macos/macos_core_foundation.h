@@ -1,4 +1,4 @@
-// CoreFoundation objects in the terms of this program.
+// Owns CoreFoundation objects and converts texts and paths.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace vestigo {
 
-/// Owns one reference to an object: what a function with Create or Copy in its name has given.
+/// Owns one reference to an object, as a function with Create or Copy in its name returns it.
 template <class Reference>
 class OwnedReference {
 public:
@@ -27,14 +27,15 @@ public:
 
     [[nodiscard]] Reference get() const { return reference_; }
     explicit operator bool() const { return reference_ != nullptr; }
-    /// For a function that gives the reference through its argument. Only while this owns nothing.
+    /// For a function that returns the reference through its argument. Only while this owns
+    /// nothing.
     [[nodiscard]] Reference* receive() { return &reference_; }
 
 private:
     Reference reference_ = nullptr;
 };
 
-/// Absent when it is null, no string, or has no form in UTF-8.
+/// The text of a string. Absent when the value is null, no string, or has no form in UTF-8.
 [[nodiscard]] std::optional<std::string> textOf(CFTypeRef value);
 
 /// Null when the path makes no URL.

@@ -1,3 +1,7 @@
+// One getattrlistbulk call returns names and attributes of many entries, so most files of a scan
+// cost no call of their own. Which file system a folder lies on is looked up once per mount. The
+// values of `BatchRequest` stand apart from the system's headers so that the decoder can be tested
+// on other systems; the assertions below keep them equal.
 #include "platform/macos/macos_directory_reader.h"
 
 #include <algorithm>
@@ -42,15 +46,16 @@ static_assert(hiddenFlag == UF_HIDDEN);
 static_assert(datalessFlag == SF_DATALESS);
 static_assert(sizeof(BatchTime) == sizeof(timespec));
 
-// The kernel's own trees: nothing in them is a program, and what is not mounted yet would be by
-// looking at it.
+// Pseudo file systems of the kernel: they hold no programs, and to look at what is not mounted yet
+// would mount it.
 constexpr std::string_view pseudoFileSystems[] = {"devfs", "autofs"};
 
-// Those whose kernel code moves the change time with every change. Servers on a network and FAT
-// give something else in its place.
+// File systems whose kernel code updates the change time with every change. Network servers and FAT
+// report something else in its place.
 constexpr std::string_view fileSystemsWithChangeTimes[] = {"apfs", "hfs"};
 
-/// Only at its root does the system tell a volume's. 0 where it has none.
+/// The identity of a volume, which the system reports only at the volume's root. 0 where it has
+/// none.
 std::uint64_t volumeIdentity(const std::string& root) {
     struct attrlist wanted {};
     wanted.bitmapcount = ATTR_BIT_MAP_COUNT;
@@ -62,12 +67,12 @@ std::uint64_t volumeIdentity(const std::string& root) {
     static_assert(sizeof answer == sizeof(std::uint32_t) + sizeof(uuid_t));
     const int asked = ::getattrlist(root.c_str(), &wanted, &answer, sizeof answer, 0);
     if (asked != 0 || answer.length != sizeof answer) return 0;
-    // Half of its bits tell volumes apart as well.
+    // Folded to 64 bits it still distinguishes volumes.
     return std::uint64_t{answer.uuid[0] ^ answer.uuid[2]} << 32U |
            (answer.uuid[1] ^ answer.uuid[3]);
 }
 
-/// What an open folder lies on.
+/// The mount on which an open folder lies.
 struct Mount {
     std::uint64_t number = 0;
     std::string type;
@@ -101,7 +106,7 @@ double since2001(const timespec& time) {
     return secondsSince2001(batchTime(time));
 }
 
-/// On the file system that they come from.
+/// Completes attributes with those of their file system.
 FileAttributes on(const FileSystem& fileSystem, FileAttributes attributes) {
     attributes.fileSystem = fileSystem.identity;
     if (!fileSystem.keepsChangeTimes) attributes.changed = 0;
@@ -180,7 +185,7 @@ public:
         constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
         auto file = openPatiently(folder_.get(), name, flags);
         if (!file) return nullptr;
-        // Only the start is read; the system would fetch what follows it as well.
+        // Only the start is read. Without this hint the system would read ahead.
         ::fcntl(file.get(), F_RDAHEAD, 0);
         return std::make_unique<MacOSHeaderFile>(std::move(file), fileSystem_);
     }
@@ -198,7 +203,7 @@ public:
 private:
     bool visit(const BatchEntry& entry,
                const std::function<bool(const FolderEntry&)>& visitor) const {
-        // Not every file system leaves these two out.
+        // Some file systems list these two as well.
         if (entry.name == "." || entry.name == "..") return true;
         FolderEntry found{.name = entry.name,
                           .kind = EntryKind::unknown,
@@ -207,7 +212,8 @@ private:
         if (found.hidden) return visitor(found);
         const auto kind = kindOf(entry);
         found.kind = kind ? *kind : kindByLook(entry.name.data());
-        // A rescan compares these; where one is missing they are asked for in full.
+        // A rescan compares all of these; where one is missing, the attributes are asked for in
+        // full.
         const bool whole =
             entry.dataLength && entry.modified && entry.created && entry.changed && entry.fileId;
         if (found.kind == EntryKind::file && whole) {
@@ -216,7 +222,7 @@ private:
         return visitor(found);
     }
 
-    /// Some file systems do not say the kind in the listing.
+    /// Some file systems do not report the kind in the listing.
     EntryKind kindByLook(const char* name) const {
         struct stat status {};
         if (::fstatat(folder_.get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -230,7 +236,7 @@ private:
     std::shared_ptr<FileSystemsBelowRoot> fileSystems_;
 };
 
-/// Null where there is no folder.
+/// Null when no folder was opened.
 std::unique_ptr<Folder> rootFolder(Descriptor folder) {
     if (!folder) return nullptr;
     const auto fileSystem = fileSystemOf(mountOf(folder.get()));
@@ -240,7 +246,7 @@ std::unique_ptr<Folder> rootFolder(Descriptor folder) {
 }
 
 std::size_t openDescriptors() {
-    // Asked without a buffer, the system answers with more room than it needs.
+    // Without a buffer, the system returns the size that it needs and some more.
     const int room = ::proc_pidinfo(::getpid(), PROC_PIDLISTFDS, 0, nullptr, 0);
     if (room <= 0) return 0;
     std::vector<proc_fdinfo> descriptors(static_cast<std::size_t>(room) / sizeof(proc_fdinfo) + 1);

@@ -1,4 +1,4 @@
-// Paths for Objective-C. For Objective-C++ only.
+// Converts paths for Objective-C. For Objective-C++ only.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace vestigo {
 
-/// The item at the path itself, whatever kind it is of. nil for a path that is not absolute.
+/// The URL of the item at the path itself, whatever its kind. nil for a path that is not absolute.
 [[nodiscard]] inline NSURL* fileUrlOf(const std::string& path) {
     if (!path.starts_with('/') || path.find('\0') != std::string::npos) return nil;
     return [NSURL fileURLWithFileSystemRepresentation:path.c_str()

@@ -1,3 +1,7 @@
+// The answer is a sequence of records. Each begins with its length and five words of bits that tell
+// which attributes follow; these are packed in the order of their bits. Every read is checked
+// against the length of the record, and a record with an attribute that was not requested is
+// refused, since the place of all later ones would be unknown.
 #include "platform/macos/macos_folder_batch.h"
 
 #include <cstring>
@@ -7,7 +11,7 @@
 namespace vestigo {
 namespace {
 
-/// The five groups of attributes that an entry brings, as bits.
+/// The bits of the attributes that an entry has, in their five groups.
 struct ReturnedAttributes {
     std::uint32_t common = 0;
     std::uint32_t volume = 0;
@@ -16,14 +20,14 @@ struct ReturnedAttributes {
     std::uint32_t fork = 0;
 };
 
-/// Where a name lies, counted from this record itself.
+/// The place of a name, relative to this field itself.
 struct NamePlace {
     std::int32_t offset = 0;
-    std::uint32_t length = 0;  ///< With the NUL.
+    std::uint32_t length = 0;  ///< Includes the NUL.
 };
 
-/// Takes one value after the other off an entry. Values are packed on four bytes, so none is
-/// where its type would want it.
+/// Reads one value after the other from an entry. Values are aligned to four bytes only, so they
+/// are copied and not accessed in place.
 class EntryFields {
 public:
     explicit EntryFields(std::span<const std::byte> entry) : entry_(entry) {}
@@ -36,7 +40,7 @@ public:
         return true;
     }
 
-    /// Only when the entry has it.
+    /// Reads the value only when the entry has it.
     template <class Value>
     bool read(bool present, std::optional<Value>& value) {
         return !present || read(value.emplace());
@@ -60,8 +64,7 @@ private:
     std::size_t at_ = 0;
 };
 
-/// The attributes follow each other in the order of their bits, but for the error, which comes
-/// first.
+/// Attributes stand in the order of their bits, except for the error, which comes first.
 bool decode(EntryFields fields, BatchEntry& entry) {
     std::uint32_t length = 0;
     ReturnedAttributes has;
@@ -107,7 +110,7 @@ std::optional<EntryKind> kindOf(const BatchEntry& entry) {
     constexpr std::uint32_t regular = 1;
     constexpr std::uint32_t directory = 2;
     constexpr std::uint32_t link = 5;
-    // A scan that fetched what is kept in a cloud would fill the disk.
+    // A scan that downloaded what is kept in a cloud would fill the disk.
     const bool isElsewhere = (entry.flags.value_or(0) & datalessFlag) != 0;
     if (entry.failed || isElsewhere) return EntryKind::unknown;
     if (!entry.objectType) return std::nullopt;

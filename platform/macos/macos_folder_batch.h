@@ -1,4 +1,5 @@
-// What one getattrlistbulk request answers: the entries of a folder, with what a scan asks of them.
+// Decodes the answer to a getattrlistbulk call: entries of a folder, with the attributes that a
+// scan needs.
 #pragma once
 
 #include <cstddef>
@@ -12,32 +13,32 @@
 
 namespace vestigo {
 
-/// Times of a batch are the system's own, counted from 1970.
+/// A time in the system's own form, counted from 1970.
 struct BatchTime {
     std::int64_t seconds = 0;
     std::int64_t nanoseconds = 0;
 };
 
-/// Of the file flags.
+/// Bits of the file flags.
 inline constexpr std::uint32_t hiddenFlag = 0x8000;
 inline constexpr std::uint32_t datalessFlag = 0x40000000;
 
-/// One entry. What the file system did not give for it is absent; the name lives as long as the
-/// batch and is followed by a NUL.
+/// One entry. An attribute that the file system did not report is absent. The name lives as long as
+/// the batch and is followed by a NUL.
 struct BatchEntry {
     std::string_view name;
     bool failed = false;  ///< The system could give nothing but the name.
     std::optional<std::uint32_t> objectType;
     std::optional<BatchTime> created;
     std::optional<BatchTime> modified;
-    std::optional<BatchTime> changed;  ///< The inode.
+    std::optional<BatchTime> changed;  ///< The time of the inode's last change.
     std::optional<std::uint32_t> flags;
     std::optional<std::uint64_t> fileId;
     std::optional<std::int64_t> dataLength;  ///< Of the data fork, in bytes.
 };
 
-/// What is asked for, as bits of `attrlist`. Nothing else may be asked for: the answer is packed,
-/// so an attribute that the decoder does not know would shift all that follow.
+/// The requested attributes, as bits of `attrlist`. No others may be requested: the answer is
+/// packed, so an attribute that the decoder does not know would shift all that follow.
 struct BatchRequest {
     static constexpr std::uint32_t returned = 0x80000000;
     static constexpr std::uint32_t error = 0x20000000;
@@ -50,19 +51,19 @@ struct BatchRequest {
     static constexpr std::uint32_t fileId = 0x02000000;
     static constexpr std::uint32_t common =
         returned | error | name | objectType | created | modified | changed | flags | fileId;
-    static constexpr std::uint32_t dataLength = 0x00000200;  ///< Of the file attributes.
+    static constexpr std::uint32_t dataLength = 0x00000200;  ///< In the group of file attributes.
 };
 
 /// `malformed`: an entry does not fit into the bytes or makes no sense.
 enum class BatchEnd : std::uint8_t { reached, visitorStopped, malformed };
 
-/// Calls the visitor for up to `count` entries, until it returns false. Nothing is read beyond the
-/// bytes.
+/// Calls the visitor for up to `count` entries, until it returns false. Reads nothing outside
+/// `bytes`.
 [[nodiscard]] BatchEnd visitBatch(std::span<const std::byte> bytes, std::size_t count,
                                   const std::function<bool(const BatchEntry&)>& visitor);
 
-/// What may be opened as what. `unknown` when the entry could not be read, or when its content lies
-/// in a cloud and would be fetched by whoever opens it. Absent when the file system did not say.
+/// The kind of an entry. `unknown` when the entry could not be read, or when its content lies in a
+/// cloud and opening it would download it. Absent when the file system did not report the kind.
 [[nodiscard]] std::optional<EntryKind> kindOf(const BatchEntry& entry);
 [[nodiscard]] bool isHidden(const BatchEntry& entry);
 [[nodiscard]] FileAttributes attributesOf(const BatchEntry& entry);

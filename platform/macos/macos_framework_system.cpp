@@ -1,4 +1,4 @@
-// The services that frameworks of the system answer.
+// The services that are implemented by frameworks of the system.
 #include "platform/macos/macos_bundle_reader.h"
 #include "platform/macos/macos_code_signing.h"
 #include "platform/macos/macos_owner_authentication.h"

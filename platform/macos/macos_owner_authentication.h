@@ -10,11 +10,11 @@ namespace vestigo {
 class MacOSOwnerAuthentication : public OwnerAuthentication {
 public:
     MacOSOwnerAuthentication();
-    /// The latest question, if still open, is taken back: its reply is then called with false.
+    /// Withdraws the latest question if it is still open: its reply is then called with false.
     ~MacOSOwnerAuthentication() override;
 
     [[nodiscard]] bool available() override;
-    /// The reply comes on a thread of the system's.
+    /// `reply` is called on a thread of the system.
     void authenticate(const std::string& reason, std::function<void(bool)> reply) override;
 
 private:

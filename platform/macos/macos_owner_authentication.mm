@@ -19,7 +19,7 @@ MacOSOwnerAuthentication::~MacOSOwnerAuthentication() {
 
 bool MacOSOwnerAuthentication::available() {
     @autoreleasepool {
-        // A fresh one each time: a context remembers that it has been answered.
+        // Uses a new context each time, since a context remembers that it has been answered.
         const Question question;
         return [question.context canEvaluatePolicy:LAPolicyDeviceOwnerAuthentication error:nil];
     }
@@ -31,13 +31,14 @@ void MacOSOwnerAuthentication::authenticate(const std::string& reason,
         latest_ = std::make_unique<Question>();
         LAContext* const context = latest_->context;
         NSString* const words = [NSString stringWithUTF8String:reason.c_str()];
-        // Words that are missing would end the program with an exception.
+        // An empty text would end the program with an exception.
         if (!context || words.length == 0) return reply(false);
         [context evaluatePolicy:LAPolicyDeviceOwnerAuthentication
                 localizedReason:words
                           reply:^(BOOL success, NSError*) {
                             @autoreleasepool {
-                                // Keeps the question open when another one is asked meanwhile.
+                                // Keeps the context alive, and the question open, when another one
+                                // is asked meanwhile.
                                 (void)context;
                                 reply(success);
                             }

@@ -1,4 +1,4 @@
-// Finder.
+// Shows items in Finder.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 namespace vestigo {
 
 /// Has Finder open a window with the item at the absolute path selected. Main thread only; returns
-/// at once, nothing fails visibly.
+/// at once and reports no failure.
 void revealInFinder(const std::string& path);
 
 }  // namespace vestigo

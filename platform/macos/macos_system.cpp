@@ -1,5 +1,5 @@
-// The services that need nothing but the C library; macos_framework_system.cpp has those that
-// frameworks answer.
+// The services that need only the C library; those that need frameworks are in
+// macos_framework_system.cpp.
 
 #include "platform/macos/macos_system.h"
 
@@ -20,7 +20,7 @@ namespace vestigo {
 
 namespace {
 
-/// The system makes it when it is asked for.
+/// The system creates this folder when it is asked for it.
 std::optional<std::string> temporaryFolderOfUser() {
     std::array<char, PATH_MAX> path{};
     const auto length = ::confstr(_CS_DARWIN_USER_TEMP_DIR, path.data(), path.size());

@@ -1,4 +1,4 @@
-// Where macOS keeps things.
+// The standard folders on macOS.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace vestigo {
 
-/// `home` is $HOME, else what the user database says; `applicationSupport` is the folder of that
-/// name in its Library; `temporary` is the one that the system makes for each user, or, where it
+/// `home` is $HOME, else the home in the user database; `applicationSupport` is the folder of that
+/// name in its Library; `temporary` is the one that the system creates for each user or, where it
 /// gives none, the application support folder.
 [[nodiscard]] StandardFolders macOSStandardFolders();
 

@@ -19,8 +19,8 @@ int openThroughNoLink(int folder, const char* path, int flags) {
     return ::openat(folder, path, flags | O_NOFOLLOW_ANY);
 }
 
-/// An fsync alone leaves the bytes in the drive's own memory here. Not every volume knows the full
-/// flush; there the plain one has to do.
+/// On macOS fsync(2) leaves the bytes in the drive's own memory. Some volumes do not know the full
+/// flush; for them fsync has to do.
 bool flushToDisk(int file) {
     return retrying([file] { return ::fcntl(file, F_FULLFSYNC); }) == 0 ||
            retrying([file] { return ::fsync(file); }) == 0;
@@ -52,7 +52,7 @@ std::optional<ItemIdentity> itemIdentity(int folder, const std::string& path) {
                         .created = made.tv_sec * nanosecondsPerSecond + made.tv_nsec};
 }
 
-/// The system sees to it by itself.
+/// The system does this by itself.
 void preferLargePages(std::string& /*buffer*/) {}
 
 short passNoOtherDescriptors(posix_spawn_file_actions_t& /*actions*/) {
@@ -69,7 +69,8 @@ Descriptor endOfChild(pid_t child) {
     EV_SET(end.data(), static_cast<uintptr_t>(child), EVFILT_PROC, EV_ADD, NOTE_EXIT, 0, nullptr);
     if (!queue || add(end)) return queue;
     if (errno != ESRCH) return {};
-    // The queue knows nothing of a child that has already ended: it gets an event of its own.
+    // The queue does not report a child that has already ended, so it gets an event that has been
+    // triggered already.
     std::array<struct kevent, 2> already{};
     EV_SET(&already[0], 0, EVFILT_USER, EV_ADD, 0, 0, nullptr);
     EV_SET(&already[1], 0, EVFILT_USER, 0, NOTE_TRIGGER, 0, nullptr);
@@ -81,7 +82,7 @@ void setPriorityOfThisThread(Priority priority) {
     ::pthread_set_qos_class_self_np(utility ? QOS_CLASS_UTILITY : QOS_CLASS_USER_INITIATED, 0);
 }
 
-/// The system gives a quality of service to one thread at a time, and none to a new one.
+/// On macOS a new thread does not inherit the quality of service of its creator.
 Job atPriorityOfThisThread(Job job) {
     return [quality = ::qos_class_self(), job = std::move(job)] {
         ::pthread_set_qos_class_self_np(quality, 0);

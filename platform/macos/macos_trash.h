@@ -1,4 +1,4 @@
-// The Trash as the system keeps it, from which Finder puts back.
+// Moves items to the system's Trash, from which Finder puts them back.
 #pragma once
 
 #include "platform/trash.h"

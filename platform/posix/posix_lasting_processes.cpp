@@ -2,14 +2,14 @@
 // do: it leads the session, waits for the program and records its exit status. Each run has a
 // folder with these files:
 //
-// note    the starter's note. Only the supervisor holds a lock on it (through its standard input,
-// which it passes to nobody), so the run has ended when the lock is free. A process number would
-// not do: it can come to mean another process, while a lock cannot, and no lock survives a restart
-// of the computer.
-// output  the output of the program. It is read like any growing file, so a reader may come, go and
-// be killed without effect on the program.
-// status  the exit status in decimal, renamed into its place. Missing when the supervisor was
-// killed.
+//   note    the starter's note. Only the supervisor holds a lock on it (through its standard
+//           input, which it passes to nobody), so the run has ended when the lock is free. A
+//           process number would not do: it can come to mean another process, while a lock cannot,
+//           and no lock survives a restart of the computer.
+//   output  the output of the program. It is read like any growing file, so a reader may come, go
+//           and be killed without effect on the program.
+//   status  the exit status in decimal, renamed into its place. Missing when the supervisor was
+//           killed.
 //
 // The lock on a run's folder belongs to the one who follows the run. The lock on the folder of all
 // runs is held while a run is created and while somebody looks for one, so nobody finds a run that

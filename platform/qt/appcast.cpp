@@ -1,3 +1,8 @@
+// The feed comes from the network, so it is read as a stream with little trust: a document type,
+// which could define entities, ends the reading, and elements that are not known are skipped with
+// all that is in them. An item counts only if its version can be compared and its page is on the
+// web, and an item of a channel (versions for testers) is left out. The order of the feed means
+// nothing; the highest version wins.
 #include "platform/qt/appcast.h"
 
 #include <QRegularExpression>
@@ -30,7 +35,7 @@ std::optional<Version> parseVersion(const QString& text) {
     return version;
 }
 
-/// "rc10" after "rc9": a run of digits counts as a number.
+/// Compares runs of digits as numbers, so that "rc10" comes after "rc9".
 int compareSuffixes(const QString& a, const QString& b) {
     static const QRegularExpression runs(QStringLiteral("\\d+|[^\\d]+"));
     auto left = runs.globalMatch(a);
@@ -56,7 +61,7 @@ struct Item {
     QString enclosure;
 };
 
-/// The text of an element, without what is marked inside it.
+/// The text of an element, including that of the elements inside it.
 QString textOf(QXmlStreamReader& xml) {
     return xml.readElementText(QXmlStreamReader::IncludeChildElements).trimmed();
 }
@@ -112,7 +117,7 @@ std::optional<AppcastItem> downloadable(const Item& item) {
                        QTextDocumentFragment::fromHtml(item.description).toPlainText(), page};
 }
 
-/// A feed needs no document type, which could only define entities.
+/// Finds the root element. A feed needs no document type, which could only define entities.
 bool findRss(QXmlStreamReader& xml) {
     while (!xml.isStartElement()) {
         if (xml.atEnd() || xml.readNext() == QXmlStreamReader::DTD) return false;

@@ -1,3 +1,8 @@
+// A check asked for by the user and a scheduled one share one request: if the user asks while a
+// scheduled check runs, its outcome is shown. The time of a check is stored before the answer
+// comes, so that a feed that cannot be reached is not asked again every hour. The hourly timer only
+// looks whether a day has passed: one timer of a whole day would start anew with each start of the
+// program and stand still while the computer sleeps.
 #include "platform/qt/appcast_updater.h"
 
 #include <QApplication>
@@ -15,8 +20,16 @@
 #include "platform/qt/qt_preferences.h"
 
 namespace vestigo {
-
 namespace {
+
+using namespace std::chrono_literals;
+
+const auto automaticKey = QStringLiteral("VGUpdaterAutomatic");
+const auto lastCheckKey = QStringLiteral("VGUpdaterLastCheck");
+constexpr qint64 secondsBetweenChecks = 24 * 60 * 60;
+constexpr qint64 largestFeed = 1024 * 1024;
+constexpr auto pollInterval = 1h;
+constexpr int timeoutMilliseconds = 30000;
 
 constexpr int padding = 22;
 constexpr int spacing = 12;
@@ -37,7 +50,7 @@ QPushButton* button(const char* name, const QString& text) {
     return made;
 }
 
-/// Title and text; buttons come below.
+/// A dialog with a title and a text; buttons are added below.
 QDialog* makeDialog(const QString& title, const QString& text) {
     auto* const dialog = new QDialog(QApplication::activeWindow());
     dialog->setObjectName(QStringLiteral("updateDialog"));
@@ -106,19 +119,6 @@ QDialog* newerVersionDialog(const AppcastItem& newest, const QString& version,
     return dialog;
 }
 
-namespace {
-
-using namespace std::chrono_literals;
-
-const auto automaticKey = QStringLiteral("VGUpdaterAutomatic");
-const auto lastCheckKey = QStringLiteral("VGUpdaterLastCheck");
-constexpr qint64 secondsBetweenChecks = 24 * 60 * 60;
-constexpr qint64 largestFeed = 1024 * 1024;
-constexpr auto pollInterval = 1h;
-constexpr int timeoutMilliseconds = 30000;
-
-}  // namespace
-
 AppcastServices systemAppcastServices() {
     return {.settings = ownSettings(QStringLiteral("Vestigo Updater")),
             .network = std::make_unique<QNetworkAccessManager>(),
@@ -159,7 +159,7 @@ void AppcastUpdater::checkWhenDue() {
     if (!automaticallyChecksForUpdates()) return;
     const auto now = QDateTime::currentSecsSinceEpoch();
     const auto last = services_.settings->value(lastCheckKey, 0).toLongLong();
-    // A check in what is now the future was made before the clock was set back.
+    // A last check in the future was made before the clock was set back, and does not count.
     if (last <= now && now - last < secondsBetweenChecks) return;
     requestFeed();
 }

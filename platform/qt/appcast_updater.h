@@ -20,8 +20,8 @@ class QNetworkReply;
 
 namespace vestigo {
 
-// Each makes a dialog that belongs to the active window and to the caller. They show only plain
-// text: what comes from the web has no marks.
+// Each of these creates a dialog that belongs to the active window and is owned by the caller.
+// Texts from the web are shown as plain text, never as markup.
 
 [[nodiscard]] QDialog* upToDateDialog(const QString& version);
 [[nodiscard]] QDialog* updateFailureDialog(const QString& reason);
@@ -29,26 +29,26 @@ namespace vestigo {
 [[nodiscard]] QDialog* newerVersionDialog(const AppcastItem& newest, const QString& version,
                                           const std::function<void(const QUrl&)>& openPage);
 
-/// What the updater is given to work with.
+/// Services that the updater uses.
 struct AppcastServices {
-    /// Where its own settings are: "VGUpdaterAutomatic" and "VGUpdaterLastCheck".
+    /// The updater's own settings: "VGUpdaterAutomatic" and "VGUpdaterLastCheck".
     std::unique_ptr<QSettings> settings;
     std::unique_ptr<QNetworkAccessManager> network;
     std::function<void(const QUrl&)> openPage;
-    /// From the start to the first check, so that the window is there before.
+    /// The time from the start to the first check, so that the window appears first.
     std::chrono::milliseconds delay = std::chrono::seconds(5);
 };
 
 /// The user's own settings, network and browser.
 [[nodiscard]] AppcastServices systemAppcastServices();
 
-/// Only https, also where the feed has moved to; an answer of at most 1 MiB within 30 seconds.
-/// Checks by itself at most once a day, while the user has not turned that off; of such a check
-/// only a newer version is shown.
+/// Uses only https, also after redirections, and accepts an answer of at most 1 MiB within 30
+/// seconds. Unless the user has turned it off, it checks by itself at most once a day, and then
+/// shows only a newer version.
 class AppcastUpdater : public QObject, public Updater {
     Q_OBJECT
 public:
-    /// `version` is the one that runs.
+    /// `version` is that of the running program.
     AppcastUpdater(const QUrl& feed, const QString& version, AppcastServices services);
     ~AppcastUpdater() override;
 
@@ -70,7 +70,7 @@ private:
     QTimer schedule_;
     QPointer<QNetworkReply> reply_;
     QPointer<QDialog> dialog_;
-    bool userAsked_ = false;  ///< Somebody waits for the outcome of the running check.
+    bool userAsked_ = false;  ///< The user waits for the outcome of the running check.
 };
 
 }  // namespace vestigo

@@ -22,12 +22,30 @@
 #endif
 
 namespace vestigo {
-
 namespace {
 
 void openFolderAround(const std::string& path) {
     const auto folder = path.substr(0, std::max<std::size_t>(path.find_last_of('/'), 1));
     QDesktopServices::openUrl(QUrl::fromEncoded(fileUri(folder)));
+}
+
+const auto csvSuffix = QStringLiteral(".csv");
+
+/// The bytes of a path that a dialog returned. Absent when the text stands for other bytes: Qt
+/// cannot name every file.
+std::optional<std::string> bytesOf(const QString& path) {
+    const auto bytes = QFile::encodeName(path);
+    if (path.isEmpty() || QFile::decodeName(bytes) != path) return std::nullopt;
+    return bytes.toStdString();
+}
+
+bool confirmsReplacing(const QString& path) {
+    QMessageBox question(QMessageBox::Warning, QObject::tr("Save"),
+                         QObject::tr("%1 already exists.\nDo you want to replace it?").arg(path),
+                         QMessageBox::Yes | QMessageBox::No, QApplication::activeWindow());
+    question.setTextFormat(Qt::PlainText);
+    question.setDefaultButton(QMessageBox::No);
+    return question.exec() == QMessageBox::Yes;
 }
 
 }  // namespace
@@ -50,29 +68,6 @@ void revealOnFreedesktop(const std::string& path) {
         watcher->deleteLater();
     });
 }
-
-namespace {
-
-const auto csvSuffix = QStringLiteral(".csv");
-
-/// The bytes of a path that a panel gave. Absent when nothing is there under them: Qt has no way to
-/// name every file.
-std::optional<std::string> bytesOf(const QString& path) {
-    const auto bytes = QFile::encodeName(path);
-    if (path.isEmpty() || QFile::decodeName(bytes) != path) return std::nullopt;
-    return bytes.toStdString();
-}
-
-bool confirmsReplacing(const QString& path) {
-    QMessageBox question(QMessageBox::Warning, QObject::tr("Save"),
-                         QObject::tr("%1 already exists.\nDo you want to replace it?").arg(path),
-                         QMessageBox::Yes | QMessageBox::No, QApplication::activeWindow());
-    question.setTextFormat(Qt::PlainText);
-    question.setDefaultButton(QMessageBox::No);
-    return question.exec() == QMessageBox::Yes;
-}
-
-}  // namespace
 
 void QtDesktop::reveal(const std::string& path) {
 #ifdef Q_OS_MACOS
@@ -105,7 +100,7 @@ std::optional<std::string> QtDesktop::chooseCsvFile(const std::string& name) {
             QFileDialog::getSaveFileName(QApplication::activeWindow(), QObject::tr("Export CSV"),
                                          proposed, QObject::tr("Comma-separated values (*.csv)"));
         if (path.isEmpty()) return std::nullopt;
-        // The panel has asked about the name as it was typed, not about the one with the suffix.
+        // The dialog has asked about the name as it was typed, not about the one with the suffix.
         const bool named = path.endsWith(csvSuffix, Qt::CaseInsensitive);
         if (!named) path += csvSuffix;
         if (named || !QFileInfo::exists(path) || confirmsReplacing(path)) return bytesOf(path);

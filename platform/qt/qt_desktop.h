@@ -1,4 +1,4 @@
-// What Qt does for a window on every desktop.
+// The desktop's services, as Qt offers them on every system.
 #pragma once
 
 #include <QByteArray>
@@ -9,14 +9,14 @@
 
 namespace vestigo {
 
-/// The file URI of a path's bytes.
+/// The file URI of a path, encoded byte by byte.
 [[nodiscard]] QByteArray fileUri(const std::string& path);
 
-/// Asks org.freedesktop.FileManager1 on the session bus for a window with the item selected; where
-/// nobody answers, opens the folder around it. Returns at once. Main thread only.
+/// Asks org.freedesktop.FileManager1 on the session bus for a window with the item selected; if
+/// nobody answers, opens the folder that contains the item. Returns at once. Main thread only.
 void revealOnFreedesktop(const std::string& path);
 
-/// Panels belong to the active window. Needs the application object.
+/// Dialogs belong to the active window. Needs the application object.
 class QtDesktop : public Desktop {
 public:
     /// `folder` is where the panel for a folder opens; empty: where the platform opens it.

@@ -1,3 +1,14 @@
+// Jobs wait in a queue under a lock, and at most one wake-up event at a time is on its way to the
+// main thread. The event runs jobs for some milliseconds; before each job, the next wake-up is
+// posted if there are more. So after the portion, or inside a job that runs an event loop of its
+// own (a dialog), the event loop goes on with the rest, after the user's input, which has a higher
+// priority.
+//
+// One posted event per job would be simpler, but a scan posts thousands of jobs, and Qt would run
+// them all before it draws or reads the keyboard.
+//
+// The runner may lose its last owner while one of its own jobs runs, or on another thread. It is
+// then deleted by the event loop; otherwise at once.
 #include "platform/qt/qt_main_queue.h"
 
 #include <QCoreApplication>
@@ -22,13 +33,13 @@ QEvent::Type wakeUp() {
 
 }  // namespace
 
-/// Lives on the main thread; `pop` and `push` are for all threads.
+/// Lives on the main thread; `push` and `close` may be called on any thread.
 class QtMainQueue::Runner : public QObject,
                             public std::enable_shared_from_this<QtMainQueue::Runner> {
 public:
     static std::shared_ptr<Runner> make() {
         return {new Runner, [](Runner* runner) {
-                    // In an event of its own, or on another thread, it cannot go at once.
+                    // It cannot be deleted while it handles an event, nor from another thread.
                     if (runner->running_ || QThread::currentThread() != runner->thread()) {
                         runner->deleteLater();
                     } else {
@@ -41,7 +52,8 @@ public:
         jobs_.push_back(std::move(job));
         wake();
     }
-    /// Jobs that nobody will run are dropped, outside of the lock: they own things.
+    /// Drops jobs that will not be run. They are destroyed outside the lock, as their destructors
+    /// may do anything.
     void close() {
         std::deque<Job> dropped;
         const std::lock_guard lock(mutex_);
@@ -54,7 +66,8 @@ protected:
         if (event->type() != wakeUp()) return QObject::event(event);
         const bool outermost = !std::exchange(running_, true);
         {
-            // A job may let go of the queue, and an event may come when all have.
+            // Keeps this alive, as a job may release the queue. When an event comes after all
+            // owners have gone, there is nothing to lock and nothing is run.
             if (const auto self = weak_from_this().lock()) runPortion();
         }
         if (outermost) running_ = false;
@@ -62,7 +75,7 @@ protected:
     }
 
 private:
-    /// With the lock held.
+    /// Called with the lock held.
     void wake() {
         if (awake_ || closed_ || jobs_.empty()) return;
         awake_ = true;
@@ -81,7 +94,7 @@ private:
             job();
         } while (turn.elapsed() < millisecondsPerTurn);
     }
-    /// From here on another event may run the rest, also from inside the job.
+    /// Once this has posted the wake-up, another event may run the rest, even from inside the job.
     Job pop() {
         const std::lock_guard lock(mutex_);
         if (jobs_.empty()) return nullptr;
@@ -93,7 +106,7 @@ private:
 
     std::mutex mutex_;
     std::deque<Job> jobs_;
-    bool awake_ = false;  ///< An event, and never a second one, is on its way.
+    bool awake_ = false;  ///< A wake-up event is on its way; no second one is posted.
     bool closed_ = false;
     bool running_ = false;  ///< Main thread only.
 };

@@ -1,4 +1,4 @@
-// The main thread's queue on Qt's event loop.
+// The main thread's queue, run by Qt's event loop.
 #pragma once
 
 #include <memory>
@@ -7,9 +7,9 @@
 
 namespace vestigo {
 
-/// Runs the jobs on the thread that made it, in small portions, so that a flood of them leaves room
-/// for what the user does. A job may run an event loop of its own; later jobs then go on in it.
-/// Made while the application object lives; may be destroyed on any thread.
+/// Runs the jobs on the thread that created it, in small portions, so that many jobs leave time for
+/// the user's input. A job may run an event loop of its own; later jobs then run in that one.
+/// Created while the application object lives; may be destroyed on any thread.
 class QtMainQueue : public MainQueue {
 public:
     QtMainQueue();

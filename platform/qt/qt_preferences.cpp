@@ -12,6 +12,20 @@
 #include <utility>
 
 namespace vestigo {
+namespace {
+
+/// Whether a text is true for the system's own reader of preferences: by its first letter, or as a
+/// number that is not 0.
+bool meansYes(const QString& text) {
+    const auto isInsignificant = [](QChar c) { return c.isSpace() || c == u'0'; };
+    const auto trimmed = text.trimmed();
+    const bool hasSign = trimmed.startsWith(u'+') || trimmed.startsWith(u'-');
+    const auto first =
+        std::find_if_not(trimmed.begin() + (hasSign ? 1 : 0), trimmed.end(), isInsignificant);
+    return first != trimmed.end() && QStringLiteral("YyTt123456789").contains(*first);
+}
+
+}  // namespace
 
 SettingsNames settingsNames(bool onMac, const QString& file) {
     if (!onMac) return {QStringLiteral("Vestigo"), file};
@@ -29,26 +43,12 @@ std::unique_ptr<QSettings> ownSettings(const QString& file) {
     return std::make_unique<QSettings>(names.organisation, names.application);
 }
 
-namespace {
-
-/// Whether a text means yes as it does to the system's own reader of preferences: by its first
-/// letter, or as a number that is not 0.
-bool meansYes(const QString& text) {
-    const auto isInsignificant = [](QChar c) { return c.isSpace() || c == u'0'; };
-    const auto trimmed = text.trimmed();
-    const bool hasSign = trimmed.startsWith(u'+') || trimmed.startsWith(u'-');
-    const auto first =
-        std::find_if_not(trimmed.begin() + (hasSign ? 1 : 0), trimmed.end(), isInsignificant);
-    return first != trimmed.end() && QStringLiteral("YyTt123456789").contains(*first);
-}
-
-}  // namespace
-
 struct QtPreferences::Store {
     std::unique_ptr<QSettings> settings;
 
     explicit Store(std::unique_ptr<QSettings> opened) : settings(std::move(opened)) {
-        // Only this domain counts, not what the system or the organisation sets for all.
+        // Only this domain counts, not the settings that the system or the organisation has for all
+        // programs.
         settings->setFallbacksEnabled(false);
     }
 
@@ -88,14 +88,14 @@ bool QtPreferences::contains(const std::string& key) const {
 }
 
 bool QtPreferences::boolean(const std::string& key) const {
-    // Some stores keep everything as text, and administrators write what they like.
+    // Some stores keep every value as text, and administrators write various forms.
     const auto value = store_->value(key);
     if (value.typeId() == QMetaType::QString) return meansYes(value.toString());
     return value.toDouble() != 0;
 }
 
 int QtPreferences::integer(const std::string& key) const {
-    // Of a text the number that it begins with counts, and of a number what is before the point.
+    // A text counts as the number that it begins with, and a fraction is cut off.
     const auto value = store_->value(key);
     const bool isText = value.typeId() == QMetaType::QString;
     const auto text = value.toString().toUtf8();

@@ -1,4 +1,4 @@
-// The settings store that Qt gives on every system.
+// The settings store that Qt offers on every system.
 #pragma once
 
 #include <QSettings>
@@ -10,28 +10,29 @@
 
 namespace vestigo {
 
-/// The names that Qt makes a place of.
+/// The names from which Qt derives the place of the settings.
 struct SettingsNames {
     QString organisation;
     QString application;
 };
 
-/// On a Mac those of the domain that is called like the bundle, where `defaults` and frameworks
-/// look too; elsewhere those of one file in the folder "Vestigo".
+/// On a Mac these name the domain with the bundle's identifier, where `defaults` and frameworks
+/// look too; elsewhere one file in the folder "Vestigo".
 [[nodiscard]] SettingsNames settingsNames(bool onMac, const QString& file);
 
-/// The user's settings. `file`: as above, without its ending; on a Mac all share the one domain.
+/// The user's settings in this file, named without its ending. On a Mac all files share the one
+/// domain.
 [[nodiscard]] std::unique_ptr<QSettings> ownSettings(const QString& file);
 
-/// Nothing fails visibly: a value that cannot be stored is remembered until the object dies.
+/// Reports no failures: a value that cannot be stored is remembered until the object is destroyed.
 class QtPreferences : public Preferences {
 public:
-    /// The program's own domain; on a Mac the one that is called like its bundle.
+    /// The program's own domain; on a Mac it has the identifier of the bundle.
     [[nodiscard]] static std::unique_ptr<QtPreferences> own();
     /// The domain of the product's previous version, "com.tracemole.Tracemole" on macOS. Reading it
     /// leaves no trace.
     [[nodiscard]] static std::unique_ptr<QtPreferences> previousProduct();
-    /// A domain in a file of its own, in the form of an INI file.
+    /// A domain in a file of its own, in INI format.
     [[nodiscard]] static std::unique_ptr<QtPreferences> inFile(const std::string& path);
 
     ~QtPreferences() override;

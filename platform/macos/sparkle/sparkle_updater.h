@@ -1,4 +1,4 @@
-// Updates through the Sparkle framework, where a build for macOS found it.
+// Looks for updates with the Sparkle framework, in builds for macOS that have it.
 #pragma once
 
 #include <memory>
@@ -7,8 +7,8 @@
 
 namespace vestigo {
 
-/// Starts at once. Where the feed is, and the key that signs it, stand in the bundle's Info.plist
-/// ("SUFeedURL", "SUPublicEDKey").
+/// The updater starts at once. The feed's address and the key that signs it are in the bundle's
+/// Info.plist ("SUFeedURL", "SUPublicEDKey").
 [[nodiscard]] std::unique_ptr<Updater> sparkleUpdater();
 
 }  // namespace vestigo
