@@ -15,8 +15,8 @@ public:
     virtual void reveal(const std::string& path) = 0;
     /// Replaces what is on the clipboard with plain text.
     virtual void copyText(const std::string& text) = 0;
-    /// Has a screen reader say the text, once it has said what it is saying; where none listens,
-    /// nothing happens.
+    /// Has a screen reader say the text after what it is saying now. Does nothing where no screen
+    /// reader is active.
     virtual void announce(const std::string& text) = 0;
     /// Asks the user for one existing folder. Blocks until the user has answered, while other
     /// events are handled. Returns the folder's absolute path; absent when the user cancelled.

@@ -13,7 +13,7 @@
 
 namespace vestigo {
 
-// Outside of the unnamed namespace for the sake of Qt's registry of types.
+// These types are outside the unnamed namespace because Qt's registry of types needs their names.
 
 /// An object on the bus as AT-SPI names it.
 struct AtSpiReference {
@@ -63,7 +63,7 @@ Q_DECLARE_METATYPE(vestigo::AtSpiPosition)
 namespace vestigo {
 namespace {
 
-// Names of Qt's bridge.
+// Names that Qt's bridge uses.
 const auto connectionName = QStringLiteral("a11y");
 const auto objectsPath = QStringLiteral("/org/a11y/atspi/accessible");
 
@@ -74,7 +74,7 @@ const auto tableInterface = QStringLiteral("org.a11y.atspi.Table");
 const auto cellInterface = QStringLiteral("org.a11y.atspi.TableCell");
 const auto selectionInterface = QStringLiteral("org.a11y.atspi.Selection");
 const auto propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
-constexpr int pollInterval = 100;  // Milliseconds.
+constexpr int pollInterval = 100;  // In milliseconds.
 
 void registerTypes() {
     static const bool registered = [] {
@@ -106,7 +106,7 @@ QAccessibleInterface* objectAt(const QString& path) {
     return object && object->isValid() ? object : nullptr;
 }
 
-/// The values of an answer; absent: left to the bridge.
+/// The values of a reply. Absent when the request is for the bridge.
 using Answer = std::optional<QVariantList>;
 
 Answer cellProperty(QAccessibleTableCellInterface& cell, const QString& name) {
@@ -139,7 +139,7 @@ Answer cellAnswer(QAccessibleTableCellInterface& cell, const QString& member) {
     return std::nullopt;
 }
 
-/// The selected cells are counted row by row.
+/// Answers requests about the selection. Selected cells are counted row by row.
 class Selection {
 public:
     explicit Selection(QAccessibleInterface& object)
@@ -188,7 +188,8 @@ private:
         if (view_) view_->selectAll();
         return view_ != nullptr;
     }
-    /// Not through the view, which asks nothing of a model whose own list of ranges is empty.
+    /// The view does nothing here when its own list of ranges is empty, so the selection model is
+    /// asked directly.
     [[nodiscard]] bool clear() const {
         if (view_) view_->selectionModel()->select(QItemSelection(), QItemSelectionModel::Clear);
         return view_ != nullptr;
@@ -274,7 +275,8 @@ AtSpiTables::~AtSpiTables() {
     connection.registerVirtualObject(objectsPath, bridge_, QDBusConnection::SubPath);
 }
 
-/// The bridge connects some time after somebody has asked for it.
+/// The bridge connects to the bus some time after the activation, so its object is looked for again
+/// and again.
 void AtSpiTables::accessibilityActiveChanged(bool active) {
     if (active && !bridge_) {
         untilConnected_.start();

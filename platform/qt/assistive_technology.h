@@ -1,4 +1,4 @@
-// What Qt leaves out of its answers to assistive technology.
+// Gives assistive technology the information that Qt's own bridge leaves out.
 #pragma once
 
 #include <QAccessible>
@@ -11,15 +11,15 @@
 
 namespace vestigo {
 
-/// Has assistive technology say a text once what it is saying has been said. Does nothing where
-/// none listens. The active window speaks, else any window. Main thread only.
+/// Has assistive technology say a text after what it is saying now. Does nothing where none is
+/// active. The announcement comes from the active window, else from any window. Main thread only.
 void announce(const QString& text);
 
-/// Qt's bridge to AT-SPI knows tables, but neither the cells nor the selection in them: a screen
-/// reader then cannot tell the header of a cell. While this object lives, it stands before the
-/// bridge on the bridge's own connection, answers what concerns these two interfaces, and passes
-/// everything else on. Where there is no such bridge it does nothing. One a program, main thread
-/// only, in the lifetime of the application object.
+/// Qt's bridge to AT-SPI offers tables, but not the cells and the selection in them, so a screen
+/// reader cannot tell the header of a cell. While this object lives, it receives the requests in
+/// the bridge's place, answers those about these two interfaces and passes all others on to the
+/// bridge. Does nothing where there is no such bridge. A program has one; main thread only, within
+/// the lifetime of the application object.
 class AtSpiTables : public QDBusVirtualObject, public QAccessible::ActivationObserver {
     Q_OBJECT
 public:

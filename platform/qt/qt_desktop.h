@@ -19,7 +19,7 @@ void revealOnFreedesktop(const std::string& path);
 /// Dialogs belong to the active window. Needs the application object.
 class QtDesktop : public Desktop {
 public:
-    /// `folder` is where the panel for a folder opens; empty: where the platform opens it.
+    /// The dialog for a folder opens in `folder`; when it is empty, where the platform opens it.
     explicit QtDesktop(std::string folder = {}) : folder_(std::move(folder)) {}
 
     void reveal(const std::string& path) override;
