@@ -39,6 +39,11 @@ QAbstractButton* focusedButton(const QWidget& window) {
 
 }  // namespace
 
+MainWindow::AccessibleWidgets::AccessibleWidgets() {
+    makeResultsAccessible();
+    makePathsAccessible();
+}
+
 MainWindow::MainWindow(ContentServices services, std::string version, QWidget* parent)
     : QMainWindow(parent),
       desktop_(services.desktop),
@@ -49,8 +54,6 @@ MainWindow::MainWindow(ContentServices services, std::string version, QWidget* p
       status_(*new StatusBar(content_, *desktop_, &stack_)),
       sheets_(content_, this, std::move(version)) {
     StrayInputFilter::install();
-    makeResultsAccessible();
-    makePathsAccessible();
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(QStringLiteral("Vestigo"));
     stack();

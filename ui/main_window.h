@@ -43,6 +43,13 @@ private:
 
     // The widgets are members declared after the model, so that they are destroyed before it. The
     // base class would destroy them after it.
+    /// Stands before the widgets: Qt keeps the first interface that assistive technology is given
+    /// for a widget, and a running screen reader asks while the widget is being made.
+    struct AccessibleWidgets {
+        AccessibleWidgets();
+    };
+
+    AccessibleWidgets accessibleWidgets_;
     std::shared_ptr<Desktop> desktop_;
     ContentView content_;
     Refresher refresher_;

@@ -10,6 +10,7 @@
 
 #include "tests/support/on_screen.h"
 #include "tests/support/records.h"
+#include "ui/table/accessible_table.h"
 #include "ui/widgets/text.h"
 
 namespace vestigo::test {
@@ -374,6 +375,7 @@ TEST_F(ResultsViewTest, TellsWhyItIsEmpty) {
 }
 
 TEST_F(ResultsViewTest, AssistiveTechnologyFindsCellsButtonsAndHeaders) {
+    makeResultsAccessible();
     addApps(2);
     show();
     const auto pressAction = QAccessibleActionInterface::pressAction();
