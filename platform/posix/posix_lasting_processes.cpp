@@ -136,8 +136,8 @@ public:
             // missed.
             const bool running = isHeldBySupervisor(note_);
             if (!forwardAvailable()) return;
+            if (isStoppedWithin(running ? readInterval : std::chrono::milliseconds::zero())) return;
             if (!running) return onEnd_(statusIn(folder_));
-            if (isStoppedWithin(readInterval)) return;
         }
     }
 

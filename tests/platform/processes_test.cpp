@@ -1,6 +1,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <thread>
 
@@ -87,18 +88,25 @@ TEST(Processes, InheritNoInputNoDescriptorNoSessionAndNoIgnoredSignal) {
 TEST(Processes, EndWhenTheyAreCancelledOrAreLeftRunning) {
     CancelFlag cancel;
     cancel.cancel();
-    const auto cancelled = [&cancel](const std::string& script) {
+    const auto cancelled = [](const std::string& script, const CancelFlag& flag) {
         return run({.program = "/bin/sh",
                     .arguments = {"-c", script},
                     .environment = {},
-                    .cancel = cancel})
+                    .cancel = flag})
             .status;
     };
-    EXPECT_EQ(cancelled("exec sleep 1000"), 128 + SIGTERM);
-    EXPECT_EQ(cancelled("exec >&- 2>&-; exec sleep 1000"), 128 + SIGTERM);
+    EXPECT_EQ(cancelled("exec sleep 1000", cancel), 128 + SIGTERM);
+    EXPECT_EQ(cancelled("exec >&- 2>&-; exec sleep 1000", cancel), 128 + SIGTERM);
     const test::TemporaryTree tree;
     const auto file = tree.at("id");
-    EXPECT_EQ(cancelled("trap '' TERM; echo $$ > '" + file + "'; exec sleep 1000"), leftRunning);
+    CancelFlag onceItIsDeaf;
+    std::thread canceller([&] {
+        while (!std::filesystem::exists(file)) std::this_thread::yield();
+        onceItIsDeaf.cancel();
+    });
+    EXPECT_EQ(cancelled("trap '' TERM; echo $$ > '" + file + "'; exec sleep 1000", onceItIsDeaf),
+              leftRunning);
+    canceller.join();
     pid_t left = 0;
     std::ifstream(file) >> left;
     ASSERT_GT(left, 0);
