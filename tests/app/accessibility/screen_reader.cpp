@@ -95,6 +95,7 @@ QStringList pathsIn(const QVariant& references) {
         paths << path.path();
         if (!several) break;
     }
+    if (several) argument.endArray();  // Only this frees what beginArray() made.
     return paths;
 }
 
