@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <map>
@@ -54,17 +55,24 @@ TEST_F(DirectoryReaderTest, TellsKindsApartAndOpensFilesOnlyWithoutEverBlocking)
 }
 
 TEST_F(DirectoryReaderTest, WaitsForADescriptorThatOthersGiveBack) {
-    // A sanitizer needs descriptors when it meets a type for the first time.
+    // A sanitizer needs descriptors when it meets a type for the first time, that of a thread too.
     ASSERT_TRUE(reader->open(tree.path()));
     struct rlimit usual {};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
-    auto none = usual;
-    none.rlim_cur = 0;
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    std::thread giver([&usual] {
+    std::atomic<bool> isLimited = false;
+    std::atomic<bool> runs = false;
+    std::thread giver([&] {
+        runs = true;
+        while (!isLimited) std::this_thread::yield();
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         setrlimit(RLIMIT_NOFILE, &usual);
     });
+    while (!runs) std::this_thread::yield();
+    auto none = usual;
+    none.rlim_cur = 0;
+    const bool limited = setrlimit(RLIMIT_NOFILE, &none) == 0;
+    isLimited = true;
+    EXPECT_TRUE(limited);
     EXPECT_TRUE(reader->open(tree.path()));
     giver.join();
 }
