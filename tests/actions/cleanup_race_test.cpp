@@ -1,14 +1,3 @@
-#include <atomic>
-#include <cstdio>
-#include <filesystem>
-#include <map>
-#include <random>
-#include <thread>
-
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include "actions/administrator_cleanup.h"
 #include "platform/folder_cleanup_trash.h"
 #include "platform/posix/descriptor.h"
@@ -16,7 +5,7 @@
 #include "platform/posix/system_calls.h"
 #include "platform/system.h"
 #include "tests/support/own_script.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

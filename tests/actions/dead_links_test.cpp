@@ -1,12 +1,7 @@
 #include "actions/dead_links.h"
 
-#include <filesystem>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "platform/system.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

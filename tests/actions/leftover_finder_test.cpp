@@ -1,10 +1,8 @@
 #include "actions/leftover_finder.h"
 
-#include <gtest/gtest.h>
-
 #include "platform/posix/posix_files.h"
 #include "platform/system.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

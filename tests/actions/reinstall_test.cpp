@@ -1,20 +1,11 @@
 #include "actions/reinstall.h"
 
-#include <filesystem>
-#include <memory>
-#include <optional>
-#include <set>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "platform/posix/posix_files.h"
 #include "platform/posix/posix_links.h"
 #include "platform/run_loop.h"
 #include "platform/system.h"
 #include "tests/support/service_fakes.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

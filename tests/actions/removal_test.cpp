@@ -1,28 +1,14 @@
 #include "actions/removal.h"
 
-#include <algorithm>
-#include <atomic>
-#include <filesystem>
-#include <functional>
-#include <future>
-#include <thread>
-#include <utility>
-
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "actions/administrator_cleanup.h"
 #include "platform/administrator.h"
 #include "platform/folder_cleanup_trash.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
 #include "platform/system.h"
-#include "tests/support/mach_o_maker.h"
 #include "tests/support/own_script.h"
-#include "tests/support/records.h"
 #include "tests/support/service_fakes.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,15 +1,9 @@
 #include "cli/scan_options.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <sstream>
-
-#include <gtest/gtest.h>
-
 #include "cli/scan_folders.h"
 #include "cli/terminal_output.h"
 #include "platform/system.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,12 +1,9 @@
 #include "cli/scan_session.h"
 
-#include <gtest/gtest.h>
-
 #include "persist/scan_file_reader.h"
 #include "platform/posix/thread_tasks.h"
 #include "platform/system.h"
-#include "tests/support/mach_o_maker.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

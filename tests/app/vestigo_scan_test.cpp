@@ -1,21 +1,6 @@
 // The real program, as a script would call it.
-#include <array>
-#include <chrono>
-#include <cstdlib>
-#include <fstream>
-#include <future>
-#include <set>
-#include <sstream>
-#include <thread>
-
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "persist/scan_file_reader.h"
-#include "tests/support/mach_o_maker.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

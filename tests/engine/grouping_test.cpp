@@ -1,9 +1,7 @@
 #include "engine/grouping.h"
 
-#include <gtest/gtest.h>
-
 #include "engine/regrouping.h"
-#include "tests/support/records.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,8 +1,6 @@
 #include "engine/mach_o.h"
 
-#include <gtest/gtest.h>
-
-#include "tests/support/mach_o_maker.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,19 +1,10 @@
 #include "engine/removal_check.h"
 
-#include <chrono>
-#include <filesystem>
-#include <memory>
-#include <thread>
-#include <utility>
-
-#include <gtest/gtest.h>
-
 #include "persist/file_memory_table.h"
 #include "platform/posix/posix_files.h"
 #include "platform/run_loop.h"
-#include "tests/support/mach_o_maker.h"
 #include "tests/support/service_fakes.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,20 +1,14 @@
 #include "engine/scanner.h"
 
-#include <filesystem>
 #include <latch>
 #include <mutex>
-#include <thread>
-
-#include <gtest/gtest.h>
 
 #include "platform/posix/posix_files.h"
 #include "platform/posix/thread_tasks.h"
 #include "platform/run_loop.h"
 #include "platform/system.h"
-#include "tests/support/mach_o_maker.h"
-#include "tests/support/records.h"
 #include "tests/support/service_fakes.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,23 +1,10 @@
 #include "engine/walk.h"
 
-#include <algorithm>
-#include <atomic>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <random>
-#include <thread>
-
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "engine/scan_rules.h"
-#include "tests/support/mach_o_maker.h"
 #include "tests/support/service_fakes.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

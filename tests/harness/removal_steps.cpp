@@ -10,17 +10,6 @@
 //
 // What failed is printed in one line for each item. Exit status: 0 the step has come to its end ·
 // 2 wrong usage, or a tree that is not one of ours.
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <iostream>
-#include <sstream>
-#include <string>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "actions/administrator_cleanup.h"
 #include "engine/scanner.h"
 #include "persist/scan_cache.h"
@@ -29,7 +18,7 @@
 #include "platform/posix/posix_files.h"
 #include "platform/system.h"
 #include "tests/support/own_script.h"
-#include "tests/support/records.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,13 +1,9 @@
 // The Security framework's answers, good and bad, given by one made here. Every object that is
 // handed out counts until it is released.
-#include <string>
-#include <utility>
-#include <vector>
-
 #include <Security/Security.h>
-#include <gtest/gtest.h>
 
 #include "platform/macos/macos_code_signing.h"
+#include "tests/support/test.h"
 
 namespace {
 

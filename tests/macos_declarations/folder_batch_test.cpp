@@ -1,14 +1,8 @@
 // Batches as the kernel packs them, made here byte by byte, since no Mac is needed to read them.
-#include <algorithm>
 #include <cstring>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "platform/macos/macos_folder_batch.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

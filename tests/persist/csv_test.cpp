@@ -1,10 +1,6 @@
 #include "persist/csv.h"
 
-#include <limits>
-
-#include <gtest/gtest.h>
-
-#include "tests/support/records.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,17 +1,7 @@
-#include <atomic>
-#include <map>
-#include <random>
-#include <thread>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "engine/walk.h"
 #include "persist/file_memory_table.h"
 #include "platform/posix/posix_files.h"
-#include "tests/support/mach_o_maker.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

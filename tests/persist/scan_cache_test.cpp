@@ -1,19 +1,12 @@
 #include "persist/scan_cache.h"
 
-#include <atomic>
 #include <cmath>
-#include <filesystem>
-#include <limits>
-#include <thread>
-
-#include <gtest/gtest.h>
 
 #include "persist/preference_keys.h"
 #include "platform/posix/posix_files.h"
 #include "platform/posix/thread_tasks.h"
-#include "tests/support/records.h"
 #include "tests/support/service_fakes.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,12 +1,9 @@
 #include <bit>
 #include <cmath>
-#include <limits>
-
-#include <gtest/gtest.h>
 
 #include "persist/scan_file_reader.h"
 #include "persist/scan_file_writer.h"
-#include "tests/support/records.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

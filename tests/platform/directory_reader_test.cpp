@@ -1,20 +1,9 @@
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <chrono>
-#include <filesystem>
-#include <map>
-#include <thread>
-
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 
 #include "platform/posix/folder_access.h"
 #include "platform/system.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

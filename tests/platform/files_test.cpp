@@ -1,16 +1,8 @@
-#include <chrono>
-#include <filesystem>
-#include <future>
-
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "platform/posix/descriptor.h"
 #include "platform/system.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,23 +1,7 @@
 #include "platform/lasting_processes.h"
 
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <future>
-#include <map>
-#include <memory>
-#include <optional>
-#include <string>
-#include <utility>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "platform/system.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -1,16 +1,8 @@
 // Our answers on real macOS programs, held against what llvm-lipo and openssl said of these files.
 // They are fetched by scripts/fetch-test-data; VESTIGO_TEST_DATA names their folder.
-#include <array>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "engine/mach_o.h"
 #include "platform/system.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

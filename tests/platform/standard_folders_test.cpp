@@ -1,10 +1,5 @@
-#include <cstdlib>
-#include <filesystem>
-
-#include <gtest/gtest.h>
-
 #include "platform/system.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

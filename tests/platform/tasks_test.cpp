@@ -1,13 +1,7 @@
-#include <atomic>
-#include <chrono>
-#include <future>
-#include <memory>
 #include <new>
-#include <thread>
-
-#include <gtest/gtest.h>
 
 #include "platform/system.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

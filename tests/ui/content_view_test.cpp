@@ -1,11 +1,7 @@
 #include "ui/model/content_view.h"
 
-#include <algorithm>
-
-#include <gtest/gtest.h>
-
 #include "platform/posix/posix_files.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 #include "tests/support/window_fakes.h"
 
 namespace vestigo::test {

@@ -6,19 +6,13 @@
 #include <QLabel>
 #include <QScreen>
 #include <QTest>
-#include <algorithm>
-#include <memory>
-#include <optional>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include "demo/demo_sandbox.h"
 #include "demo/demo_tree.h"
 #include "platform/qt/assistive_technology.h"
 #include "tests/app/accessibility/own_session.h"
 #include "tests/app/accessibility/screen_reader.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 #include "ui/main_window.h"
 
 namespace vestigo::test {

@@ -1,13 +1,8 @@
 #include "tests/app/accessibility/own_session.h"
 
-#include <csignal>
-#include <cstdlib>
-#include <utility>
-
-#include <fcntl.h>
 #include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+
+#include "tests/support/test.h"
 
 namespace vestigo::test {
 namespace {

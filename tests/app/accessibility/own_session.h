@@ -1,10 +1,9 @@
 // A screen and a session bus for one test program, which nobody else sees.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include <sys/types.h>
+
+#include "tests/support/test.h"
 
 namespace vestigo::test {
 

@@ -9,8 +9,8 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
-#include <cstdint>
-#include <functional>
+
+#include "tests/support/test.h"
 
 namespace vestigo::test {
 

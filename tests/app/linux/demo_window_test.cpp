@@ -5,17 +5,12 @@
 #include <QMessageBox>
 #include <QTest>
 #include <QTimer>
-#include <filesystem>
-#include <set>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include "demo/demo_sandbox.h"
 #include "demo/demo_tree.h"
 #include "engine/scan_rules.h"
 #include "persist/csv.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo::test {
 namespace {

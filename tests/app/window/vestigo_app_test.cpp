@@ -10,13 +10,8 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QTest>
-#include <algorithm>
-#include <memory>
-#include <stdexcept>
-#include <utility>
 
-#include <gtest/gtest.h>
-
+#include "tests/support/test.h"
 #include "tests/support/window_fakes.h"
 
 namespace vestigo::test {

@@ -1,13 +1,6 @@
-#include <filesystem>
-
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
 #include "platform/linux/bundle_folder.h"
 #include "platform/linux/linux_bundle_reader.h"
-#include "tests/support/mach_o_maker.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo::test {
 namespace {

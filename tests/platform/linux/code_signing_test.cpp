@@ -1,15 +1,8 @@
-#include <cstdlib>
-#include <filesystem>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
 #include "platform/linux/cms_signer.h"
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/signature_blob.h"
-#include "tests/support/mach_o_maker.h"
 #include "tests/support/signed_mach_o.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo::test {
 namespace {

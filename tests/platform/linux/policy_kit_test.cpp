@@ -1,13 +1,6 @@
-#include <cstdlib>
-#include <filesystem>
-#include <future>
-
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include "platform/linux/linux_owner_authentication.h"
 #include "platform/system.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

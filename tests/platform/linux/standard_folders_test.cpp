@@ -1,12 +1,5 @@
-#include <cstdlib>
-#include <filesystem>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "platform/linux/linux_standard_folders.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

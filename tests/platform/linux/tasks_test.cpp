@@ -1,10 +1,7 @@
-#include <future>
-#include <thread>
-
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include "platform/system.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

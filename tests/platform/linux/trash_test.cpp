@@ -1,28 +1,16 @@
-#include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <thread>
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/file.h>
 #include <sys/mount.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 #include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/descriptor.h"
 #include "platform/system.h"
 #include "tests/support/own_script.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace {
 

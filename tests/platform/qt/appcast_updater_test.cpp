@@ -6,12 +6,9 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
-#include <functional>
-#include <utility>
-
-#include <gtest/gtest.h>
 
 #include "platform/qt/appcast.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

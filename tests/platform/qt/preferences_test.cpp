@@ -1,10 +1,5 @@
-#include <fstream>
-#include <sstream>
-
-#include <gtest/gtest.h>
-
 #include "platform/qt/qt_preferences.h"
-#include "tests/support/temporary_tree.h"
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

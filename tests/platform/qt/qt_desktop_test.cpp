@@ -9,9 +9,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
-#include <fstream>
 
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {

@@ -4,13 +4,8 @@
 #include <QEventLoop>
 #include <QTest>
 #include <QTimer>
-#include <chrono>
-#include <functional>
-#include <memory>
-#include <thread>
-#include <vector>
 
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace vestigo {
 namespace {
