@@ -182,6 +182,7 @@ void Scanner::receiveEarlier(SignatureMap signatures) {
     previousIsRead_ = true;
     if (!signatures.empty()) {
         results_.signatures->merge(signatures);
+        collectAppleSigned();
         signaturesNewer_ = true;
         changed(ScannerField::signatures);
     }
@@ -294,6 +295,7 @@ void Scanner::adopt(ScanFile record) {
     cutShort_ = false;
     lastScanDate_ = record.date;
     *results_.signatures = record.signatures ? std::move(*record.signatures) : SignatureMap();
+    collectAppleSigned();
     for (const auto field : {ScannerField::allHits, ScannerField::groups, ScannerField::lastRoots,
                              ScannerField::lastScanDate, ScannerField::signatures}) {
         changed(field);

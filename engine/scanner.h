@@ -226,6 +226,7 @@ private:
     /// there.
     void completeDates();
     void receiveSignatures(const SignatureMap& found);
+    void collectAppleSigned();
     void receivePassEnd();
     /// Drops the hits under these roots in all Scanners. True when this one had any.
     bool dropHits(const RootSet& removed);
@@ -236,6 +237,9 @@ private:
 
     ScannerServices services_;
     ScanFile results_;
+    /// Of the roots in the signatures, those signed by Apple. They are few, so that each row can be
+    /// asked about at little cost.
+    RootSet appleSigned_;
     Regrouping regrouping_;
     bool signaturesNewer_ = false;  ///< Signatures have changed since the groups were rebuilt.
     bool scanning_ = false;

@@ -138,6 +138,11 @@ void Scanner::refreshSignatures() {
 void Scanner::receiveSignatures(const SignatureMap& found) {
     for (const auto& [root, info] : found) {
         results_.signatures->insert_or_assign(root, info);
+        if (info.isApple) {
+            appleSigned_.insert(root);
+        } else {
+            appleSigned_.erase(root);
+        }
     }
     signaturesNewer_ = true;
     changed(ScannerField::signatures);
@@ -150,9 +155,15 @@ void Scanner::receivePassEnd() {
     if (!scanning_) saveCache();
 }
 
+void Scanner::collectAppleSigned() {
+    appleSigned_.clear();
+    for (const auto& [root, info] : signatures()) {
+        if (info.isApple) appleSigned_.insert(root);
+    }
+}
+
 bool Scanner::isAppleSigned(const std::string& root) const {
-    const auto found = signatures().find(root);
-    return found != signatures().end() && found->second.isApple;
+    return appleSigned_.contains(root);
 }
 
 }  // namespace vestigo

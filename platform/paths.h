@@ -36,10 +36,12 @@ namespace vestigo {
     return path.starts_with(prefix) && (path.size() == prefix.size() || path[prefix.size()] == '/');
 }
 
-/// Lets a hash container of strings be searched with a string_view.
+/// Lets a hash container of strings be searched with a string_view. It is not `noexcept` so that
+/// the standard library stores each hash with its string: a lookup then compares few strings, and a
+/// growing container hashes none again.
 struct TextHash {
     using is_transparent = void;
-    std::size_t operator()(std::string_view text) const noexcept {
+    std::size_t operator()(std::string_view text) const {
         return std::hash<std::string_view>{}(text);
     }
 };

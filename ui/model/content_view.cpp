@@ -176,12 +176,8 @@ void ContentView::setSelection(RootSet selection) {
 }
 
 void ContentView::selectionChanged() {
-    // With a hundred thousand selected rows, one pass over the signatures is faster than a lookup
-    // for each row.
-    std::size_t removed = 0;
-    for (const auto& [root, signature] : scanner_.signatures()) {
-        if (signature.isApple) removed += selection_.erase(root);
-    }
+    const auto removed = std::erase_if(
+        selection_, [this](const std::string& root) { return scanner_.isAppleSigned(root); });
     if (removed > 0) observers_.notify(ContentField::selection);
     change(removalHint_, {}, ContentField::removalHint);
 }
