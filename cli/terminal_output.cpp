@@ -16,9 +16,20 @@ constexpr const char* clearLine = "\r\033[K";
 /// One UTF-8 character, or one byte that is part of none.
 struct Character {
     std::string_view bytes;
-    bool isText = false;  ///< Well-formed UTF-8, and no control character.
+    bool isText = false;  ///< Well-formed UTF-8 that can be shown as it is.
     char32_t code = 0;    ///< The code point, or the value of the single byte.
 };
+
+bool isControl(char32_t code) {
+    return code < 0x20 || (code >= 0x7F && code < 0xA0);
+}
+
+/// The characters of the Unicode property Bidi_Control. They let a terminal show a name in another
+/// order than it is written in: "exe.fdp" after one of them reads "pdf.exe".
+bool reordersText(char32_t code) {
+    return code == 0x061C || code == 0x200E || code == 0x200F ||
+           (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
 
 Character firstCharacter(std::string_view text) {
     const auto length = utf8SequenceLength(text);
@@ -28,8 +39,7 @@ Character firstCharacter(std::string_view text) {
     for (const char byte : text.substr(1, length - 1)) {
         code = code << 6U | (static_cast<unsigned char>(byte) & 0x3FU);
     }
-    const bool isControl = code < 0x20 || (code >= 0x7F && code < 0xA0);
-    return {text.substr(0, length), !isControl, code};
+    return {text.substr(0, length), !isControl(code) && !reordersText(code), code};
 }
 
 template <class Visit>

@@ -10,11 +10,13 @@
 
 namespace vestigo {
 
-/// Returns the text with "?" for each control character, line break and byte that is not UTF-8.
+/// Returns the text with "?" for each control character, line break, character that changes the
+/// direction of writing, and byte that is not UTF-8.
 [[nodiscard]] std::string printable(std::string_view text);
 
-/// Returns CSV or JSON in which no name can control a terminal: control characters are written as
-/// "\u001B", bytes that are not UTF-8 as "\xFF". Line ends between records stay.
+/// Returns CSV or JSON in which no name can control a terminal: control characters and those that
+/// change the direction of writing are written as "\u001B", bytes that are not UTF-8 as "\xFF".
+/// Line ends between records stay.
 [[nodiscard]] std::string escapedForTerminal(std::string_view text);
 
 /// Returns the count and as much of the path's end as fits into `columns`, one of which stays free.

@@ -67,8 +67,8 @@ TEST(ProgressText, FitsTheLineAndHoldsNothingHarmful) {
 }
 
 TEST(EscapedForTerminal, LeavesNoNameToDriveIt) {
-    EXPECT_EQ(escapedForTerminal("a,b\n\"x\ny\x1B]0;t\x07\u009B\x7F\x9B\xFFé\"\n"),
-              "a,b\n\"x\\u000Ay\\u001B]0;t\\u0007\\u009B\\u007F\\x9B\\xFFé\"\n");
+    EXPECT_EQ(escapedForTerminal("a,b\n\"x\ny\x1B]0;t\x07\u009B\x7F\x9B\xFFé\u202Ex\"\n"),
+              "a,b\n\"x\\u000Ay\\u001B]0;t\\u0007\\u009B\\u007F\\x9B\\xFFé\\u202Ex\"\n");
 }
 
 }  // namespace
