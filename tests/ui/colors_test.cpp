@@ -1,10 +1,13 @@
 #include <QApplication>
 #include <QImage>
-#include <algorithm>
+#include <QTest>
+#include <QTimer>
 
-#include "tests/support/on_screen.h"
+#include "tests/support/test.h"
 #include "ui/widgets/labels.h"
+#include "ui/widgets/log_view.h"
 #include "ui/widgets/path_list.h"
+#include "ui/widgets/symbols.h"
 #include "ui/widgets/theme.h"
 
 namespace vestigo::test {
@@ -58,17 +61,54 @@ TEST_P(ColorsTest, EveryTextCanBeReadOnItsGround) {
     EXPECT_GE(contrast(rows[0], rows[1]), 1.05);
 }
 
-TEST_P(ColorsTest, ACheckBoxCanBeSeen) {
+TEST_P(ColorsTest, ALineShowsItsCheckBoxAndItsTagsHoweverLongThePathIs) {
     PathList list({300, 60});
-    list.setLines({{.path = "/a", .tags = {}, .on = false}});
+    list.setLines(
+        {{.path = "/a" + std::string(200, 'b'), .tags = {{"admin", Tint::red}}, .on = false}});
     list.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&list));
     const auto picture = list.viewport()->grab().toImage();
-    const int y = list.visualRect(list.model()->index(0, 0)).center().y();
+    const auto line = list.visualRect(list.model()->index(0, 0));
     const auto ground = list.palette().color(QPalette::Base);
     double most = 0;
-    for (int x = 0; x < 14; ++x) most = std::max(most, contrast(picture.pixelColor(x, y), ground));
+    bool showsTag = false;
+    for (int x = 0; x < line.width(); ++x) {
+        if (x < 14)
+            most = std::max(most, contrast(picture.pixelColor(x, line.center().y()), ground));
+        for (int y = 0; y < line.height(); ++y) {
+            const auto color = picture.pixelColor(x, y);
+            showsTag |= color.red() > color.green() + 60;
+        }
+    }
     EXPECT_GE(most, seen);
+    EXPECT_TRUE(showsTag);
+}
+
+TEST_P(ColorsTest, WhatIsOpenFollowsTheAppearance) {
+    QWidget window;
+    SheetText text("text", QFont(), Tint::red, 100, &window);
+    PathList list({300, 60}, &window);
+    UpdateLog nothing;
+    LogView log(nothing, &window);
+    window.show();
+    const auto picture = [](Tint tint) {
+        return symbolIcon(Symbol::trash, tint).pixmap(16).toImage();
+    };
+    const auto before = picture(Tint::red);
+    EXPECT_NE(before, picture(Tint::green));
+    for (const bool dark : {!GetParam(), GetParam()}) {
+        // An application hands on a new palette only while it runs.
+        QTimer::singleShot(0, &window,
+                           [dark] { QApplication::setPalette(dark ? darkPalette() : QPalette()); });
+        QTimer::singleShot(20, &window, [] { QApplication::exit(); });
+        QApplication::exec();
+        const auto now = QApplication::palette();
+        EXPECT_EQ(text.palette().color(QPalette::WindowText), colorOf(Tint::red, now));
+        for (const QWidget* const each : std::initializer_list<QWidget*>{&list, &log}) {
+            EXPECT_EQ(isDark(each->palette()), dark);
+        }
+        EXPECT_EQ(picture(Tint::red) == before, dark == GetParam());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Appearances, ColorsTest, testing::Bool());

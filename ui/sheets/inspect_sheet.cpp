@@ -103,7 +103,7 @@ void InspectSheet::refresh(const Changes& changes) {
 
 void InspectSheet::changeEvent(QEvent* event) {
     Sheet::changeEvent(event);
-    if (event->type() == QEvent::ApplicationPaletteChange) fillList();
+    if (event->type() == QEvent::PaletteChange) fillList();
 }
 
 void InspectSheet::show(InspectedBundle bundle) {

@@ -36,7 +36,7 @@ public:
 protected:
     void changeEvent(QEvent* event) override {
         QLabel::changeEvent(event);
-        if (event->type() == QEvent::ApplicationPaletteChange) applyGround();
+        if (event->type() == QEvent::PaletteChange) applyGround();
     }
 
 private:

@@ -58,13 +58,15 @@ void SheetText::setEmphasised(std::string_view text) {
 
 void SheetText::changeEvent(QEvent* event) {
     QLabel::changeEvent(event);
-    if (event->type() == QEvent::ApplicationPaletteChange) applyTint();
+    if (event->type() == QEvent::PaletteChange) applyTint();
 }
 
+/// Sets this one colour only. All others then follow the application's palette, and a change of
+/// that is reported by PaletteChange.
 void SheetText::applyTint() {
-    auto palette = QApplication::palette();
-    palette.setColor(QPalette::WindowText, colorOf(tint_, palette));
-    setPalette(palette);
+    QPalette own;
+    own.setColor(QPalette::WindowText, colorOf(tint_, QApplication::palette()));
+    setPalette(own);
 }
 
 QString emphasised(std::string_view text) {
@@ -82,6 +84,7 @@ QPalette tintedGround(QPalette palette, double share) {
     const auto mixed = [share](int ground, int text) {
         return ground + static_cast<int>((text - ground) * share);
     };
+    palette.setResolveMask(0);  // All other colours go on following the application's palette.
     const auto ground = palette.color(QPalette::Window);
     const auto text = palette.color(QPalette::WindowText);
     palette.setColor(QPalette::Base,

@@ -84,7 +84,7 @@ void LogView::contextMenuEvent(QContextMenuEvent* event) {
 
 void LogView::changeEvent(QEvent* event) {
     QPlainTextEdit::changeEvent(event);
-    if (event->type() == QEvent::ApplicationPaletteChange) {
+    if (event->type() == QEvent::PaletteChange) {
         setPalette(tintedGround(QApplication::palette(), groundShare));
     }
 }

@@ -218,7 +218,7 @@ void PathList::focusInEvent(QFocusEvent* event) {
 
 void PathList::changeEvent(QEvent* event) {
     QListView::changeEvent(event);
-    if (event->type() == QEvent::ApplicationPaletteChange) {
+    if (event->type() == QEvent::PaletteChange) {
         setPalette(tintedGround(QApplication::palette(), groundShare));
     }
 }
