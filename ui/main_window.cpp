@@ -48,7 +48,7 @@ MainWindow::MainWindow(ContentServices services, std::string version, QWidget* p
     : QMainWindow(parent),
       desktop_(services.desktop),
       content_(std::move(services)),
-      refresher_(content_),
+      refresher_(content_, this),
       toolbar_(*new Toolbar(content_, *desktop_, &stack_)),
       results_(*new ResultsView(content_, &stack_)),
       status_(*new StatusBar(content_, *desktop_, &stack_)),

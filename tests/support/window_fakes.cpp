@@ -18,6 +18,10 @@ void WindowFixture::found(const std::string& path, std::vector<std::string> arch
     store->record->hits.push_back(hitRef({path, std::move(archs), 1, 1, created}));
 }
 
+void WindowFixture::foundAll(const std::vector<std::string>& paths) {
+    for (const auto& path : paths) found(path);
+}
+
 void WindowFixture::signedBy(const std::string& root, const std::string& vendor, bool isApple) {
     store->record->signatures->insert_or_assign(root, SignInfo{isApple, vendor});
 }
@@ -58,6 +62,12 @@ void WindowFixture::settle() {
         tasks->runHeld();
         loop->runPosted();
     } while (!tasks->jobs.empty());
+}
+
+void WindowFixture::endReinstall(int status) {
+    processes->end(status);
+    settle();  // The output,
+    settle();  // and then the end.
 }
 
 }  // namespace vestigo::test

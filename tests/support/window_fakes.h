@@ -18,12 +18,15 @@ struct WindowFixture {
     /// Findings and signatures of the saved scan that a model made later shows.
     void found(const std::string& path, std::vector<std::string> archs = {"x86_64"},
                double created = 0);
+    void foundAll(const std::vector<std::string>& paths);
     void signedBy(const std::string& root, const std::string& vendor, bool isApple = false);
     [[nodiscard]] ContentServices services();
     /// Made when first asked for.
     ContentView& content();
     /// Background jobs and what they post, until nothing is left to do.
     void settle();
+    /// The reinstall that is followed ends with this status, and all that comes of it.
+    void endReinstall(int status);
 
     std::shared_ptr<RunLoop> loop = std::make_shared<RunLoop>();
     std::shared_ptr<HeldTasks> tasks = std::make_shared<HeldTasks>();

@@ -1,8 +1,11 @@
 #include "ui/model/content_view.h"
 
+#include "persist/preference_keys.h"
 #include "platform/posix/posix_files.h"
 #include "tests/support/test.h"
 #include "tests/support/window_fakes.h"
+#include "ui/model/cell_content.h"
+#include "ui/model/inspect_list.h"
 
 namespace vestigo::test {
 namespace {
@@ -17,16 +20,22 @@ Paths roots(const std::vector<const BundleGroup*>& groups) {
 
 class ContentViewTest : public testing::Test {
 protected:
-    void found(const Paths& paths) {
-        for (const auto& path : paths) window.found(path);
-    }
     ContentView& content() { return window.content(); }
+    const BundleGroup& group(const std::string& root) { return *content().groupWithRoot(root); }
     Paths visible() { return roots(content().visibleRows().rows); }
-    Paths sorted(std::vector<SortComparator> order) {
-        content().setSortOrder(std::move(order));
-        return visible();
+    CellContent cell(const std::string& root, Column column) {
+        return cellContent(content(), group(root), column);
+    }
+    Paths texts(const std::string& root) {
+        Paths all;
+        for (std::size_t i = 0; i < columnCount; ++i) {
+            all.push_back(cell(root, static_cast<Column>(i)).text);
+        }
+        return all;
     }
 
+    const std::string wget = "/usr/local/Cellar/wget/1.0/bin/wget";
+    TemporaryTree tree;
     WindowFixture window;
 };
 
@@ -35,7 +44,6 @@ TEST_F(ContentViewTest, SortsByEveryKeyInTheOrderOfCodePointsAndNumbers) {
     const std::string z = "/Applications/Z.app";
     const std::string e = "/Applications/\xC3\xA9.app";
     const std::string p = "/Library/Audio/Plug-Ins/VST/P.vst";
-    const std::string wget = "/usr/local/Cellar/wget/1.0/bin/wget";
     window.found(p + "/x");
     window.found(b + "/1", {"x86_64"}, 50);
     window.found(b + "/2", {"i386"}, 60);
@@ -43,29 +51,26 @@ TEST_F(ContentViewTest, SortsByEveryKeyInTheOrderOfCodePointsAndNumbers) {
     window.found(e + "/1", {"x86_64"}, 7);
     window.found(wget, {"x86_64"}, 900);
     EXPECT_EQ(visible(), (Paths{b, z, e, wget, p}));
-    EXPECT_EQ(sorted({{SortKey::categoryName, true}}), (Paths{p, wget, b, z, e}));
-    EXPECT_EQ(sorted({{SortKey::name, false}}), (Paths{p, z, b, wget, e}));
-    EXPECT_EQ(sorted({{SortKey::root, true}}), (Paths{wget, p, e, b, z}));
-    EXPECT_EQ(sorted({{SortKey::created, false}}), (Paths{z, p, e, b, wget}));
-    EXPECT_EQ(sorted({{SortKey::legacyCount, false}}), (Paths{z, e, wget, p, b}));
-    EXPECT_EQ(sorted({{SortKey::cpuSummary, false}}), (Paths{b, z, e, wget, p}));
-    EXPECT_EQ(sorted({{SortKey::fixRank, false}}), (Paths{wget, b, z, e, p}));
     // Turned round, equals still keep the Scanner's order.
-    EXPECT_EQ(sorted({{SortKey::fixRank, true}}), (Paths{b, z, e, p, wget}));
-    EXPECT_EQ(sorted({}), (Paths{b, z, e, wget, p}));
-}
-
-TEST_F(ContentViewTest, SortsTextsThatDifferOnlyFarBehindACommonStart) {
-    Paths expected;
-    for (const auto* const name :
-         {"", "\x01", "0", "0000000", "00000000", "00000000b", "a", "ab"}) {
-        expected.push_back(std::string("/usr/local/bin/common-start") + name);
+    const struct {
+        std::vector<SortComparator> order;
+        Paths rows;
+    } cases[] = {
+        {{{SortKey::categoryName, true}}, {p, wget, b, z, e}},
+        {{{SortKey::categoryName, false}, {SortKey::name, true}}, {e, b, z, wget, p}},
+        {{{SortKey::name, false}}, {p, z, b, wget, e}},
+        {{{SortKey::root, true}}, {wget, p, e, b, z}},
+        {{{SortKey::created, false}}, {z, p, e, b, wget}},
+        {{{SortKey::legacyCount, false}}, {z, e, wget, p, b}},
+        {{{SortKey::cpuSummary, false}}, {b, z, e, wget, p}},
+        {{{SortKey::fixRank, false}}, {wget, b, z, e, p}},
+        {{{SortKey::fixRank, true}}, {b, z, e, p, wget}},
+        {{}, {b, z, e, wget, p}},
+    };
+    for (const auto& [order, rows] : cases) {
+        content().setSortOrder(order);
+        EXPECT_EQ(visible(), rows) << "case " << &rows - &cases[0].rows;
     }
-    auto shuffled = expected;
-    std::ranges::reverse(shuffled);
-    std::ranges::swap(shuffled[1], shuffled[5]);
-    found(shuffled);
-    EXPECT_EQ(sorted({{SortKey::root, false}}), expected);
 }
 
 TEST_F(ContentViewTest, AHeaderClickMakesItsKeyPrimaryThenTurnsItAndKeepsEarlierOnesBehind) {
@@ -81,9 +86,9 @@ TEST_F(ContentViewTest, AHeaderClickMakesItsKeyPrimaryThenTurnsItAndKeepsEarlier
 }
 
 TEST_F(ContentViewTest, FiltersTogetherAndCountsOverEverything) {
-    found({"/Applications/A.app/a", "/usr/local/Cellar/wget/1.0/bin/wget"});
+    window.foundAll({"/Applications/A.app/a", wget});
     content().setFixFilter(Fix::homebrew);
-    EXPECT_EQ(visible(), Paths{"/usr/local/Cellar/wget/1.0/bin/wget"});
+    EXPECT_EQ(visible(), Paths{wget});
     content().setCategoryFilter(Category::application);
     EXPECT_EQ(visible(), Paths());
     EXPECT_EQ(content().groupCount(), 2U);
@@ -93,7 +98,7 @@ TEST_F(ContentViewTest, FiltersTogetherAndCountsOverEverything) {
 }
 
 TEST_F(ContentViewTest, VisibleRowsOutliveTheGroupsTheyCameFrom) {
-    found({"/Applications/A.app/a"});
+    window.found("/Applications/A.app/a");
     const auto kept = content().visibleRows();
     content().scanner().setIntelOnly(false);
     content().scanner().startScan({"/nowhere"});
@@ -101,45 +106,32 @@ TEST_F(ContentViewTest, VisibleRowsOutliveTheGroupsTheyCameFrom) {
     window.settle();
 }
 
-TEST_F(ContentViewTest, OnlyWhatMayBeRemovedCountsAsDeletable) {
+TEST_F(ContentViewTest, OnlyWhatMayBeRemovedCountsAsDeletableAndIsAskedFor) {
     const std::string apple = "/Applications/Apple.app";
     const std::string keep = "/Applications/Keep.app";
+    const std::string late = "/Applications/Late.app";
     const std::string own = "/Applications/Own.app";
-    const std::string unread = "/Applications/Unread.app";
     const std::string guarded = "/usr/libexec/helper";
-    found({apple + "/a", keep + "/a", own + "/a", unread + "/a", guarded});
+    window.foundAll({apple + "/a", keep + "/a", late + "/a", own + "/a", guarded});
     window.found(keep + "/b", {"x86_64", "arm64"});
     window.signedBy(apple, "Apple", true);
-    window.signedBy(own, "Own");
-    content().setSelection({apple, keep, own, unread, guarded});
-    EXPECT_EQ(content().selection(), (RootSet{keep, own, unread, guarded}));
-    EXPECT_EQ(roots(content().deletableSelection()), (Paths{own, unread}));
-
-    // A filter hides rows, it does not let go of them; what is gone from the findings is ignored.
+    window.inspect = [&](const std::string& root) { return SignInfo{root == late, "Signer"}; };
+    content().setSelection({apple, keep, late, own, guarded});
+    EXPECT_EQ(content().selection(), (RootSet{keep, late, own, guarded}));
+    EXPECT_EQ(roots(content().deletableSelection()), (Paths{late, own}));
+    // A filter hides rows, it does not let go of them; a signature that arrives does.
     content().setCategoryFilter(Category::driver);
-    content().setSelection({own, "/Applications/Gone.app"});
-    EXPECT_EQ(roots(content().deletableSelection()), Paths{own});
-}
-
-TEST_F(ContentViewTest, ASignatureThatArrivesLateTakesItsRowOutOfTheSelection) {
-    found({"/Applications/A.app/a"});
-    auto services = window.services();
-    services.scanner.inspect = [](const std::string&) { return SignInfo{true, "Apple"}; };
-    ContentView late(std::move(services));
-    late.setSelection({"/Applications/A.app"});
-    EXPECT_EQ(late.deletableSelection().size(), 1U);
     window.settle();
-    EXPECT_TRUE(late.selection().empty());
-}
+    EXPECT_EQ(content().selection(), (RootSet{keep, own, guarded}));
 
-TEST_F(ContentViewTest, AsksBeforeRemovingAndOnlyForWhatCanBeRemoved) {
-    found({"/Applications/Own.app/a", "/usr/libexec/helper"});
-    content().setSelection({"/Applications/Own.app"});
-    content().requestDeleteOfRow(*content().groupWithRoot("/usr/libexec/helper"));
-    EXPECT_EQ(content().selection(), RootSet{"/usr/libexec/helper"});
+    content().requestDeleteOfRow(group(guarded));
+    EXPECT_EQ(content().selection(), RootSet{guarded});
     content().requestDeleteOfSelection();
     EXPECT_FALSE(content().showDeleteConfirm());
-    content().requestDeleteOfRow(*content().groupWithRoot("/Applications/Own.app"));
+    content().confirmDelete();
+    EXPECT_TRUE(window.authentication->reasons.empty());
+    content().setSelection({own, "/Applications/Gone.app"});
+    content().requestDeleteOfSelection();
     EXPECT_TRUE(content().showDeleteConfirm());
 }
 
@@ -156,18 +148,97 @@ TEST_F(ContentViewTest, ScansTheChosenFolderElseTheScope) {
     EXPECT_EQ(content().scanRoots(), Paths{"/"});
 }
 
-TEST_F(ContentViewTest, ExportsAllGroupsWhereTheUserSaysAndNothingWhenCancelled) {
-    const TemporaryTree tree;
-    found({"/Applications/A.app/a"});
-    content().setCategoryFilter(Category::driver);
-    const auto wanted = tree.at("x.csv");
-    for (const auto& path : {std::optional<std::string>(), std::optional(wanted)}) {
-        window.desktop->csvFile = path;
-        content().exportCSV();
+/// Something happens while one of its panels is open.
+struct PanelDesktop : FakeDesktop {
+    std::optional<std::string> chooseCsvFile(const std::string& name) override {
+        meanwhile();
+        return FakeDesktop::chooseCsvFile(name);
     }
-    EXPECT_EQ(PosixFiles().read(wanted),
+    std::function<void()> meanwhile = [] {};
+};
+
+TEST_F(ContentViewTest, ExportsAllGroupsWhereTheUserSaysAndElseNothing) {
+    const auto desktop = std::make_shared<PanelDesktop>();
+    window.desktop = desktop;
+    window.found("/Applications/A.app/a");
+    content().setCategoryFilter(Category::driver);
+    content().exportCSV();
+    desktop->csvFile = tree.at("x.csv");
+    content().exportCSV();
+    EXPECT_EQ(PosixFiles().read(tree.at("x.csv")),
               "category,bundle,vendor,fix,cpu,apple_signed,created,legacy_count,path\n"
               "\"App\",\"A.app\",\"\",Manual,\"x86_64\",false,,1,\"/Applications/A.app\"\n");
+    const auto access = [](const std::string& path) {
+        return std::filesystem::status(path).permissions();
+    };
+    EXPECT_EQ(access(tree.at("x.csv")), access(tree.file("new")));
+
+    auto closed = std::make_unique<ContentView>(window.services());
+    desktop->meanwhile = [&] { closed.reset(); };
+    desktop->csvFile = tree.at("late.csv");
+    closed->exportCSV();
+    EXPECT_FALSE(std::filesystem::exists(tree.at("late.csv")));
+}
+
+TEST_F(ContentViewTest, ASizeThatNobodyOffersIsTheSmallOne) {
+    window.preferences->values[preference::fontDelta] = 5;
+    EXPECT_EQ(content().fontDelta(), 0);
+    content().setFontDelta(8);
+    EXPECT_EQ(content().fontDelta(), 8);
+}
+
+TEST_F(ContentViewTest, ARowSaysWhatIsKnownOfItsGroup) {
+    const std::string foo = "/Applications/Foo.app";
+    const std::string helper = "/usr/libexec/helper";
+    window.found(foo + "/a", {"x86_64", "i386"}, 592099200 + 86399);
+    window.found(foo + "/b", {"x86_64"}, 800000000);
+    window.found(helper, {"ppc"});
+    window.signedBy(helper, "Apple", true);
+    EXPECT_EQ(texts(foo), (Paths{"", "App", "i386, x86_64", "2", "2019-10-07", "…", "Manual", "—",
+                                 "Foo.app", foo}));
+    EXPECT_EQ(texts(helper),
+              (Paths{"", "CLI tool", "ppc", "1", "—", "Apple", "Apple", "SIP", "helper", helper}));
+    EXPECT_EQ(cell(foo, Column::components).tint, Tint::red);
+    EXPECT_EQ(cell(helper, Column::components).tint, Tint::tertiary);
+    EXPECT_TRUE(cell(helper, Column::cpu).help.starts_with("Contains PowerPC code."));
+
+    // The mark of a copied path moves with the last copy.
+    for (const auto& root : {foo, helper}) content().copyPath(root, true);
+    EXPECT_EQ(cell(foo, Column::path).symbol->symbol, Symbol::copy);
+    EXPECT_EQ(cell(helper, Column::path).symbol->symbol, Symbol::checkCircleFill);
+}
+
+TEST_F(ContentViewTest, TheReinstallArrowNeedsAFormulaOfHomebrewAndTurnsIntoAMarkWhenItIsDone) {
+    const std::string kept = "/usr/local/Cellar/qt/5.1/Designer.app";
+    const std::string unnamed = "/opt/homebrew/bin/tool";
+    window.foundAll({wget, unnamed, kept + "/a"});
+    window.found(kept + "/b", {"arm64"});
+    window.processes->left = {{std::string("wget").append(1, '\0') + wget, false}};
+    EXPECT_EQ(cell(wget, Column::fix).text, "brew");
+    ASSERT_TRUE(cell(wget, Column::fix).symbol);
+    EXPECT_EQ(cell(wget, Column::fix).symbol->action, CellAction::reinstall);
+    EXPECT_EQ(cell(unnamed, Column::fix).text, "brew");
+    EXPECT_FALSE(cell(unnamed, Column::fix).symbol || cell(kept, Column::fix).symbol);
+    EXPECT_TRUE(cell(kept, Column::fix).help.starts_with("This bundle also has an arm64 build"));
+    window.endReinstall(0);
+    EXPECT_EQ(cell(wget, Column::components).text, "arm64 ✓");
+    EXPECT_FALSE(cell(wget, Column::fix).symbol->action);
+}
+
+TEST_F(ContentViewTest, InspectingListsTheBinariesOfABundleAndOfNoNeighbour) {
+    const std::string foo = "/Applications/Foo.app";
+    window.found(foo + "/Contents/b", {"x86_64", "i386"});
+    window.found(foo + "/Contents/MacOS/Foo", {"x86_64", "arm64"});
+    window.foundAll({foo + "2/other", wget});
+    const auto bundle = [this](const std::string& root) {
+        return inspectBundle(content().scanner().allHits(), group(root));
+    };
+    using Binaries = std::vector<InspectedBinary>;
+    EXPECT_EQ(bundle(foo).binaries, (Binaries{{"arm64, x86_64", "Contents/MacOS/Foo", false},
+                                              {"i386, x86_64", "Contents/b", true}}));
+    EXPECT_TRUE(bundle(foo).summary.starts_with("2 Mach-O binaries inside. 1 flagged"));
+    EXPECT_TRUE(bundle(wget).summary.starts_with("1 Mach-O binary inside."));
+    EXPECT_EQ(bundle(wget).binaries, (Binaries{{"x86_64", wget, true}}));
 }
 
 }  // namespace
