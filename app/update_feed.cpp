@@ -1,8 +1,8 @@
-#include "app/update_feed.h"
-
+// The update service of a build without the Sparkle framework.
 #include <QString>
 #include <QUrl>
 
+#include "app/vestigo_app.h"
 #include "platform/qt/appcast_updater.h"
 
 namespace vestigo {

@@ -1,5 +1,5 @@
-#include "app/update_feed.h"
-#include "platform/macos/sparkle/sparkle_updater.h"
+// The update service of a build for macOS that has a feed and the Sparkle framework.
+#include "app/vestigo_app.h"
 
 namespace vestigo {
 

@@ -1,5 +1,5 @@
-// vestigo-demo: the program at work on a made-up Mac disk, for machines without a real one. In the
-// window where there is a screen, else without.
+// vestigo-demo shows the program at work on a made-up Mac disk, for machines that have no real one.
+// Without a screen it prints the results as CSV instead of opening a window.
 
 #include <QApplication>
 #include <cstdio>
@@ -13,8 +13,8 @@
 #include "app/command_line.h"
 #include "app/vestigo_app.h"
 #include "cli/scan_session.h"
-#include "demo/demo_disk.h"
 #include "demo/demo_sandbox.h"
+#include "demo/demo_services.h"
 #include "demo/demo_tree.h"
 #include "engine/scan_rules.h"
 #include "persist/signature_inspector.h"

@@ -8,12 +8,10 @@
 #include <system_error>
 #include <utility>
 
-#include "demo/demo_disk.h"
-#include "demo/demo_items.h"
+#include "demo/demo_services.h"
 #include "demo/demo_tree.h"
 #include "engine/scan_rules.h"
 #include "platform/linux/linux_bundle_reader.h"
-#include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_code_signing.h"
 #include "platform/linux/linux_directory_reader.h"
 #include "platform/linux/linux_trash.h"
@@ -45,7 +43,7 @@ DemoSandbox::~DemoSandbox() {
 
 namespace {
 
-/// Between paths on the disk and where they really are.
+/// Shows the real desktop, and converts between real paths and paths on the made-up disk.
 class DemoDesktop : public Desktop {
 public:
     DemoDesktop(std::unique_ptr<Desktop> real, std::string disk)
@@ -59,7 +57,7 @@ public:
         if (!chosen) return std::nullopt;
         if (*chosen == disk_) return "/";
         if (liesUnder(*chosen, disk_)) return chosen->substr(disk_.size());
-        sayWhyNot(*chosen);
+        explainRefusal(*chosen);
         return std::nullopt;
     }
     std::optional<std::string> chooseCsvFile(const std::string& name) override {
@@ -67,7 +65,7 @@ public:
     }
 
 private:
-    void sayWhyNot(const std::string& folder) const {
+    void explainRefusal(const std::string& folder) const {
         QMessageBox message(QMessageBox::Information, QObject::tr("Demonstration"),
                             QObject::tr("“%1” is not on the made-up disk.").arg(toQString(folder)),
                             QMessageBox::Ok, QApplication::activeWindow());
@@ -83,7 +81,7 @@ private:
     std::string disk_;
 };
 
-/// There is nobody to ask in this world.
+/// Nobody owns the made-up disk, so nobody can be asked to confirm a removal.
 class NoAuthentication : public OwnerAuthentication {
 public:
     bool available() override { return false; }

@@ -1,4 +1,4 @@
-// Where the demonstration plays: a private folder with a made-up disk in it.
+// The private folder that holds the made-up disk, and the services of a program that sees only it.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 
 namespace vestigo {
 
-/// A new private folder with the demonstration disk in it, removed with everything at the end.
+/// Creates a private folder with the made-up disk in it, and removes it on destruction.
 class DemoSandbox {
 public:
     DemoSandbox();
@@ -16,7 +16,8 @@ public:
     DemoSandbox(const DemoSandbox&) = delete;
     DemoSandbox& operator=(const DemoSandbox&) = delete;
 
-    /// Stands for "/"; has no links in it. Absent when it could not be made; errno then says why.
+    /// The path of the folder that stands for "/", without links. Absent with errno when it could
+    /// not be made.
     [[nodiscard]] const std::optional<std::string>& disk() const { return disk_; }
 
 private:
@@ -24,11 +25,11 @@ private:
     std::optional<std::string> disk_;
 };
 
-/// Where its Trash really is.
+/// The real path of the Trash of the made-up disk.
 [[nodiscard]] std::string demoTrashFolder(const std::string& disk);
 
-/// Everything that the program keeps or looks at lies on `disk`; only what the user exports goes
-/// where they say. Needs the application object.
+/// With these services, everything that the program reads or writes lies on `disk`. Only files that
+/// the user exports go to the real disk. The application object must exist.
 [[nodiscard]] PlatformServices demoPlatformServices(const std::string& disk);
 
 }  // namespace vestigo

@@ -38,7 +38,7 @@ public:
         succeeded_ = succeeded_ && !error && stream.good();
     }
     void program(const std::string& path, const Cpus& cpus) { file(path, machOImage(cpus)); }
-    /// Nobody but the superuser can read it.
+    /// Only the superuser can read this program, so the user's checks of it fail.
     void lockedProgram(const std::string& path, const Cpus& cpus) {
         program(path, cpus);
         std::error_code error;
@@ -62,22 +62,22 @@ public:
     void bundle(const std::string& path, const std::string& identifier,
                 const std::string& executable, const Cpus& cpus) {
         file(path + "/Contents/Info.plist",
-             R"(<?xml version="1.0" encoding="UTF-8"?>)"
-             "\n<plist version=\"1.0\"><dict>\n"
-             "<key>CFBundleIdentifier</key><string>" +
-                 identifier +
-                 "</string>\n"
-                 "<key>CFBundleExecutable</key><string>" +
-                 executable +
-                 "</string>\n"
-                 "<key>CFBundleShortVersionString</key><string>2.1</string>\n</dict></plist>\n");
+             R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict>
+<key>CFBundleIdentifier</key><string>)" +
+                 identifier + R"(</string>
+<key>CFBundleExecutable</key><string>)" +
+                 executable + R"(</string>
+<key>CFBundleShortVersionString</key><string>2.1</string>
+</dict></plist>
+)");
         program(path + "/Contents/MacOS/" + executable, cpus);
-        file(path + "/Contents/Resources/en.lproj/Localizable.strings", "\"Quit\" = \"Quit\";\n");
+        file(path + "/Contents/Resources/en.lproj/Localizable.strings", R"("Quit" = "Quit";)");
     }
     void framework(const std::string& folder, const std::string& name, const Cpus& cpus) {
         const auto path = folder + '/' + name + ".framework";
         program(path + "/Versions/A/" + name, cpus);
-        file(path + "/Versions/A/Resources/Info.plist", "<plist version=\"1.0\"><dict/></plist>\n");
+        file(path + "/Versions/A/Resources/Info.plist", R"(<plist version="1.0"><dict/></plist>)");
         link(path + "/Versions/Current", "A");
         link(path + '/' + name, "Versions/Current/" + name);
     }
@@ -97,7 +97,7 @@ void addApplications(TreeMaker& tree) {
 
     const std::string desk = "/Applications/Photo Desk.app";
     tree.bundle(desk, "com.example.photodesk", "Photo Desk", universal);
-    // A scan of this folder alone sees nothing that runs natively.
+    // An Intel helper in an application that is universal otherwise.
     tree.program(desk + "/Contents/Helpers/import-helper", intel);
 
     tree.bundle("/Applications/Old Writer.app", "com.example.oldwriter", "Old Writer", powerPC);
@@ -142,7 +142,7 @@ void addCommands(TreeMaker& tree) {
     tree.program("/usr/bin/hello", universal);
 }
 
-/// What a reinstall runs. They play their parts and change nothing.
+/// The programs that a reinstall runs. These print what the real ones would, and change nothing.
 void addHomebrew(TreeMaker& tree) {
     tree.script("/usr/bin/arch", R"(#!/bin/sh
 disk=${0%/usr/bin/arch}
@@ -161,7 +161,7 @@ echo "/opt/homebrew/Cellar/$formula: 12 files, 4.1MB"
 )");
 }
 
-/// What a scan does not list: leftovers of the applications, and what it passes over.
+/// The leftovers of the applications, and files that a scan leaves out.
 void addSupportFiles(TreeMaker& tree) {
     const auto library = std::string(demoHome) + "/Library";
     tree.file(library + "/Preferences/com.example.soundstudio.plist", "bplist00");

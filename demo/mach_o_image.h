@@ -16,8 +16,9 @@ enum class Cpu : std::uint32_t {
     ppc64 = 0x01000012,
 };
 
-/// A thin executable for one CPU type, in its own byte order; a universal file for several. At most
-/// some hundred bytes, which tools that read Mach-O files accept, also with more bytes after them.
+/// A thin executable for one CPU type, in that CPU's byte order; a universal file for several. It
+/// has a few hundred bytes at most. Tools that read Mach-O files accept it, also when other bytes
+/// follow.
 [[nodiscard]] std::string machOImage(const std::vector<Cpu>& cpus);
 
 }  // namespace vestigo

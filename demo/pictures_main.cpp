@@ -1,5 +1,5 @@
-// vestigo-pictures: drives the real window over the demonstration disk and saves what it looks
-// like. Needs a screen of its own: ./run pictures brings one.
+// vestigo-pictures drives the real window on the demonstration disk and saves pictures of it. It
+// needs a screen that nobody else draws on; "./run pictures" starts a virtual one.
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -50,12 +50,13 @@ been of the state that it is named for.
   -V, --version  print the version
 )";
 
-/// Where a scan is stopped for its picture: late among the smart folders.
+/// The scan pauses here for its picture. It is one of the last smart folders, so most of the scan
+/// is over by then.
 constexpr auto heldFolder = "/opt";
-/// Files that say nothing, so that a scan of so small a disk has progress to show.
+/// The number of additional plain files, so that a scan of so small a disk has progress to show.
 constexpr int extraFiles = 2400;
 
-/// Holds a scan up in the middle of its work, which is over too soon to be seen.
+/// Pauses a scan in the middle, because it would otherwise end before a picture could be taken.
 class HeldReader : public DirectoryReader {
 public:
     explicit HeldReader(std::shared_ptr<DirectoryReader> real) : real_(std::move(real)) {}
@@ -95,19 +96,19 @@ bool addExtraFiles(const std::string& disk) {
     return written;
 }
 
-/// Handles events until the condition holds, at most some seconds.
+/// Handles events until the condition holds, at most ten seconds. Returns whether it holds.
 template <class Condition>
 bool waitFor(Condition condition) {
-    constexpr qint64 patience = 10000;
+    constexpr qint64 mostMilliseconds = 10000;
     QElapsedTimer waited;
     waited.start();
-    while (!condition() && waited.elapsed() < patience) {
+    while (!condition() && waited.elapsed() < mostMilliseconds) {
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
     }
     return condition();
 }
 
-/// Time to be painted.
+/// Gives the window time to be painted.
 void settle() {
     QElapsedTimer waited;
     waited.start();
@@ -125,15 +126,15 @@ public:
     [[nodiscard]] MainWindow& window() const { return window_; }
     [[nodiscard]] ContentView& content() const { return window_.content(); }
 
-    /// The next pictures go into a folder below the first one.
+    /// From now on, pictures go into this subfolder.
     void useFolder(const QString& name) {
         subfolder_ = name + QLatin1Char('/');
         failed_ = !folder_.mkpath(name) || failed_;
     }
 
-    /// The whole screen, with menus and sheets, cut to what is around the window. The state has to
-    /// hold before and after.
-    void take(const QString& name, const State& state) {
+    /// Saves a picture of the screen around the window, with its menus and sheets. The state must
+    /// hold before and after the picture is taken.
+    void photograph(const QString& name, const State& state) {
         const bool reached = waitFor(state);
         settle();
         const auto area = window_.frameGeometry().adjusted(-margin, -margin, margin, margin);
@@ -178,7 +179,7 @@ QDialog* openSheet(const MainWindow& window) {
     return nullptr;
 }
 
-/// This sheet is open, and drawn where the picture shows it.
+/// Whether this sheet is open, at a place that the picture shows.
 Photographer::State sheetIsOpen(MainWindow& window, const char* name) {
     return [&window, name] {
         const auto* const sheet = openSheet(window);
@@ -190,7 +191,7 @@ Photographer::State sheetIsOpen(MainWindow& window, const char* name) {
 void applyChoice(Photographer& photographer, const char* name, const QString& picture) {
     auto& box = part<QComboBox>(photographer.window(), name);
     box.showPopup();
-    photographer.take(picture, [&box] { return box.view()->isVisible(); });
+    photographer.photograph(picture, [&box] { return box.view()->isVisible(); });
     box.hidePopup();
 }
 
@@ -199,7 +200,7 @@ void photographRowMenu(Photographer& photographer) {
     const auto at = results.visualRect(results.model()->index(2, 8)).center();
     QTimer::singleShot(0, &results, [&photographer] {
         const auto isOpen = [] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); };
-        photographer.take(QStringLiteral("row-menu"), isOpen);
+        photographer.photograph(QStringLiteral("row-menu"), isOpen);
         if (auto* const menu = isOpen()) menu->close();
     });
     QContextMenuEvent event(QContextMenuEvent::Mouse, at, results.viewport()->mapToGlobal(at));
@@ -207,7 +208,7 @@ void photographRowMenu(Photographer& photographer) {
     waitFor([] { return QApplication::activePopupWidget() == nullptr; });
 }
 
-/// The findings are complete, drawn at this text size in this appearance.
+/// Whether the results are complete, and are shown with this text size in this appearance.
 Photographer::State resultsAreShown(Photographer& photographer, int fontDelta, bool dark) {
     return [&photographer, fontDelta, dark] {
         const auto& content = photographer.content();
@@ -225,13 +226,13 @@ void photographScan(Photographer& photographer, HeldReader& reader) {
     auto& window = photographer.window();
     auto& content = window.content();
     auto& results = part<ResultsView>(window, "results");
-    photographer.take(QStringLiteral("empty"), [&] {
+    photographer.photograph(QStringLiteral("empty"), [&] {
         return !content.scanner().scanning() && results.model()->rowCount() == 0 &&
                !openSheet(window);
     });
     part<QPushButton>(window, "scan").click();
-    // No rows: the first ones come with the two thousandth hit.
-    photographer.take(QStringLiteral("scanning"), [&] {
+    // There are no rows yet, because the first chunk of hits comes with the two thousandth.
+    photographer.photograph(QStringLiteral("scanning"), [&] {
         return content.scanner().walking() && content.scanner().scannedCount() > 0 &&
                part<QPushButton>(window, "stop").isVisible() &&
                part<QLabel>(window, "currentPath").isVisible() &&
@@ -239,10 +240,11 @@ void photographScan(Photographer& photographer, HeldReader& reader) {
     });
     reader.release();
     const auto complete = resultsAreShown(photographer, 0, false);
-    if (!waitFor(complete)) return photographer.take(QStringLiteral("results-light"), complete);
+    if (!waitFor(complete))
+        return photographer.photograph(QStringLiteral("results-light"), complete);
     content.copyPath(content.visibleRows().rows.front()->root, true);
     content.setSelection({content.visibleRows().rows[1]->root});
-    photographer.take(QStringLiteral("results-light"), complete);
+    photographer.photograph(QStringLiteral("results-light"), complete);
 }
 
 const BundleGroup& groupNamed(ContentView& content, std::string_view name) {
@@ -254,8 +256,8 @@ void photographDelete(Photographer& photographer) {
     auto& content = photographer.content();
     content.requestDeleteOfRow(groupNamed(content, "Sound Studio.app"));
     const auto isOpen = sheetIsOpen(photographer.window(), "delete");
-    photographer.take(QStringLiteral("delete"),
-                      [&] { return isOpen() && !content.leftovers().empty(); });
+    photographer.photograph(QStringLiteral("delete"),
+                            [&] { return isOpen() && !content.leftovers().empty(); });
     content.cancelDelete();
 }
 
@@ -264,9 +266,9 @@ void photographReinstall(Photographer& photographer) {
     const auto isOpen = sheetIsOpen(photographer.window(), "reinstall");
     content.requestReinstall(groupNamed(content, "wget"));
     content.startReinstall();
-    photographer.take(QStringLiteral("reinstall-running"),
-                      [&] { return isOpen() && content.updating(); });
-    photographer.take(QStringLiteral("reinstall"), [&] {
+    photographer.photograph(QStringLiteral("reinstall-running"),
+                            [&] { return isOpen() && content.updating(); });
+    photographer.photograph(QStringLiteral("reinstall"), [&] {
         return isOpen() && !content.updating() && content.removableOldCopy().has_value();
     });
     content.closeReinstall();
@@ -276,17 +278,17 @@ void photographSheets(Photographer& photographer) {
     auto& content = photographer.content();
     auto& window = photographer.window();
     content.inspect(*content.visibleRows().rows.front());
-    photographer.take(QStringLiteral("inspect"), sheetIsOpen(window, "inspect"));
+    photographer.photograph(QStringLiteral("inspect"), sheetIsOpen(window, "inspect"));
     content.closeInspect();
     content.showHelpRequested();
-    photographer.take(QStringLiteral("help"), sheetIsOpen(window, "help"));
+    photographer.photograph(QStringLiteral("help"), sheetIsOpen(window, "help"));
     content.closeHelp();
     content.showAboutRequested();
-    photographer.take(QStringLiteral("about"), sheetIsOpen(window, "about"));
+    photographer.photograph(QStringLiteral("about"), sheetIsOpen(window, "about"));
     content.closeAbout();
     photographDelete(photographer);
     content.showAlert("Could not move 3 items to the Trash.");
-    photographer.take(QStringLiteral("alert"), sheetIsOpen(window, "alert"));
+    photographer.photograph(QStringLiteral("alert"), sheetIsOpen(window, "alert"));
     content.dismissAlert();
 }
 
@@ -297,7 +299,7 @@ struct Named {
 constexpr std::array textSizes = {Named{"small", 0}, Named{"medium", 4}, Named{"large", 8}};
 constexpr std::array windowWidths = {880, 1360, 2560};
 
-/// The table at every text size in one appearance, with the window at each of its widths.
+/// Photographs the table in one appearance, at every text size and window width.
 void photographSizes(Photographer& photographer, bool dark) {
     auto& window = photographer.window();
     const auto before = window.size();
@@ -306,10 +308,11 @@ void photographSizes(Photographer& photographer, bool dark) {
         for (const auto& size : textSizes) {
             photographer.content().setFontDelta(size.value);
             const auto isShown = resultsAreShown(photographer, size.value, dark);
-            photographer.take(QStringLiteral("%1-%2-%3")
-                                  .arg(QString::number(width), QLatin1String(size.name),
-                                       dark ? QStringLiteral("dark") : QStringLiteral("light")),
-                              [&] { return isShown() && window.width() == width; });
+            photographer.photograph(
+                QStringLiteral("%1-%2-%3")
+                    .arg(QString::number(width), QLatin1String(size.name),
+                         dark ? QStringLiteral("dark") : QStringLiteral("light")),
+                [&] { return isShown() && window.width() == width; });
         }
     }
     photographer.content().setFontDelta(0);
@@ -332,7 +335,7 @@ int photographPictures(const QDir& folder, const std::string& disk) {
     auto& window = app.openWindow();
     window.move(40, 40);
     Photographer photographer(window, folder);
-    photographer.take(QStringLiteral("disclaimer"), sheetIsOpen(window, "disclaimer"));
+    photographer.photograph(QStringLiteral("disclaimer"), sheetIsOpen(window, "disclaimer"));
     window.content().acceptDisclaimer();
     photographScan(photographer, *reader);
     applyChoice(photographer, "categoryFilter", QStringLiteral("category-filter"));
@@ -341,7 +344,7 @@ int photographPictures(const QDir& folder, const std::string& disk) {
     photographAppearance(photographer, false);
     photographReinstall(photographer);
     photographAppearance(photographer, true);
-    photographer.take(QStringLiteral("results-dark"), resultsAreShown(photographer, 0, true));
+    photographer.photograph(QStringLiteral("results-dark"), resultsAreShown(photographer, 0, true));
     reader->release();
     return photographer.failed() ? 1 : 0;
 }

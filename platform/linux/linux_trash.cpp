@@ -21,10 +21,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/linux/cleanup_journal.h"
 #include "platform/linux/trash_folder.h"
 #include "platform/paths.h"
 #include "platform/posix/atomic_file.h"
 #include "platform/posix/descriptor.h"
+#include "platform/posix/posix_files.h"
 #include "platform/posix/system_calls.h"
 
 namespace vestigo {
@@ -197,6 +199,19 @@ std::string notMoved(const std::string& path, const std::string& why) {
     return "“" + (name.empty() ? path : name) + "” could not be moved to the Trash: " + why + ".";
 }
 
+/// Whether a rename can move the item to this folder. An item that has gone counts as within reach:
+/// the script will find that out.
+bool isInReachOf(int folder, const std::string& path) {
+    const auto mount = mountOf(AT_FDCWD, std::string(folderOf(path)) + '/');
+    return mount ? mount == mountOf(folder, "") : errno == ENOENT;
+}
+
+CleanupPlan withoutTrash() {
+    CleanupPlan plan;
+    plan.error = "The Trash cannot be used: " + trashErrorText(errno) + ".";
+    return plan;
+}
+
 }  // namespace
 
 LinuxTrash::LinuxTrash(std::string homeTrash) : homeTrash_(std::move(homeTrash)) {
@@ -217,6 +232,35 @@ std::optional<std::string> LinuxTrash::moveToTrash(const std::string& path,
         destination->trash.clearLeftovers();
     const auto why = moveInto(destination->trash, *found, destination->origin);
     return why ? std::optional(notMoved(path, *why)) : std::nullopt;
+}
+
+LinuxCleanupTrash::LinuxCleanupTrash(std::string homeTrash) : homeTrash_(std::move(homeTrash)) {}
+
+CleanupPlan LinuxCleanupTrash::plan(const std::vector<CleanupItem>& items) {
+    auto trash = TrashFolder::openHome(homeTrash_);
+    // The user's Trash may itself be a link to another place. The script follows no links, so it
+    // gets the real path.
+    const auto place = trash ? PosixFiles().resolved(homeTrash_) : std::nullopt;
+    if (!place) return withoutTrash();
+    CleanupPlan plan;
+    std::vector<std::string> origins;
+    for (const auto& item : items) {
+        if (isInReachOf(trash->files(), item.path)) {
+            plan.items.push_back(item);
+            origins.push_back(item.path);
+        } else {
+            plan.onOtherDisks.push_back(item.path);
+        }
+    }
+    std::shared_ptr<CleanupJournal> journal = CleanupJournal::make(std::move(*trash), origins);
+    if (!journal) return withoutTrash();
+    plan.folder = *place + "/files";
+    plan.longestName = longestTrashName;
+    plan.notes = CleanupNotes{.folder = *place + "/info",
+                              .ending = trashNoteEnding,
+                              .journal = *place + "/" + journal->name()};
+    plan.prepared = std::move(journal);
+    return plan;
 }
 
 std::string trashErrorText(int error) {

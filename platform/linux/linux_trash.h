@@ -1,9 +1,12 @@
-// Moves items to the desktop's Trash, from which the file manager restores them.
+// Moves items to the desktop's Trash, from which the file manager restores them, and plans how an
+// administrator's script moves the others there.
 #pragma once
 
 #include <set>
 #include <string>
+#include <vector>
 
+#include "platform/cleanup_trash.h"
 #include "platform/trash.h"
 
 namespace vestigo {
@@ -25,6 +28,19 @@ public:
 private:
     std::string homeTrash_;
     std::set<std::string> cleared_;  ///< Top folders of the other disks whose Trash was cleared.
+};
+
+/// Uses the user's main Trash. The note of each item is written when the plan is made, with the
+/// user's rights. When the plan is released, nothing is left there of items that have not arrived.
+class LinuxCleanupTrash : public CleanupTrash {
+public:
+    /// `homeTrash` is the path of "Trash" in the user's data folder.
+    explicit LinuxCleanupTrash(std::string homeTrash);
+
+    [[nodiscard]] CleanupPlan plan(const std::vector<CleanupItem>& items) override;
+
+private:
+    std::string homeTrash_;
 };
 
 /// The reason why an item could not be moved, in words that can follow a colon.

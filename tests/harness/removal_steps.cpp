@@ -13,7 +13,6 @@
 #include "actions/administrator_cleanup.h"
 #include "engine/scanner.h"
 #include "persist/scan_cache.h"
-#include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/posix_files.h"
 #include "platform/system.h"

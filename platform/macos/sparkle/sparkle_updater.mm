@@ -1,6 +1,6 @@
-#include "platform/macos/sparkle/sparkle_updater.h"
-
 #include <Sparkle/Sparkle.h>
+
+#include "platform/updater.h"
 
 namespace vestigo {
 namespace {

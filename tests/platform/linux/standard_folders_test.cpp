@@ -1,4 +1,4 @@
-#include "platform/linux/linux_standard_folders.h"
+#include "platform/linux/linux_system.h"
 #include "tests/support/test.h"
 
 namespace vestigo {

@@ -5,7 +5,6 @@
 #include <sys/mount.h>
 #include <sys/syscall.h>
 
-#include "platform/linux/linux_cleanup_trash.h"
 #include "platform/linux/linux_trash.h"
 #include "platform/posix/descriptor.h"
 #include "platform/system.h"

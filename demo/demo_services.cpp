@@ -1,6 +1,9 @@
-#include "demo/demo_items.h"
+#include "demo/demo_services.h"
 
 #include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "engine/scan_rules.h"
@@ -10,7 +13,7 @@
 namespace vestigo {
 namespace {
 
-/// A service of the system whose paths are those of the made-up disk.
+/// The base class of services: adds the disk's path to each path and asks the real service.
 template <class Service>
 class OnDisk : public Service {
 public:
@@ -20,6 +23,57 @@ public:
 protected:
     std::shared_ptr<Service> real_;
     std::string disk_;
+};
+
+class DemoDirectoryReader : public OnDisk<DirectoryReader> {
+public:
+    using OnDisk::OnDisk;
+
+    std::unique_ptr<Folder> open(const std::string& path) override {
+        return real_->open(disk_ + path);
+    }
+    unsigned maxOpenFolders() const override { return real_->maxOpenFolders(); }
+};
+
+/// An item of the demonstration that counts as signed, and by whom.
+struct Signer {
+    std::string_view path;
+    std::string_view commonName;
+    bool apple = false;
+};
+
+constexpr std::array signers{
+    Signer{"/usr/libexec/systemhelperd", "Software Signing", true},
+    Signer{"/Applications/Sound Studio.app",
+           "Developer ID Application: Example Audio (AB12CD34EF)"},
+    Signer{"/Applications/Photo Desk.app", "Developer ID Application: Example Photo (CD34EF56AB)"},
+    Signer{"/Library/Extensions/ScannerUSB.kext",
+           "Developer ID Application: Example Devices, Inc. (EF56AB12CD)"},
+    Signer{"/Library/Audio/Plug-Ins/VST/Plate Reverb.vst",
+           "3rd Party Mac Developer Application: Example Audio (AB12CD34EF)"},
+};
+
+class SignedItem : public StaticCode {
+public:
+    explicit SignedItem(const Signer& signer) : signer_(signer) {}
+    bool isAnchoredToApple() override { return signer_.apple; }
+    std::optional<SigningInformation> signingInformation() override {
+        return SigningInformation{std::string(signer_.commonName), std::nullopt};
+    }
+
+private:
+    const Signer& signer_;
+};
+
+class DemoCodeSigning : public OnDisk<CodeSigning> {
+public:
+    using OnDisk::OnDisk;
+
+    std::unique_ptr<StaticCode> staticCode(const std::string& path) override {
+        const auto* const signer = std::ranges::find(signers, path, &Signer::path);
+        if (signer != signers.end()) return std::make_unique<SignedItem>(*signer);
+        return real_->staticCode(disk_ + path);
+    }
 };
 
 class DemoFiles : public OnDisk<Files> {
@@ -53,7 +107,7 @@ public:
     }
     std::optional<std::string> resolved(const std::string& path) override {
         const auto real = real_->resolved(disk_ + path);
-        // Nothing lies outside of this world.
+        // A link may lead out of the disk; what lies there does not exist for the program.
         if (!real || !liesUnder(*real, disk_)) return std::nullopt;
         return *real == disk_ ? "/" : real->substr(disk_.size());
     }
@@ -141,6 +195,15 @@ public:
 };
 
 }  // namespace
+
+std::shared_ptr<DirectoryReader> demoDirectoryReader(std::shared_ptr<DirectoryReader> real,
+                                                     std::string disk) {
+    return std::make_shared<DemoDirectoryReader>(std::move(real), std::move(disk));
+}
+
+std::shared_ptr<CodeSigning> demoCodeSigning(std::shared_ptr<CodeSigning> real, std::string disk) {
+    return std::make_shared<DemoCodeSigning>(std::move(real), std::move(disk));
+}
 
 std::shared_ptr<Files> demoFiles(std::shared_ptr<Files> real, std::string disk) {
     return std::make_shared<DemoFiles>(std::move(real), std::move(disk));
