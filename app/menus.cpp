@@ -105,23 +105,23 @@ MainWindow* Menus::activeWindow() const {
 
 void Menus::addApplicationMenu(QMenuBar& bar, MainWindow* window) {
     auto& menu = *bar.addMenu(QStringLiteral("Vestigo"));
-    auto* const about = addAction(menu, QStringLiteral("About Vestigo"));
+    auto* const about = addAction(menu, tr("About Vestigo"));
     about->setMenuRole(QAction::AboutRole);
     connect(about, &QAction::triggered, this, [this] { services_.showAbout(); });
     menu.addSeparator();
     if (services_.updater) addUpdateCommands(menu);
-    auto* const quit = addAction(menu, QStringLiteral("Quit Vestigo"),
-                                 QKeySequence::keyBindings(QKeySequence::Quit));
+    auto* const quit =
+        addAction(menu, tr("Quit Vestigo"), QKeySequence::keyBindings(QKeySequence::Quit));
     quit->setMenuRole(QAction::QuitRole);
     connect(quit, &QAction::triggered, this, [this] { services_.quit(); });
     if (window) window->addAction(quit);
 }
 
 void Menus::addUpdateCommands(QMenu& menu) {
-    auto* const check = addAction(menu, QStringLiteral("Check for Updates…"));
+    auto* const check = addAction(menu, tr("Check for Updates…"));
     check->setMenuRole(QAction::ApplicationSpecificRole);
     connect(check, &QAction::triggered, this, [this] { services_.updater->checkForUpdates(); });
-    auto* const automatically = addAction(menu, QStringLiteral("Automatically Check for Updates"));
+    auto* const automatically = addAction(menu, tr("Automatically Check for Updates"));
     automatically->setMenuRole(QAction::ApplicationSpecificRole);
     automatically->setCheckable(true);
     connect(automatically, &QAction::triggered, this,
@@ -139,12 +139,12 @@ void Menus::addUpdateCommands(QMenu& menu) {
 }
 
 void Menus::addFileMenu(QMenuBar& bar, MainWindow* window) {
-    auto& menu = *bar.addMenu(QStringLiteral("&File"));
+    auto& menu = *bar.addMenu(tr("&File"));
     auto* const open =
-        addAction(menu, QStringLiteral("New Window"), QKeySequence::keyBindings(QKeySequence::New));
+        addAction(menu, tr("New Window"), QKeySequence::keyBindings(QKeySequence::New));
     connect(open, &QAction::triggered, this, [this] { services_.openWindow(); });
     auto* const close =
-        addAction(menu, QStringLiteral("Close"), QKeySequence::keyBindings(QKeySequence::Close));
+        addAction(menu, tr("Close"), QKeySequence::keyBindings(QKeySequence::Close));
     connect(close, &QAction::triggered, this, [this, window] {
         auto* const closed = window ? window : activeWindow();
         if (!closed) return;
@@ -157,11 +157,10 @@ void Menus::addFileMenu(QMenuBar& bar, MainWindow* window) {
 }
 
 void Menus::addEditMenu(QMenuBar& bar) {
-    auto& menu = *bar.addMenu(QStringLiteral("&Edit"));
+    auto& menu = *bar.addMenu(tr("&Edit"));
     for (const auto& [text, key, changesText] : editCommands) {
         if (changesText && !sharedBar_) continue;
-        auto* const action =
-            addAction(menu, QString::fromLatin1(text), QKeySequence::keyBindings(key));
+        auto* const action = addAction(menu, tr(text), QKeySequence::keyBindings(key));
         // The menu only shows these keys. The widgets handle them, and a shortcut of the menu would
         // take the keys from them.
         action->setShortcutContext(Qt::WidgetShortcut);
@@ -174,12 +173,12 @@ void Menus::addEditMenu(QMenuBar& bar) {
 }
 
 void Menus::addWindowMenu(QMenuBar& bar) {
-    auto& menu = *bar.addMenu(QStringLiteral("&Window"));
-    auto* const minimise = addAction(menu, QStringLiteral("Minimize"), {Qt::CTRL | Qt::Key_M});
+    auto& menu = *bar.addMenu(tr("&Window"));
+    auto* const minimise = addAction(menu, tr("Minimize"), {Qt::CTRL | Qt::Key_M});
     connect(minimise, &QAction::triggered, this, [this] {
         if (auto* const window = activeWindow()) window->showMinimized();
     });
-    auto* const zoom = addAction(menu, QStringLiteral("Zoom"));
+    auto* const zoom = addAction(menu, tr("Zoom"));
     connect(zoom, &QAction::triggered, this, [this] {
         auto* const window = activeWindow();
         if (window) window->setWindowState(window->windowState() ^ Qt::WindowMaximized);
@@ -207,9 +206,9 @@ void Menus::listWindows(QMenu& menu) {
 }
 
 void Menus::addHelpMenu(QMenuBar& bar) {
-    auto& menu = *bar.addMenu(QStringLiteral("&Help"));
+    auto& menu = *bar.addMenu(tr("&Help"));
     auto* const help =
-        addAction(menu, QStringLiteral("Vestigo Help"),
+        addAction(menu, tr("Vestigo Help"),
                   {QKeySequence(Qt::CTRL | Qt::Key_Question), QKeySequence(Qt::Key_F1)});
     connect(help, &QAction::triggered, this, [this] { services_.showHelp(); });
 }

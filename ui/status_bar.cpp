@@ -27,7 +27,7 @@ QDateTime localTime(double secondsSince2001) {
 
 /// Formats the user's long date without weekday and with a short month, as in "Nov 23, 2026".
 QString abbreviatedDate(const QLocale& locale, QDate date) {
-    static const QRegularExpression weekday(QStringLiteral("[\\s,،]*dddd[\\s,،]*"));
+    static const QRegularExpression weekday(QStringLiteral(R"([\s,،]*dddd[\s,،]*)"));
     auto format = locale.dateFormat(QLocale::LongFormat);
     format.replace(weekday, QStringLiteral(" "));
     format.replace(QStringLiteral("MMMM"), QStringLiteral("MMM"));
@@ -36,7 +36,7 @@ QString abbreviatedDate(const QLocale& locale, QDate date) {
 
 /// Formats the user's short time, without the seconds that some locales have in it.
 QString shortTime(const QLocale& locale, QTime time) {
-    static const QRegularExpression seconds(QStringLiteral("[:.\\s]*ss?"));
+    static const QRegularExpression seconds(QStringLiteral(R"([:.\s]*ss?)"));
     auto format = locale.timeFormat(QLocale::ShortFormat);
     return locale.toString(time, format.remove(seconds));
 }
@@ -104,9 +104,9 @@ void StatusBar::announceScan(const Changes& changes) {
     };
     if (changes.has(ScannerField::scanning)) {
         if (scanning) {
-            announce(QStringLiteral("Scanning…"));
+            announce(tr("Scanning…"));
         } else if (followsScans_) {
-            announce(QStringLiteral("Scan ended. %1").arg(summary_.text()));
+            announce(tr("Scan ended. %1").arg(summary_.text()));
         }
     } else if (scanning && sinceAnnouncement_.hasExpired(millisecondsBetweenAnnouncements)) {
         announce(scannedCount_.text());
@@ -116,17 +116,16 @@ void StatusBar::announceScan(const Changes& changes) {
 
 void StatusBar::refreshProgress() {
     const auto& scanner = content_.scanner();
-    scannedCount_.setText(
-        QStringLiteral("Scanning… %1 files").arg(QString::number(scanner.scannedCount())));
+    scannedCount_.setText(tr("Scanning… %1 files").arg(QString::number(scanner.scannedCount())));
     currentPath_.setText(toQString(scanner.currentPath()));
 }
 
 void StatusBar::refreshSummary() {
     summary_.setText(
-        QStringLiteral("%1 items · %2 Intel files")
+        tr("%1 items · %2 Intel files")
             .arg(QString::number(content_.groupCount()), QString::number(content_.hitCount())));
     const auto date = content_.scanner().lastScanDate();
-    lastScan_.setText(date ? QStringLiteral("Last scan: ") + dateAndTime(*date) : QString());
+    lastScan_.setText(date ? tr("Last scan: ") + dateAndTime(*date) : QString());
 }
 
 void StatusBar::refreshHint() {

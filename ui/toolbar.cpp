@@ -5,7 +5,6 @@
 #include <QPointer>
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <utility>
 
 #include "engine/records.h"
@@ -43,12 +42,12 @@ int valueOf(std::optional<Enum> filter) {
     return filter ? static_cast<int>(*filter) : noFilter;
 }
 
-QString counted(std::string_view text, std::size_t count) {
-    return QStringLiteral("%1 (%2)").arg(toQString(text), QString::number(count));
+QString counted(const QString& text, std::size_t count) {
+    return QStringLiteral("%1 (%2)").arg(text, QString::number(count));
 }
 
 QString noFolderText() {
-    return QStringLiteral("Folder…");
+    return Toolbar::tr("Folder…");
 }
 
 /// True if this widget has the focus within its window, even while the window is inactive.
@@ -65,13 +64,13 @@ Toolbar::Toolbar(ContentView& content, Desktop& desktop, QWidget* parent)
       row_(*new QHBoxLayout(this)),
       scan_(*new ActionButton(Symbol::magnifier, ButtonRole::plain, this)),
       stop_(*new ActionButton(Symbol::stopFill, ButtonRole::destructive, this)),
-      scope_(*new ChoiceBox(QStringLiteral("Scope"), this)),
+      scope_(*new ChoiceBox(tr("Scope"), this)),
       folder_(*new ActionButton(Symbol::folder, ButtonRole::plain, this)),
       clearFolder_(*new QToolButton(this)),
-      intelOnly_(*new QCheckBox(QStringLiteral("Intel-only"), this)),
-      categories_(*new ChoiceBox(QStringLiteral("Category"), this)),
-      fixes_(*new ChoiceBox(QStringLiteral("Fix"), this)),
-      sizes_(*new ChoiceBox(QStringLiteral("Size"), this)),
+      intelOnly_(*new QCheckBox(tr("Intel-only"), this)),
+      categories_(*new ChoiceBox(tr("Category"), this)),
+      fixes_(*new ChoiceBox(tr("Fix"), this)),
+      sizes_(*new ChoiceBox(tr("Size"), this)),
       moveToTrash_(*new ActionButton(Symbol::trash, ButtonRole::destructive, this)),
       exportCsv_(*new ActionButton(Symbol::share, ButtonRole::plain, this)) {
     row_.setContentsMargins(padding, padding, padding, padding);
@@ -92,11 +91,11 @@ void Toolbar::append(QWidget& control, const char* name) {
 
 void Toolbar::addScanButtons() {
     append(scan_, "scan");
-    scan_.setPlainText(QStringLiteral("Scan"));
+    scan_.setPlainText(tr("Scan"));
     scan_.setDefault(true);
     connect(&scan_, &QPushButton::clicked, this, [this] { content_.scanPressed(); });
     append(stop_, "stop");
-    stop_.setPlainText(QStringLiteral("Stop"));
+    stop_.setPlainText(tr("Stop"));
     connect(&stop_, &QPushButton::clicked, this, [this] { content_.scanner().stop(); });
 }
 
@@ -105,9 +104,8 @@ void Toolbar::addRootControls() {
     for (const auto scope : {Scope::smart, Scope::deep}) {
         scope_.add(static_cast<int>(scope), toQString(label(scope)));
     }
-    setPlainToolTip(
-        scope_,
-        QStringLiteral("Smart = high-signal folders (Applications, Libraries, /usr/local, /opt, "
+    setPlainToolTip(scope_,
+                    tr("Smart = high-signal folders (Applications, Libraries, /usr/local, /opt, "
                        "command dirs). Whole disk is slower and mostly caches."));
     connect(&scope_, &ChoiceBox::chosen, this,
             [this](int value) { content_.setScope(static_cast<Scope>(value)); });
@@ -121,16 +119,15 @@ void Toolbar::addRootControls() {
     clearFolder_.setFocusPolicy(Qt::StrongFocus);
     clearFolder_.setIcon(symbolIcon(Symbol::crossCircleFill));
     clearFolder_.setIconSize({clearSymbolSize, clearSymbolSize});
-    clearFolder_.setAccessibleName(QStringLiteral("Clear folder"));
+    clearFolder_.setAccessibleName(tr("Clear folder"));
     connect(&clearFolder_, &QToolButton::clicked, this, [this] { content_.clearFolder(); });
 }
 
 void Toolbar::addFilters() {
     append(intelOnly_, "intelOnly");
     drawBoxClearly();
-    setPlainToolTip(
-        intelOnly_,
-        QStringLiteral("Show only legacy binaries with no arm64 slice: Intel (x86_64/i386) and "
+    setPlainToolTip(intelOnly_,
+                    tr("Show only legacy binaries with no arm64 slice: Intel (x86_64/i386) and "
                        "PowerPC (ppc/ppc64)."));
     connect(&intelOnly_, &QCheckBox::clicked, this,
             [this](bool on) { content_.scanner().setIntelOnly(on); });
@@ -145,11 +142,10 @@ void Toolbar::addFilters() {
 
     append(fixes_, "fixFilter");
     fixes_.setMaximumWidth(fixMaximum);
-    fixes_.add(noFilter, QStringLiteral("All fixes"));
+    fixes_.add(noFilter, tr("All fixes"));
     fixes_.insertSeparator(1);
     for (const auto fix : fixesInOrder) fixes_.add(static_cast<int>(fix), {});
-    setPlainToolTip(
-        fixes_, QStringLiteral("Filter by fix type, e.g. show only brew or MacPorts items. Curl or "
+    setPlainToolTip(fixes_, tr("Filter by fix type, e.g. show only brew or MacPorts items. Curl or "
                                "hand-installed tools show as Manual."));
     connect(&fixes_, &ChoiceBox::chosen, this,
             [this](int value) { content_.setFixFilter(filterOf<Fix>(value)); });
@@ -158,15 +154,15 @@ void Toolbar::addFilters() {
 void Toolbar::addSizeChoice() {
     auto& caption = *new TintedLabel(Tint::secondary, this);
     append(caption, "sizeLabel");
-    caption.setText(QStringLiteral("Size"));
+    caption.setText(tr("Size"));
     caption.setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 
     append(sizes_, "size");
     sizes_.setMaximumWidth(sizeMaximum);
-    sizes_.add(0, QStringLiteral("Small"));
-    sizes_.add(4, QStringLiteral("Medium"));
-    sizes_.add(8, QStringLiteral("Large"));
-    setPlainToolTip(sizes_, QStringLiteral("List text size"));
+    sizes_.add(0, tr("Small"));
+    sizes_.add(4, tr("Medium"));
+    sizes_.add(8, tr("Large"));
+    setPlainToolTip(sizes_, tr("List text size"));
     connect(&sizes_, &ChoiceBox::chosen, this, [this](int value) { content_.setFontDelta(value); });
 }
 
@@ -174,12 +170,11 @@ void Toolbar::addActions() {
     append(moveToTrash_, "moveToTrash");
     setPlainToolTip(
         moveToTrash_,
-        QStringLiteral(
-            "Move the selected deletable items to the Trash (confirmation + Touch ID)."));
+        tr("Move the selected deletable items to the Trash (confirmation + Touch ID)."));
     connect(&moveToTrash_, &QPushButton::clicked, this,
             [this] { content_.requestDeleteOfSelection(); });
     append(exportCsv_, "exportCsv");
-    exportCsv_.setPlainText(QStringLiteral("Export CSV"));
+    exportCsv_.setPlainText(tr("Export CSV"));
     connect(&exportCsv_, &QPushButton::clicked, this, [this] { content_.exportCSV(); });
 }
 
@@ -257,21 +252,22 @@ void Toolbar::refreshFilters() {
 }
 
 void Toolbar::refreshCounts() {
-    categories_.setText(noFilter, counted("All", content_.groupCount()));
+    categories_.setText(noFilter, counted(tr("All"), content_.groupCount()));
     for (const auto category : allCategories) {
         categories_.setText(static_cast<int>(category),
-                            counted(label(category), content_.categoryCount(category)));
+                            counted(toQString(label(category)), content_.categoryCount(category)));
     }
     for (const auto fix : fixesInOrder) {
-        fixes_.setText(static_cast<int>(fix), counted(label(fix), content_.fixCount(fix)));
+        fixes_.setText(static_cast<int>(fix),
+                       counted(toQString(label(fix)), content_.fixCount(fix)));
     }
 }
 
 void Toolbar::refreshActions() {
     const bool idle = !content_.scanner().scanning();
     const auto count = content_.deletableSelection().size();
-    moveToTrash_.setPlainText(count > 0 ? counted("Move to Trash", count)
-                                        : QStringLiteral("Move to Trash"));
+    moveToTrash_.setPlainText(count > 0 ? counted(tr("Move to Trash"), count)
+                                        : tr("Move to Trash"));
     moveToTrash_.setEnabled(idle && count > 0);
     exportCsv_.setEnabled(idle && content_.groupCount() > 0);
 }

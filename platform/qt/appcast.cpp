@@ -23,7 +23,7 @@ struct Version {
 
 std::optional<Version> parseVersion(const QString& text) {
     static const QRegularExpression form(
-        QStringLiteral("^(\\d{1,9}(?:\\.\\d{1,9}){0,7})[-. ]?([A-Za-z][A-Za-z0-9.-]*)?$"));
+        QStringLiteral(R"(^(\d{1,9}(?:\.\d{1,9}){0,7})[-. ]?([A-Za-z][A-Za-z0-9.-]*)?$)"));
     const auto match = form.match(text.trimmed());
     if (!match.hasMatch()) return std::nullopt;
     Version version;
@@ -37,7 +37,7 @@ std::optional<Version> parseVersion(const QString& text) {
 
 /// Compares runs of digits as numbers, so that "rc10" comes after "rc9".
 int compareSuffixes(const QString& a, const QString& b) {
-    static const QRegularExpression runs(QStringLiteral("\\d+|[^\\d]+"));
+    static const QRegularExpression runs(QStringLiteral(R"(\d+|[^\d]+)"));
     auto left = runs.globalMatch(a);
     auto right = runs.globalMatch(b);
     while (left.hasNext() && right.hasNext()) {

@@ -15,8 +15,8 @@ constexpr QSize largeButton(110, 32);
 
 PathLine lineOf(const Leftover& leftover) {
     PathLine line{.path = leftover.path, .tags = {}, .on = leftover.on};
-    if (leftover.fuzzy) line.tags.push_back({QStringLiteral("name match"), Tint::orange});
-    if (leftover.system) line.tags.push_back({QStringLiteral("admin"), Tint::red});
+    if (leftover.fuzzy) line.tags.push_back({DeleteSheet::tr("name match"), Tint::orange});
+    if (leftover.system) line.tags.push_back({DeleteSheet::tr("admin"), Tint::red});
     return line;
 }
 
@@ -31,9 +31,9 @@ DeleteSheet::DeleteSheet(ContentView& content, QWidget* window)
       leftoversHeading_(*new SheetText({}, contentFont(17), Tint::primary, innerWidth(), this)),
       leftovers_(*new PathList({innerWidth(), leftoversHeight}, this)),
       note_(*new SheetText(
-          tr("Bundle-ID matches are reliable. “name match” items are matched by app name and may "
-             "be "
-             "shared by other software, so they are off by default. Review before removing."),
+          tr("Bundle-ID matches are reliable. “name match” items are matched by app name and "
+             "may be shared by other software, so they are off by default. Review before "
+             "removing."),
           contentFont(13), Tint::secondary, innerWidth(), this)) {
     setObjectName(QStringLiteral("delete"));
     setWindowTitle(tr("Move to Trash"));
@@ -44,6 +44,7 @@ DeleteSheet::DeleteSheet(ContentView& content, QWidget* window)
     column().addWidget(&groups_);
     addLeftovers();
     addButtons();
+    // The disk may have changed since this removal was requested, so leftovers are searched now.
     content.planRemoval();
     showGroups();
     showLeftovers();

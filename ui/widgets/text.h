@@ -28,7 +28,7 @@ namespace vestigo {
 /// HTML, and the name of a file may look like it.
 [[nodiscard]] inline QString plainToolTip(const QString& text) {
     if (text.isEmpty()) return text;
-    return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(text.toHtmlEscaped());
+    return QStringLiteral(R"(<p style="white-space:pre-wrap">%1</p>)").arg(text.toHtmlEscaped());
 }
 
 /// Sets such a tooltip and the plain text as the accessible description; otherwise a screen reader
