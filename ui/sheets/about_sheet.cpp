@@ -47,6 +47,7 @@ void AboutSheet::addIcon() {
     auto* const picture = new QLabel(this);
     const auto ratio = devicePixelRatioF();
     auto pixmap = icon.pixmap(QSize(iconSide, iconSide), ratio);
+    // The picture may have fewer pixels than asked for; it is then drawn larger.
     pixmap.setDevicePixelRatio(pixmap.width() / static_cast<qreal>(iconSide));
     picture->setPixmap(pixmap);
     picture->setFixedSize(iconSide, iconSide);

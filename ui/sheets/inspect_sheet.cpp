@@ -1,3 +1,6 @@
+// The list is one text document, so that the user can select and copy across several binaries. Each
+// binary is a paragraph with a hanging indent: its architectures, a tab, its path. Architectures
+// that do not fit before the tab continue in paragraphs of their own below.
 #include "ui/sheets/inspect_sheet.h"
 
 #include <QApplication>
@@ -98,6 +101,7 @@ void InspectSheet::refresh(const Changes& changes) {
     if (!content_.inspectGroup()) return;
     if (!changes.hasAny(ContentField::inspectGroup) && !changes.has(ScannerField::allHits)) return;
     auto bundle = inspectBundle(content_.scanner().allHits(), *content_.inspectGroup());
+    // The hits also change when other groups grow; filling the list again would lose the selection.
     if (bundle != bundle_) show(std::move(bundle));
 }
 

@@ -1,3 +1,5 @@
+// On a Mac, the system attaches a sheet to its window. Elsewhere a sheet is a dialog with a title
+// bar, which has to follow its window by itself (`eventFilter`).
 #include "ui/sheets/sheet.h"
 
 #include <QCloseEvent>
@@ -37,11 +39,13 @@ Sheet::Sheet(QWidget* window, const Measures& measures, std::function<void()> di
     const int padding = measures.padding;
     column_->setContentsMargins(padding, padding, padding, padding);
     column_->setSpacing(measures.spacing);
+    // The sheet is as large as its content, also when parts of it appear or vanish.
     column_->setSizeConstraint(QLayout::SetFixedSize);
 }
 
 void Sheet::refresh(const Changes&) {}
 
+/// Qt calls this for Escape. It does not close the sheet: `Sheets` does, when the model says so.
 void Sheet::reject() {
     if (dismiss_) dismiss_();
 }

@@ -44,12 +44,14 @@ void Sheets::refresh(const Changes& changes) {
     for (auto& kind : kinds_) {
         if (!kind.wanted()) {
             if (kind.open) {
+                // This may run within an event of the sheet itself, so it is deleted later.
                 kind.open->hide();
                 kind.open->deleteLater();
                 kind.open = nullptr;
             }
         } else if (!kind.open) {
             kind.open = kind.make();
+            // While a sheet is open, the window's own shortcuts are blocked.
             kind.open->addActions(kind.open->parentWidget()->actions());
             kind.open->open();
         } else {

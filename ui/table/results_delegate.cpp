@@ -1,3 +1,5 @@
+// `layout` alone decides where symbol, button and text of a cell are. Drawing, the mouse, tooltips
+// and assistive technology all ask it, so they cannot disagree.
 #include "ui/table/results_delegate.h"
 
 #include <QAbstractItemView>

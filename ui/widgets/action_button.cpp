@@ -1,3 +1,6 @@
+// A style draws the label of a button in one colour and cuts off what does not fit. This button may
+// be red and shortens its text in the middle, so it lets the style draw only frame and focus, and
+// draws the label itself.
 #include "ui/widgets/action_button.h"
 
 #include <QEvent>

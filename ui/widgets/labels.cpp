@@ -20,10 +20,13 @@ void TintedLabel::setElision(Qt::TextElideMode elision) {
     update();
 }
 
+/// A layout may shrink the label until only the ellipsis is left.
 QSize TintedLabel::minimumSizeHint() const {
     return {fontMetrics().horizontalAdvance(QChar(0x2026)), fontMetrics().height()};
 }
 
+/// QLabel would cut off a text that does not fit. The colour is looked up at each painting, so it
+/// follows a change of the palette.
 void TintedLabel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setPen(colorOf(tint_, palette()));
@@ -71,7 +74,7 @@ void SheetText::applyTint() {
 
 QString emphasised(std::string_view text) {
     QString html;
-    bool bold = false;
+    bool bold = false;  // The parts between the marks are plain and bold in turn.
     for (const auto& part : toQString(text).split(QStringLiteral("**"))) {
         const auto safe = part.toHtmlEscaped();
         html += bold ? QStringLiteral("<b>%1</b>").arg(safe) : safe;

@@ -1,3 +1,7 @@
+// Appending a long text at once would keep the window from responding, so it is appended in
+// portions, with a pause after each in which the window handles its other events. A portion may end
+// within a UTF-8 character; the decoder keeps the beginning of it for the next portion. The log
+// tells by a new generation that it was cleared, and the view then begins anew.
 #include "ui/widgets/log_view.h"
 
 #include <QAction>

@@ -1,3 +1,6 @@
+// The list draws its lines itself, as no style draws a path that is shortened in the middle with
+// coloured tags behind it. A check box shows what the window's model says: a click only emits
+// `toggled`, and the box changes when the model has accepted that and `setLines` is called.
 #include "ui/widgets/path_list.h"
 
 #include <QAbstractListModel>
@@ -27,6 +30,7 @@ public:
     void setLines(std::vector<PathLine> lines) {
         if (lines == lines_) return;
         if (std::ranges::equal(lines, lines_, {}, &PathLine::path, &PathLine::path)) {
+            // Without a reset, the view keeps its scroll position and current line.
             lines_ = std::move(lines);
             emit dataChanged(index(0), index(rowCount({}) - 1));
             return;
@@ -130,6 +134,7 @@ private:
         style.drawPrimitive(QStyle::PE_IndicatorCheckBox, &box, &painter, &list_);
         room.adjust(size.width() + itemSpacing, 0, 0, 0);
     }
+    /// The tags are shown whole; the path is shortened to the room that they leave.
     static void drawPath(QPainter& painter, const QStyleOptionViewItem& option, const QRect& room,
                          const PathLine& line) {
         const auto tagFont = contentFont(tagSize);
@@ -194,6 +199,7 @@ void PathList::toggle(const QModelIndex& line) {
     if (chosen.on) emit toggled(std::string(chosen.path), !*chosen.on);
 }
 
+/// Reports to assistive technology that the box of the current line may have changed.
 void PathList::dataChanged(const QModelIndex& first, const QModelIndex& last,
                            const QList<int>& roles) {
     QListView::dataChanged(first, last, roles);

@@ -53,8 +53,8 @@ void Refresher::flushWithin(int milliseconds) {
 void Refresher::flush() {
     timer_.stop();
     emit changed(std::exchange(changes_, Changes()));
-    sinceFlush_
-        .start();  // The pause begins after the redraw, so that slow redraws leave time for input.
+    // The pause begins after the redraw, so that slow redraws leave time for input.
+    sinceFlush_.start();
 }
 
 }  // namespace vestigo
