@@ -1,5 +1,5 @@
--- Drops what was found in weeks long past. The reports and their counts stay, and with them the picture
--- over the weeks. To keep half a year:
+-- Deletes the rows of old weeks. The reports and their counts stay, so the chart over the weeks does not
+-- change. To keep half a year:
 --
 --     psql -d fleet -v weeks=26 -f fleet/expire.sql
 

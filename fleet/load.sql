@@ -1,14 +1,14 @@
--- Loads what fleet/read-reports prints, all of it or nothing. fleet/load runs both; by hand:
+-- Loads the output of fleet/read-reports, completely or not at all. fleet/load runs both; by hand:
 --
 --     fleet/read-reports FOLDER | psql -d fleet -f fleet/load.sql
 --
--- A report is known by its machine and its time, so loading one again changes nothing.
+-- A report is identified by its machine and its time, so loading it again changes nothing.
 
 \set ON_ERROR_STOP on
 SET client_encoding = 'UTF8';
 SET client_min_messages = warning;
 BEGIN;
-LOCK TABLE report IN SHARE ROW EXCLUSIVE MODE; -- Loads wait for one another; questions do not wait.
+LOCK TABLE report IN SHARE ROW EXCLUSIVE MODE; -- Loads wait for one another, but queries do not wait.
 SET LOCAL work_mem = '256MB';
 
 CREATE TEMPORARY TABLE incoming_found (
@@ -48,7 +48,8 @@ WITH inserted AS (
 SELECT inserted.id, inserted.week, number FROM inserted
 JOIN incoming_report USING (machine, taken_at, file);
 
--- Two machines with one identity, or a clock that was set back: the first report to come stays.
+-- Two machines may have the same identity, or a clock may have been set back. The report that was loaded
+-- first stays.
 INSERT INTO incoming_refused
 SELECT incoming_report.file, 'is another report of the same machine and time as ' || report.file
 FROM incoming_report JOIN report USING (machine, taken_at)
@@ -60,7 +61,8 @@ SELECT digest, category, bundle, vendor, fix, cpu, apple_signed, path, path_byte
 FROM incoming_component
 ON CONFLICT (digest) DO NOTHING;
 
--- Made and attached, since making it in place would keep all questions waiting until the load has ended.
+-- A partition is made as a table and then attached, since CREATE TABLE ... PARTITION OF would keep all
+-- queries waiting until the load has ended.
 DO $$
 DECLARE monday date; partition text;
 BEGIN
@@ -97,7 +99,8 @@ BEGIN
 END $$;
 ANALYZE machine, report, component, tally, new_report;
 
--- What differs from the report before: in the new reports, and in those that a late one now stands before.
+-- Finds the differences from the report before. This concerns the new reports, and also a report before
+-- which a late one has been loaded.
 CREATE TEMPORARY TABLE pair ON COMMIT DROP AS
 WITH affected AS (
     SELECT id FROM new_report
@@ -117,7 +120,7 @@ ANALYZE pair;
 
 DELETE FROM change WHERE report IN (SELECT report FROM pair);
 
--- Components are compared first, since nearly all stay as they are; paths only matter for the others.
+-- Components are compared first, since nearly all are unchanged; paths are compared for the others only.
 WITH now AS (
     SELECT pair.report, found.component, true AS there
     FROM pair CROSS JOIN LATERAL (SELECT * FROM found WHERE found.week = pair.week

@@ -1,4 +1,4 @@
--- One machine: what it has to do, and when it reported. By host name or hardware UUID:
+-- Shows what is to be done on one machine and when it reported, by its host name or hardware UUID:
 --
 --     psql -d fleet -v machine=mac-00007 -f fleet/machine.sql
 

@@ -1,4 +1,5 @@
--- What an administrator asks first. "To do" is whatever is neither Apple's nor there as an arm64 build too.
+-- Answers the questions that an administrator asks first. "To do" means every component that is neither
+-- Apple's nor also available as an arm64 build.
 
 \set ON_ERROR_STOP on
 \pset null ''

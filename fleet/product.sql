@@ -1,4 +1,4 @@
--- One product: which machines have it, wherever it lies there. By its name as the table shows it:
+-- Shows which machines have a product, and where, by its name as the overview shows it:
 --
 --     psql -d fleet -v bundle='Old Writer.app' -f fleet/product.sql
 

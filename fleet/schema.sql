@@ -1,18 +1,18 @@
--- The database of many machines' reports: tables, one partition a week, and the settings that the
--- questions want. Run once in a new database, then views.sql:
+-- Creates the tables for the reports of many machines, and sets what makes the queries fast. Run it once in
+-- a new database, and then views.sql:
 --
 --     createdb fleet && psql -d fleet -f fleet/schema.sql -f fleet/views.sql
 --
--- What many machines have in common is held once, in component; found, by far the largest table, is four
--- numbers and a date a row. Weeks begin on Monday in UTC and are those of the reports' own times.
+-- A component that many machines have is stored once, so a row of found, by far the largest table, has only
+-- small fields; it has one partition a week. Weeks begin on Monday in UTC, by the times in the reports.
 
 \set ON_ERROR_STOP on
 BEGIN;
 
 CREATE TABLE machine (
-    uuid        uuid PRIMARY KEY,   -- the hardware's; stays when the machine is renamed or set up anew
-    -- Set it for a machine that was given away: its reports up to then stay in the history, and the
-    -- questions pass over it until it reports again.
+    uuid        uuid PRIMARY KEY,   -- of the hardware, so it stays when the machine is renamed or set up anew
+    -- Set this for a machine that was given away. Its earlier reports stay in the history, and queries
+    -- leave the machine out until it reports again.
     retired_at  timestamptz
 );
 
@@ -25,17 +25,17 @@ CREATE TABLE report (
     host        text NOT NULL,
     access      text NOT NULL,          -- full, no-full-disk-access or not-root
     digest      uuid NOT NULL,          -- of the whole file
-    file        text NOT NULL,          -- its name when it was loaded, and what shows that it has changed
+    file        text NOT NULL,          -- the file's name, and a stamp that tells whether the file has changed
     stamp       text NOT NULL,
     loaded_at   timestamptz NOT NULL DEFAULT now(),
-    expired     boolean NOT NULL DEFAULT false,     -- expire.sql has dropped what it found
+    expired     boolean NOT NULL DEFAULT false,     -- expire.sql has deleted its rows
     UNIQUE (machine, taken_at)
 );
 
--- A row of a report without its date and count, which differ from machine to machine.
+-- A row of a report without date and count, as these differ from machine to machine.
 CREATE TABLE component (
     id          int GENERATED ALWAYS AS IDENTITY PRIMARY KEY,
-    digest      uuid NOT NULL UNIQUE,   -- of all fields; a path may be longer than an index entry
+    digest      uuid NOT NULL UNIQUE,   -- of all fields, as a path may be too long for an index
     category    text NOT NULL,
     bundle      text NOT NULL,
     vendor      text NOT NULL,
@@ -43,13 +43,14 @@ CREATE TABLE component (
     cpu         text NOT NULL,
     apple_signed boolean NOT NULL,
     path        text NOT NULL,
-    path_bytes  bytea,                  -- where the path is no UTF-8, and path shows some bytes as \xNN
+    path_bytes  bytea,                  -- only if it is not UTF-8; path then shows some bytes as \xNN
     path_digest uuid NOT NULL,
     to_do       boolean NOT NULL GENERATED ALWAYS AS (fix NOT IN ('Keep', 'Apple')) STORED
 );
-CREATE INDEX ON component USING hash (bundle);   -- A report may hold a name of any length.
+CREATE INDEX ON component USING hash (bundle);   -- A hash, as a name may be too long for an ordered index.
 
--- No foreign keys, since checking them would double the time of a load, and only load.sql writes here.
+-- This table has no foreign keys: checking them would double the time of a load, and only load.sql
+-- writes to it.
 CREATE TABLE found (
     week         date NOT NULL,
     report       int NOT NULL,
@@ -59,7 +60,7 @@ CREATE TABLE found (
     PRIMARY KEY (week, report, component)
 ) PARTITION BY RANGE (week);
 
--- What a report found, counted by fix. It stays when expire.sql has dropped the week's partition.
+-- The components of each report, counted by fix. The counts stay when expire.sql deletes the rows.
 CREATE TABLE tally (
     report      int REFERENCES report,
     fix         text,
@@ -69,8 +70,9 @@ CREATE TABLE tally (
     PRIMARY KEY (report, fix)
 );
 
--- How a report differs from the same machine's report before it, by path, in what there is to do: a program
--- that became native is gone, one that was merely signed anew is neither. A first report differs in nothing.
+-- The difference between a report and the machine's report before it, by path and only among what is to be
+-- done: a program that became native is gone, and one that was only signed anew is neither gone nor new.
+-- A machine's first report has no difference.
 CREATE TABLE change (
     report      int REFERENCES report,
     component   int REFERENCES component,
@@ -84,7 +86,7 @@ CREATE TABLE refused (
     refused_at  timestamptz NOT NULL DEFAULT now()
 );
 
--- Compiling a query takes longer than any of the questions.
+-- Without JIT, because compiling a query takes longer than running it.
 DO $$ BEGIN
     EXECUTE format('ALTER DATABASE %I SET jit = off', current_database());
     EXECUTE format('ALTER DATABASE %I SET work_mem = %L', current_database(), '64MB');

@@ -1,10 +1,10 @@
--- What the questions look at. Run after schema.sql, and again when this file has changed.
+-- Creates the views that the queries use. Run it after schema.sql, and again whenever this file changes.
 
 \set ON_ERROR_STOP on
 SET client_min_messages = warning;
 BEGIN;
 
--- Each machine's latest report by the machine's own time: there is no common day.
+-- Each machine's latest report by the machine's own time. Machines do not all report on the same day.
 CREATE OR REPLACE VIEW latest_report AS
 SELECT report.*
 FROM machine
@@ -12,8 +12,8 @@ CROSS JOIN LATERAL (SELECT * FROM report WHERE report.machine = machine.uuid
                     ORDER BY taken_at DESC LIMIT 1) report
 WHERE machine.retired_at IS NULL OR report.taken_at > machine.retired_at;
 
--- What the machines have, by their latest reports. OFFSET 0 has the database look up each report in its
--- week; left to itself it may read through all weeks that there are.
+-- The components in the latest reports. OFFSET 0 makes the database look up each report in its own week;
+-- without it, the planner may choose to read all weeks.
 CREATE OR REPLACE VIEW latest AS
 SELECT report.id AS report, report.machine, report.host, report.taken_at,
        component.*, found.legacy_count, found.created
@@ -22,7 +22,8 @@ CROSS JOIN LATERAL (SELECT * FROM found WHERE found.week = report.week AND found
                     OFFSET 0) found
 JOIN component ON component.id = found.component;
 
--- The same, counted; worked out anew by every load, since counting a million rows takes longer than asking.
+-- Counts of these. They are materialised, and refreshed by every load, since counting a million rows would
+-- make each query slow.
 DROP MATERIALIZED VIEW IF EXISTS latest_by_kind, latest_by_product, latest_by_vendor, machines_by_week;
 
 CREATE MATERIALIZED VIEW latest_by_kind AS
@@ -45,15 +46,15 @@ SELECT vendor, sum(components) AS components, count(*) AS machines
 FROM (SELECT vendor, report, count(*) AS components FROM latest WHERE to_do GROUP BY vendor, report) had
 GROUP BY vendor;
 
--- What has come and gone since the reports before.
+-- The differences between the latest reports and those before.
 CREATE OR REPLACE VIEW latest_change AS
 SELECT report.id AS report, report.machine, report.host, report.taken_at, change.change, component.*
 FROM latest_report report
 JOIN change ON change.report = report.id
 JOIN component ON component.id = change.component;
 
--- The report that stands for a machine in a week: its last one up to the week's end, for at most four
--- weeks, so that holidays leave no gap and machines that are gone leave the count.
+-- The report that counts for a machine in a week: the last one before the end of the week, if it is at most
+-- four weeks old. So a machine on holiday is still counted, and one that is gone is not.
 CREATE OR REPLACE VIEW weekly_report AS
 SELECT shown.week::date AS week, report.machine, report.id AS report
 FROM (SELECT *, lead(week) OVER (PARTITION BY machine ORDER BY taken_at) AS next_week FROM report) report
@@ -63,8 +64,8 @@ CROSS JOIN LATERAL generate_series(
           (SELECT date_trunc('week', max(taken_at) AT TIME ZONE 'UTC') FROM report)::date),
     interval '7 days') shown(week);
 
--- Machines with legacy code week by week, over the last year, and how many of them each fix would help.
--- Worked out anew by every load, too: a late report may change any week.
+-- The number of machines with legacy code in each week of the last year, and how many of them need each fix.
+-- Refreshed by every load, as a late report may change any week.
 CREATE MATERIALIZED VIEW machines_by_week AS
 SELECT week, count(*) AS machines,
        count(*) FILTER (WHERE to_do) AS with_legacy_code,

@@ -1,4 +1,4 @@
-# Draws what weeks.sql answers:
+# Draws the result of weeks.sql:
 #
 #     psql -d fleet --csv -o weeks.csv -f fleet/weeks.sql
 #     gnuplot -e "weeks='weeks.csv'" fleet/weeks.gnuplot > weeks.svg

@@ -1,5 +1,5 @@
--- Machines with legacy code week by week, and how many of them each fix would help; one machine may need
--- several. weeks.gnuplot draws it.
+-- Lists the number of machines with legacy code in each week, and how many of them need each fix; a machine
+-- may need several. weeks.gnuplot draws the result.
 
 \set ON_ERROR_STOP on
 

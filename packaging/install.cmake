@@ -1,4 +1,4 @@
-# What is installed, and the package that carries it. On a Mac: what goes into the bundle.
+# Says which files are installed, and makes the Debian package; on a Mac, makes the bundle.
 if(NOT Qt6_FOUND)
     install(TARGETS vestigo-scan)
     return()
@@ -9,15 +9,15 @@ if(APPLE)
 endif()
 
 include(GNUInstallDirs)
-# Only the two programs are installed: what else can be built need not be.
+# An installation needs only the two programs, so it does not build the other targets.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 set(sources ${CMAKE_CURRENT_LIST_DIR})
 set(made ${CMAKE_BINARY_DIR}/install)
-# Not the umask of whoever makes the package.
+# Otherwise the permissions would depend on the umask of whoever makes the package.
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
-# Without a name and a time inside, so that the same text gives the same package.
+# Compresses without a name and a time, so that the same text always gives the same package.
 function(install_compressed file name folder)
     add_custom_command(OUTPUT ${made}/${name}
         COMMAND ${CMAKE_COMMAND} -E make_directory ${made}
@@ -62,7 +62,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Asks for the owner's password, and removes what is the machine's.
+# pkexec asks for the owner's password, and runs the script that removes items of the whole machine.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "polkitd, pkexec")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "find Mac programs that Apple Silicon cannot run natively")

@@ -1,8 +1,8 @@
-# Vestigo.app, with vestigo-scan beside its program.
+# Makes Vestigo.app, which also contains vestigo-scan.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 find_program(RSVG_CONVERT rsvg-convert REQUIRED)
 
-# What the Sparkle framework, where the build has it, wants to know.
+# The keys of Info.plist that the Sparkle framework reads, if the build has it.
 set(VESTIGO_UPDATE_KEY "" CACHE STRING "Public EdDSA key that Sparkle checks new versions with")
 if(VESTIGO_UPDATE_FEED AND SPARKLE)
     string(REPLACE "&" "&amp;" feed "${VESTIGO_UPDATE_FEED}")
@@ -38,7 +38,7 @@ add_custom_target(vestigo-bundle ALL
 add_dependencies(vestigo-bundle vestigo vestigo-scan)
 
 if(UPDATER_KEYS)
-    # With ditto: the links within a framework are part of it.
+    # ditto keeps the links within the framework.
     set_target_properties(vestigo PROPERTIES
         BUILD_RPATH @executable_path/../Frameworks INSTALL_RPATH @executable_path/../Frameworks)
     add_custom_command(TARGET vestigo-bundle POST_BUILD

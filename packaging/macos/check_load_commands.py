@@ -1,15 +1,15 @@
 #!/usr/bin/env python3
-"""Checks that a Mac bundle, or a program by itself, runs wherever it says: reads the load commands of
-every program and library in it.
+"""Checks by the load commands of all programs and libraries that a Mac bundle, or a single program, runs on
+every system that it claims to support.
 
 check_load_commands.py [--otool OTOOL] BUNDLE.app
 check_load_commands.py [--otool OTOOL] --oldest VERSION PROGRAM
 
-Nothing may need a newer system than the bundle's LSMinimumSystemVersion or VERSION, and everything that
-is loaded comes with the system or lies in the bundle. A program by itself is there for both processors.
-Prints a line for each offence.
+Nothing may need a newer system than the bundle's LSMinimumSystemVersion, or VERSION. Every library that is
+loaded must belong to the system or be in the bundle. A single program must be for both processors. Prints
+a line for each violation.
 
-exit status: 0 all as it should be, 1 something is not
+exit status: 0 no violations · 1 some violations
 """
 import argparse
 import os
@@ -35,7 +35,7 @@ CPUS = {(7, False): "i386", (0x01000007, False): "x86_64", (0x0100000C, False): 
 
 
 def processors(path):
-    """Those that a file is for, as otool calls them."""
+    """The processors that a file is for, under otool's names."""
     with open(path, "rb") as file:
         start = file.read(4096)
     magic, count = struct.unpack_from(">II", start)
@@ -49,7 +49,7 @@ def processors(path):
 
 
 class LoadCommands:
-    """What a file, in any of its architectures, loads, where it looks, and the system it needs."""
+    """The libraries that a file loads for any processor, where it looks for them, and the oldest systems."""
 
     def __init__(self, otool, path):
         text = "".join(subprocess.run([otool, "-arch", processor, "-l", path], check=True,
@@ -69,7 +69,7 @@ class LoadCommands:
                 self.oldest.append(fields["version"])
 
 
-def offences_of_program(otool, path, oldest):
+def violations_of_program(otool, path, oldest):
     commands = LoadCommands(otool, path)
     built_for = processors(path)
     if sorted(built_for) != ["arm64", "x86_64"]:
@@ -94,12 +94,12 @@ class Bundle:
                                if os.path.dirname(program) == self.programs
                                for folder in LoadCommands(otool, program).search]
 
-    def offences(self):
+    def violations(self):
         count = 0
         for path in self.files():
             count += 1
-            for offence in self.offences_of(path):
-                yield f"{os.path.relpath(path, self.path)}: {offence}"
+            for violation in self.violations_of(path):
+                yield f"{os.path.relpath(path, self.path)}: {violation}"
         if count == 0:
             yield "no program in it"
 
@@ -112,7 +112,7 @@ class Bundle:
                     if file.read(4) in MAGICS:
                         yield path
 
-    def offences_of(self, path):
+    def violations_of(self, path):
         commands = LoadCommands(self.otool, path)
         if not commands.oldest:
             yield "does not say which system it needs"
@@ -129,7 +129,7 @@ class Bundle:
     def brings(self, library, loader, search):
         places = [self.place(library, loader)]
         if library.startswith("@rpath/"):
-            # Where the programs look counts for all that they load.
+            # The search paths of the programs also apply to the libraries that they load.
             folders = [self.place(folder, loader) for folder in search] + self.program_search
             places = [folder + library.removeprefix("@rpath") for folder in folders]
         return any(os.path.realpath(place).startswith(self.path + "/") and os.path.isfile(place)
@@ -146,8 +146,8 @@ parser.add_argument("--oldest", help="the oldest system that a program by itself
 parser.add_argument("path")
 arguments = parser.parse_args()
 if arguments.oldest:
-    found = list(offences_of_program(arguments.otool, arguments.path, arguments.oldest))
+    found = list(violations_of_program(arguments.otool, arguments.path, arguments.oldest))
 else:
-    found = list(Bundle(arguments.otool, arguments.path).offences())
+    found = list(Bundle(arguments.otool, arguments.path).violations())
 print("\n".join(found), end="\n" if found else "")
 sys.exit(bool(found))

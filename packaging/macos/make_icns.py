@@ -8,15 +8,16 @@ import struct
 import subprocess
 import zlib
 
-# Pixels of each element: plain sizes, then the double ones. The system shows PNG from 128 on and in
-# the double sizes; the two smallest want bare channels and a mask.
+# The width in pixels of each element of the file; first the plain sizes, then those for screens with
+# double resolution. All are PNG, except for the two smallest, which have separate colour channels and a
+# mask.
 PNG_SIZES = {b"ic07": 128, b"ic08": 256, b"ic09": 512,
              b"ic11": 32, b"ic12": 64, b"ic13": 256, b"ic14": 512, b"ic10": 1024}
 CHANNEL_SIZES = {(b"is32", b"s8mk"): 16, (b"il32", b"l8mk"): 32}
 
 
 def rendered(renderer, drawing, pixels):
-    """The drawing as a PNG, `pixels` wide and high."""
+    """Returns the drawing as a PNG, `pixels` wide and high."""
     size = str(pixels)
     return subprocess.run([renderer, "--width", size, "--height", size, "--format", "png", drawing],
                           check=True, stdout=subprocess.PIPE).stdout
@@ -31,7 +32,7 @@ def chunks(png):
 
 
 def predicted(kind, left, up, corner):
-    """What a PNG filter of this kind adds to a byte."""
+    """Returns the value that a PNG filter of this kind adds to a byte."""
     if kind == 4:
         base = left + up - corner
         return min((left, up, corner), key=lambda near: abs(base - near))
@@ -39,7 +40,7 @@ def predicted(kind, left, up, corner):
 
 
 def pixels_of(png):
-    """Red, green, blue and alpha of every pixel, row by row."""
+    """Returns red, green, blue and alpha of every pixel, row by row."""
     width, height, depth, colors, _, _, interlaced = struct.unpack(">IIBBBBB", png[16:29])
     if (depth, colors, interlaced) != (8, 6, 0):
         raise ValueError("the renderer wrote another kind of PNG than RGBA of 8 bits")
@@ -56,7 +57,8 @@ def pixels_of(png):
 
 
 def packed(channel):
-    """Runs of 3 to 130 equal bytes as two; up to 128 others after their number."""
+    """Compresses a channel: a run of 3 to 130 equal bytes becomes its length and the byte, and up to 128
+    other bytes follow their number."""
     result, plain, at = bytearray(), bytearray(), 0
 
     def flush():

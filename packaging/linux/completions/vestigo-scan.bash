@@ -3,7 +3,7 @@
 
 _vestigo_scan() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} kind=options i
-    # For bash "--cache=FILE" is three words.
+    # bash splits "--cache=FILE" into three words.
     [ "$word" != = ] || word=
     [ "$before" != = ] || before=${COMP_WORDS[COMP_CWORD - 2]}
     [[ $word == -* ]] || kind=folders
