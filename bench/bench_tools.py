@@ -30,7 +30,7 @@ class Run:
 @dataclass
 class Tree:
     path: pathlib.Path
-    files: int  # That a scan looks at.
+    files: int  # Without those that a scan leaves out.
     hits: int  # Mach-O files among them.
 
 
@@ -48,7 +48,7 @@ def drop_caches():
 
 
 class Bench:
-    """Where the programs and the trees are, and how often everything is run."""
+    """Makes the trees and runs the programs."""
 
     def __init__(self, programs, trees, runs):
         self.programs = programs
@@ -61,7 +61,7 @@ class Bench:
         return str(self.programs / name)
 
     def tree(self, files, share=10):
-        """Made anew unless it is there already with the same parameters."""
+        """Returns a tree with this many files, of which `share` percent are Mach-O; makes it if needed."""
         made_by = hashlib.sha256(b"".join(s.read_bytes() for s in GENERATOR_SOURCES)).hexdigest()
         path = self.trees / f"files-{files}-share-{share}"
         stamp = path.with_suffix(".json")
@@ -79,7 +79,7 @@ class Bench:
         return Tree(path, known["files"], known["hits"])
 
     def time(self, command, fine=(0,)):
-        """One run; the output goes to a file, as a script's would."""
+        """Runs a command once. Its output goes to a file."""
         with open(self.output, "wb") as output:
             begun = time.perf_counter()
             child = subprocess.Popen(list(map(str, command)), stdout=output,
@@ -92,8 +92,9 @@ class Bench:
         return Run(wall, used.ru_utime + used.ru_stime, used.ru_maxrss * 1024)
 
     def compare(self, commands, cold=False, runs=None):
-        """Runs all commands by turns; one may also be a function that gives the run. A list of runs
-        for each; the first warm round is not counted, it fills the caches."""
+        """Runs the commands alternately and returns a list of runs for each. A command may also be a
+        function that returns a run. Without `cold`, the first round fills the caches and does not
+        count."""
         results = [[] for _ in commands]
         rounds = runs or self.runs
         for number in range(rounds if cold else rounds + 1):
@@ -114,12 +115,12 @@ def median(runs, of="wall"):
 
 
 def ratio(ours, others, of="wall"):
-    """The median over the rounds, so that other work on the machine weighs on both sides."""
+    """The median of the rounds' ratios: in one round, other load on the machine affects both sides."""
     return statistics.median(getattr(a, of) / getattr(b, of) for a, b in zip(ours, others))
 
 
 class Table:
-    """Printed line by line as the rows come."""
+    """Prints each row as soon as it is known."""
 
     WIDTHS = (44, 10, 10, 8, 9, 9, 5)
 
@@ -140,19 +141,19 @@ class Table:
         return f"{'>=' if at_least else '<='} {mark:g}", "ok" if good else "OVER"
 
     def against(self, what, ours, others, mark=None):
-        """Our time as a multiple of the other's."""
+        """A row with our time as a multiple of the other's."""
         value = ratio(ours, others)
         self.line(what, seconds(median(ours)), seconds(median(others)), f"{value:.2f}",
                   f"{ratio(ours, others, 'cpu'):.2f}", *self.verdict(value, mark, False))
 
     def faster(self, what, ours, others, mark=None):
-        """How many times longer the other takes; both in seconds."""
+        """A row that tells how many times longer the other takes; both times in seconds."""
         value = others / ours
         self.line(what, seconds(ours), seconds(others), f"{value:.1f}x", "",
                   *self.verdict(value, mark, True))
 
     def amount(self, what, value, unit, limit):
-        """A quantity against its limit."""
+        """A row with a quantity and its limit."""
         self.line(what, f"{value:.1f} {unit}", f"{limit:.1f} {unit}", f"{value / limit:.2f}", "",
                   *self.verdict(value / limit, 1, False))
 

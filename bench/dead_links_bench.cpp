@@ -1,6 +1,6 @@
-// The clean-up of links over an installation with 100,000 of them: none, a tenth or all of them
-// dead links into a formula that has gone. "grown_kB" is how much more memory the process held at
-// its most than before.
+// Measures the removal of dead links in an installation with 100,000 links, of which none, a tenth
+// or all lead into a formula that was removed. "grown_kB" is the growth of the process's peak
+// memory.
 #include <filesystem>
 #include <string>
 

@@ -1,5 +1,5 @@
-// Main-thread work for 200,000 hits: one regroup of them, and all hand-overs of the scan that finds
-// them, also as a multiple of one regroup ("regroups").
+// Measures the work of the main thread for 200,000 hits: one regrouping, and all hand-overs of the
+// scan that finds them. "regroups" is the time of the hand-overs as a multiple of one regrouping.
 #include <chrono>
 #include <cstring>
 #include <deque>
@@ -22,7 +22,7 @@ using namespace vestigo;
 constexpr int hitCount = 200'000;
 constexpr int hitsPerBundle = 4;
 
-/// A disk in memory: bundles of legacy files, some of them with a native one.
+/// A disk in memory with bundles of legacy files; some bundles also have a native file.
 class Disk : public DirectoryReader {
 public:
     [[nodiscard]] std::unique_ptr<Folder> open(const std::string& path) override {
@@ -81,7 +81,7 @@ public:
     void writeScanFile(const ScanFile&) override {}
 };
 
-/// The walk runs at once, so what it posts can be timed by itself afterwards.
+/// Runs the walk at once and keeps what it posts, so that the posted work can be timed by itself.
 class AtOnce : public BackgroundTasks {
 public:
     void run(Priority, Job job) override { job(); }
@@ -131,7 +131,7 @@ void regroupOnce(benchmark::State& state) {
     if (world.scanner.allHits().size() != hitCount) state.SkipWithError("hits are missing");
 }
 
-/// Files in no bundle: every hit is a group of its own.
+/// Files that are in no bundle, so that every hit is a group of its own.
 void regroupLooseFiles(benchmark::State& state) {
     HitList hits;
     for (int i = 0; i < hitCount; ++i) {

@@ -1,9 +1,10 @@
-// The floor: the system calls that no scan of a folder can do without, and nothing else.
+// vestigo-floor makes the system calls that no scan of a folder can avoid, and does nothing else,
+// so its time is a lower limit for the time of a scan.
 //
-// Lists a folder in no particular order on some threads, and opens every file that a scan would
-// look at, reads its first 4096 bytes and closes it. In another mode it only asks for their
-// attributes, as a scan does of files that it remembers. What a scan leaves out by name is left out
-// here too, so both visit the same files; nothing is kept but their number.
+// It lists a folder with several threads, in any order, and opens each file, reads its first 4096
+// bytes and closes it. In another mode it only reads the files' attributes, as a scan does with
+// files that it remembers. It leaves out the names that a scan leaves out, so both visit the same
+// files. It counts the files and keeps nothing else.
 #include <condition_variable>
 #include <cstdint>
 #include <cstdio>
@@ -44,12 +45,13 @@ struct Totals {
     std::uint64_t bytes = 0;
 };
 
-/// The folders still to be listed. A waiting thread sleeps until there is one or none can come.
+/// The folders that are not listed yet. A thread that finds none sleeps until there is one, or
+/// until no thread can add any.
 class FolderQueue {
 public:
     explicit FolderQueue(std::string root) { folders_.push_back(std::move(root)); }
 
-    /// Hands over what the last folder held and takes the next one; absent when all are done.
+    /// Adds the folders found in the last folder and returns the next; absent when all are listed.
     std::optional<std::string> exchange(std::vector<std::string>& found, bool wasBusy) {
         std::unique_lock lock(mutex_);
         if (wasBusy) --busy_;

@@ -1,4 +1,4 @@
-// What a scan leaves out by name, decided as cheaply as it can be.
+// Decides as cheaply as possible which names a scan leaves out.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace vestigo::bench {
 
-/// Hidden entries ("." and ".." among them) and the names that a scan never records or enters.
+/// True for hidden entries, "." and "..", and for names that a scan never records or enters.
 inline bool isFolderOrFileLeftOut(std::string_view name) {
     using namespace std::string_view_literals;
     if (name.front() == '.') return true;
@@ -22,7 +22,7 @@ inline bool isFolderOrFileLeftOut(std::string_view name) {
     }
 }
 
-/// Whether the name ends like a database file's, in any case of letters.
+/// True for the suffixes of database files, in upper or lower case.
 inline bool isDatabase(std::string_view name) {
     using namespace std::string_view_literals;
     static constexpr std::array endings{".db"sv,      ".wal"sv,        ".shm"sv,

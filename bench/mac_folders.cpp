@@ -8,11 +8,11 @@ namespace {
 
 using std::to_string;
 
-/// One thing being made, with what it needs to make it.
+/// Passed to each function that makes a product or a part of one.
 struct Site {
     TreeWriter& tree;
     Dice& dice;
-    unsigned serial;  ///< Distinguishes the things of a kind.
+    unsigned serial;  ///< Distinguishes products of the same kind.
 
     [[nodiscard]] std::string vendor() const { return "Vendor " + to_string(serial / 40); }
 };
@@ -50,7 +50,7 @@ void headers(const Site& site, const std::string& folder, unsigned count) {
     }
 }
 
-/// Contents with an executable and resources: kernel extension, plug-in, helper.
+/// A kernel extension, plug-in or helper: one executable and its resources.
 void smallBundle(const Site& site, const std::string& path, const std::string& name) {
     site.tree.resource(path + "/Contents", "Info.plist", Content::propertyList);
     site.tree.program(path + "/Contents/MacOS", name);

@@ -1,11 +1,11 @@
-// What the folders of a Mac's disk look like: one function for each kind of thing found there.
+// Fills a tree with folders like those on a Mac's disk.
 #pragma once
 
 #include "bench/tree_writer.h"
 
 namespace vestigo::bench {
 
-/// Fills the tree until the writer is full, with a mix like that of a disk in daily use.
+/// Fills the tree, until the writer is full, with the mixture of a disk that is in daily use.
 void fillDisk(TreeWriter& writer, Dice& dice);
 
 }  // namespace vestigo::bench

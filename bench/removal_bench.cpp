@@ -1,8 +1,8 @@
-// What a removal costs beside the moves themselves, for 200,000 hits, also as a multiple of one
-// regroup and one save ("times"): the engine's part for 1,000 groups of 50 hits, and all of it for
-// 100 applications with 5 leftovers each. The look into a bundle of 30,000 files before it goes,
-// also as a multiple of the walk of that bundle, and the search for the leftovers of 100
-// applications in folders of 5,000 entries.
+// Measures what a removal costs besides moving the items, with 200,000 hits: the engine's part for
+// 1,000 groups of 50 hits, and the whole removal of 100 applications with 5 leftovers each. "times"
+// is the cost as a multiple of one regrouping and one save. Also measures the check of a bundle of
+// 30,000 files before it is moved, as a multiple of a walk of that bundle, and the search for the
+// leftovers of 100 applications in folders of 5,000 entries.
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -33,7 +33,7 @@ constexpr int hitCount = 200'000;
 constexpr int hitsPerGroup = 50;
 constexpr int removedGroups = 1'000;
 
-/// Takes everything at once. What it is given is never looked at.
+/// A Trash whose moves cost nothing. It leaves the items in place.
 class InstantTrash : public Trash {
 public:
     std::optional<std::string> moveToTrash(const std::string&, const ItemIdentity&) override {
@@ -45,7 +45,7 @@ std::string rootOf(int group) {
     return "/Applications/Example Application " + std::to_string(group) + ".app";
 }
 
-/// The roots lie below `disk`.
+/// All roots are below `disk`.
 ScanFile savedScan(const std::string& disk = "") {
     ScanFile record{
         .version = scanFileVersion, .roots = {}, .hits = {}, .signatures = SignatureMap{}};
@@ -90,7 +90,7 @@ double seconds(const auto& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
 }
 
-/// What one regroup and one save of the record take; the Scanner holds it afterwards.
+/// The time of one regrouping and one save of the record, which the Scanner holds afterwards.
 double regroupAndSave(World& world, const ScanFile& record) {
     world.scanner.adopt(record);
     return seconds([&] {
@@ -99,7 +99,7 @@ double regroupAndSave(World& world, const ScanFile& record) {
     });
 }
 
-/// Every second group, so that what goes and what stays take turns.
+/// Returns every second group, so that removed and remaining groups alternate.
 void trashGroups(benchmark::State& state) {
     const auto record = savedScan();
     RootSet roots;
@@ -121,7 +121,7 @@ void trashGroups(benchmark::State& state) {
     state.counters["times"] = removal / base;
 }
 
-/// Of the groups, those that are really there; each with its leftovers.
+/// Makes the applications of the first `count` groups on the disk, each with five leftovers.
 std::vector<const BundleGroup*> makeApplications(const World& world, int count) {
     std::vector<const BundleGroup*> groups;
     for (const auto& group : world.scanner.groups()) {
@@ -171,8 +171,8 @@ void performDelete(benchmark::State& state) {
     state.counters["times"] = whole / base;
 }
 
-/// Takes in nothing.
-struct Deaf : WalkListener {
+/// Ignores all hits.
+struct IgnoringListener : WalkListener {
     void progress(std::int64_t, const std::string&) override {}
     void partial(HitList, std::int64_t) override {}
     void final(HitList, std::int64_t) override {}
@@ -201,7 +201,7 @@ void lookInto(benchmark::State& state) {
     double checks = 0;
     double again = 0;
     for (auto _ : state) {
-        Deaf deaf;
+        IgnoringListener deaf;
         walks += seconds([&] { walk(*services.reader, {.roots = {path}}, CancelFlag(), deaf); });
         ItemCheck check(item, services);
         const auto refused = [&] {

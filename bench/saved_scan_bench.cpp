@@ -1,6 +1,6 @@
-// Reading and writing a saved scan of 200,000 hits and 50,000 signatures. The floors are what no
-// program can do without: bringing the bytes in, and writing and flushing them. "file_floor" is the
-// time as a multiple of its floor.
+// Measures reading and writing a saved scan of 200,000 hits and 50,000 signatures. The floor is
+// what no program can avoid: reading the bytes, or writing and flushing them. "file_floor" is the
+// time as a multiple of that floor.
 #include <chrono>
 #include <cstdlib>
 #include <memory>
@@ -60,7 +60,7 @@ World& world() {
     return instance;
 }
 
-/// Seconds for one run of the work.
+/// Returns the seconds that one run of the work takes.
 template <class Work>
 double seconds(Work work) {
     const auto start = std::chrono::steady_clock::now();
@@ -68,10 +68,10 @@ double seconds(Work work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Times work and floor in turn, so that both see the same machine.
+/// Times work and floor alternately, so that other load on the machine affects both.
 template <class Work, class Floor>
 void compare(benchmark::State& state, Work work, Floor floor) {
-    static_cast<void>(world());  // Made before the clock runs.
+    static_cast<void>(world());  // Makes the record before the time is taken.
     double worked = 0, least = 0;
     for (auto _ : state) {
         const double time = seconds(work);

@@ -1,5 +1,5 @@
-// The signature pass over 1,000 signed applications, as a Scanner starts it after a scan: with all
-// processors, and held to one.
+// Measures the signature pass over 1,000 signed applications, as a Scanner starts it after a scan,
+// on all processors and on one.
 #include <algorithm>
 #include <cstdint>
 #include <memory>
@@ -36,7 +36,7 @@ std::string propertyList(const std::string& executable) {
            executable + "</string></dict></plist>\n";
 }
 
-/// Applications on the disk, and a saved scan of them that knows no signatures.
+/// Applications on the disk, and a saved scan of them without signatures.
 struct World {
     test::TemporaryTree tree;
     ScanFile record{scanFileVersion, 0, {tree.path()}, {}, SignatureMap()};
@@ -69,14 +69,15 @@ ScannerServices services(std::shared_ptr<RunLoop> loop) {
     return services;
 }
 
-/// Whether the vendor of every root was read.
+/// Returns whether the vendor of every root was read.
 bool isComplete(const SignatureMap& signatures) {
     return signatures.size() == rootCount && std::ranges::all_of(signatures, [](const auto& entry) {
                return entry.second.vendor == "Example Corp";
            });
 }
 
-/// Threads that are started from now on run there too. False where the system refuses.
+/// Restricts this thread, and those that it starts from now on, to one processor. False where the
+/// system refuses.
 bool holdToProcessors(const cpu_set_t& processors) {
     return sched_setaffinity(0, sizeof processors, &processors) == 0;
 }

@@ -1,4 +1,5 @@
-// vestigo-make-tree: makes a folder that looks like a Mac's disk, the same one for the same seed.
+// vestigo-make-tree makes a folder that looks like a Mac's disk. The same seed gives the same
+// folder.
 #include <charconv>
 #include <cstdint>
 #include <cstdio>

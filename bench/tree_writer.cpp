@@ -17,7 +17,7 @@ namespace vestigo::bench {
 
 namespace {
 
-/// More than this of a file is a hole, so a big tree fits on a small disk.
+/// The rest of a file beyond this is a hole, so that a big tree fits on a small disk.
 constexpr std::size_t writtenAtMost = 6 * 1024;
 
 struct MachOKind {
@@ -114,7 +114,8 @@ void TreeWriter::startProduct() {
     product_ = dice_.number(1, 100);
 }
 
-/// Spreads the Mach-O files evenly; a little patience lets them lie where they lie on a Mac.
+/// Whether the next file is to be Mach-O. With more patience, it waits until more are missing, so
+/// that they gather where they are on a Mac, and are not spread evenly.
 bool TreeWriter::takesMachO(double patience) {
     const double share = size_.machOPercent / 100.0;
     owed_ += share;
@@ -154,7 +155,7 @@ void TreeWriter::link(const std::string& folder, const std::string& name,
     if (symlinkat(target.c_str(), folder_, name.c_str()) != 0) fail(folder + '/' + name);
 }
 
-/// Nine in ten files of a product are of the product's kind.
+/// Nine in ten Mach-O files of a product have the product's CPU types.
 void TreeWriter::writeMachO(const std::string& name) {
     auto dice = dice_.chance(90) ? product_ : dice_.number(1, 100);
     auto kind = machOKinds().begin();
@@ -175,7 +176,7 @@ void TreeWriter::enter(const std::string& folder) {
     current_ = folder;
 }
 
-/// The execute permission marks what is Mach-O, for the floor program.
+/// The execute permission tells the floor program that a file is Mach-O.
 void TreeWriter::write(const std::string& name, std::string_view head, std::size_t size,
                        bool executable) {
     const mode_t mode = executable ? 0755 : 0644;

@@ -1,4 +1,4 @@
-// Writes the files of a generated tree, keeping to a number of files and a share of Mach-O files.
+// Writes the files of a generated tree, up to a number of files and with a share of Mach-O files.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace vestigo::bench {
 
-/// The same numbers for the same seed on every machine.
+/// Random numbers. The same seed gives the same numbers on every machine.
 class Dice {
 public:
     explicit Dice(std::uint64_t seed) : engine_(seed) {}
@@ -25,11 +25,11 @@ private:
 };
 
 struct TreeSize {
-    std::uint64_t files = 0;  ///< Those that a scan looks at; what it leaves out comes on top.
+    std::uint64_t files = 0;  ///< Without the files that a scan leaves out.
     unsigned machOPercent = 10;
 };
 
-/// What stands in a file; the first bytes are those of the real kind.
+/// The kind of a file's content. The file begins with the bytes that mark this kind.
 enum class Content : std::uint8_t { text, propertyList, picture, photo, nib, archive, script };
 
 struct TreeTotals {
@@ -39,8 +39,8 @@ struct TreeTotals {
     std::uint64_t leftOut = 0;
 };
 
-/// Creates the folder of each file as needed. Ends the program with a message on a write error.
-/// Once full it creates nothing more.
+/// Creates the folder of each file when it is missing. Once full, it creates no more files. Ends
+/// the program with a message when a file cannot be written.
 class TreeWriter {
 public:
     TreeWriter(std::string root, TreeSize size, Dice& dice);
@@ -51,13 +51,13 @@ public:
     [[nodiscard]] bool full() const { return totals_.files >= size_.files; }
     [[nodiscard]] const TreeTotals& totals() const { return totals_; }
 
-    /// Takes the CPU types that most Mach-O files of the next product will have.
+    /// Chooses the CPU types of most Mach-O files of the next product.
     void startProduct();
-    /// A file that is Mach-O on a Mac; a script in its place where the share is exceeded.
+    /// Writes a Mach-O file, or a script where there are too many Mach-O files already.
     void program(const std::string& folder, const std::string& name);
-    /// A file that is none; a tool in its place where the share is far from reached.
+    /// Writes another file, or a tool where there are far too few Mach-O files.
     void resource(const std::string& folder, const std::string& name, Content content);
-    /// A file that a scan leaves out, by its own name or a folder's.
+    /// Writes a file that a scan leaves out because of its name or a folder's.
     void leftOut(const std::string& folder, const std::string& name);
     void link(const std::string& folder, const std::string& name, const std::string& target);
 
@@ -76,7 +76,7 @@ private:
     std::string noise_;
     std::string current_;
     int folder_ = -1;
-    double owed_ = 0;  ///< Mach-O files that the share asks for and that are not there yet.
+    double owed_ = 0;  ///< How many Mach-O files are missing for the share.
     unsigned product_ = 0;
 };
 

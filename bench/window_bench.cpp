@@ -1,5 +1,5 @@
-// Measures the real window over findings of the size asked for. Each mode is a program run of its
-// own; bench/window calls them and prints the table.
+// Measures the real window with results of a given size. bench/run starts the program once for each
+// mode and prints the table.
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -34,7 +34,7 @@
 namespace vestigo {
 namespace {
 
-/// A window that keeps its things in a folder of the benchmark's own.
+/// Services of a window that keeps all its files in a folder of the benchmark.
 PlatformServices servicesIn(const std::string& folder) {
     auto platform = systemPlatformServices();
     platform.folders.applicationSupport = folder;
@@ -52,7 +52,7 @@ void waitFor(Condition condition) {
     }
 }
 
-/// As many groups as `groups`, of `hits` hits in all, as a saved scan in `folder`.
+/// Writes a saved scan with this many groups and hits into `folder`. Returns the exit status.
 int makeRecord(const std::string& folder, long groups, long hits) {
     ScanFile record{
         .version = scanFileVersion, .roots = {"/"}, .hits = {}, .signatures = SignatureMap{}};
@@ -105,7 +105,7 @@ private:
     std::function<void()> then_;
 };
 
-/// `started`: CLOCK_MONOTONIC in nanoseconds when the process was asked for.
+/// `started` is the time by CLOCK_MONOTONIC, in nanoseconds, at which the process was started.
 int launch(const std::string& folder, long started) {
     const auto services = windowServices(servicesIn(folder));
     MainWindow window(services, "");
@@ -142,7 +142,7 @@ double millisecondsFor(const std::function<void()>& work) {
     return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
-/// Scrolls, clicks headers and selects, painting after each.
+/// Scrolls, clicks headers and selects rows, and paints after each step.
 int use(const std::string& folder) {
     const auto services = windowServices(servicesIn(folder));
     MainWindow window(services, "");
@@ -184,8 +184,8 @@ int use(const std::string& folder) {
     return 0;
 }
 
-/// Asks the main thread for a sign of life again and again, and notes how long each took: as long
-/// as what the user does would have to wait.
+/// Posts events to the main thread one after another and records how long each waited: input of the
+/// user would have waited as long.
 class Heartbeat {
 public:
     explicit Heartbeat(QObject& main) : main_(main), thread_([this] { beat(); }) {}
@@ -196,7 +196,7 @@ public:
     Heartbeat(const Heartbeat&) = delete;
     Heartbeat& operator=(const Heartbeat&) = delete;
 
-    /// The longest first, in milliseconds.
+    /// In milliseconds, the longest first.
     [[nodiscard]] std::vector<double> waits() {
         const std::lock_guard lock(mutex_);
         auto sorted = waits_;
@@ -225,7 +225,7 @@ private:
     std::thread thread_;
 };
 
-/// From the start of a scan to the end of its signatures.
+/// Measures from the start of a scan to the end of its signature pass.
 int scan(const std::string& folder, const std::string& tree) {
     const auto services = windowServices(servicesIn(folder));
     MainWindow window(services, "");
@@ -250,11 +250,12 @@ double processorMilliseconds() {
     return static_cast<double>(std::clock()) * 1e3 / CLOCKS_PER_SEC;
 }
 
-/// A scan by a window that has been open for a while: says "ready" and waits for a line, so that
-/// the file cache can be emptied once the program and the saved scan are in memory.
+/// Measures a scan by a window that has been open for a while. Before the scan it prints "ready"
+/// and waits for a line, so that the file cache can be emptied while program and saved scan are in
+/// memory.
 int rescan(const std::string& folder, const std::string& tree) {
     auto services = windowServices(servicesIn(folder));
-    // Other work on the machine shall weigh on this as it does on what this is compared with.
+    // The programs that this is compared with run at normal priority too.
     services.scanner.priority = Priority::normal;
     MainWindow window(services, "");
     window.setAttribute(Qt::WA_DeleteOnClose, false);
@@ -277,7 +278,7 @@ int rescan(const std::string& folder, const std::string& tree) {
     return 0;
 }
 
-/// A program that prints 100 MB, in the place of a reinstall.
+/// Starts a program that prints 100 MB in the place of Homebrew.
 bool makeTalkativeProgram(const std::string& path) {
     std::ofstream stream(path);
     stream << "#!/bin/sh\nyes '==> Pouring a line of text as long as most of them are' |"
@@ -286,7 +287,7 @@ bool makeTalkativeProgram(const std::string& path) {
     return stream.good() && chmod(path.c_str(), S_IRWXU) == 0;
 }
 
-/// From the start of a reinstall until all of its log can be read.
+/// Measures from the start of a reinstall until its whole log is shown.
 int reinstall(const std::string& folder) {
     auto services = windowServices(servicesIn(folder));
     services.homebrew.brew = services.homebrew.launcher = folder + "/brew";
@@ -315,7 +316,7 @@ int reinstall(const std::string& folder) {
     return 0;
 }
 
-/// Knows how many of its tasks have not ended.
+/// Counts the tasks that have not ended.
 class CountedTasks : public BackgroundTasks {
 public:
     explicit CountedTasks(std::shared_ptr<BackgroundTasks> real) : real_(std::move(real)) {}
@@ -333,7 +334,7 @@ private:
     std::shared_ptr<std::atomic<int>> running_ = std::make_shared<std::atomic<int>>(0);
 };
 
-/// While the confirmation is open and a large bundle is looked into; nothing is removed.
+/// Measures while the confirmation is open and a large bundle is being checked. Removes nothing.
 int look(const std::string& folder, const std::string& bundle) {
     auto services = windowServices(servicesIn(folder));
     const auto tasks = std::make_shared<CountedTasks>(services.scanner.background);

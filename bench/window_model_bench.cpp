@@ -1,4 +1,4 @@
-// What the window's model costs at each redraw.
+// Measures the work of the window's model at each redraw.
 #include <memory>
 #include <string>
 #include <utility>
@@ -62,7 +62,7 @@ ContentView& content() {
     return view;
 }
 
-/// Filter and two keys, as after clicks on two headers.
+/// With a filter and two sort keys, as after clicks on two headers.
 void visibleRows(benchmark::State& state, SortKey first, SortKey second) {
     content().setSortOrder({{first, false}, {second, true}});
     for (auto _ : state) benchmark::DoNotOptimize(content().visibleRows());
