@@ -130,7 +130,7 @@ is_inode() { # number, item
 is_unchanged() { # item; everything in it is as it was when the script was written
     changed=$(find "$1" -cnewer "$reference") && [ -z "$changed" ]
 }
-take() { # item, name, number; 1: taken, 2: impossible
+take() { # item, name, number; status 1: the name is taken, 2: the item cannot be moved
     name=
     exists "$1" || return 2
     is_inode "$inode" "$1" && is_unchanged "$1" || return 2
@@ -141,7 +141,7 @@ take() { # item, name, number; 1: taken, 2: impossible
     fi
     drop_note "$2"
     forget "$2"
-    # Whoever was quicker may have gone again, so only many failures are one.
+    # Another program may take the name and give it up again, so one failure means nothing.
     failures=$((failures + 1))
     [ "$failures" -lt 50 ] && return 1
     return 2
@@ -166,12 +166,12 @@ move_renamed() { # item, stem, ending, number
         attempt=$((attempt + 1))
     done
 }
-settle() { # the place of an item that has not come is given back, and only then its note
+settle() { # if the item has not arrived, removes its placeholder and then its note
     [ -z "$name" ] || ! give_back "$trash/$name" || drop_note "$name"
     [ -z "$name" ] || forget "$name"
     failures=0
 }
-give_back() { # place
+give_back() { # placeholder
     if is_folder "$1"; then
         [ "$(ls -ldi "$1")" = "$placeholder" ] && rmdir "$1"
     else

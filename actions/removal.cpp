@@ -142,6 +142,7 @@ void Removal::performDelete() {
     if (!systemItems.empty()) runAdminCleanup(std::move(systemItems));
 }
 
+/// Runs last and in the background, since the question for the password may stay open for long.
 void Removal::runAdminCleanup(std::vector<CleanupItem> items) {
     services_.background->run(Priority::normal, [main = services_.main, cleanup = services_.cleanup,
                                                  owner = anchor_.ref(), items = std::move(items)] {

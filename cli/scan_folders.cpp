@@ -1,9 +1,9 @@
 // The user may name folders that overlap, and no file may be listed twice. A folder is dropped when
 // the walk of another one reaches it. Comparing the paths alone is not enough: the outer walk
-// leaves out hidden and excluded folders, so a folder that is named beside the one around it is
-// kept exactly when the outer walk would not enter it. This file therefore asks the walk's own
-// rules and the disk, one path component at a time. Links are resolved for the comparison only; the
-// walk begins at the path as the user wrote it.
+// leaves out hidden and excluded folders. So when the user names a folder and another one inside
+// it, the inner one is kept exactly when the walk of the outer one would not enter it. This file
+// therefore asks the walk's own rules and the disk, one path component at a time. Links are
+// resolved for the comparison only; the walk begins at the path as the user wrote it.
 #include "cli/scan_folders.h"
 
 #include <algorithm>

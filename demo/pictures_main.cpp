@@ -188,7 +188,7 @@ Photographer::State sheetIsOpen(MainWindow& window, const char* name) {
     };
 }
 
-void applyChoice(Photographer& photographer, const char* name, const QString& picture) {
+void photographChoices(Photographer& photographer, const char* name, const QString& picture) {
     auto& box = part<QComboBox>(photographer.window(), name);
     box.showPopup();
     photographer.photograph(picture, [&box] { return box.view()->isVisible(); });
@@ -338,8 +338,8 @@ int photographPictures(const QDir& folder, const std::string& disk) {
     photographer.photograph(QStringLiteral("disclaimer"), sheetIsOpen(window, "disclaimer"));
     window.content().acceptDisclaimer();
     photographScan(photographer, *reader);
-    applyChoice(photographer, "categoryFilter", QStringLiteral("category-filter"));
-    applyChoice(photographer, "fixFilter", QStringLiteral("fix-filter"));
+    photographChoices(photographer, "categoryFilter", QStringLiteral("category-filter"));
+    photographChoices(photographer, "fixFilter", QStringLiteral("fix-filter"));
     photographRowMenu(photographer);
     photographAppearance(photographer, false);
     photographReinstall(photographer);

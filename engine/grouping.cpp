@@ -51,8 +51,8 @@ bool isOneOf(std::string_view text, const std::string_view (&choices)[N]) {
     return std::ranges::find(choices, text) != std::end(choices);
 }
 
-/// The extension of a component in small letters; empty when it is longer than any that matters. It
-/// allocates nothing, since it is made for every component of every path.
+/// The extension of a component in lower case; empty when it is longer than any that matters. It
+/// allocates no memory, because one is made for every component of every path.
 class Extension {
 public:
     explicit Extension(std::string_view component) {
@@ -138,6 +138,8 @@ GroupRoot groupRoot(std::string_view path) {
     return {root, true};
 }
 
+/// The first rule that fits decides. The more special kinds come first: a driver or a plug-in may
+/// lie inside an application, and a library in a folder of commands.
 Category categoryForPath(std::string_view root) {
     const auto kinds = componentKinds(root);
     constexpr std::string_view driverFolders[] = {"/Extensions/", "/Library/Printers/"};

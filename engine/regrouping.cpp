@@ -8,8 +8,8 @@
 // turn out to hold arm64 code, which changes the remedy of the group even if that file is not
 // listed itself. So a `Root` is kept for every root, listed or not, and `noteArm64` corrects a
 // group that is there already. Nothing else depends on later hits, which is why the result is the
-// same as that of adding all hits at once. Signatures may change it too; for these the owner
-// restarts.
+// same as that of adding all hits at once. Signatures may change it too; then the owner
+// calls `restart`.
 //
 // There may be hundreds of thousands of roots. Hence the savings: the text of a root is nearly
 // always a view into the path of its first hit; the nodes of the map lie in one arena; and since

@@ -67,6 +67,8 @@ bool isDatabaseName(std::string_view name) {
     });
 }
 
+/// Compares the folder with all excluded places once, so that afterwards only the names of its
+/// entries have to be compared. A place is not excluded within a folder that the user has named.
 FolderExclusions::FolderExclusions(std::string_view prefix,
                                    std::span<const std::string> namedRoots) {
     const auto folder = prefix.substr(0, prefix.size() - 1);

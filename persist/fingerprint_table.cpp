@@ -98,6 +98,7 @@ std::size_t FingerprintTable::slotCount() const {
     return (bytes_.size() - headerBytes) / sizeof(std::uint64_t);
 }
 
+/// Spreads the upper half of the fingerprint evenly over the slots, without a slow division.
 std::size_t FingerprintTable::firstSlot(std::uint64_t fingerprint) const {
     return static_cast<std::size_t>((fingerprint >> 32U) * slotCount() >> 32U);
 }

@@ -1,4 +1,4 @@
-#define SIMDJSON_EXCEPTIONS 0  // Every error is a value.
+#define SIMDJSON_EXCEPTIONS 0  // Errors are then returned, not thrown.
 #include "persist/scan_file_reader.h"
 
 #include <algorithm>

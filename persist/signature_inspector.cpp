@@ -14,6 +14,7 @@ constexpr std::string_view certificateRolePrefixes[] = {
 
 constexpr std::string_view unsignedVendor = "unsigned";
 
+/// Returns the name alone: "Example Corp" of "Developer ID Application: Example Corp (AB12CD34EF)".
 std::string_view trimmed(std::string_view commonName) {
     for (const auto prefix : certificateRolePrefixes) {
         if (commonName.starts_with(prefix)) commonName.remove_prefix(prefix.size());

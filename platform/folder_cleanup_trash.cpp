@@ -17,7 +17,7 @@ std::string_view shortened(std::string_view text, std::size_t longest) {
     return text.substr(0, length > 0 ? length : longest);
 }
 
-/// Includes the dot.
+/// Returns the extension with its dot; empty when there is none.
 std::string_view extensionOf(std::string_view name, std::size_t longest) {
     const auto dot = name.rfind('.');
     // A dot at the very beginning or end makes no extension, and neither does a very long ending.

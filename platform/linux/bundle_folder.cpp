@@ -1,9 +1,9 @@
 // A bundle comes from anywhere, and a link in it could lead to any file of the user. To check a
 // path and then open it would leave a gap in which the path can change, so the kernel does both in
-// one call: openat2(2) with RESOLVE_BENEATH. Older kernels, and containers that hide the call, get
-// the same one name at a time: each folder on the way is held open, links are read and put in front
-// of the rest of the path, and ".." returns to the folder held before instead of asking the file
-// system.
+// one call: openat2(2) with RESOLVE_BENEATH. Where an older kernel
+// or a container lacks the call, the path is followed one name at a time: each folder on the way is
+// held open, links are read and put in front of the rest of the path, and ".." returns to the
+// folder held before instead of asking the file system.
 #include "platform/linux/bundle_folder.h"
 
 #include <algorithm>

@@ -51,7 +51,7 @@ bool LinuxOwnerAuthentication::available() {
         {.program = places_.actions, .arguments = {"--action-id", action}, .environment = {}},
         [](std::string_view) {}, [status](int value) { status->set_value(value); });
     if (error) return false;
-    // PolicyKit is slow but present; it may well be able to ask.
+    // If PolicyKit has not answered in time, it is there and can probably ask.
     return ended.wait_for(longestWait) != std::future_status::ready || ended.get() == 0;
 }
 

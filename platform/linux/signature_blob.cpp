@@ -42,7 +42,7 @@ std::optional<std::array<std::byte, length>> readArray(const ByteSource& source,
     return bytes;
 }
 
-/// 0, which is no magic number, where the source is too short.
+/// Returns 0, which is no magic number, if the source is too short.
 std::uint32_t magicOf(const ByteSource& source) {
     const auto bytes = readArray<4>(source, 0);
     return bytes ? numberAt<std::uint32_t>(*bytes, 0) : 0;

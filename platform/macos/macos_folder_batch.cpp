@@ -1,7 +1,7 @@
-// The answer is a sequence of records. Each begins with its length and five words of bits that tell
-// which attributes follow; these are packed in the order of their bits. Every read is checked
-// against the length of the record, and a record with an attribute that was not requested is
-// refused, since the place of all later ones would be unknown.
+// The system answers with a sequence of records. Each begins with its length and five words of bits
+// that tell which attributes follow; these are packed in the order of their bits. Every read is
+// checked against the length of the record, and a record with an attribute that was not requested
+// is refused, since the place of all later ones would be unknown.
 #include "platform/macos/macos_folder_batch.h"
 
 #include <cstring>
@@ -110,7 +110,7 @@ std::optional<EntryKind> kindOf(const BatchEntry& entry) {
     constexpr std::uint32_t regular = 1;
     constexpr std::uint32_t directory = 2;
     constexpr std::uint32_t link = 5;
-    // A scan that downloaded what is kept in a cloud would fill the disk.
+    // Reading such a file would download it from the cloud, and a scan could fill the disk so.
     const bool isElsewhere = (entry.flags.value_or(0) & datalessFlag) != 0;
     if (entry.failed || isElsewhere) return EntryKind::unknown;
     if (!entry.objectType) return std::nullopt;

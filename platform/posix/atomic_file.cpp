@@ -1,10 +1,11 @@
 // A file is written under a temporary name and renamed when it is complete, so that every reader
-// sees the old or the new content, never a part. Two rules make this safe:
+// sees the old or the new content, never a part. Two rules make this safe.
 //
-// - The content is on the disk before the rename. Otherwise the file system may bring the new name
-// to the disk first, and a power failure then leaves an empty file.
-// - Whoever holds the lock (flock) on a temporary file owns it. removeOrphans() removes only files
-// whose lock it gets, and a creator that was overtaken between creating and locking its file
+// First, the content is on the disk before the rename. Otherwise the file system may write the new
+// name to the disk first, and a power failure then leaves an empty file.
+//
+// Second, whoever holds the lock (flock) on a temporary file owns it. removeOrphans() removes only
+// files whose lock it gets. If it removes a file that its creator has not locked yet, the creator
 // notices the missing name and starts again.
 //
 // A process number in the name would not do in place of the lock: the number may belong to another

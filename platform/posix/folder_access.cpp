@@ -27,7 +27,8 @@ const dirent* nextEntry(DIR* listing) {
     });
 }
 
-// Other threads of the scan close theirs within moments; those of other programs may take longer.
+// Waits while no descriptor is free. Other threads of the scan close theirs within moments; other
+// programs may take longer.
 template <class Open>
 Descriptor patiently(Open open) {
     constexpr int mostTries = 400;

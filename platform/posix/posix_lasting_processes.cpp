@@ -44,8 +44,8 @@ namespace vestigo {
 namespace {
 
 constexpr std::size_t chunkSize = 65536;
-/// The two systems report the growth of a file in different ways, and not on every file system. To
-/// look this often while a program runs works everywhere, and nobody notices the delay.
+/// The two systems report the growth of a file in different ways, and not on every file system.
+/// Reading at this interval works everywhere, and nobody notices the delay.
 constexpr std::chrono::milliseconds readInterval{50};
 
 /// The arguments are the path for the exit status, then the command. The trap keeps the supervisor

@@ -15,7 +15,7 @@
 namespace vestigo {
 namespace {
 
-// Reading signatures and property lists needs some depth of calls.
+// The parsers of signatures and property lists call each other deeply.
 constexpr std::size_t taskStackBytes = std::size_t{1} << 20U;
 
 /// Keeps address space free until a new thread has made its first allocation. In that moment the
@@ -47,7 +47,7 @@ void* runJob(void* start) noexcept {
     auto* const given = static_cast<ThreadStart*>(start);
     given->reserve.release();
     const std::unique_ptr<ThreadStart> owned(given);
-    // Has the allocator set up this thread's cache in the space that was just released.
+    // Makes the allocator set up this thread's cache in the space that was just released.
     auto* volatile first = new (std::nothrow) char;
     delete first;
     owned->job();
@@ -132,7 +132,7 @@ void ThreadTasks::run(Priority priority, Job job) {
     if (const auto thread = startPosixThread(taskStackBytes, body)) {
         ::pthread_detach(*thread);
     } else {
-        // Without a thread to be had, the caller runs the task itself: late is better than never.
+        // If no thread can be started, the caller runs the task itself.
         body();
     }
 }

@@ -14,8 +14,8 @@
 namespace vestigo {
 namespace {
 
-/// Whether a text is true for the system's own reader of preferences: by its first letter, or as a
-/// number that is not 0.
+/// Returns whether a text means true: it begins with Y or T, or is a number other than 0. The
+/// system's own reader of preferences decides in the same way.
 bool meansYes(const QString& text) {
     const auto isInsignificant = [](QChar c) { return c.isSpace() || c == u'0'; };
     const auto trimmed = text.trimmed();

@@ -1,9 +1,10 @@
 // A table of a hundred thousand rows is sorted at each click on a header and several times a second
 // while a scan runs. Most of the time of a plain sort goes into following a pointer to a group and
-// on to its text. So each comparator first works out one number a row (`Keys`), and only the
-// numbers are compared, which lie side by side. A text becomes the number of its first six bytes
-// behind the prefix that all texts share ("/Applications/"); the text itself is compared only when
-// two numbers are equal. What is sorted are indexes of rows; the rows move once, at the end.
+// on to its text. So each comparator first computes one number for each row (`Keys`). The
+// numbers lie side by side in memory, and mostly only they are compared. A text becomes the number
+// of its first six bytes behind the prefix that all texts share ("/Applications/"); the text itself
+// is compared only when two numbers are equal. The sort moves indexes; the rows themselves move
+// once, at the end.
 #include "ui/model/row_order.h"
 
 #include <algorithm>
