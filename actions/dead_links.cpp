@@ -1,3 +1,6 @@
+// Homebrew makes links from its "bin", "lib" and other folders into the keg of each formula. When
+// the keg is removed, these links lead nowhere. Only links into this keg are removed. Where a link
+// leads is decided by its text, because a path that does not exist cannot be resolved.
 #include "actions/dead_links.h"
 
 #include <algorithm>
@@ -13,6 +16,7 @@ constexpr std::string_view cellar = "/Cellar/";
 constexpr std::array<std::string_view, 8> linkFolders{"bin",     "sbin", "lib",     "share",
                                                       "include", "opt",  "libexec", "Frameworks"};
 
+/// A relative destination begins at the folder in which the link lies.
 std::string destinationPath(const FoundLink& link) {
     const auto destination = link.destination();
     if (destination.starts_with('/')) return standardizedPath(destination);

@@ -159,6 +159,7 @@ void Menus::addFileMenu(QMenuBar& bar, MainWindow* window) {
 void Menus::addEditMenu(QMenuBar& bar) {
     auto& menu = *bar.addMenu(tr("&Edit"));
     for (const auto& [text, key, changesText] : editCommands) {
+        // Only a Mac's Edit menu is expected to serve text fields, of which there are few.
         if (changesText && !sharedBar_) continue;
         auto* const action = addAction(menu, tr(text), QKeySequence::keyBindings(key));
         // The menu only shows these keys. The widgets handle them, and a shortcut of the menu would

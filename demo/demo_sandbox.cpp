@@ -90,6 +90,7 @@ public:
     }
 };
 
+/// The program refuses a temporary folder that others may enter.
 void makePrivateFolder(const std::string& path) {
     static_cast<void>(PosixFiles().createFolders(path));
     std::error_code error;

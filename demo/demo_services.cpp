@@ -72,6 +72,7 @@ public:
     std::unique_ptr<StaticCode> staticCode(const std::string& path) override {
         const auto* const signer = std::ranges::find(signers, path, &Signer::path);
         if (signer != signers.end()) return std::make_unique<SignedItem>(*signer);
+        // All other items have the signature that is in their file, if any.
         return real_->staticCode(disk_ + path);
     }
 };

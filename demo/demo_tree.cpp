@@ -23,6 +23,7 @@ const Cpus powerPCAndIntel{Cpu::ppc, Cpu::i386};
 const Cpus universal{Cpu::x86_64, Cpu::arm64};
 const Cpus native{Cpu::arm64};
 
+/// Writes files below a folder. After a failure it goes on, and `succeeded` tells of it at the end.
 class TreeMaker {
 public:
     explicit TreeMaker(std::string root) : root_(std::move(root)) {}

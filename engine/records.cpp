@@ -125,6 +125,7 @@ std::string_view label(Scope scope) {
 
 namespace {
 
+/// Combines the hashes of several values. Their order counts.
 class Hasher {
 public:
     template <class T>

@@ -11,6 +11,7 @@ namespace {
 constexpr std::string_view header =
     "category,bundle,vendor,fix,cpu,apple_signed,created,legacy_count,path\n";
 
+/// Doubles every quote within the value, and changes nothing else.
 void appendQuoted(std::string& out, std::string_view value) {
     out += '"';
     for (;;) {

@@ -1,3 +1,7 @@
+// The JSON text is written directly into one string, because a document in memory would take
+// several times its size. Signatures are sorted by root, so equal results give equal files.
+//
+// JSON is UTF-8. A hit whose path is not UTF-8 is left out, and the next scan finds it again.
 #include "persist/scan_file_writer.h"
 
 #include <algorithm>

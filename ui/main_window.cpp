@@ -78,6 +78,7 @@ void MainWindow::stack() {
     setCentralWidget(&stack_);
 }
 
+/// Opens the window wide enough for all columns and most paths, if the screen allows it.
 void MainWindow::sizeToScreen() {
     const QSize wanted(std::max(results_.roomyWidth(), leastContent.width()), firstHeight);
     resize(wanted.boundedTo(screen()->availableSize()));

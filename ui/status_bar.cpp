@@ -19,6 +19,7 @@ constexpr int spacing = 14;
 constexpr qint64 millisecondsBetweenAnnouncements = 10000;
 
 QDateTime localTime(double secondsSince2001) {
+    // A damaged saved scan may have any date, and QDateTime cannot hold them all.
     constexpr double farPast = -6e10;
     constexpr double farFuture = 2.5e11;
     const double seconds = std::clamp(secondsSince2001, farPast, farFuture) + secondsFrom1970To2001;
@@ -111,6 +112,7 @@ void StatusBar::announceScan(const Changes& changes) {
     } else if (scanning && sinceAnnouncement_.hasExpired(millisecondsBetweenAnnouncements)) {
         announce(scannedCount_.text());
     }
+    // The first refresh reports all fields, also when no scan has ended.
     followsScans_ = true;
 }
 

@@ -33,6 +33,7 @@ bool StrayInputFilter::eventFilter(QObject* receiver, QEvent* event) {
         case QEvent::MouseButtonPress:
         case QEvent::MouseButtonDblClick:
             return dropsPress(widget, static_cast<const QMouseEvent&>(*event));
+        // A widget that did not get the press must not get its moves and release either.
         case QEvent::MouseMove: return dropping_;
         case QEvent::MouseButtonRelease: return std::exchange(dropping_, false);
         case QEvent::KeyPress: {
@@ -45,6 +46,7 @@ bool StrayInputFilter::eventFilter(QObject* receiver, QEvent* event) {
     }
 }
 
+/// Forgets earlier appearances whose time is over, so that the list stays short.
 void StrayInputFilter::noteAppearance(QWidget& widget) {
     if (!qobject_cast<QAbstractButton*>(&widget) && !qobject_cast<QDialog*>(&widget)) return;
     std::erase_if(appearances_,

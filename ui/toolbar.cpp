@@ -1,3 +1,6 @@
+// The controls keep no state of their own. Each sends a command to the window's model, and each
+// refresh sets the controls to what the model says. They are connected by signals that only input
+// of the user emits, so a refresh never sends a command.
 #include "ui/toolbar.h"
 
 #include <QApplication>

@@ -57,6 +57,7 @@ std::vector<std::string> homeFolders(const std::string& parent) {
     if (auto home = homeOf(0)) candidates.push_back(std::move(*home));
     candidates.push_back(homeFolder());
 
+    // Several paths may lead to one home, for example through a link; the first one stays.
     std::vector<std::string> homes;
     std::set<std::filesystem::path> known;
     for (auto& home : candidates) {

@@ -204,6 +204,7 @@ void AppcastUpdater::applyFeed(const QByteArray& feed) {
     }
 }
 
+/// A scheduled check that fails is not shown; the next one is made a day later.
 void AppcastUpdater::fail(const QString& reason) {
     if (std::exchange(userAsked_, false)) show(updateFailureDialog(reason));
 }

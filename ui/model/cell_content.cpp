@@ -88,6 +88,7 @@ CellContent fixCell(const ContentView& content, const BundleGroup& group) {
                      .help = std::string(group.fix == Fix::keep ? keepHelp : std::string_view()),
                      .symbolFirst = false,
                      .spacing = 5};
+    // Without the name of a formula there is nothing that Homebrew could reinstall.
     if (group.fix != Fix::homebrew || !formulaName(group.root)) return cell;
     if (content.updatedIDs().contains(group.root)) {
         cell.symbol =

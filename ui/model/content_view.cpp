@@ -117,6 +117,8 @@ void ContentView::setSortOrder(std::vector<SortComparator> order) {
     change(sortOrder_, std::move(order), ContentField::sortOrder);
 }
 
+/// A second click on a column reverses its order. The keys of earlier clicks stay behind the new
+/// one, so that rows that are equal by it keep their earlier order.
 void ContentView::sortBy(SortKey key) {
     auto order = sortOrder_;
     SortComparator primary{key, false};
@@ -316,6 +318,8 @@ void ContentView::requestReinstall(const BundleGroup& group) {
     setUpdateLog({});
 }
 
+/// A running reinstall goes on. Only the removal of the old copy, if one was asked for, is
+/// withdrawn.
 void ContentView::closeReinstall() {
     reinstall_.withdraw();
     change(updateTarget_, {}, ContentField::updateTarget);
@@ -331,6 +335,7 @@ void ContentView::startReinstall() {
     if (updateTarget_) reinstall_.startReinstall({updateFormula(), updateTarget_->root});
 }
 
+/// The old copy is offered only after the native build has been installed in this session.
 std::optional<std::string> ContentView::removableOldCopy() const {
     if (!updateTarget_ || !updatedIDs_.contains(updateTarget_->root)) return std::nullopt;
     return oldIntelCopyPath(updateTarget_->root);

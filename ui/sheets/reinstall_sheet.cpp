@@ -1,3 +1,5 @@
+// All parts of the sheet are made at once and are shown as the reinstall proceeds: the log when
+// there is output, the spinner while Homebrew runs, the button for the old copy after a success.
 #include "ui/sheets/reinstall_sheet.h"
 
 #include <QApplication>
