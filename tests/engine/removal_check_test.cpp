@@ -5,28 +5,28 @@
 #include "platform/run_loop.h"
 #include "tests/support/service_fakes.h"
 #include "tests/support/test.h"
+#include "tests/support/walk_support.h"
 
 namespace vestigo {
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Cannot open a folder of this name.
-class RefusingReader : public test::RealReader {
-public:
-    std::unique_ptr<Folder> open(const std::string& path) override {
-        ++opened;
-        return path.ends_with("/refused.app") ? nullptr : RealReader::open(path);
-    }
-    int opened = 0;
-};
+constexpr auto group = CodeRule::noArm64;
+constexpr auto leftover = CodeRule::noKeptGroup;
+constexpr char runs[] = "also runs natively";
 
 struct RemovalCheckTest : testing::Test {
-    void add(const std::string& path, const std::string& content) { tree.file(path, content); }
+    RemovalCheckTest() {
+        reader->works = [this](std::string_view step, std::string_view name) {
+            if (step == "folder") ++opened;
+            return !name.ends_with("/refused.app");
+        };
+    }
     RemovalItem item(const std::string& path, CodeRule rule) {
         return {tree.at(path), services.files->identity(tree.at(path)), rule};
     }
-    /// What a first look says, without the name of the item and what all refusals end with.
+    /// What a first check says, without the name of the item and what all refusals end with.
     std::string why(const std::string& path, CodeRule rule) {
         return reason(ItemCheck(item(path, rule), services).refusal(CancelFlag()));
     }
@@ -41,7 +41,8 @@ struct RemovalCheckTest : testing::Test {
     const std::string universal = test::fatMachO({test::cpuX86_64, test::cpuArm64});
     test::TemporaryTree tree;
     bool isAppleNow = false;
-    std::shared_ptr<RefusingReader> reader = std::make_shared<RefusingReader>();
+    int opened = 0;
+    std::shared_ptr<test::HookedReader> reader = std::make_shared<test::HookedReader>();
     CheckServices services{.reader = reader,
                            .files = std::make_shared<PosixFiles>(),
                            .inspect = [this](const std::string& root) {
@@ -49,56 +50,46 @@ struct RemovalCheckTest : testing::Test {
                            }};
 };
 
-constexpr auto group = CodeRule::noArm64;
-constexpr auto leftover = CodeRule::noKeptGroup;
-constexpr char runs[] = "also runs natively";
-
-TEST_F(RemovalCheckTest, AnyArm64CodeKeepsAGroup) {
-    add("Old.app/Contents/MacOS/old", intel);
-    add("Old.app/Contents/Caches/left/out", native);
-    add("Late.app/Contents/MacOS/late", intel);
-    add("Late.app/Contents/Frameworks/deep/er/helper", native);
-    add("tool", intel);
-    add("universal", universal);
-    EXPECT_EQ(why("Old.app", group), "");
-    EXPECT_EQ(why("Late.app", group), runs);
-    EXPECT_EQ(why("tool", group), "");
-    EXPECT_EQ(why("universal", group), runs);
-}
-
-TEST_F(RemovalCheckTest, OnlyAKeptGroupKeepsALeftover) {
-    add("Support/updater", universal);
-    add("Support/Old.app/old", intel);
-    EXPECT_EQ(why("Support", leftover), "");
-    add("Support/in/Kept.app/Contents/Inner.framework/kept", universal);
-    EXPECT_EQ(why("Support", leftover), "holds “Kept.app”, which also runs natively,");
-    // The identifier makes it a bundle by its name, and its universal file no group to be kept.
-    add("Containers/com.example.app/updater", universal);
-    EXPECT_EQ(why("Containers/com.example.app", leftover), "");
-    add("Containers/com.example.app/old", intel);
-    EXPECT_EQ(why("Containers/com.example.app", leftover), runs);
-    // What is behind a link stays where it is.
-    fs::create_symlink("Support", tree.at("link"));
-    EXPECT_EQ(why("link", leftover), "");
-}
-
-TEST_F(RemovalCheckTest, WhatAppleSignedOrNobodyCouldReadKeepsTheItem) {
-    add("apple", intel);
-    add("Keg/1.0/apple", intel);
-    add("Keg/1.0/other", intel);
-    EXPECT_EQ(why("apple", group), "is signed by Apple");
-    EXPECT_EQ(why("Keg", leftover), "holds “apple”, which is signed by Apple,");
-    add("refused.app/old", intel);
-    EXPECT_EQ(why("refused.app", group), "could not be looked into (“refused.app”)");
+TEST_F(RemovalCheckTest, TellsWhatKeepsAnItem) {
+    for (const auto* const path :
+         {"Old.app/Contents/MacOS/old", "Late.app/Contents/MacOS/late", "tool",
+          "Support/Old.app/old", "Keeping/Old.app/old", "Containers/com.example.one.app/old",
+          "apple", "Keg/1.0/apple", "Keg/1.0/other", "refused.app/old"}) {
+        tree.file(path, intel);
+    }
+    for (const auto* const path :
+         {"universal", "Support/updater", "Keeping/in/Kept.app/Contents/Inner.framework/kept",
+          "Containers/com.example.one.app/updater", "Containers/com.example.two.app/updater"}) {
+        tree.file(path, universal);
+    }
+    tree.file("Old.app/Contents/Caches/left/out", native);
+    tree.file("Late.app/Contents/Frameworks/deep/er/helper", native);
+    fs::create_symlink("Keeping", tree.at("link"));
     fs::create_symlink("/usr/bin", tree.at("bin"));
-    EXPECT_EQ(why("bin/env", group), "is protected by the system");
+    const std::tuple<const char*, CodeRule, std::string> cases[] = {
+        {"Old.app", group, ""},
+        {"Late.app", group, runs},
+        {"tool", group, ""},
+        {"universal", group, runs},
+        {"Support", leftover, ""},
+        {"Keeping", leftover, "holds “Kept.app”, which also runs natively,"},
+        // The identifier makes it a bundle by its name, and its universal file no group to be kept.
+        {"Containers/com.example.two.app", leftover, ""},
+        {"Containers/com.example.one.app", leftover, runs},
+        // What is behind a link stays where it is.
+        {"link", leftover, ""},
+        {"apple", group, "is signed by Apple"},
+        {"Keg", leftover, "holds “apple”, which is signed by Apple,"},
+        {"refused.app", group, "could not be looked into (“refused.app”)"},
+        {"bin/env", group, "is protected by the system"},
+    };
+    for (const auto& [path, rule, reason] : cases) EXPECT_EQ(why(path, rule), reason) << path;
     services.makeMemory = []() -> std::unique_ptr<FileMemory> { throw std::bad_alloc(); };
-    add("tool", intel);
     EXPECT_EQ(why("tool", group), "could not be looked into for want of memory");
 }
 
-struct LaterLookTest : RemovalCheckTest, testing::WithParamInterface<bool> {
-    LaterLookTest() {
+struct LaterCheckTest : RemovalCheckTest, testing::WithParamInterface<bool> {
+    LaterCheckTest() {
         // By this clock all files have been as they are for long.
         const auto later = [] { return FileMemoryTable::systemClock() * 2; };
         if (GetParam()) {
@@ -108,15 +99,15 @@ struct LaterLookTest : RemovalCheckTest, testing::WithParamInterface<bool> {
     void change(const std::string& path, const std::string& content) {
         // Within one tick of the system's clock a change gives a file no other times.
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        add(path, content);
+        tree.file(path, content);
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(WithoutAndWithAMemory, LaterLookTest, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(WithoutAndWithAMemory, LaterCheckTest, testing::Bool());
 
-TEST_P(LaterLookTest, SeesWhatHasChanged) {
-    add("Old.app/old", intel);
-    add("Old.app/same", intel);
+TEST_P(LaterCheckTest, SeesWhatHasChanged) {
+    tree.file("Old.app/old", intel);
+    tree.file("Old.app/same", intel);
     const auto shown = item("Old.app", group);
     ItemCheck check(shown, services);
     EXPECT_EQ(check.refusal(CancelFlag()), std::nullopt);
@@ -137,17 +128,17 @@ TEST_P(LaterLookTest, SeesWhatHasChanged) {
     fs::rename(tree.at("Old.app"), tree.at("Moved.app"));
     // Whoever is to move it says that it is gone.
     EXPECT_EQ(check.refusal(CancelFlag()), std::nullopt);
-    add("Old.app/old", intel);
+    tree.file("Old.app/old", intel);
     EXPECT_EQ(reason(check.refusal(CancelFlag())), "is not the item that was shown");
     const RemovalItem never{tree.at("New.app"), std::nullopt, group};
-    add("New.app/new", intel);
+    tree.file("New.app/new", intel);
     EXPECT_EQ(reason(ItemCheck(never, services).refusal(CancelFlag())),
               "is not the item that was shown");
 }
 
-TEST_F(RemovalCheckTest, LooksOneAfterTheOtherAndTellsWhenAllAreDone) {
-    add("A.app/a", intel);
-    add("B.app/b", native);
+TEST_F(RemovalCheckTest, ChecksOneAfterTheOtherAndTellsWhenAllAreDone) {
+    tree.file("A.app/a", intel);
+    tree.file("B.app/b", native);
     const auto loop = std::make_shared<RunLoop>();
     const auto tasks = std::make_shared<test::HeldTasks>();
     RemovalChecks checks(services, loop, tasks);
@@ -174,9 +165,9 @@ TEST_F(RemovalCheckTest, LooksOneAfterTheOtherAndTellsWhenAllAreDone) {
     auto closed = std::make_optional<RemovalChecks>(services, loop, tasks);
     closed->add(item("A.app", group));
     closed.reset();
-    reader->opened = 0;
+    opened = 0;
     tasks->runHeld();
-    EXPECT_EQ(reader->opened, 0);
+    EXPECT_EQ(opened, 0);
 }
 
 }  // namespace

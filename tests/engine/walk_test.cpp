@@ -3,8 +3,9 @@
 #include <sys/resource.h>
 
 #include "engine/scan_rules.h"
-#include "tests/support/service_fakes.h"
+#include "engine/walk_queue.h"
 #include "tests/support/test.h"
+#include "tests/support/walk_support.h"
 
 namespace vestigo {
 namespace {
@@ -12,50 +13,29 @@ namespace {
 namespace fs = std::filesystem;
 using Paths = std::vector<std::string>;
 
-/// Keeps everything that a walk reports, as lines where the order matters.
-struct RecordingListener : WalkListener {
-    void progress(std::int64_t scanned, const std::string& path) override {
-        reports.push_back(std::to_string(scanned) + " " + path);
-    }
-    void partial(HitList added, std::int64_t scanned) override {
-        hits.insert(hits.end(), added.begin(), added.end());
-        count = scanned;
-        reports.push_back(std::to_string(hits.size()) + " of " + std::to_string(scanned));
-    }
-    void final(HitList added, std::int64_t scanned) override { partial(std::move(added), scanned); }
+Paths pathsOf(const test::Found& found) {
+    Paths result;
+    for (const auto& hit : found.hits) result.push_back(hit->path);
+    return result;
+}
 
-    [[nodiscard]] Paths paths() const {
-        Paths result;
-        for (const auto& hit : hits) result.push_back(hit->path);
-        return result;
+struct WalkTest : testing::Test {
+    test::Found walked(const WalkRequest& request, const HitList& previous = {}) {
+        return test::walked(reader, request, previous, cancelled);
     }
-
-    HitList hits;
-    std::int64_t count = 0;
-    Paths reports;
-};
-
-class WalkTest : public testing::Test {
-protected:
-    RecordingListener walked(Paths roots, HitList previous = {}, unsigned threads = 0) {
-        RecordingListener listener;
-        PreviousHits known;
-        known.provide(std::move(previous));
-        walk(reader, {std::move(roots), &known, threads}, CancelFlag(), listener);
-        return listener;
-    }
-    RecordingListener walkedTree(HitList previous = {}) {
-        return walked({tree.path()}, std::move(previous));
+    test::Found walkedTree(const HitList& previous = {}) {
+        return walked({{tree.path()}}, previous);
     }
     /// Relative to the tree, in order.
     [[nodiscard]] Paths found() {
-        auto paths = walkedTree().paths();
+        auto paths = pathsOf(walkedTree());
         for (auto& path : paths) path.erase(0, tree.path().size() + 1);
         std::ranges::sort(paths);
         return paths;
     }
 
-    test::RealReader reader;
+    test::HookedReader reader;
+    CancelFlag cancelled;
     test::TemporaryTree tree;
     const std::string intel = test::thinMachO(test::cpuX86_64);
 };
@@ -66,12 +46,20 @@ TEST_F(WalkTest, FindsMachOFilesWithTheirAttributes) {
     const timespec times[] = {{0, 0}, {978307200 + 1000, 500000000}};
     ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
     const auto result = walkedTree();
-    EXPECT_EQ(result.count, 2);
-    ASSERT_EQ(result.hits.size(), 1U);
-    EXPECT_EQ(result.hits[0]->path, path);
-    EXPECT_EQ(result.hits[0]->archs, Paths{"x86_64"});
-    EXPECT_EQ(result.hits[0]->size, 100);
-    EXPECT_EQ(result.hits[0]->mtime, 1000.5);
+    EXPECT_EQ(result.reports, Paths{"1 of 2"});
+    const auto& hit = *result.hits.at(0);
+    EXPECT_EQ(hit, (BinaryHit{path, {"x86_64"}, 100, 1000.5, hit.ctime}));
+    // Each file keeps its own, also where the listing brings them along.
+    for (int i = 0; i < 40; ++i) {
+        const auto name = std::to_string(i);
+        tree.file((i % 3 == 0 ? "." : "f") + name, intel + std::string(name.size(), 'x'));
+        tree.file("text" + name, name);
+    }
+    const auto expected = walkedTree().hits;
+    EXPECT_EQ(expected.size(), 27U);
+    reader.listsAttributes = true;
+    EXPECT_TRUE(sameHits(walkedTree().hits, expected));
+    EXPECT_TRUE(sameHits(walkedTree(expected).hits, expected));
 }
 
 TEST_F(WalkTest, PassesOverWhatIsExcludedHiddenLinkedOrNoFile) {
@@ -80,9 +68,7 @@ TEST_F(WalkTest, PassesOverWhatIsExcludedHiddenLinkedOrNoFile) {
           "Store.SQLITE-WAL", "x/y.db", "y/Homebrew"}) {
         tree.file(name, intel);
     }
-    tree.file("Store.sqlite.bak", intel);
-    tree.file("caches/a", intel);
-    tree.file("Developer/a", intel);
+    for (const auto* name : {"Store.sqlite.bak", "caches/a", "Developer/a"}) tree.file(name, intel);
     fs::create_symlink(tree.at("caches/a"), tree.at("link"));
     fs::create_directory_symlink(tree.path(), tree.at("loop"));
     ASSERT_EQ(mkfifo(tree.at("fifo").c_str(), 0600), 0);
@@ -104,112 +90,46 @@ TEST_F(WalkTest, KeepsEveryByteOfANameAndGoesDeeperThanOnePathCanName) {
     }
     fs::copy_file(tree.at(names[0]), names[2] + "/bottom");
     fs::current_path(start);
-    EXPECT_EQ(walked({tree.at("deep")}).paths(), Paths{deepest + "/bottom"});
+    EXPECT_EQ(pathsOf(walked({{tree.at("deep")}})), Paths{deepest + "/bottom"});
     // The standard library cannot remove what it cannot name.
     EXPECT_EQ(system(("rm -rf '" + tree.at("deep") + "'").c_str()), 0);
 }
 
-/// A real folder; so are those below it, after whatever `Changed` makes of them.
-template <class Changed>
-struct RealFolder : Folder {
-    explicit RealFolder(std::unique_ptr<Folder> folder) : real(std::move(folder)) {}
-    bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
-        return real->list(visitor);
-    }
-    std::optional<FileAttributes> attributes(const char* name) override {
-        return real->attributes(name);
-    }
-    std::unique_ptr<HeaderFile> openFile(const char* name) override { return real->openFile(name); }
-    std::unique_ptr<Folder> openFolder(std::string_view path) override {
-        auto folder = real->openFolder(path);
-        if (!folder) return nullptr;
-        return static_cast<Changed*>(this)->changed(std::move(folder), path);
-    }
-    std::unique_ptr<Folder> real;
-};
-
-/// As on systems whose listing brings the attributes along: they are never asked for.
-class ListingReader : public test::RealReader {
-    struct ListingFolder : RealFolder<ListingFolder> {
-        using RealFolder::RealFolder;
-        static std::unique_ptr<Folder> changed(std::unique_ptr<Folder> folder, std::string_view) {
-            return std::make_unique<ListingFolder>(std::move(folder));
-        }
-        bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
-            return real->list([&](FolderEntry entry) {
-                if (entry.kind == EntryKind::file) {
-                    entry.attributes = real->attributes(entry.name.data());
-                }
-                return visitor(entry);
-            });
-        }
-        std::optional<FileAttributes> attributes(const char*) override { return std::nullopt; }
-    };
-
-public:
-    std::unique_ptr<Folder> open(const std::string& path) override {
-        return std::make_unique<ListingFolder>(RealReader::open(path));
-    }
-};
-
-TEST_F(WalkTest, GivesEachFileTheAttributesThatItsListingBrought) {
-    for (int i = 0; i < 40; ++i) {
-        const auto name = std::to_string(i);
-        tree.file((i % 3 == 0 ? "." : "f") + name, intel + std::string(name.size(), 'x'));
-        tree.file("text" + name, name);
-        tree.folder("d" + name);
-    }
-    ListingReader listing;
-    const auto expected = walkedTree().hits;
-    EXPECT_EQ(expected.size(), 26U);
-    for (const auto& previous : {HitList(), expected}) {
-        RecordingListener listener;
-        PreviousHits known;
-        known.provide(previous);
-        walk(listing, {{tree.path()}, &known}, CancelFlag(), listener);
-        EXPECT_TRUE(sameHits(listener.hits, expected));
-    }
-}
-
-TEST_F(WalkTest, TakesRootsAsTheyAreGiven) {
+TEST_F(WalkTest, TakesRootsAsTheyAreGivenAndAFileWhereSomeoneNamedIt) {
     const auto file = tree.file("real/tool", intel);
-    fs::create_directory_symlink(tree.at("real"), tree.at("link"));
-    EXPECT_EQ(walked({tree.at("link")}).paths(), Paths{tree.at("link/tool")});
-    EXPECT_EQ(walked({tree.at("real"), tree.at("real")}).paths(), (Paths{file, file}));
-    EXPECT_TRUE(walked({file, tree.at("missing"), "/dev/fd", "/sys"}).hits.empty());
-    EXPECT_EQ(walked({}).reports, Paths{"0 of 0"});
-}
-
-TEST_F(WalkTest, TakesAFileAsARootWhereSomeoneNamedIt) {
-    const auto file = tree.file("bin/tool", intel);
-    tree.file("bin/other", intel);
     tree.file("a.db", intel);
-    RecordingListener listener;
-    WalkRequest request{.roots = {file, tree.at("a.db")}, .threads = 1};
-    EXPECT_EQ(walk(reader, request, CancelFlag(), listener).unread, file);
-    request.rootsAreNamed = true;
-    EXPECT_EQ(walk(reader, request, CancelFlag(), listener).unread, std::nullopt);
-    EXPECT_EQ(listener.paths(), Paths{file});
+    fs::create_directory_symlink(tree.at("real"), tree.at("link"));
+    EXPECT_EQ(pathsOf(walked({{tree.at("link")}})), Paths{tree.at("link/tool")});
+    EXPECT_EQ(pathsOf(walked({{tree.at("real"), tree.at("real")}})), (Paths{file, file}));
+    EXPECT_EQ(walked({}).reports, Paths{"0 of 0"});
+    for (const auto& nothing : {tree.at("missing"), file}) {
+        EXPECT_EQ(walked({{nothing, "/dev/fd", "/sys"}}).unread, nothing);
+    }
+    const auto named = [this](const Paths& roots) {
+        return walked({.roots = roots, .rootsAreNamed = true});
+    };
+    const auto both = named({file, tree.at("a.db")});
+    EXPECT_EQ(both.unread, std::nullopt);
+    EXPECT_EQ(pathsOf(both), Paths{file});
     ASSERT_EQ(mkfifo(tree.at("fifo").c_str(), 0600), 0);
-    request.roots = {tree.at("fifo")};
-    EXPECT_EQ(walk(reader, request, CancelFlag(), listener).unread, tree.at("fifo"));
+    EXPECT_EQ(named({tree.at("fifo")}).unread, tree.at("fifo"));
 }
 
 TEST_F(WalkTest, StaysBelowItsRootWhenAFolderIsSwappedForALink) {
-    for (int i = 0; i < 30; ++i) tree.file("root/a/b/d" + std::to_string(i) + "/inside", intel);
-    for (int i = 0; i < 30; ++i) tree.file("outside/b/d" + std::to_string(i) + "/outside", intel);
+    tree.file("root/a/b/c/inside", intel);
+    tree.file("outside/b/c/outside", intel);
     fs::create_directory_symlink(tree.at("outside"), tree.at("link"));
-    std::atomic<bool> done = false;
-    std::thread swapping([&] {
-        while (!done) tree.exchange("root/a", "link");
-    });
-    for (int i = 0; i < 300 && !HasFailure(); ++i) {
-        for (const auto& path : walked({tree.at("root")}).paths()) {
-            EXPECT_TRUE(path.ends_with("/inside")) << path;
+    reader.works = [this](std::string_view step, std::string_view path) {
+        if (step == "list" && path.ends_with("/a/b")) {
+            fs::rename(tree.at("root/a"), tree.at("moved"));
+            fs::rename(tree.at("link"), tree.at("root/a"));
         }
-    }
-    done = true;
-    swapping.join();
+        return true;
+    };
+    const auto result = walked({{tree.at("root")}});
+    EXPECT_TRUE(result.hits.empty());
+    EXPECT_EQ(result.unread, tree.at("root/a/b/c"));
+    EXPECT_FALSE(fs::exists(tree.at("link")));
 }
 
 TEST_F(WalkTest, ReportsTheSameWithAnyNumberOfThreads) {
@@ -222,13 +142,13 @@ TEST_F(WalkTest, ReportsTheSameWithAnyNumberOfThreads) {
         }
         tree.file(folder + "f" + std::to_string(i), i % 8 == 0 ? "text" : intel);
     }
-    const auto expected = walked({tree.path()}, {}, 1);
-    EXPECT_EQ(expected.count, 2400);
+    const auto expected = walked({.roots = {tree.path()}, .threads = 1});
     EXPECT_EQ(expected.hits.size(), 2100U);
     EXPECT_TRUE(expected.reports.at(0).starts_with("1000 /"));
     EXPECT_TRUE(expected.reports.at(2).starts_with("2000 of "));
-    for (const unsigned threads : {2U, 3U, 8U, 16U, 32U}) {
-        const auto result = walked({tree.path()}, {}, threads);
+    EXPECT_EQ(expected.reports.back(), "2100 of 2400");
+    for (const unsigned threads : {2U, 8U, 32U}) {
+        const auto result = walked({.roots = {tree.path()}, .threads = threads});
         ASSERT_EQ(result.reports, expected.reports);
         ASSERT_TRUE(sameHits(result.hits, expected.hits));
     }
@@ -242,13 +162,10 @@ TEST_F(WalkTest, DoesNotReadUnchangedFilesAgain) {
         auto previous = std::make_shared<BinaryHit>(*first);
         previous->archs = {"ppc"};
         change(*previous);
-        return walkedTree({previous}).hits.at(0);
+        // Of two with one path the first counts.
+        return walkedTree({previous, first}).hits.at(0);
     };
     EXPECT_EQ(answerFor([](BinaryHit&) {})->archs, Paths{"ppc"});
-    // Of two with one path the first counts.
-    auto other = std::make_shared<BinaryHit>(*first);
-    other->archs = {"i386"};
-    EXPECT_EQ(walkedTree({first, other}).hits.at(0)->archs, first->archs);
     EXPECT_EQ(answerFor([](BinaryHit& hit) { hit.ctime = 5; })->ctime, first->ctime);
     EXPECT_EQ(answerFor([](BinaryHit& hit) { ++hit.size; })->archs, Paths{"x86_64"});
     EXPECT_EQ(answerFor([](BinaryHit& hit) { hit.mtime += 1e-6; })->archs, Paths{"x86_64"});
@@ -257,63 +174,6 @@ TEST_F(WalkTest, DoesNotReadUnchangedFilesAgain) {
     EXPECT_TRUE(walkedTree({first}).hits.empty());
 }
 
-/// Fails at what it is told to, for everything named "bad".
-class FailingReader : public test::RealReader {
-    struct FailingFile : HeaderFile {
-        FailingFile(std::unique_ptr<HeaderFile> file, const std::string& fault)
-            : real(std::move(file)), failing(fault) {}
-        std::optional<std::size_t> readStart(std::span<std::byte> buffer) override {
-            if (failing == "memory") throw std::bad_alloc();
-            return failing == "read" ? std::nullopt : real->readStart(buffer);
-        }
-        std::optional<FileAttributes> attributes() override {
-            return failing == "attributes" ? std::nullopt : real->attributes();
-        }
-        std::unique_ptr<HeaderFile> real;
-        const std::string& failing;
-    };
-    struct FailingFolder : RealFolder<FailingFolder> {
-        FailingFolder(std::unique_ptr<Folder> folder, bool bad, const std::string& fault)
-            : RealFolder(std::move(folder)), isBad(bad), failing(fault) {}
-        std::unique_ptr<Folder> changed(std::unique_ptr<Folder> folder, std::string_view path) {
-            const bool bad = path.ends_with("/bad");
-            if (bad && failing == "folder") return nullptr;
-            return std::make_unique<FailingFolder>(std::move(folder), bad, failing);
-        }
-        bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
-            const bool whole = real->list([&](FolderEntry entry) {
-                if (failing == "kind" && entry.name == "bad") entry.kind = EntryKind::unknown;
-                return visitor(entry);
-            });
-            return whole && !(isBad && failing == "list");
-        }
-        std::optional<FileAttributes> attributes(const char* name) override {
-            return fails("attributes", name) ? std::nullopt : real->attributes(name);
-        }
-        std::unique_ptr<HeaderFile> openFile(const char* name) override {
-            if (fails("open", name)) return nullptr;
-            auto file = real->openFile(name);
-            if (name == std::string_view("bad")) {
-                file = std::make_unique<FailingFile>(std::move(file), failing);
-            }
-            return file;
-        }
-        bool fails(std::string_view what, const char* name) const {
-            return failing == what && name == std::string_view("bad");
-        }
-        bool isBad;
-        const std::string& failing;
-    };
-
-public:
-    std::unique_ptr<Folder> open(const std::string& path) override {
-        auto folder = RealReader::open(path);
-        if (!folder) return nullptr;
-        return std::make_unique<FailingFolder>(std::move(folder), false, fault);
-    }
-    std::string fault;
-};
-
 TEST_F(WalkTest, TellsWhatItCouldNotLookAt) {
     const auto file = tree.file("a/bad", intel);
     tree.file("a/good", intel);
@@ -321,82 +181,56 @@ TEST_F(WalkTest, TellsWhatItCouldNotLookAt) {
     tree.file("c/empty");
     fs::create_symlink("nowhere", tree.at("c/link"));
     ASSERT_EQ(mkfifo(tree.at("c/fifo").c_str(), 0600), 0);
-    const auto all = walkedTree().hits;
-    EXPECT_EQ(all.size(), 3U);
-    FailingReader failing;
-    const auto unreadAfter = [&](const char* fault, const HitList& previous, std::size_t hits) {
-        failing.fault = fault;
-        RecordingListener listener;
-        PreviousHits known;
-        known.provide(previous);
-        auto outcome = walk(failing, {{tree.path()}, &known}, CancelFlag(), listener);
-        EXPECT_EQ(listener.hits.size(), hits) << fault;
-        return outcome.unread;
+    const auto all = walkedTree();
+    EXPECT_EQ(all.unread, std::nullopt);
+    EXPECT_EQ(all.hits.size(), 3U);
+    std::string fault;
+    reader.works = [&fault](std::string_view step, std::string_view name) {
+        if (fault == "memory" && step == "read") throw std::bad_alloc();
+        return step != fault || !("/" + std::string(name)).ends_with("/bad");
     };
-    EXPECT_EQ(unreadAfter("", {}, 3), std::nullopt);
-    for (const auto* const fault : {"open", "read", "attributes"}) {
-        EXPECT_EQ(unreadAfter(fault, {}, 2), file) << fault;
+    const struct {
+        const char* fault;
+        HitList previous;
+        std::string unread;
+        std::size_t hits;
+    } cases[] = {
+        {"file", {}, file, 2},
+        {"read", {}, file, 2},
+        {"attributes", {}, file, 2},
+        {"attributes", all.hits, file, 2},
+        {"folder", {}, tree.at("b/bad"), 2},
+        {"list", {}, tree.at("b/bad"), 3},
+    };
+    for (const auto& each : cases) {
+        fault = each.fault;
+        const auto result = walkedTree(each.previous);
+        EXPECT_EQ(result.unread, each.unread) << fault;
+        EXPECT_EQ(result.hits.size(), each.hits) << fault;
     }
-    EXPECT_EQ(unreadAfter("attributes", all, 2), file);
-    EXPECT_EQ(unreadAfter("folder", {}, 2), tree.at("b/bad"));
-    EXPECT_EQ(unreadAfter("list", {}, 3), tree.at("b/bad"));
-    EXPECT_TRUE(unreadAfter("kind", {}, 1));
-    EXPECT_THROW(unreadAfter("memory", {}, 0), std::bad_alloc);
-    RecordingListener listener;
-    EXPECT_EQ(walk(failing, {{tree.at("missing")}}, CancelFlag(), listener).unread,
-              tree.at("missing"));
-    EXPECT_EQ(walk(failing, {{"/dev/fd"}}, CancelFlag(), listener).unread, std::nullopt);
+    fault = "entry";
+    EXPECT_TRUE(walkedTree().unread);
+    fault = "memory";
+    EXPECT_THROW(walkedTree(), std::bad_alloc);
 }
 
-/// Cancels a walk at one of its steps: a folder or a file that is opened, an entry that is listed.
-class CancellingReader : public test::RealReader {
-    struct CancellingFolder : RealFolder<CancellingFolder> {
-        CancellingFolder(std::unique_ptr<Folder> folder, CancellingReader& reader)
-            : RealFolder(std::move(folder)), owner(reader) {}
-        std::unique_ptr<Folder> changed(std::unique_ptr<Folder> folder, std::string_view) {
-            owner.step();
-            return std::make_unique<CancellingFolder>(std::move(folder), owner);
-        }
-        bool list(const std::function<bool(const FolderEntry&)>& visitor) override {
-            return real->list([&](const FolderEntry& entry) {
-                owner.step();
-                return visitor(entry);
-            });
-        }
-        std::unique_ptr<HeaderFile> openFile(const char* name) override {
-            owner.step();
-            return real->openFile(name);
-        }
-        CancellingReader& owner;
-    };
-
-public:
-    explicit CancellingReader(int step) : last(step) {}
-    std::unique_ptr<Folder> open(const std::string& path) override {
-        return std::make_unique<CancellingFolder>(test::RealReader::open(path), *this);
-    }
-    void step() {
-        if (++steps == last) flag.cancel();
-    }
-
-    const int last;
-    std::atomic<int> steps = 0;
-    CancelFlag flag;
-};
-
 TEST_F(WalkTest, StopsAtOnceWhenCancelledAndHandsOverWhatWasFound) {
-    for (int i = 0; i < 60; ++i) tree.file(std::to_string(i / 6) + "/" + std::to_string(i), intel);
+    for (int i = 0; i < 60; ++i) tree.file(std::to_string(i / 20) + "/" + std::to_string(i), intel);
+    int steps = 0;
     std::size_t most = 0;
-    for (int step = 1; step < 150; step += 7) {
-        CancellingReader cancelling(step);
-        RecordingListener listener;
-        walk(cancelling, {{tree.path()}, {}, 1}, cancelling.flag, listener);
-        EXPECT_LE(cancelling.steps, step + 3);
-        EXPECT_EQ(listener.count, static_cast<std::int64_t>(listener.hits.size()));
-        most = std::max(most, listener.hits.size());
-        RecordingListener after;
-        walk(cancelling, {{tree.path()}}, cancelling.flag, after);
-        EXPECT_EQ(after.reports, Paths{"0 of 0"});
+    for (int last = 1; last < 300; last += 13) {
+        steps = 0;
+        cancelled = CancelFlag();
+        reader.works = [&](std::string_view, std::string_view) {
+            if (++steps == last) cancelled.cancel();
+            return true;
+        };
+        const auto result = walked({.roots = {tree.path()}, .threads = 1});
+        EXPECT_LE(steps, last + 6);
+        const auto count = std::to_string(result.hits.size());
+        EXPECT_EQ(result.reports, Paths{count + " of " + count});
+        most = std::max(most, result.hits.size());
+        EXPECT_EQ(walkedTree().reports, Paths{"0 of 0"});
     }
     EXPECT_GE(most, 40U);
 }
@@ -417,35 +251,87 @@ TEST_F(WalkTest, LosesNothingWithFewFileDescriptorsLeft) {
         auto few = usual;
         few.rlim_cur = static_cast<rlim_t>(next) + left;
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+        reader.mostFolders = systemDirectoryReader()->maxOpenFolders();
         const auto result = walkedTree();
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
         EXPECT_EQ(result.hits.size(), 360U);
     }
 }
 
-TEST(ScanRoots, FollowTheChoice) {
+/// Two threads in a deep tree, of which one has each folder listed only after the other has begun
+/// on the many files of the folder behind it.
+TEST(WalkQueue, KeepsFewFoldersOpenAndLosesNothingThatWasReadBeforeAStop) {
+    if (std::thread::hardware_concurrency() < 2) GTEST_SKIP() << "one thread at a time";
+    using Work = WalkQueue::Work;
+    const auto token = std::make_shared<int>();  // Shared by all open folders.
+    test::Found found;
+    WalkQueue queue({"/"}, {.workers = 2, .openFolders = 4}, found);
+    std::size_t examined = 0;
+    const auto done = [&](const Work& work) {
+        if (const auto* const files = std::get_if<WalkQueue::ReadWork>(&work)) {
+            ++examined;
+            return queue.examined(*files, {1, {{0, test::hitRef({"/hit", {}})}}});
+        }
+        const auto& folder = std::get<WalkQueue::ListWork>(work);
+        FolderListing listing;
+        if (folder.path.ends_with("files")) {
+            listing.folder = std::shared_ptr<Folder>(token, nullptr);
+            for (int i = 0; i < 200; ++i) listing.candidates.add("file");
+        } else {
+            for (const auto* const name : {"deeper", "files"}) listing.subFolders.add(name);
+        }
+        return queue.listed(folder, std::move(listing));
+    };
+    const auto turn = [](const Work& work) {
+        const auto* const folder = std::get_if<WalkQueue::ListWork>(&work);
+        return folder ? (folder->path.ends_with("files") ? 0 : 1) : 2;
+    };
+    std::vector<Work> works{done(queue.claim().value()).value()};
+    works.push_back(queue.claim().value());
+    for (int i = 0; i < 200; ++i) {
+        auto& next = *std::ranges::min_element(works, {}, turn);
+        next = done(next).value();
+        ASSERT_LE(token.use_count(), 1 + 4);
+    }
+    queue.stop();
+    for (const auto& work : works) EXPECT_FALSE(done(work));
+    queue.finish();
+    EXPECT_EQ(found.hits.size(), examined);
+}
+
+TEST(ScanRoots, AreTheChosenFolderTheWholeDiskOrTheSmartFolders) {
     EXPECT_EQ(scanRoots("~/x", Scope::deep, "/home/me"), Paths{"~/x"});
     EXPECT_EQ(scanRoots(std::nullopt, Scope::deep, "/home/me"), Paths{"/"});
     EXPECT_EQ(scanRoots(std::nullopt, Scope::smart, "/home/me")[3], "/home/me/Library");
 }
 
 TEST(FolderExclusions, ConcernAbsolutePlacesAsWholeComponents) {
-    for (const auto& [prefix, name, expected] :
-         {std::tuple{"/", "Volumes", true}, std::tuple{"/", "devices", false},
-          std::tuple{"/devices/", "a", false}, std::tuple{"/Volumes/Disk/a/", "b", true},
-          std::tuple{"/System/", "Library", false}, std::tuple{"/Library/", "Developer", true},
-          std::tuple{"/Users/me/Library/", "Developer", false}}) {
-        const FolderExclusions exclusions(prefix);
-        EXPECT_EQ(exclusions.everything() || exclusions.excludes(name), expected) << prefix << name;
+    const Paths named = {"/Volumes", "/Library/Developer/a"};
+    const struct {
+        const char* prefix;
+        const char* name;
+        bool excluded, excludedBesideNamed;
+    } cases[] = {
+        {"/", "Volumes", true, true},
+        {"/", "devices", false, false},
+        {"/devices/", "a", false, false},
+        {"/dev/", "a", true, true},
+        {"/Volumes/Disk/a/", "b", true, false},
+        {"/Volumes/", "b", true, false},
+        {"/System/", "Library", false, false},
+        {"/Library/", "Developer", true, true},
+        {"/Library/Developer/a/b/", "c", true, false},
+        {"/Library/Developer/c/", "d", true, true},
+        {"/Users/me/Library/", "Developer", false, false},
+    };
+    for (const auto& each : cases) {
+        const auto excludes = [&each](const FolderExclusions& exclusions) {
+            return exclusions.everything() || exclusions.excludes(each.name);
+        };
+        EXPECT_EQ(excludes(FolderExclusions(each.prefix)), each.excluded) << each.prefix;
+        EXPECT_EQ(excludes(FolderExclusions(each.prefix, named)), each.excludedBesideNamed)
+            << each.prefix;
     }
-    const std::vector<std::string> named = {"/Volumes", "/Library/Developer/a"};
-    for (const auto& [prefix, everything] :
-         {std::pair{"/Volumes/", false}, std::pair{"/Volumes/Disk/", false},
-          std::pair{"/Library/Developer/a/b/", false}, std::pair{"/Library/Developer/c/", true},
-          std::pair{"/dev/", true}}) {
-        EXPECT_EQ(FolderExclusions(prefix, named).everything(), everything) << prefix;
-    }
-    EXPECT_TRUE(FolderExclusions("/Library/", named).excludes("Developer"));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
-#include "engine/walk.h"
 #include "persist/file_memory_table.h"
 #include "platform/posix/posix_files.h"
 #include "tests/support/test.h"
+#include "tests/support/walk_support.h"
 
 namespace vestigo {
 namespace {
@@ -23,34 +23,24 @@ public:
     }
     unsigned maxOpenFolders() const override { return 64; }
 
-    std::int64_t tick() const { return now / step * step; }
     void write(const std::string& name, std::string content) {
         auto& inode = files[name];
         if (!inode) inode = std::make_shared<Inode>(Inode{{}, 0, 0, ++latest});
         inode->content = std::move(content);
-        inode->modified = inode->changed = tick();
+        setDates(name, now / step * step);
     }
-    /// Through a mapping, after a write.
-    void writeOn(const std::string& name, std::string content) {
-        if (now - files.at(name)->changed > 35 * second) return write(name, std::move(content));
-        files.at(name)->content = std::move(content);
-    }
-    void rename(const std::string& from, const std::string& to) {
+    /// Gives the name to the file as well, or takes the name `from` from it.
+    void link(const std::string& from, const std::string& to, bool keepsName = true) {
         const auto inode = files.at(from);
-        files.erase(from);
+        if (!keepsName) files.erase(from);
         files[to] = inode;
-        inode->changed = tick();
+        setDates(to, inode->modified);
     }
     void setDates(const std::string& name, std::int64_t modified) {
         files.at(name)->modified = modified;
-        files.at(name)->changed = tick();
+        files.at(name)->changed = now / step * step;
     }
-    void link(const std::string& from, const std::string& to) {
-        files[to] = files.at(from);
-        files[to]->changed = tick();
-    }
-    /// Another disk in the place of this one, at first with files like these and not the same in
-    /// them.
+    /// Another disk in the place of this one, at first with files like these and another content.
     void mountOther(const std::string& content) {
         if (others.empty()) {
             for (const auto& [name, inode] : files) {
@@ -129,102 +119,75 @@ struct HeldFile : PosixFiles {
     int replaced = 0;
 };
 
-struct Found : WalkListener {
-    void progress(std::int64_t, const std::string&) override {}
-    void partial(HitList added, std::int64_t) override {
-        for (auto& hit : added) hits.push_back(std::move(hit));
-    }
-    void final(HitList added, std::int64_t scanned) override { partial(std::move(added), scanned); }
-    HitList hits;
-};
-
 struct FileMemoryTest : testing::Test {
     FileMemoryTable memory() {
         return {file, "memory", [this] { return disk.now; }};
     }
-    HitList walked(FileMemory* memory, HitList previous = {}, const std::string& root = "/disk") {
-        Found found;
-        PreviousHits known;
-        known.provide(std::move(previous));
-        walk(disk, {{root}, &known, 2, false, memory}, CancelFlag(), found);
+    HitList walked(FileMemory* memory, const HitList& previous = {},
+                   const std::string& root = "/disk") {
+        auto found =
+            test::walked(disk, {.roots = {root}, .threads = 2, .memory = memory}, previous);
         if (memory) memory->finish();
         return found.hits;
     }
     /// The files that a scan with the memory opens; its hits are those of one without.
-    int opened(FileMemory& memory, const HitList& previous = {}) {
+    int opened(const HitList& previous = {}) {
         const auto expected = walked(nullptr, previous);
+        auto used = memory();
         disk.opened = 0;
-        EXPECT_TRUE(sameHits(walked(&memory, previous), expected));
+        EXPECT_TRUE(sameHits(walked(&used, previous), expected));
         return disk.opened;
     }
-    int opened() {
+    int openedIn(const std::string& root) {
         auto used = memory();
-        return opened(used);
+        disk.opened = 0;
+        walked(&used, {}, root);
+        return disk.opened;
     }
-    /// A hundred texts and a program, all of one size, written long ago.
+    /// A hundred texts and a program, all of one size, written long ago and remembered.
     void fill() {
         for (int i = 0; i < 100; ++i) disk.write("f" + std::to_string(i), text);
         disk.write("program", intel);
         disk.now += 1000 * second;
+        EXPECT_EQ(opened(), 101);
+    }
+    /// Does something that may happen to files; all are of one size.
+    void change() {
+        const auto any = [this] { return "f" + std::to_string(random() % 24); };
+        const auto content = random() % 3 == 0 ? intel : text;
+        const auto name = any();
+        if (!disk.files.contains(name)) return disk.write(name, content);
+        auto& inode = *disk.files.at(name);
+        const auto modified = inode.modified;
+        switch (random() % 9) {
+            case 0: return disk.write(name, content);
+            case 1:  // In place, with its old dates.
+                disk.write(name, content);
+                return disk.setDates(name, modified);
+            case 2: return disk.link(name, any(), false);
+            case 3:  // Another file of these dates takes its place.
+                disk.write("new", content);
+                disk.setDates("new", modified);
+                return disk.link("new", name, false);
+            case 4: return disk.link(name, any());
+            case 5: disk.files.erase(name); return;
+            case 6:  // Through a mapping, soon after a write.
+                if (disk.now - inode.changed <= 35 * second) inode.content = content;
+                return;
+            case 7: return disk.mountOther(content);
+            default: return disk.setDates(name, disk.now - static_cast<int>(random() % 5));
+        }
     }
 
     FakeDisk disk;
+    std::mt19937 random{7};
     std::shared_ptr<HeldFile> file = std::make_shared<HeldFile>();
     const std::string intel = test::thinMachO(test::cpuX86_64);
     const std::string text = std::string(intel.size(), 'x');
 };
 
-/// Something that may happen to files.
-class Change {
-public:
-    Change(FakeDisk& disk, std::mt19937& random) : disk_(disk), random_(random) {}
-
-    void operator()() {
-        const auto name = any();
-        const bool known = disk_.files.contains(name);
-        const auto modified = known ? disk_.files.at(name)->modified : 0;
-        switch (random_() % 10) {
-            case 0:
-            case 1: disk_.write(name, content()); break;
-            case 2:  // In place, with its old dates.
-                if (known) disk_.write(name, content());
-                if (known) disk_.setDates(name, modified);
-                break;
-            case 3:
-                if (known) disk_.rename(name, any());
-                break;
-            case 4:  // Another file of these dates takes its place.
-                disk_.write("new", content());
-                disk_.setDates("new", modified);
-                disk_.rename("new", name);
-                break;
-            case 5:
-                if (known) disk_.link(name, any());
-                break;
-            case 6: disk_.files.erase(name); break;
-            case 7:
-                if (known) disk_.writeOn(name, content());
-                break;
-            case 8: disk_.mountOther(content()); break;
-            default:
-                if (known) disk_.setDates(name, disk_.now - static_cast<int>(random_() % 5));
-        }
-    }
-
-private:
-    std::string any() { return "f" + std::to_string(random_() % 24); }
-    std::string content() {
-        // All of one size.
-        return random_() % 3 == 0 ? test::thinMachO(test::cpuX86_64)
-                                  : std::string(test::thinMachO(test::cpuX86_64).size(), 'x');
-    }
-    FakeDisk& disk_;
-    std::mt19937& random_;
-};
-
 TEST_F(FileMemoryTest, ChangesNoResultWhateverHappensToTheFiles) {
-    std::mt19937 random(7);
-    const auto upTo = [&random](std::int64_t most) {
+    const auto upTo = [this](std::int64_t most) {
         return static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(most)) + 1;
     };
     int openedInAll = 0;
@@ -236,15 +199,13 @@ TEST_F(FileMemoryTest, ChangesNoResultWhateverHappensToTheFiles) {
         disk.step = world % 3 == 0 ? 1 : (world % 3 == 1 ? 2 * second : second / 250);
         disk.listsAttributes = world % 2 == 0;
         disk.keepsChangeTimes = world % 7 != 0;
-        Change change(disk, random);
         HitList previous;
         for (int scan = 0; scan < 40; ++scan) {
             for (auto changes = random() % 4; changes > 0; --changes) {
                 disk.now += upTo(second / 2);
                 change();
             }
-            auto used = memory();
-            openedInAll += opened(used, previous);
+            openedInAll += opened(previous);
             ASSERT_FALSE(HasFailure()) << world << " " << scan;
             if (random() % 2 == 0) previous = walked(nullptr);
             candidates += static_cast<int>(disk.files.size());
@@ -257,7 +218,6 @@ TEST_F(FileMemoryTest, ChangesNoResultWhateverHappensToTheFiles) {
 
 TEST_F(FileMemoryTest, OpensOnlyWhatHasChanged) {
     fill();
-    EXPECT_EQ(opened(), 101);
     disk.write("f7", text);
     EXPECT_EQ(opened(), 2);
     EXPECT_EQ(file->replaced, 1);
@@ -282,7 +242,6 @@ TEST_F(FileMemoryTest, OpensOnlyWhatHasChanged) {
 
 TEST_F(FileMemoryTest, LivesInAFileThatMayBeDamagedAtWill) {
     fill();
-    EXPECT_EQ(opened(), 101);
     const auto whole = file->bytes;
     EXPECT_LE(whole.size(), 12U * 100 + 140);
     for (std::size_t at = 0; at < whole.size() + 64; at += 64) {
@@ -296,24 +255,18 @@ TEST_F(FileMemoryTest, LivesInAFileThatMayBeDamagedAtWill) {
 
 TEST_F(FileMemoryTest, ServesTwoScansAtATimeAndFoldersInTurn) {
     fill();
-    EXPECT_EQ(opened(), 101);
     auto ofOne = memory();
     auto ofOther = memory();
-    disk.opened = 0;
     walked(&ofOne, {}, "/other");
     walked(&ofOther, {}, "/another");
-    EXPECT_EQ(disk.opened, 202);
     for (const auto* const folder : {"/other", "/another", "/disk"}) {
-        auto used = memory();
-        walked(&used, {}, folder);
+        EXPECT_EQ(openedIn(folder), 1) << folder;
     }
-    EXPECT_EQ(disk.opened, 205);
     // Not asked for again and again, it is forgotten.
     for (int i = 0; i < 6; ++i) {
         disk.write("fresh" + std::to_string(i), text);
         disk.now += 1000 * second;
-        auto used = memory();
-        walked(&used, {}, "/other");
+        openedIn("/other");
     }
     EXPECT_EQ(opened(), 107);
     const auto size = file->bytes.size();
@@ -322,48 +275,12 @@ TEST_F(FileMemoryTest, ServesTwoScansAtATimeAndFoldersInTurn) {
     EXPECT_LT(file->bytes.size(), size / 2);
 }
 
-// Each with the file opened for itself, as two programs do.
-TEST_F(FileMemoryTest, IsWholeWhileTwoProgramsReadAndReplaceIt) {
-    fill();
-    const test::TemporaryTree tree;
-    const auto expected = walked(nullptr);
-    const auto memoryInFile = [&] {
-        return FileMemoryTable(std::make_shared<PosixFiles>(), tree.at("memory"),
-                               [this] { return disk.now; });
-    };
-    auto first = memoryInFile();
-    walked(&first);
-    std::atomic<int> found = 0;
-    const auto scanInTurn = [&](const std::string& folder) {
-        for (int round = 0; round < 100; ++round) {
-            auto used = memoryInFile();
-            // Another folder each time, so that each scan has something to write.
-            const auto hits = walked(&used, {}, folder + std::to_string(round));
-            found += static_cast<int>(hits.size() == expected.size() && used.isInFile());
-        }
-    };
-    std::atomic<bool> ended = false;
-    std::atomic<int> unusable = 0;
-    std::thread reader([&] {
-        while (!ended) unusable += memoryInFile().isInFile() ? 0 : 1;
-    });
-    std::thread other([&] { scanInTurn("/other"); });
-    scanInTurn("/one");
-    other.join();
-    ended = true;
-    reader.join();
-    EXPECT_EQ(found, 200);
-    EXPECT_EQ(unusable, 0);
-    auto last = memoryInFile();
-    disk.opened = 0;
-    walked(&last, {}, "/one99");
-    walked(&last, {}, "/other99");
-    EXPECT_LE(disk.opened, 102);
-}
-
-TEST(FingerprintTable, IsNoneByOtherRulesOrWithoutFreeSlots) {
-    FingerprintTable table({.rules = 1}, 1);
-    table.insert(std::uint64_t{1} << 40U, 0);
+TEST(FingerprintTable, WrapsAroundAndIsNoneByOtherRulesOrWithoutFreeSlots) {
+    FingerprintTable table({.rules = 1}, 2);
+    const auto last = ~std::uint64_t{0};
+    for (const auto each : {last, last - 8}) table.insert(each, 0);
+    EXPECT_EQ(table.find(last), table.slotCount() - 1);
+    EXPECT_EQ(table.find(last - 8), 0U);
     EXPECT_TRUE(FingerprintTable::fromBytes(table.bytes(), 1));
     EXPECT_FALSE(FingerprintTable::fromBytes(table.bytes(), 2));
     while (table.size() < table.slotCount()) table.insert((table.size() + 2) << 40U, 0);
@@ -374,19 +291,19 @@ TEST(FileMemoryProblem, IsAFileThatIsForeignOrThatOthersMayWrite) {
     const test::TemporaryTree tree;
     PosixFiles files;
     const auto path = tree.at("file");
-    const auto problemOf = [&](const std::string& content, mode_t mode) {
-        EXPECT_EQ(chmod(tree.file("file", content).c_str(), mode), 0);
-        return fileMemoryProblem(files, path).value_or("");
+    const auto table = FingerprintTable({}, 1).bytes();
+    const std::tuple<std::string, mode_t, std::string> cases[] = {
+        {"", 0600, ""},
+        {table, 0644, ""},
+        {table, 0620, "cannot use " + path + ": others may write it"},
+        {"?" + table.substr(1), 0600, ""},
+        {std::string(200, 'v'), 0600, path + " is no cache of this program, and is left alone"},
     };
-    auto table = FingerprintTable({}, 1).bytes();
     EXPECT_EQ(fileMemoryProblem(files, path), std::nullopt);
-    EXPECT_EQ(problemOf("", 0600), "");
-    EXPECT_EQ(problemOf(table, 0644), "");
-    EXPECT_EQ(problemOf(table, 0620), "cannot use " + path + ": others may write it");
-    table[0] = '?';
-    EXPECT_EQ(problemOf(table, 0600), "");
-    EXPECT_EQ(problemOf(std::string(200, 'v'), 0600),
-              path + " is no cache of this program, and is left alone");
+    for (const auto& [content, mode, problem] : cases) {
+        EXPECT_EQ(chmod(tree.file("file", content).c_str(), mode), 0);
+        EXPECT_EQ(fileMemoryProblem(files, path).value_or(""), problem);
+    }
     if (chown(path.c_str(), 4711, 4711) == 0) {
         EXPECT_EQ(fileMemoryProblem(files, path),
                   "cannot use " + path + ": it belongs to another user");

@@ -16,21 +16,10 @@
 #include "platform/lasting_processes.h"
 #include "platform/owner_authentication.h"
 #include "platform/preferences.h"
-#include "platform/system.h"
 #include "platform/tasks.h"
 #include "platform/trash.h"
 
 namespace vestigo::test {
-
-/// The system's own reader, for tests whose readers change what it answers.
-class RealReader : public DirectoryReader {
-public:
-    std::unique_ptr<Folder> open(const std::string& path) override { return system_->open(path); }
-    [[nodiscard]] unsigned maxOpenFolders() const override { return system_->maxOpenFolders(); }
-
-private:
-    std::shared_ptr<DirectoryReader> system_ = systemDirectoryReader();
-};
 
 /// Remembers what it was asked for; answers as told.
 class FakeDesktop : public Desktop {

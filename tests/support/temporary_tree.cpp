@@ -5,7 +5,6 @@
 #include <fstream>
 #include <stdexcept>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace vestigo::test {
@@ -40,16 +39,6 @@ std::string TemporaryTree::file(std::string_view relative, std::string_view cont
     out << content;
     if (!out.flush()) throw std::runtime_error("cannot write " + whole);
     return whole;
-}
-
-void TemporaryTree::exchange(std::string_view one, std::string_view other) const {
-#ifdef __APPLE__
-    const int result = ::renamex_np(at(one).c_str(), at(other).c_str(), RENAME_SWAP);
-#else
-    const int result =
-        ::renameat2(AT_FDCWD, at(one).c_str(), AT_FDCWD, at(other).c_str(), RENAME_EXCHANGE);
-#endif
-    if (result != 0) throw std::runtime_error("cannot exchange " + at(one));
 }
 
 bool TemporaryTree::takesAnyName() const {

@@ -21,8 +21,6 @@ public:
     std::string folder(std::string_view relative) const;
     /// Writes the file, with its parents; gives its absolute path.
     std::string file(std::string_view relative, std::string_view content = "") const;
-    /// Lets two entries swap their places in one step.
-    void exchange(std::string_view one, std::string_view other) const;
     /// Whether names need not be UTF-8 here: a Mac's file systems refuse others.
     [[nodiscard]] bool takesAnyName() const;
 
