@@ -66,29 +66,64 @@ TEST_F(VestigoScanTest, LooksIntoAPlaceThatIsLeftOutWhenItIsNamed) {
     EXPECT_EQ(found.output, "1\n");
 }
 
-TEST_F(VestigoScanTest, ScansTheOtherFoldersWhenOneCannotBeOpened) {
+TEST_F(VestigoScanTest, TellsByItsStatusWhatWasFoundAndWhatFailed) {
     ASSERT_EQ(symlink("loop", tree.at("loop").c_str()), 0);
-    const auto result = shell("$scan loop disk");
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.complaint,
-              "vestigo-scan: cannot open loop: Too many levels of symbolic links\n");
-    EXPECT_EQ(result.output, shell("$scan disk").output);
+    const struct {
+        const char* command;
+        int status;
+        const char* complaint;
+    } cases[] = {
+        {"$scan --fail-on-legacy disk", 3, ""},
+        {"$scan --fail-on-legacy --json disk", 3, ""},
+        {"$scan --fail-on-legacy --all disk/bin", 0, ""},
+        {"$scan loop disk | diff - expected; exit ${PIPESTATUS[0]}", 2,
+         "vestigo-scan: cannot open loop: Too many levels of symbolic links\n"},
+        {"$scan disk >/dev/full", 1,
+         "vestigo-scan: cannot write the output: No space left on device\n"},
+        {"mkfifo full; exec 5<>full 6>full 5>&-; $scan disk >&6", 1, ""},
+    };
+    tree.file("expected", shell("$scan disk").output);
+    for (const auto& [command, status, complaint] : cases) {
+        const auto result = shell(command);
+        EXPECT_EQ(result.status, status) << command;
+        EXPECT_EQ(result.complaint, complaint) << command;
+    }
 }
 
-TEST_F(VestigoScanTest, TellsByItsStatusThatLegacyCodeWasFound) {
-    EXPECT_EQ(shell("$scan --fail-on-legacy disk").status, 3);
-    EXPECT_EQ(shell("$scan --fail-on-legacy --json disk").status, 3);
-    EXPECT_EQ(shell("$scan --fail-on-legacy --all disk/bin").status, 0);
-    EXPECT_EQ(shell("$scan disk").status, 0);
+TEST_F(VestigoScanTest, RefusesWhatItCannotUseWithOneLine) {
+    ASSERT_EQ(symlink("loop", tree.at("loop").c_str()), 0);
+    tree.file("old.json", R"({"version":2,"date":0,"roots":[],"hits":[]})");
+    tree.file("foreign", "something of the user's, longer than the beginning of any cache is");
+    ASSERT_EQ(chmod(tree.file("shared").c_str(), 0620), 0);
+    const std::pair<const char*, const char*> cases[] = {
+        {"disk missing", "missing does not exist"},
+        {"old.json", "old.json is not a folder"},
+        {"--wrong", "unknown option --wrong (see --help)"},
+        {"--previous missing disk", "cannot read missing: No such file or directory"},
+        {"--previous old.json disk", "old.json is no saved scan, or one of an older version"},
+        {"--previous disk disk", "cannot read disk"},
+        {"loop", "cannot open loop"},
+        {"$'new\nline'", "new?line does not exist"},
+        {"--cache foreign disk", "foreign is no cache of this program, and is left alone"},
+        {"--cache disk disk", "cannot use disk: it is no regular file"},
+        {"--cache missing/cache disk", "missing/cache cannot be made"},
+        {"--cache /dev/null disk", "cannot use /dev/null"},
+        {"--cache shared disk", "cannot use shared: others may write it"},
+    };
+    for (const auto& [arguments, complaint] : cases) {
+        const auto result = shell(std::string("$scan ") + arguments);
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_EQ(result.output, "") << arguments;
+        EXPECT_TRUE(result.complaint.starts_with(std::string("vestigo-scan: ") + complaint))
+            << result.complaint;
+        EXPECT_EQ(result.complaint.find('\n'), result.complaint.size() - 1) << arguments;
+    }
+    EXPECT_TRUE(content("foreign").starts_with("something"));
 }
 
 TEST_F(VestigoScanTest, PrintsARecordThatTheNextScanTakesOver) {
     auto known = shell("$scan --json disk").output;
-    const auto record = decodeScanFile(known);
-    ASSERT_TRUE(record);
-    EXPECT_EQ(record->hits.size(), 2U);
-    EXPECT_EQ(record->roots, std::vector{tree.at("disk")});
-    EXPECT_EQ(record->signatures->at(tree.at("disk/A.app")).vendor, "unsigned");
+    EXPECT_EQ(decodeScanFile(known).value().roots, std::vector{tree.at("disk")});
     known.replace(known.find("unsigned"), 8, "Known");
     tree.file("previous", known);
     const auto second = shell("$scan --previous previous disk").output;
@@ -101,32 +136,10 @@ TEST_F(VestigoScanTest, PrintsARecordThatTheNextScanTakesOver) {
     EXPECT_EQ(again.status, 0);
 }
 
-TEST_F(VestigoScanTest, RefusesWhatItCannotUseWithOneLine) {
-    ASSERT_EQ(symlink("loop", tree.at("loop").c_str()), 0);
-    tree.file("old.json", R"({"version":2,"date":0,"roots":[],"hits":[]})");
-    EXPECT_EQ(shell("$scan --previous missing disk").complaint,
-              "vestigo-scan: cannot read missing: No such file or directory\n");
-    for (const auto* const arguments :
-         {"missing", "disk missing", "old.json", "--wrong", "--previous", "--previous missing disk",
-          "--previous old.json disk", "--previous disk disk", "''", "loop", "$'new\nline'"}) {
-        const auto result = shell(std::string("$scan ") + arguments);
-        EXPECT_EQ(result.status, 2) << arguments;
-        EXPECT_EQ(result.output, "") << arguments;
-        EXPECT_TRUE(result.complaint.starts_with("vestigo-scan: ")) << arguments;
-        EXPECT_EQ(result.complaint.find('\n'), result.complaint.size() - 1) << arguments;
-    }
-}
-
-TEST_F(VestigoScanTest, SaysWhenTheOutputCannotBeWritten) {
-    EXPECT_EQ(shell("$scan disk >/dev/full").status, 1);
-    const auto closed = shell("$scan disk | true; exit ${PIPESTATUS[0]}");
-    EXPECT_TRUE(closed.status == 1 || closed.status == 0) << closed.status;
-    EXPECT_EQ(closed.complaint, "");
-}
-
 TEST_F(VestigoScanTest, PrintsWhatWasFoundWhenItIsInterrupted) {
     addLongNames();
-    std::signal(SIGHUP, SIG_DFL);  // As without nohup(1).
+    // Whatever the tests were started by lets them ignore.
+    for (const int each : {SIGHUP, SIGINT}) std::signal(each, SIG_DFL);
     const struct {
         const char* jobControl;
         const char* output;
@@ -167,22 +180,13 @@ TEST_F(VestigoScanTest, RemembersOtherFilesInACacheOfItsOwn) {
     EXPECT_EQ(shell(": >real; ln -s real cache; $scan --all --cache cache disk").output, expected);
     EXPECT_EQ(shell("find real cache -perm 600 -size 128c -type f").output, "real\n");
     tree.file("disk/text7", test::thinMachO(test::cpuPpc));
-    const auto changed =
-        shell("$scan --all --cache=cache disk; $scan --all disk | cmp - out").output;
-    EXPECT_NE(changed.find("text7"), std::string::npos);
+    const auto changed = shell("$scan --all --cache=cache disk").output;
+    EXPECT_EQ(changed, shell("$scan --all disk").output);
+    EXPECT_NE(changed, expected);
     // In this folder nobody can write, whoever it is.
     const auto unwritten = shell("$scan --all --cache /dev/fd/cache disk");
     EXPECT_EQ(unwritten.status, 0);
     EXPECT_NE(unwritten.complaint.find("/dev/fd/cache could not be written"), std::string::npos);
-    tree.file("foreign", "something of the user's, longer than the beginning of any cache is");
-    ASSERT_EQ(chmod(tree.at("real").c_str(), 0620), 0);
-    for (const auto* const wrong : {"foreign", "disk", "missing/cache", "/dev/null", "real"}) {
-        const auto refused = shell("$scan --cache " + std::string(wrong) + " disk");
-        EXPECT_EQ(refused.status, 2) << wrong;
-        EXPECT_EQ(refused.output, "") << wrong;
-        EXPECT_NE(refused.complaint.find(wrong), std::string::npos) << refused.complaint;
-    }
-    EXPECT_TRUE(content("foreign").starts_with("something"));
 }
 
 TEST_F(VestigoScanTest, WritesAllOfItToAPipeThatDoesNotBlock) {
@@ -235,11 +239,8 @@ TEST_F(VestigoScanTest, SaysThatItRanOutOfMemory) {
     const auto expected = shell("$scan disk | cksum").output;
     const auto outcomes = shell(
         "for limit in 25 31 38 46 55 300; do (ulimit -v ${limit}000; $scan disk >found 2>said)"
-        " && cksum <found || echo $? $(cat said); done");
-    std::istringstream lines(outcomes.output);
-    std::set<std::string> different;
-    for (std::string line; std::getline(lines, line);) different.insert(line + "\n");
-    EXPECT_EQ(different, (std::set{expected, std::string("1 vestigo-scan: out of memory\n")}));
+        " && cksum <found || echo $? $(cat said); done | sort -u");
+    EXPECT_EQ(outcomes.output, "1 vestigo-scan: out of memory\n" + expected);
 }
 
 }  // namespace
