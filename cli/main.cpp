@@ -157,8 +157,10 @@ int scan(const ScanOptions& options) {
     const auto interrupted = std::make_shared<bool>(false);
     const auto scanned = std::make_shared<std::atomic<bool>>(false);
     watchForInterrupt([loop, interrupted, scanned](int) {
+        // Asked first, as the scan may be over as soon as the job is posted.
+        const bool scanning = !*scanned;
         loop->post([interrupted] { *interrupted = true; });
-        return !*scanned;
+        return scanning;
     });
     auto services = servicesFor(options, loop);
     const auto cacheDone = std::make_shared<std::promise<bool>>();

@@ -62,8 +62,7 @@ std::vector<std::string> withoutOverlaps(DirectoryReader& reader,
     for (std::size_t i = folders.size(); i-- > 0;) {
         const auto& inner = folders[i];
         const auto covers = [&](const NamedFolder& outer) {
-            const bool isLaterName = outer.real == inner.real && &outer >= &inner;
-            return !isLaterName && isWalkedFrom(reader, outer, inner);
+            return &outer != &inner && isWalkedFrom(reader, outer, inner);
         };
         if (std::ranges::any_of(folders, covers)) {
             folders.erase(folders.begin() + std::ptrdiff_t(i));
