@@ -1,6 +1,8 @@
 #include "persist/signature_inspector.h"
 
 #include <algorithm>
+#include <optional>
+#include <string_view>
 
 namespace vestigo {
 namespace {
@@ -29,31 +31,20 @@ std::string_view vendorFrom(const SigningInformation& information) {
     return vendor == unsignedVendor && team && !team->empty() ? *team : vendor;
 }
 
-SignatureAnswers gatherAnswers(CodeSigning& signing, const std::string& path) {
-    SignatureAnswers answers;
-    const auto code = signing.staticCode(path);
-    if (!code) return answers;
-    answers.isCode = true;
-    answers.isAnchoredToApple = mayBeApple(path) && code->isAnchoredToApple();
-    if (!answers.isAnchoredToApple) answers.information = code->signingInformation();
-    return answers;
-}
-
-}  // namespace
-
+/// Whether the path lies in a place of the system's own code. Only there is code taken for Apple's,
+/// and only there is the costly question asked.
 bool mayBeApple(std::string_view path) {
     return std::ranges::any_of(appleSystemPrefixes,
                                [path](auto prefix) { return path.starts_with(prefix); });
 }
 
-SignInfo signInfoFrom(std::string_view path, const SignatureAnswers& answers) {
-    if (answers.isCode && answers.isAnchoredToApple && mayBeApple(path)) return {true, "Apple"};
-    if (!answers.isCode || !answers.information) return {false, std::string(unsignedVendor)};
-    return {false, std::string(vendorFrom(*answers.information))};
-}
+}  // namespace
 
 SignInfo inspectSignature(CodeSigning& signing, const std::string& path) {
-    return signInfoFrom(path, gatherAnswers(signing, path));
+    const auto code = signing.staticCode(path);
+    if (code && mayBeApple(path) && code->isAnchoredToApple()) return {true, "Apple"};
+    const auto information = code ? code->signingInformation() : std::nullopt;
+    return {false, std::string(information ? vendorFrom(*information) : unsignedVendor)};
 }
 
 }  // namespace vestigo
