@@ -276,30 +276,5 @@ TEST(FingerprintTable, WrapsAroundAndIsNoneByOtherRulesOrWithoutFreeSlots) {
     EXPECT_FALSE(FingerprintTable::fromBytes(table.bytes(), 1));
 }
 
-TEST(FileMemoryProblem, IsAFileThatIsForeignOrThatOthersMayWrite) {
-    const test::TemporaryTree tree;
-    PosixFiles files;
-    const auto path = tree.at("file");
-    const auto table = FingerprintTable({}, 1).bytes();
-    const std::tuple<std::string, mode_t, std::string> cases[] = {
-        {"", 0600, ""},
-        {table, 0644, ""},
-        {table, 0620, "cannot use " + path + ": others may write it"},
-        {"?" + table.substr(1), 0600, ""},
-        {std::string(200, 'v'), 0600, path + " is no cache of this program, and is left alone"},
-    };
-    EXPECT_EQ(fileMemoryProblem(files, path), std::nullopt);
-    for (const auto& [content, mode, problem] : cases) {
-        EXPECT_EQ(chmod(tree.file("file", content).c_str(), mode), 0);
-        EXPECT_EQ(fileMemoryProblem(files, path).value_or(""), problem);
-    }
-    if (chown(path.c_str(), 4711, 4711) == 0) {
-        EXPECT_EQ(fileMemoryProblem(files, path),
-                  "cannot use " + path + ": it belongs to another user");
-    }
-    EXPECT_EQ(fileMemoryProblem(files, tree.path()),
-              "cannot use " + tree.path() + ": it is no regular file");
-}
-
 }  // namespace
 }  // namespace vestigo
