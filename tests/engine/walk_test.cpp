@@ -174,25 +174,17 @@ TEST_F(WalkTest, TellsWhatItCouldNotLookAt) {
         if (fault == "memory" && step == "read") throw std::bad_alloc();
         return step != fault || !("/" + std::string(name)).ends_with("/bad");
     };
-    const struct {
-        const char* fault;
-        HitList previous;
-        std::string unread;
-        std::size_t hits;
-    } cases[] = {
-        {"file", {}, file, 2},
-        {"read", {}, file, 2},
-        {"attributes", {}, file, 2},
-        {"attributes", all.hits, file, 2},
-        {"folder", {}, tree.at("b/bad"), 2},
-        {"list", {}, tree.at("b/bad"), 3},
+    const auto check = [&](const char* step, const std::string& unread, std::size_t hits,
+                           const HitList& previous = {}) {
+        fault = step;
+        const auto result = walkedTree(previous);
+        EXPECT_EQ(result.unread, unread) << step;
+        EXPECT_EQ(result.hits.size(), hits) << step;
     };
-    for (const auto& each : cases) {
-        fault = each.fault;
-        const auto result = walkedTree(each.previous);
-        EXPECT_EQ(result.unread, each.unread) << fault;
-        EXPECT_EQ(result.hits.size(), each.hits) << fault;
-    }
+    for (const auto* const step : {"file", "read", "attributes"}) check(step, file, 2);
+    check("attributes", file, 2, all.hits);
+    check("folder", tree.at("b/bad"), 2);
+    check("list", tree.at("b/bad"), 3);
     fault = "entry";
     EXPECT_TRUE(walkedTree().unread);
     fault = "memory";
@@ -289,31 +281,22 @@ TEST(ScanRoots, AreTheChosenFolderTheWholeDiskOrTheSmartFolders) {
 }
 
 TEST(FolderExclusions, ConcernAbsolutePlacesAsWholeComponents) {
-    const Paths named = {"/Volumes", "/Library/Developer/a"};
-    const struct {
-        const char* prefix;
-        const char* name;
-        bool excluded, excludedBesideNamed;
-    } cases[] = {
-        {"/", "Volumes", true, true},
-        {"/", "devices", false, false},
-        {"/devices/", "a", false, false},
-        {"/dev/", "a", true, true},
-        {"/Volumes/Disk/a/", "b", true, false},
-        {"/Volumes/", "b", true, false},
-        {"/System/", "Library", false, false},
-        {"/Library/", "Developer", true, true},
-        {"/Library/Developer/a/b/", "c", true, false},
-        {"/Library/Developer/c/", "d", true, true},
-        {"/Users/me/Library/", "Developer", false, false},
+    const auto excluded = [](std::string_view path, const Paths& named) {
+        const auto prefix = path.substr(0, path.rfind('/') + 1);
+        const FolderExclusions exclusions(prefix, named);
+        return exclusions.everything() || exclusions.excludes(path.substr(prefix.size()));
     };
-    for (const auto& each : cases) {
-        const auto excludes = [&each](const FolderExclusions& exclusions) {
-            return exclusions.everything() || exclusions.excludes(each.name);
-        };
-        EXPECT_EQ(excludes(FolderExclusions(each.prefix)), each.excluded) << each.prefix;
-        EXPECT_EQ(excludes(FolderExclusions(each.prefix, named)), each.excludedBesideNamed)
-            << each.prefix;
+    const Paths named = {"/Volumes", "/Library/Developer/a"};
+    for (const auto* const path :
+         {"/Volumes", "/dev/a", "/Library/Developer", "/Library/Developer/c/d"}) {
+        EXPECT_TRUE(excluded(path, {}) && excluded(path, named)) << path;
+    }
+    for (const auto* const path : {"/Volumes/a", "/Volumes/a/b", "/Library/Developer/a/b/c"}) {
+        EXPECT_TRUE(excluded(path, {}) && !excluded(path, named)) << path;
+    }
+    for (const auto* const path :
+         {"/devices", "/devices/a", "/System/Library", "/a/Library/Developer"}) {
+        EXPECT_FALSE(excluded(path, {}) || excluded(path, named)) << path;
     }
 }
 
