@@ -226,7 +226,6 @@ TEST_F(WalkTest, LosesNothingWithFewFileDescriptorsLeft) {
         auto few = usual;
         few.rlim_cur = static_cast<rlim_t>(next) + left;
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-        reader.mostFolders = systemDirectoryReader()->maxOpenFolders();
         const auto result = walkedTree();
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
         EXPECT_EQ(result.hits.size(), 120U);
