@@ -83,12 +83,13 @@ PlatformServices systemPlatformServices() {
 
 ContentServices windowServices(PlatformServices platform) {
     const auto cache = std::make_shared<ScanCache>(platform.files, platform.folders);
+    const auto store = std::make_shared<BackgroundScanStore>(cache, platform.tasks);
     ContentServices services;
     services.scanner = {
         .main = std::make_shared<QtMainQueue>(),
         .background = platform.tasks,
         .reader = std::move(platform.reader),
-        .store = std::make_shared<BackgroundScanStore>(cache, platform.tasks),
+        .store = store,
         .inspect = [signing = std::move(platform.signing)](
                        const std::string& root) { return inspectSignature(*signing, root); },
         .migrate = [own = platform.preferences,
@@ -100,6 +101,7 @@ ContentServices windowServices(PlatformServices platform) {
         .files = platform.files,
         .memory = memoryOfOtherFiles(platform.files, platform.folders.caches),
         .makeCheckMemory = [] { return std::make_unique<FileMemoryTable>(); },
+        .readSavedScan = store->reader(),
     };
     services.desktop = std::move(platform.desktop);
     services.files = platform.files;

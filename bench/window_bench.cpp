@@ -52,6 +52,16 @@ void waitFor(Condition condition) {
     }
 }
 
+/// Waits until the saved scan has been read and is in the table.
+void waitForSavedScan(MainWindow& window) {
+    const auto& table = *window.findChild<ResultsView*>()->model();
+    waitFor([&window, &table] {
+        auto& content = window.content();
+        return !content.scanner().loading() &&
+               static_cast<std::size_t>(table.rowCount()) == content.visibleRows().rows.size();
+    });
+}
+
 /// Writes a saved scan with this many groups and hits into `folder`. Returns the exit status.
 int makeRecord(const std::string& folder, long groups, long hits) {
     ScanFile record{
@@ -110,17 +120,21 @@ int launch(const std::string& folder, long started) {
     const auto services = windowServices(servicesIn(folder));
     MainWindow window(services, "");
     bool painted = false;
-    const FirstPaint first(*window.findChild<ResultsView*>()->viewport(), [&] {
+    const auto sinceStart = [started] {
         timespec now{};
         clock_gettime(CLOCK_MONOTONIC, &now);
-        const double seconds =
-            static_cast<double>(now.tv_sec * 1000000000L + now.tv_nsec - started);
-        std::printf("painted_ms %.0f\n", seconds / 1e6);
+        return static_cast<double>(now.tv_sec * 1000000000L + now.tv_nsec - started) / 1e6;
+    };
+    const FirstPaint first(*window.findChild<ResultsView*>()->viewport(), [&] {
+        std::printf("painted_ms %.0f\n", sinceStart());
         painted = true;
     });
     window.setAttribute(Qt::WA_DeleteOnClose, false);
     window.show();
     waitFor([&painted] { return painted; });
+    waitForSavedScan(window);
+    window.findChild<ResultsView*>()->viewport()->repaint();
+    std::printf("rows_ms %.0f\n", sinceStart());
     QElapsedTimer idle;
     idle.start();
     QTimer wake;
@@ -149,6 +163,7 @@ int use(const std::string& folder) {
     window.setAttribute(Qt::WA_DeleteOnClose, false);
     window.show();
     auto& results = *window.findChild<ResultsView*>();
+    waitForSavedScan(window);
     QCoreApplication::processEvents();
     auto& bar = *results.verticalScrollBar();
     std::vector<double> frames;
@@ -260,7 +275,7 @@ int rescan(const std::string& folder, const std::string& tree) {
     MainWindow window(services, "");
     window.setAttribute(Qt::WA_DeleteOnClose, false);
     window.show();
-    QCoreApplication::processEvents();
+    waitForSavedScan(window);
     auto& scanner = window.content().scanner();
     waitFor([&scanner] { return scanner.signaturePasses() == 0; });
     window.content().chooseFolder(tree);
@@ -295,6 +310,7 @@ int reinstall(const std::string& folder) {
     MainWindow window(services, "");
     window.setAttribute(Qt::WA_DeleteOnClose, false);
     window.show();
+    waitForSavedScan(window);
     auto& content = window.content();
     const double before = residentMegabytes();
     content.requestReinstall(*content.visibleRows().rows.front());

@@ -128,6 +128,8 @@ void Scanner::startScan(std::vector<std::string> roots, bool rootsAreNamed, Earl
     task_ = CancelFlag();
     scan_ = services_.order->begin();
     regrouping_.restart(intelOnly_);
+    if (!earlier && saved_) earlier = [saved = saved_] { return saved->get(); };
+    saved_.reset();
     if (!earlier && !results_.hits.empty()) {
         earlier = [hits = std::move(results_.hits)]() mutable {
             ScanFile record;
@@ -273,15 +275,49 @@ void Scanner::regroup() {
 }
 
 void Scanner::saveCache() {
-    if (cutShort_ || !services_.order->claim(scan_)) return;
+    if (cutShort_ || loading() || !services_.order->claim(scan_)) return;
     results_.date = lastScanDate_ ? *lastScanDate_ : services_.now();
     services_.store->writeScanFile(results_);
 }
 
 void Scanner::loadCache() {
-    auto record = services_.store->readScanFile();
+    const auto number = services_.order->saved();
+    if (!services_.readSavedScan) return show(services_.store->readScanFile(), number);
+    const auto reading =
+        std::make_shared<std::packaged_task<std::optional<ScanFile>()>>(services_.readSavedScan);
+    saved_ = std::make_shared<std::future<std::optional<ScanFile>>>(reading->get_future());
+    services_.background->run(Priority::normal,
+                              [reading, number, main = services_.main, known = anchor_.ref()] {
+                                  (*reading)();
+                                  main->post([number, known] {
+                                      if (auto* const scanner = known.get())
+                                          scanner->receiveSaved(number);
+                                  });
+                              });
+}
+
+void Scanner::receiveSaved(std::uint64_t number) {
+    if (!loading()) return;
+    const auto saved = std::exchange(saved_, nullptr);
+    std::optional<ScanFile> record;
+    try {
+        record = saved->get();
+    } catch (const std::bad_alloc&) {
+        // The file stays as it is until a scan has ended.
+    }
+    if (record && !removedInScan_.empty()) {
+        RootMatcher removed(removedInScan_);
+        std::erase_if(record->hits,
+                      [&removed](const HitRef& hit) { return removed.covers(hit->path); });
+    }
+    removedInScan_.clear();
+    show(std::move(record), number);
+    changed(ScannerField::lastScanDate);
+}
+
+void Scanner::show(std::optional<ScanFile> record, std::uint64_t number) {
     if (!record) return;
-    scan_ = services_.order->saved();
+    scan_ = number;
     adopt(std::move(*record));
     regroup();
     refreshSignatures();
@@ -289,6 +325,7 @@ void Scanner::loadCache() {
 
 void Scanner::adopt(ScanFile record) {
     if (scanning_) return;
+    saved_.reset();
     regrouping_.restart(intelOnly_);
     results_.hits = std::move(record.hits);
     results_.roots = std::move(record.roots);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -94,6 +95,10 @@ struct ScannerServices {
     std::function<std::unique_ptr<FileMemory>()> makeCheckMemory = {};
     /// Shared by all Scanners that share the store.
     std::shared_ptr<ScanOrder> order = std::make_shared<ScanOrder>();
+    /// Reads the saved scan in place of `store`, so that a window need not wait for a large one. It
+    /// is called once, on a background thread, while the main thread may write to `store`. When it
+    /// is empty, the saved scan is read at construction.
+    std::function<std::optional<ScanFile>()> readSavedScan = {};
 };
 
 /// Names the field that has changed to observers of a Scanner.
@@ -123,7 +128,8 @@ using EarlierScan = std::function<std::optional<ScanFile>()>;
 /// work then ends soon and its results are dropped.
 class Scanner {
 public:
-    /// Runs the migration, loads the saved scan and starts a signature pass for what it lacks.
+    /// Runs the migration, loads the saved scan and starts a signature pass for what it lacks. With
+    /// `readSavedScan`, the last two follow later.
     explicit Scanner(ScannerServices services);
     ~Scanner();
     Scanner(const Scanner&) = delete;
@@ -150,6 +156,8 @@ public:
 
     /// How many signature passes are still running.
     [[nodiscard]] std::size_t signaturePasses() const { return passes_; }
+    /// Whether the saved scan is still being read. Until then the results are empty.
+    [[nodiscard]] bool loading() const { return saved_ != nullptr; }
     /// Whether the walk has still to report its end. It stays true for a moment after `stop`.
     [[nodiscard]] bool walking() const { return walking_; }
 
@@ -216,6 +224,9 @@ private:
     class Guard;
 
     void loadCache();
+    /// `number`: of the scan that was the saved one when the reading began.
+    void receiveSaved(std::uint64_t number);
+    void show(std::optional<ScanFile> record, std::uint64_t number);
     void receiveProgress(std::int64_t count, std::string path);
     void receiveHits(HitList added, std::int64_t count);
     void readEarlier(EarlierScan earlier);
@@ -246,8 +257,8 @@ private:
     bool walking_ = false;
     bool cutShort_ = false;  ///< The results are those of a scan that ran out of memory.
     bool removing_ = false;  ///< This Scanner announces a removal; it regroups once, at its end.
-    /// The roots removed since the running scan began. Hits under them that arrive later are
-    /// dropped.
+    /// The roots removed since the running scan, or the reading of the saved one, began. Hits under
+    /// them that arrive later are dropped.
     RootSet removedInScan_;
     std::int64_t scannedCount_ = 0;
     std::string currentPath_;
@@ -256,6 +267,9 @@ private:
     std::optional<CancelFlag> task_;  ///< Cancels the running scan.
     /// The hits of the earlier scan, for the running one. Null when no scan runs.
     std::shared_ptr<PreviousHits> previous_;
+    /// The saved scan while it is being read; null before and after. The results show it when it is
+    /// there. A scan that starts earlier takes it as the one before.
+    std::shared_ptr<std::future<std::optional<ScanFile>>> saved_;
     bool previousIsRead_ = true;
     bool walkIsDone_ = false;  ///< The walk has ended; the scan waits for `previous_` to be read.
     std::uint64_t scan_ = 0;  ///< The number (see `ScanOrder`) of the scan that the results are of.

@@ -209,7 +209,7 @@ void Scanner::saveWithout(const RootSet& removed) {
 
 /// Called in every Scanner, also in those that did not remove the items themselves.
 void Scanner::receiveRemoved(const RootSet& removed) {
-    if (walking_) removedInScan_.insert(removed.begin(), removed.end());
+    if (walking_ || loading()) removedInScan_.insert(removed.begin(), removed.end());
     RootMatcher matcher(removed);
     const auto count =
         std::erase_if(results_.hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });

@@ -38,14 +38,30 @@ void ScanCache::migrateOldCacheFile() {
     }
 }
 
-/// The state shared with the background task, which may outlive the store. The mutex guards `next`
-/// and `writing`; it is not held while the record is written.
+/// The state shared with background jobs, which may outlive the store. The mutex guards `next` and
+/// `busy`; it is not held while a record is read or written.
 struct BackgroundScanStore::State {
     std::shared_ptr<ScanStore> store;
     std::mutex mutex;
     std::condition_variable idle;
     std::optional<ScanFile> next;  ///< The record to write next.
-    bool writing = false;
+    bool busy = false;  ///< A thread reads or writes; it also writes what is `next` by then.
+
+    std::optional<ScanFile> read() {
+        std::unique_lock lock(mutex);
+        idle.wait(lock, [this] { return !busy; });
+        busy = true;
+        lock.unlock();
+        std::optional<ScanFile> record;
+        try {
+            record = store->readScanFile();
+        } catch (const std::bad_alloc&) {
+            writePending();
+            throw;
+        }
+        writePending();
+        return record;
+    }
 
     void writePending() {
         std::unique_lock lock(mutex);
@@ -59,7 +75,7 @@ struct BackgroundScanStore::State {
             }
             lock.lock();
         }
-        writing = false;
+        busy = false;
         idle.notify_all();
     }
 };
@@ -73,9 +89,11 @@ BackgroundScanStore::BackgroundScanStore(std::shared_ptr<ScanStore> store,
 BackgroundScanStore::~BackgroundScanStore() = default;
 
 std::optional<ScanFile> BackgroundScanStore::readScanFile() {
-    std::unique_lock lock(state_->mutex);
-    state_->idle.wait(lock, [this] { return !state_->writing; });
-    return state_->store->readScanFile();
+    return state_->read();
+}
+
+std::function<std::optional<ScanFile>()> BackgroundScanStore::reader() const {
+    return [state = state_] { return state->read(); };
 }
 
 void BackgroundScanStore::writeScanFile(const ScanFile& record) {
@@ -84,13 +102,13 @@ void BackgroundScanStore::writeScanFile(const ScanFile& record) {
     {
         const std::lock_guard lock(state_->mutex);
         state_->next = std::move(copy);
-        if (std::exchange(state_->writing, true)) return;
+        if (std::exchange(state_->busy, true)) return;
     }
     try {
         tasks_->run(Priority::normal, [state = state_] { state->writePending(); });
     } catch (const std::bad_alloc&) {
         const std::lock_guard lock(state_->mutex);
-        state_->writing = false;
+        state_->busy = false;
     }
 }
 

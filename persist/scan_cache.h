@@ -1,6 +1,7 @@
 // The file that keeps the last scan between launches, and a store that writes it in the background.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,6 +45,10 @@ public:
     /// Waits until nothing is being written, then reads.
     [[nodiscard]] std::optional<ScanFile> readScanFile() override;
     void writeScanFile(const ScanFile& record) override;
+    /// Returns a function that does the same as `readScanFile` on any thread. It does not keep this
+    /// object alive: a job that held the last reference to it would wait for itself, as the tasks
+    /// may end with it.
+    [[nodiscard]] std::function<std::optional<ScanFile>()> reader() const;
 
 private:
     struct State;

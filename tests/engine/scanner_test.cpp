@@ -140,6 +140,30 @@ TEST_F(ScannerTest, StopsAtOnceAndDropsWhatComesOnceTheNextScanRuns) {
     EXPECT_EQ(scanner().scannedCount(), 1);
 }
 
+TEST_F(ScannerTest, ReadsTheSavedScanInTheBackground) {
+    const auto kept = tree.file("kept", intel);
+    const auto removed = tree.file("removed", intel);
+    scan();
+    const auto held = std::make_shared<test::HeldTasks>();
+    tasks = held;
+    auto services = servicesOf();
+    services.readSavedScan = [this] { return store->readScanFile(); };
+    const int writes = store->writes;
+    for (const bool scans : {false, true}) {
+        made = std::make_unique<Scanner>(services);
+        EXPECT_TRUE(scanner().loading() && scanner().groups().empty());
+        scanner().stop();
+        EXPECT_EQ(store->writes, writes);
+        if (scans) scanner().startScan({tree.at("nothing")});
+        if (!scans) order->announceRemoved({removed});
+        held->runHeld();
+        loop->runPosted();
+        EXPECT_FALSE(scanner().loading() || scanner().scanning());
+        EXPECT_EQ(roots(), scans ? Paths{} : Paths{kept});
+        EXPECT_EQ(scanner().signatures().size(), 2U);
+    }
+}
+
 TEST_F(ScannerTest, EndsOnceTheEarlierScanIsReadOrItIsStopped) {
     const auto path = tree.file("tool", intel);
     reader->change = [](FileAttributes& attributes) { attributes = {}; };

@@ -39,13 +39,14 @@ struct Emptiness {
     QString words;
 };
 
-/// Absent while there are rows or a scan may still find some.
+/// Absent while there are rows, or while some may still be found or read.
 std::optional<Emptiness> emptinessOf(const ContentView& content, int rows) {
-    if (rows > 0 || content.scanner().scanning()) return std::nullopt;
+    const auto& scanner = content.scanner();
+    if (rows > 0 || scanner.scanning() || scanner.loading()) return std::nullopt;
     if (content.groupCount() > 0) {
         return Emptiness{Symbol::funnel, ResultsView::tr("Nothing passes the filters")};
     }
-    if (content.scanner().lastScanDate()) {
+    if (scanner.lastScanDate()) {
         return Emptiness{Symbol::checkCircleFill, ResultsView::tr("Nothing found")};
     }
     return Emptiness{Symbol::magnifier, ResultsView::tr("Not scanned yet")};
