@@ -143,10 +143,7 @@ TEST_F(ScannerTest, StopsAtOnceAndDropsWhatComesOnceTheNextScanRuns) {
 TEST_F(ScannerTest, ReadsTheSavedScanInTheBackground) {
     const auto kept = tree.file("kept", intel);
     const auto removed = tree.file("removed", intel);
-    scan();
-    const auto held = std::make_shared<test::HeldTasks>();
-    tasks = held;
-    auto services = servicesOf();
+    scan({tree.path()});
     services.readSavedScan = [this] { return store->readScanFile(); };
     const int writes = store->writes;
     for (const bool scans : {false, true}) {
@@ -155,9 +152,8 @@ TEST_F(ScannerTest, ReadsTheSavedScanInTheBackground) {
         scanner().stop();
         EXPECT_EQ(store->writes, writes);
         if (scans) scanner().startScan({tree.at("nothing")});
-        if (!scans) order->announceRemoved({removed});
-        held->runHeld();
-        loop->runPosted();
+        if (!scans) services.order->announceRemoved({removed});
+        settle();
         EXPECT_FALSE(scanner().loading() || scanner().scanning());
         EXPECT_EQ(roots(), scans ? Paths{} : Paths{kept});
         EXPECT_EQ(scanner().signatures().size(), 2U);
