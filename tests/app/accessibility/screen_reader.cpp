@@ -2,113 +2,71 @@
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
 #include <QDBusReply>
 #include <QDBusVariant>
 #include <QEventLoop>
-#include <thread>
 
 namespace vestigo::test {
 namespace {
 
 constexpr int patience = 20000;
 const auto readerName = QStringLiteral("screen reader");
-const auto programsConnection = QStringLiteral("a11y");
-const auto programPath = QStringLiteral("/org/a11y/atspi/accessible/root");
+const auto properties = "org.freedesktop.DBus.Properties";
 
 QString spi(const char* name) {
     return QStringLiteral("org.a11y.atspi.") + QLatin1String(name);
 }
 
 QDBusConnection connectToAccessibilityBus() {
-    const auto question = QDBusMessage::createMethodCall(
-        QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-        QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
+    const auto question = QDBusMessage::createMethodCall("org.a11y.Bus", "/org/a11y/bus",
+                                                         "org.a11y.Bus", "GetAddress");
     const QDBusReply<QString> address =
         QDBusConnection::sessionBus().call(question, QDBus::Block, patience);
     return address.isValid() ? QDBusConnection::connectToBus(address.value(), readerName)
                              : QDBusConnection(readerName);
 }
 
-/// Runs it beside the window's thread, which handles events meanwhile.
-template <class Job>
-auto meanwhile(Job job) {
-    decltype(job()) result;
+template <class Type>
+bool holds(const QVariant& value) {
+    return value.metaType() == QMetaType::fromType<Type>();
+}
+
+/// Without the types of the bus.
+QVariant plain(const QVariant& value) {
+    if (holds<QDBusVariant>(value)) return plain(value.value<QDBusVariant>().variant());
+    if (holds<QDBusObjectPath>(value)) return value.value<QDBusObjectPath>().path();
+    if (!holds<QDBusArgument>(value)) return value;
+    const auto argument = value.value<QDBusArgument>();
+    const bool isArray = argument.currentType() == QDBusArgument::ArrayType;
+    isArray ? argument.beginArray() : argument.beginStructure();
+    QVariantList parts;
+    while (!argument.atEnd()) parts << plain(argument.asVariant());
+    isArray ? argument.endArray() : argument.endStructure();
+    return parts;
+}
+
+/// Waits for it while the window's events, which include the question, are handled.
+QVariant answerTo(const QDBusPendingCall& call) {
+    const QDBusPendingCallWatcher watcher(call);
     QEventLoop loop;
-    std::thread thread([&] {
-        result = job();
-        QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
-    });
-    loop.exec();
-    thread.join();
-    return result;
-}
-
-QRect areaIn(const QVariantList& answer) {
-    if (answer.isEmpty()) return {};
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
-    const auto argument = answer.first().value<QDBusArgument>();
-    argument.beginStructure();
-    argument >> x >> y >> width >> height;
-    argument.endStructure();
-    return {x, y, width, height};
-}
-
-std::uint64_t statesIn(const QVariantList& answer) {
-    const auto words = qdbus_cast<QList<uint>>(answer.value(0));
-    return words.size() == 2 ? words[0] | static_cast<std::uint64_t>(words[1]) << 32U : 0;
-}
-
-QStringList actionsIn(const QVariantList& answer) {
-    QStringList names;
-    if (answer.isEmpty()) return names;
-    const auto argument = answer.first().value<QDBusArgument>();
-    argument.beginArray();
-    while (!argument.atEnd()) {
-        QString name;
-        QString description;
-        QString keys;
-        argument.beginStructure();
-        argument >> name >> description >> keys;
-        argument.endStructure();
-        names << name;
-    }
-    argument.endArray();
-    return names;
+    QObject::connect(&watcher, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
+    if (!watcher.isFinished()) loop.exec();
+    const auto reply = watcher.reply();
+    const bool answers = reply.type() == QDBusMessage::ReplyMessage;
+    return answers ? plain(reply.arguments().value(0)) : QVariant();
 }
 
 }  // namespace
 
-QStringList pathsIn(const QVariant& references) {
-    QStringList paths;
-    const auto argument = references.value<QDBusArgument>();
-    const bool several = argument.currentType() == QDBusArgument::ArrayType;
-    if (several) argument.beginArray();
-    while (!argument.atEnd()) {
-        QString service;
-        QDBusObjectPath path;
-        argument.beginStructure();
-        argument >> service >> path;
-        argument.endStructure();
-        paths << path.path();
-        if (!several) break;
-    }
-    if (several) argument.endArray();  // Only this frees what beginArray() made.
-    return paths;
-}
-
-void SeenObject::visit(const std::function<void(const SeenObject&)>& visitor) const {
-    visitor(*this);
-    for (const auto& child : children) child.visit(visitor);
+QString pathIn(const QVariant& reference) {
+    return reference.toList().value(1).toString();
 }
 
 QList<SeenObject> SeenObject::all(const std::function<bool(const SeenObject&)>& which) const {
     QList<SeenObject> found;
-    visit([&](const SeenObject& object) {
-        if (which(object)) found << object;
-    });
+    if (which(*this)) found << *this;
+    for (const auto& child : children) found << child.all(which);
     return found;
 }
 
@@ -130,70 +88,58 @@ ScreenReader::~ScreenReader() {
 }
 
 void ScreenReader::hear(const QDBusMessage& message) {
-    heard_ << qvariant_cast<QDBusVariant>(message.arguments().value(3)).variant().toString();
+    heard_ << plain(message.arguments().value(3)).toString();
 }
 
-SeenObject ScreenReader::program() {
-    return meanwhile([this] { return look(programPath); });
-}
-
-QVariantList ScreenReader::ask(const QString& path, const QString& interface, const QString& member,
-                               const QVariantList& arguments) {
-    return meanwhile([&] { return call(path, interface, member, arguments); });
-}
-
-QVariant ScreenReader::property(const QString& path, const QString& interface,
-                                const QString& name) {
-    return meanwhile([&] { return get(path, interface, name); });
-}
-
-bool ScreenReader::press(const SeenObject& object, const QString& action) {
-    const auto number = static_cast<int>(object.actions.indexOf(action));
-    return number >= 0 &&
-           ask(object.path, spi("Action"), QStringLiteral("DoAction"), {number}).value(0).toBool();
-}
-
-QVariantList ScreenReader::call(const QString& path, const QString& interface,
-                                const QString& member, const QVariantList& arguments) const {
+QDBusPendingCall ScreenReader::start(const QString& path, const char* interface, const char* member,
+                                     const QVariantList& arguments) const {
+    const auto program = QDBusConnection(QStringLiteral("a11y")).baseService();
     auto question = QDBusMessage::createMethodCall(
-        QDBusConnection(programsConnection).baseService(), path, interface, member);
+        program, path, interface == properties ? interface : spi(interface), member);
     question.setArguments(arguments);
-    const auto answer = connection_.call(question, QDBus::Block, patience);
-    return answer.type() == QDBusMessage::ReplyMessage ? answer.arguments() : QVariantList();
+    return connection_.asyncCall(question, patience);
 }
 
-QVariant ScreenReader::get(const QString& path, const QString& interface,
-                           const QString& name) const {
-    const auto answer = call(path, QStringLiteral("org.freedesktop.DBus.Properties"),
-                             QStringLiteral("Get"), {interface, name});
-    return qvariant_cast<QDBusVariant>(answer.value(0)).variant();
+QVariant ScreenReader::ask(const QString& path, const char* interface, const char* member,
+                           const QVariantList& arguments) const {
+    return answerTo(start(path, interface, member, arguments));
 }
 
-SeenObject ScreenReader::look(const QString& path) const {
-    const auto asked = [&](const char* interface, const char* member,
-                           const QVariantList& arguments = {}) {
-        return call(path, spi(interface), QLatin1String(member), arguments);
-    };
+QVariant ScreenReader::property(const QString& path, const char* interface,
+                                const char* name) const {
+    return ask(path, properties, "Get", {spi(interface), name});
+}
+
+bool ScreenReader::press(const SeenObject& object, const QString& action) const {
+    const auto number = static_cast<int>(object.actions.indexOf(action));
+    return number >= 0 && ask(object.path, "Action", "DoAction", {number}).toBool();
+}
+
+/// Asks everything at once: each answer costs a turn of the event loop.
+SeenObject ScreenReader::read(const QString& path) const {
+    const auto role = start(path, "Accessible", "GetRoleName");
+    const auto name = start(path, properties, "Get", {spi("Accessible"), "Name"});
+    const auto description = start(path, properties, "Get", {spi("Accessible"), "Description"});
+    const auto state = start(path, "Accessible", "GetState");
+    const auto extents = start(path, "Component", "GetExtents", {0U});
+    const auto actions = start(path, "Action", "GetActions");
+    const auto text = start(path, "Text", "GetText", {0, -1});
+    const auto children = start(path, "Accessible", "GetChildren");
     SeenObject object;
     object.path = path;
-    object.role = asked("Accessible", "GetRoleName").value(0).toString();
-    object.name = get(path, spi("Accessible"), QStringLiteral("Name")).toString();
-    object.description = get(path, spi("Accessible"), QStringLiteral("Description")).toString();
-    object.states = statesIn(asked("Accessible", "GetState"));
-    object.interfaces = asked("Accessible", "GetInterfaces").value(0).toStringList();
-    if (object.interfaces.contains(spi("Component"))) {
-        constexpr uint onScreen = 0;
-        object.area = areaIn(asked("Component", "GetExtents", {onScreen}));
+    object.role = answerTo(role).toString();
+    object.name = answerTo(name).toString();
+    object.description = answerTo(description).toString();
+    object.text = answerTo(text).toString();
+    const auto words = answerTo(state).toList();
+    object.states = words.value(0).toULongLong() | words.value(1).toULongLong() << 32U;
+    const auto area = answerTo(extents).toList();
+    object.area = {area.value(0).toInt(), area.value(1).toInt(), area.value(2).toInt(),
+                   area.value(3).toInt()};
+    for (const auto& action : answerTo(actions).toList()) {
+        object.actions << action.toList().value(0).toString();
     }
-    if (object.interfaces.contains(spi("Action"))) {
-        object.actions = actionsIn(asked("Action", "GetActions"));
-    }
-    if (object.interfaces.contains(spi("Text"))) {
-        object.text = asked("Text", "GetText", {0, -1}).value(0).toString();
-    }
-    const auto children = asked("Accessible", "GetChildren");
-    if (children.isEmpty()) return object;
-    for (const auto& child : pathsIn(children.first())) object.children << look(child);
+    for (const auto& child : answerTo(children).toList()) object.children << read(pathIn(child));
     return object;
 }
 

@@ -3,10 +3,9 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QList>
+#include <QDBusPendingCall>
 #include <QObject>
 #include <QRect>
-#include <QString>
 #include <QStringList>
 #include <QVariant>
 
@@ -15,12 +14,7 @@
 namespace vestigo::test {
 
 /// States by their numbers in AT-SPI.
-enum class ObjectState : std::uint8_t {
-    checked = 4,
-    focused = 12,
-    selected = 23,
-    showing = 25,
-};
+enum class ObjectState : std::uint8_t { checked = 4, focused = 12, selected = 23, showing = 25 };
 
 struct SeenObject {
     QString path;
@@ -30,37 +24,33 @@ struct SeenObject {
     QString text;  ///< Of its Text interface.
     QRect area;    ///< On the screen.
     std::uint64_t states = 0;
-    QStringList interfaces;
     QStringList actions;
     QList<SeenObject> children;
 
     [[nodiscard]] bool is(ObjectState state) const {
         return (states >> static_cast<unsigned>(state) & 1U) != 0;
     }
-    /// This object and all below it.
-    void visit(const std::function<void(const SeenObject&)>& visitor) const;
+    /// This object and all below it that pass.
     [[nodiscard]] QList<SeenObject> all(const std::function<bool(const SeenObject&)>& which) const;
     /// The first one that shows, by its role and name; without a path where there is none.
     [[nodiscard]] SeenObject find(const QString& role, const QString& name) const;
 };
 
-/// Everything it asks goes over the bus, from a thread of its own, while the window's thread goes
-/// on.
+/// Asks over the bus that the session has for assistive technology, while the window goes on.
 class ScreenReader : public QObject {
     Q_OBJECT
 public:
-    /// Connects to the bus that the session has for assistive technology.
     ScreenReader();
     ~ScreenReader() override;
 
     [[nodiscard]] bool connected() const { return connection_.isConnected(); }
-    /// The program with its windows, to this depth of objects.
-    [[nodiscard]] SeenObject program();
-    /// The values of the answer; none when there is no answer.
-    QVariantList ask(const QString& path, const QString& interface, const QString& member,
-                     const QVariantList& arguments = {});
-    QVariant property(const QString& path, const QString& interface, const QString& name);
-    bool press(const SeenObject& object, const QString& action);
+    /// The object with all below it; the whole program where none is named.
+    [[nodiscard]] SeenObject read(const QString& path = "/org/a11y/atspi/accessible/root") const;
+    /// The first value of the answer, in which structures and arrays are lists.
+    QVariant ask(const QString& path, const char* interface, const char* member,
+                 const QVariantList& arguments = {}) const;
+    QVariant property(const QString& path, const char* interface, const char* name) const;
+    [[nodiscard]] bool press(const SeenObject& object, const QString& action) const;
     /// What the program has had it say.
     [[nodiscard]] const QStringList& heard() const { return heard_; }
 
@@ -68,16 +58,14 @@ private slots:
     void hear(const QDBusMessage& message);
 
 private:
-    QVariantList call(const QString& path, const QString& interface, const QString& member,
-                      const QVariantList& arguments) const;
-    QVariant get(const QString& path, const QString& interface, const QString& name) const;
-    SeenObject look(const QString& path) const;
+    QDBusPendingCall start(const QString& path, const char* interface, const char* member,
+                           const QVariantList& arguments = {}) const;
 
     QDBusConnection connection_;
     QStringList heard_;
 };
 
-/// The paths of the objects in an answer.
-[[nodiscard]] QStringList pathsIn(const QVariant& references);
+/// The path in a reference to an object, which is its second part.
+[[nodiscard]] QString pathIn(const QVariant& reference);
 
 }  // namespace vestigo::test
