@@ -1,12 +1,10 @@
 // vestigo is the program with the window.
 
-#include <QApplication>
-#include <functional>
-#include <new>
 #include <utility>
 
 #include "app/appearance.h"
 #include "app/command_line.h"
+#include "app/lasting_application.h"
 #include "app/vestigo_app.h"
 #include "app/window_services.h"
 #include "platform/qt/assistive_technology.h"
@@ -27,33 +25,13 @@ replaces them. vestigo-scan scans without a window.
   -V, --version  print the version
 )";
 
-/// An application that survives a lack of memory: it gives up the event whose handling ran out of
-/// memory, reports that to the windows, and goes on.
-class LastingApplication : public QApplication {
-public:
-    using QApplication::QApplication;
-
-    void setOutOfMemoryReport(std::function<void()> report) { report_ = std::move(report); }
-    bool notify(QObject* receiver, QEvent* event) override {
-        try {
-            return QApplication::notify(receiver, event);
-        } catch (const std::bad_alloc&) {
-            if (report_) report_();
-            return false;
-        }
-    }
-
-private:
-    std::function<void()> report_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
     if (const auto status = vestigo::answerCommandLine(argc, argv, programName, helpText)) {
         return *status;
     }
-    LastingApplication application(argc, argv);
+    vestigo::LastingApplication application(argc, argv);
 #ifndef Q_OS_MACOS
     // macOS adds arguments of its own, for example when a debugger starts the program.
     if (vestigo::refusesArguments(argc, argv, programName)) return 2;

@@ -121,7 +121,10 @@ void VestigoApp::showMessage(const QString& text) {
     message_->setObjectName(QStringLiteral("runningReinstallNotice"));
     message_->setTextFormat(Qt::PlainText);
     message_->setAttribute(Qt::WA_DeleteOnClose);
-    QTimer::singleShot(messageTime, message_, &QDialog::accept);
+    auto* const patience = new QTimer(message_);
+    patience->setObjectName(QStringLiteral("patience"));
+    connect(patience, &QTimer::timeout, message_, &QDialog::accept);
+    patience->start(messageTime);
     message_->show();
 }
 

@@ -1,8 +1,9 @@
 // Runs window tests on a screen that is not there.
-#include <QApplication>
 #include <QStandardPaths>
 
 #include <gtest/gtest.h>
+
+#include "app/lasting_application.h"
 
 #ifdef VESTIGO_SANITIZES_THREADS
 // The toolkit is not built with the sanitizer, which therefore cannot see how its threads wait for
@@ -17,7 +18,7 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QStandardPaths::setTestModeEnabled(true);
     testing::InitGoogleTest(&argc, argv);
-    const QApplication application(argc, argv);
+    const vestigo::LastingApplication application(argc, argv);
     // Tests click faster than people do.
     QApplication::setDoubleClickInterval(0);
     return RUN_ALL_TESTS();

@@ -1,18 +1,15 @@
 #include "app/vestigo_app.h"
 
 #include <QAction>
-#include <QApplication>
 #include <QApplicationStateChangeEvent>
-#include <QDialog>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QMessageBox>
-#include <QPointer>
 #include <QPushButton>
-#include <QTest>
+#include <QTimer>
 
-#include "tests/support/test.h"
-#include "tests/support/window_fakes.h"
+#include "app/lasting_application.h"
+#include "app/window_services.h"
+#include "tests/support/on_screen.h"
 
 namespace vestigo::test {
 namespace {
@@ -27,39 +24,79 @@ public:
     bool automatic = true;
 };
 
-QAction& command(MainWindow& window, const QString& text) {
-    for (auto* const action : window.menuBar()->findChildren<QAction*>()) {
-        if (action->text() == text) return *action;
+template <class Widget>
+std::vector<Widget*> topLevels() {
+    std::vector<Widget*> found;
+    for (auto* const each : QApplication::topLevelWidgets()) {
+        auto* const one = qobject_cast<Widget*>(each);
+        if (one) found.push_back(one);
     }
-    throw std::runtime_error("no command " + text.toStdString());
+    return found;
 }
 
 class VestigoAppTest : public testing::Test {
 protected:
+    ~VestigoAppTest() override {
+        app.reset();
+        QApplication::setQuitOnLastWindowClosed(true);
+    }
+    void start(MenuStyle style) {
+        auto own = std::make_unique<FakeUpdater>();
+        updater = own.get();
+        app = std::make_unique<VestigoApp>(fixture.services(), std::move(own), "1.2", style);
+    }
+    MainWindow& open(const char* title = "") {
+        auto& window = app->openWindow();
+        window.setWindowTitle(title);
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+        return window;
+    }
+    /// In the window's bar, or in the one that all windows share.
+    QAction& command(const QString& text, MainWindow* window = nullptr) {
+        const auto* const bar = window ? window->menuBar() : app->menus().sharedBar();
+        for (auto* const action : bar->findChildren<QAction*>()) {
+            if (action->text() == text) return *action;
+        }
+        throw std::runtime_error("no command " + text.toStdString());
+    }
+    void expectWindows(std::size_t count) {
+        EXPECT_TRUE(QTest::qWaitFor([&] { return topLevels<MainWindow>().size() == count; }));
+    }
+    static QMessageBox* message() {
+        const auto all = topLevels<QMessageBox>();
+        const auto shown = std::ranges::find_if(all, &QWidget::isVisible);
+        return shown == all.end() ? nullptr : *shown;
+    }
+
     WindowFixture fixture;
-    std::unique_ptr<FakeUpdater> ownUpdater = std::make_unique<FakeUpdater>();
-    FakeUpdater& updater = *ownUpdater;
-    VestigoApp app{fixture.services(), std::move(ownUpdater), "1.2"};
+    FakeUpdater* updater = nullptr;
+    std::unique_ptr<VestigoApp> app;
 };
 
 TEST_F(VestigoAppTest, HasTheUpdateCommandsWhereThereIsAnUpdater) {
-    auto& window = app.openWindow();
-    command(window, "Check for Updates…").trigger();
-    EXPECT_EQ(updater.checks, 1);
-    auto& automatically = command(window, "Automatically Check for Updates");
+    start(MenuStyle::mac);
+    command("Check for Updates…").trigger();
+    EXPECT_EQ(updater->checks, 1);
+    auto& automatically = command("Automatically Check for Updates");
     EXPECT_TRUE(automatically.isChecked());
     automatically.trigger();
-    EXPECT_FALSE(updater.automatic);
-    VestigoApp without(fixture.services(), nullptr, "");
-    EXPECT_ANY_THROW(command(without.openWindow(), "Check for Updates…"));
+    EXPECT_FALSE(updater->automatic);
+    updater->automatic = true;
+    // Nobody hears when the system opens its own menu.
+    open();
+    EXPECT_TRUE(automatically.isChecked());
+    VestigoApp without(fixture.services(), nullptr, "", MenuStyle::barInEachWindow);
+    EXPECT_ANY_THROW(command("Check for Updates…", &without.openWindow()));
 }
 
 TEST_F(VestigoAppTest, WindowsHearWhatConcernsAllAndOutliveEachOther) {
-    auto& first = app.openWindow();
-    auto& second = app.openWindow();
-    command(first, "Vestigo Help").trigger();
-    command(first, "About Vestigo").trigger();
-    fixture.notifications->post(notification::outOfMemory);
+    start(MenuStyle::barInEachWindow);
+    auto& first = open();
+    auto& second = open();
+    command("Vestigo Help", &first).trigger();
+    command("About Vestigo", &first).trigger();
+    outOfMemoryReport(fixture.notifications)();
+    QCoreApplication::processEvents();
     for (auto* const each : {&first, &second}) {
         EXPECT_TRUE(each->content().showHelp() && each->content().showAbout());
         EXPECT_TRUE(each->content().alert());
@@ -71,129 +108,112 @@ TEST_F(VestigoAppTest, WindowsHearWhatConcernsAllAndOutliveEachOther) {
     first.content().setFontDelta(8);
     EXPECT_TRUE(resized);
 
+    first.content().closeHelp();
+    first.content().closeAbout();
+    QCoreApplication::processEvents();
     first.content().scanPressed();
     EXPECT_FALSE(second.content().scanner().scanning());
-    const QPointer<MainWindow> closed = &first;
-    command(first, "Close").trigger();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return closed.isNull(); }));
+    command("Close", &first).trigger();
+    expectWindows(1);
     fixture.settle();
-    command(second, "New Window").trigger();
-    EXPECT_EQ(std::ranges::count_if(
-                  QApplication::topLevelWidgets(),
-                  [](QWidget* widget) { return qobject_cast<MainWindow*>(widget) != nullptr; }),
-              2);
-    command(second, "Quit Vestigo").trigger();
+    command("New Window", &second).trigger();
+    expectWindows(2);
+    command("Quit Vestigo", &second).trigger();
     EXPECT_TRUE(fixture.terminated);
 }
 
 TEST_F(VestigoAppTest, KeysOfTheMenusReachASheet) {
-    auto& window = app.openWindow();
+    start(MenuStyle::barInEachWindow);
+    auto& window = open();
+    EXPECT_EQ(command("Vestigo Help", &window).shortcut(), QKeySequence("Ctrl+?"));
     window.content().showHelpRequested();
     QDialog* help = nullptr;
     ASSERT_TRUE(QTest::qWaitFor([&] { return (help = window.findChild<QDialog*>("help")); }));
     ASSERT_TRUE(QTest::qWaitForWindowActive(help));
-    const auto press = [&](const QString& text) {
-        const QKeySequence keys(Qt::CTRL | Qt::Key_J);
-        command(window, text).setShortcut(keys);
+    const QKeySequence keys(Qt::CTRL | Qt::Key_J);
+    for (const auto* const text : {"Quit Vestigo", "Close"}) {
+        command(text, &window).setShortcut(keys);
         QTest::keySequence(help, keys);
-        command(window, text).setShortcut({});
-    };
-    press("Quit Vestigo");
+        command(text, &window).setShortcut({});
+    }
     EXPECT_TRUE(fixture.terminated);
-    press("Close");
     EXPECT_FALSE(window.content().showHelp());
     EXPECT_TRUE(window.isVisible());
 }
 
 TEST_F(VestigoAppTest, SaysWhatGoesOnWithoutAClosedWindowAndWithoutTheProgram) {
-    const auto message = [] {
-        for (auto* const widget : QApplication::topLevelWidgets()) {
-            auto* const box = qobject_cast<QMessageBox*>(widget);
-            if (box && box->isVisible()) return box;
-        }
-        return static_cast<QMessageBox*>(nullptr);
-    };
-    auto& idle = app.openWindow();
-    fixture.processes->left = {{"<b>wget", true}};
-    auto& window = app.openWindow();
-    idle.close();
+    start(MenuStyle::barInEachWindow);
+    open().close();
     EXPECT_FALSE(message());
-    command(window, "Quit Vestigo").trigger();
+    fixture.processes->left = {{"<b>wget", true}};
+    auto& wget = open();
+    fixture.processes->left = {{"curl", true}};
+    auto& curl = open();
+    command("Quit Vestigo", &wget).trigger();
     ASSERT_TRUE(message());
     EXPECT_TRUE(message()->text().startsWith("Homebrew goes on reinstalling “<b>wget”"));
     EXPECT_EQ(message()->textFormat(), Qt::PlainText);
     EXPECT_FALSE(fixture.terminated);
     message()->button(QMessageBox::Ok)->click();
+    EXPECT_TRUE(std::exchange(fixture.terminated, false));
+    command("Quit Vestigo", &wget).trigger();
     EXPECT_TRUE(fixture.terminated);
-    window.close();
-    EXPECT_TRUE(message());
+    EXPECT_FALSE(message());
+
+    wget.close();
+    curl.close();
+    ASSERT_TRUE(message());
+    EXPECT_TRUE(message()->text().contains("wget") && message()->text().contains("curl"));
+    // It does not wait for ever.
+    message()->findChild<QTimer*>("patience")->start(1);
+    EXPECT_TRUE(QTest::qWaitFor([] { return !message(); }));
 }
 
-TEST_F(VestigoAppTest, SelectAllFromTheMenuSelectsTheRows) {
-    fixture.found("/Applications/A.app/a");
-    fixture.found("/Applications/B.app/b");
-    auto& window = app.openWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-    command(window, "Select All").trigger();
-    EXPECT_EQ(window.content().selection().size(), 2U);
+TEST_F(VestigoAppTest, AnEventThatRunsOutOfMemoryIsGivenUpAndReported) {
+    auto& application = *static_cast<LastingApplication*>(QCoreApplication::instance());
+    int reports = 0;
+    bool wentOn = false;
+    application.setOutOfMemoryReport([&] { ++reports; });
+    QTimer::singleShot(0, [] { throw std::bad_alloc(); });
+    QTimer::singleShot(1, [&] { wentOn = true; });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return wentOn; }));
+    EXPECT_EQ(reports, 1);
+    application.setOutOfMemoryReport({});
 }
 
-class MacMenusTest : public VestigoAppTest {
-protected:
-    QAction& command(const QString& text) {
-        for (auto* const action : mac.menus().sharedBar()->findChildren<QAction*>()) {
-            if (action->text() == text) return *action;
-        }
-        throw std::runtime_error("no command " + text.toStdString());
-    }
-    ~MacMenusTest() override { QApplication::setQuitOnLastWindowClosed(true); }
+TEST_F(VestigoAppTest, OnAMacItStaysWhenItsLastWindowIsClosed) {
+    start(MenuStyle::mac);
+    const QPointer<MainWindow> first = &open();
+    open();
+    command("Close").trigger();
+    expectWindows(1);
+    EXPECT_TRUE(first);
+    command("Close").trigger();
+    expectWindows(0);
+    EXPECT_FALSE(QApplication::quitOnLastWindowClosed());
+    command("Close").trigger();
+    QApplicationStateChangeEvent comesBack(Qt::ApplicationActive);
+    QApplication::sendEvent(qApp, &comesBack);
+    expectWindows(1);
+    command("New Window").trigger();
+    expectWindows(2);
+}
 
-    std::unique_ptr<FakeUpdater> another = std::make_unique<FakeUpdater>();
-    FakeUpdater& macUpdater = *another;
-    VestigoApp mac{fixture.services(), std::move(another), "1.2", MenuStyle::mac};
-};
-
-TEST_F(MacMenusTest, CloseNoOtherWindowThanTheOneWhoseSheetWaits) {
-    auto& first = mac.openWindow();
-    QPointer<MainWindow> second = &mac.openWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(second));
+TEST_F(VestigoAppTest, OnAMacCloseLeavesAWindowWhoseSheetWaitsAndAllOthers) {
+    start(MenuStyle::mac);
+    auto& first = open();
+    open();
     first.content().showHelpRequested();
     ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activeModalWidget() != nullptr; }));
     QApplication::setActiveWindow(QApplication::activeModalWidget());
     command("Close").trigger();
-    EXPECT_FALSE(QTest::qWaitFor([&] { return second.isNull() || !first.isVisible(); }, 50));
+    EXPECT_FALSE(QTest::qWaitFor([] { return topLevels<MainWindow>().size() != 2; }, 50));
 }
 
-TEST_F(MacMenusTest, StayWithTheProgramWhenItsLastWindowIsClosed) {
-    QPointer<MainWindow> first = &mac.openWindow();
-    QPointer<MainWindow> second = &mac.openWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(second));
-    command("Close").trigger();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return second.isNull(); }));
-    EXPECT_TRUE(first);
-    command("Close").trigger();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return first.isNull(); }));
-    EXPECT_FALSE(QApplication::quitOnLastWindowClosed());
-    command("Close").trigger();
-    const auto windows = [] {
-        return std::ranges::count_if(QApplication::topLevelWidgets(), [](QWidget* widget) {
-            return qobject_cast<MainWindow*>(widget) != nullptr;
-        });
-    };
-    EXPECT_EQ(windows(), 0);
-    QApplicationStateChangeEvent comesBack(Qt::ApplicationActive);
-    QApplication::sendEvent(qApp, &comesBack);
-    EXPECT_EQ(windows(), 1);
-    command("New Window").trigger();
-    EXPECT_EQ(windows(), 2);
-}
-
-TEST_F(MacMenusTest, ActOnTheActiveWindowAndListAll) {
-    auto& first = mac.openWindow();
-    auto& second = mac.openWindow();
-    first.setWindowTitle("First");
-    second.setWindowTitle("Second");
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&second));
+TEST_F(VestigoAppTest, OnAMacTheMenusActOnTheActiveWindowAndListAll) {
+    start(MenuStyle::mac);
+    auto& first = open("First");
+    auto& second = open("Second");
     auto* const menu = qobject_cast<QMenu*>(command("Minimize").parent());
     ASSERT_TRUE(menu);
     for (int opened = 0; opened < 2; ++opened) emit menu->aboutToShow();
@@ -209,9 +229,9 @@ TEST_F(MacMenusTest, ActOnTheActiveWindowAndListAll) {
     EXPECT_TRUE(QTest::qWaitForWindowActive(&first));
 }
 
-TEST_F(MacMenusTest, EditTextWhereTheFocusIs) {
-    auto& window = mac.openWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+TEST_F(VestigoAppTest, OnAMacTheMenusEditTextWhereTheFocusIs) {
+    start(MenuStyle::mac);
+    auto& window = open();
     EXPECT_FALSE(command("Paste").isEnabled());
     QLineEdit text(&window);
     text.show();
@@ -225,15 +245,9 @@ TEST_F(MacMenusTest, EditTextWhereTheFocusIs) {
     EXPECT_EQ(text.text(), "");
     text.clearFocus();
     EXPECT_FALSE(command("Cut").isEnabled());
-}
-
-TEST_F(MacMenusTest, CheckMarkFollowsWhatTheUpdaterWasToldElsewhere) {
-    auto& automatically = command("Automatically Check for Updates");
-    EXPECT_TRUE(automatically.isChecked());
-    macUpdater.automatic = false;
-    // Nobody hears when the system opens its own menu.
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&mac.openWindow()));
-    EXPECT_FALSE(automatically.isChecked());
+    text.setReadOnly(true);
+    text.setFocus();
+    EXPECT_FALSE(command("Paste").isEnabled());
 }
 
 }  // namespace
