@@ -3,20 +3,27 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QLabel>
+#include <QNetworkReply>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include "platform/qt/appcast.h"
 #include "tests/support/test.h"
 
-namespace vestigo {
+namespace vestigo::test {
 namespace {
 
 QByteArray feedOf(const QByteArray& items) {
     return R"(<?xml version="1.0"?><rss version="2.0" )"
            R"(xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>)" +
            items + "</channel></rss>";
+}
+
+QByteArray feedWith(const QByteArray& version) {
+    return feedOf(
+        "<item><link>https://example.com/download</link><description>New.</description>"
+        "<sparkle:version>" +
+        version + "</sparkle:version></item>");
 }
 
 TEST(Appcast, ComparesVersionsPartByPart) {
@@ -52,122 +59,133 @@ TEST(Appcast, TakesTheNewestItemThatBelongsToNoChannelAndNothingFromABrokenFeed)
     }
 }
 
-/// Leads every request to an answer that needs no network.
-class FeedNetwork : public QNetworkAccessManager {
+/// An answer that needs no network, and comes to its end in the next turn.
+class FakeReply : public QNetworkReply {
 public:
-    explicit FeedNetwork(std::function<QByteArray()> answer) : answer_(std::move(answer)) {}
+    explicit FakeReply(const QByteArray& body) : body_(body) {
+        open(ReadOnly);
+        QTimer::singleShot(0, this, &FakeReply::finished);
+    }
+    void abort() override { setError(OperationCanceledError, "aborted"); }
 
 protected:
-    QNetworkReply* createRequest(Operation operation, const QNetworkRequest& request,
-                                 QIODevice*) override {
-        EXPECT_EQ(request.attribute(QNetworkRequest::RedirectPolicyAttribute),
-                  QNetworkRequest::NoLessSafeRedirectPolicy);
-        return QNetworkAccessManager::createRequest(operation,
-                                                    QNetworkRequest(QUrl::fromEncoded(answer_())));
+    qint64 readData(char* data, qint64 most) override {
+        const auto count = std::min<qint64>(most, body_.size());
+        std::copy_n(body_.begin(), count, data);
+        body_.remove(0, count);
+        return count;
     }
 
 private:
-    std::function<QByteArray()> answer_;
+    QByteArray body_;
+};
+
+struct FakeNetwork : QNetworkAccessManager {
+    QNetworkReply* createRequest(Operation, const QNetworkRequest& request, QIODevice*) override {
+        EXPECT_EQ(request.attribute(QNetworkRequest::RedirectPolicyAttribute),
+                  QNetworkRequest::NoLessSafeRedirectPolicy);
+        ++requests;
+        return reply = new FakeReply(answer);
+    }
+    QByteArray answer;
+    int requests = 0;
+    QPointer<FakeReply> reply;
 };
 
 class AppcastUpdaterTest : public testing::Test {
 protected:
-    void serve(const QByteArray& body) { answer = "data:text/xml;base64," + body.toBase64(); }
-    void serveVersion(const QByteArray& version) {
-        serve(
-            feedOf("<item><link>https://example.com/download</link><description>New.</description>"
-                   "<sparkle:version>" +
-                   version + "</sparkle:version></item>"));
-    }
     std::unique_ptr<QSettings> settings() const {
-        return std::make_unique<QSettings>(folder.filePath("updater.ini"), QSettings::IniFormat);
+        const auto file = QString::fromStdString(tree.at("updater.ini"));
+        return std::make_unique<QSettings>(file, QSettings::IniFormat);
     }
-    void start(const char* address = "https://example.com/feed.xml") {
-        requests = 0;
-        auto network = std::make_unique<FeedNetwork>([this] { return ++requests, answer; });
+    void start(const QByteArray& answer, const char* address = "https://example.com/feed.xml") {
+        auto own = std::make_unique<FakeNetwork>();
+        network = own.get();
+        network->answer = answer;
         updater = std::make_unique<AppcastUpdater>(
             QUrl(address), "1.0",
             AppcastServices{.settings = settings(),
-                            .network = std::move(network),
+                            .network = std::move(own),
                             .openPage = [this](const QUrl& page) { opened = page; },
                             .delay = delay});
     }
     /// A start for which the last check was so many seconds ago.
-    void startAfter(qint64 seconds) {
+    void startAfter(qint64 seconds, const QByteArray& answer) {
         settings()->setValue("VGUpdaterLastCheck", QDateTime::currentSecsSinceEpoch() - seconds);
-        start();
+        start(answer);
     }
     static QWidget* dialog() { return QApplication::activeModalWidget(); }
-    /// Whether the dialog that comes up says this first. The button closes it.
-    static bool isTold(const char* what, const char* button = "ok") {
-        EXPECT_TRUE(QTest::qWaitFor([] { return dialog() != nullptr; }));
-        if (!dialog()) return false;
-        const auto text = dialog()->findChild<QLabel*>()->text();
+    /// What the dialog that comes up says. The button closes it.
+    static std::string told(const char* button = "ok") {
+        if (!QTest::qWaitFor([] { return dialog() != nullptr; })) return "nothing";
+        std::string text;
+        for (const auto* const label : dialog()->findChildren<QLabel*>()) {
+            text += label->text().toStdString() + "\n";
+        }
         dialog()->findChild<QPushButton*>(QLatin1String(button))->click();
         EXPECT_TRUE(QTest::qWaitFor([] { return dialog() == nullptr; }));
-        return text.startsWith(what);
+        return text;
+    }
+    std::string toldWhoAsks(const char* button = "ok") {
+        updater->checkForUpdates();
+        return told(button);
     }
 
-    QTemporaryDir folder;
-    QByteArray answer;
-    int requests = 0;
+    TemporaryTree tree;
     QUrl opened;
     std::chrono::milliseconds delay = std::chrono::hours(1);
+    FakeNetwork* network = nullptr;
     std::unique_ptr<AppcastUpdater> updater;
 };
 
 TEST_F(AppcastUpdaterTest, ShowsEveryOutcomeToTheUserWhoAsked) {
-    start();
-    serveVersion("1.0");
-    updater->checkForUpdates();
-    EXPECT_TRUE(isTold("You’re up to date"));
-    serveVersion("1.1");
-    updater->checkForUpdates();
-    EXPECT_TRUE(isTold("A newer version", "openPage"));
+    start(feedWith("1.0"));
+    EXPECT_TRUE(toldWhoAsks().starts_with("You’re up to date"));
+    network->answer = feedWith("1.1");
+    EXPECT_TRUE(toldWhoAsks("openPage").starts_with("A newer version"));
     EXPECT_EQ(opened, QUrl("https://example.com/download"));
 
-    serve(QByteArray(2 * 1024 * 1024, ' '));
+    const std::string failed = "Could not look for updates\n";
+    network->answer += QByteArray(2 * 1024 * 1024, ' ');
+    EXPECT_EQ(toldWhoAsks(), failed + "The answer is too long.\n");
+    network->answer = feedWith("1.1");
     updater->checkForUpdates();
-    EXPECT_TRUE(isTold("Could not look for updates"));
-    start("http://example.com/feed.xml");
-    updater->checkForUpdates();
-    EXPECT_TRUE(isTold("Could not look for updates"));
-    EXPECT_EQ(requests, 0);
+    emit network->reply->downloadProgress(2 * 1024 * 1024, -1);
+    EXPECT_EQ(told(), failed + "aborted\n");
+    start("", "http://example.com/feed.xml");
+    EXPECT_TRUE(toldWhoAsks().starts_with(failed));
+    EXPECT_EQ(network->requests, 0);
 }
 
 TEST_F(AppcastUpdaterTest, ByItselfAsksOnceADayUnlessToldNotToAndKeepsFailuresToItself) {
     delay = std::chrono::milliseconds(0);
-    serve("not a feed");
     // A day ago, or in the future: the clock has been set back.
     for (const int seconds : {86401, -1000}) {
-        startAfter(seconds);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return requests == 1; })) << seconds;
+        startAfter(seconds, "not a feed");
+        EXPECT_TRUE(QTest::qWaitFor([&] { return network->requests == 1; })) << seconds;
         QTest::qWait(50);
         EXPECT_FALSE(dialog());
     }
-    start();
+    start(feedWith("2.0"));
     QTest::qWait(100);
-    EXPECT_EQ(requests, 0);
-    EXPECT_FALSE(dialog());
-    serveVersion("2.0");
-    startAfter(86401);
-    EXPECT_TRUE(isTold("A newer version", "later"));
+    EXPECT_EQ(network->requests, 0);
+    startAfter(86401, feedWith("2.0"));
+    EXPECT_TRUE(told("later").starts_with("A newer version"));
     updater->setAutomaticallyChecksForUpdates(false);
-    startAfter(86401);
+    startAfter(86401, feedWith("2.0"));
     QTest::qWait(100);
-    EXPECT_EQ(requests, 0);
+    EXPECT_EQ(network->requests, 0);
 }
 
 TEST_F(AppcastUpdaterTest, MayEndInTheMiddleOfACheck) {
-    start();
-    serveVersion("1.1");
+    start(feedWith("1.1"));
     updater->checkForUpdates();
     updater->checkForUpdates();
-    EXPECT_EQ(requests, 1);
+    EXPECT_EQ(network->requests, 1);
     updater.reset();
     QCoreApplication::processEvents();
     EXPECT_FALSE(dialog());
 }
 
 }  // namespace
-}  // namespace vestigo
+}  // namespace vestigo::test

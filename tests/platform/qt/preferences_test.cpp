@@ -1,15 +1,14 @@
 #include "platform/qt/qt_preferences.h"
 #include "tests/support/test.h"
 
-namespace vestigo {
+namespace vestigo::test {
 namespace {
 
 TEST(QtPreferences, StoresAChangeAtOnceAndReadsWhatIsAbsentOrForeignAsNothing) {
-    const test::TemporaryTree tree;
+    const TemporaryTree tree;
     const auto path =
         tree.file("settings.ini", "[General]\nword=banana\nhuge=99999999999\npoints=8.9 pt\n");
     const auto writer = QtPreferences::inFile(path);
-    writer->setBoolean("yes", true);
     writer->setBoolean("no", false);
     writer->setInteger("size", -8);
     // Two readers of one file in one program share what they know of it.
@@ -17,44 +16,42 @@ TEST(QtPreferences, StoresAChangeAtOnceAndReadsWhatIsAbsentOrForeignAsNothing) {
     stored << std::ifstream(path).rdbuf();
     EXPECT_NE(stored.str().find("size=-8"), std::string::npos);
     const auto reader = QtPreferences::inFile(path);
-    EXPECT_TRUE(reader->boolean("yes"));
-    EXPECT_TRUE(reader->contains("no") && !reader->boolean("no"));
-    EXPECT_EQ(reader->integer("size"), -8);
-    EXPECT_EQ(reader->integer("points"), 8);
-    for (const auto* key : {"absent", "word", "huge"}) {
-        EXPECT_EQ(reader->integer(key), 0) << key;
+    EXPECT_TRUE(reader->contains("no") && !reader->contains("absent"));
+    for (const auto& [key, value] : std::map<std::string, int>{
+             {"size", -8}, {"points", 8}, {"absent", 0}, {"word", 0}, {"huge", 0}}) {
+        EXPECT_EQ(reader->integer(key), value) << key;
     }
-    EXPECT_FALSE(reader->boolean("absent"));
-    EXPECT_FALSE(reader->contains("absent"));
 }
 
 TEST(QtPreferences, UnderstandsWhatTheSystemsOwnReaderDoes) {
-    const test::TemporaryTree tree;
-    std::string content = "[General]\n";
-    const std::string yes[] = {"YES", "yes", "true", "True", "1", "-7", "007", "\" y\""};
-    const std::string no[] = {"NO", "false", "0", "00", "-", "banana", "\"\""};
-    for (const auto& word : yes) content += "yes" + std::to_string(&word - yes) + "=" + word + "\n";
-    for (const auto& word : no) content += "no" + std::to_string(&word - no) + "=" + word + "\n";
-    const auto reader = QtPreferences::inFile(tree.file("settings.ini", content));
-    for (const auto& word : yes) {
-        EXPECT_TRUE(reader->boolean("yes" + std::to_string(&word - yes))) << word;
+    const TemporaryTree tree;
+    const auto meansYes = [&](const std::string& word) {
+        const auto path = tree.file("in-" + word + ".ini", "[General]\nkey=" + word + "\n");
+        return QtPreferences::inFile(path)->boolean("key");
+    };
+    for (const auto* const yes : {"YES", "yes", "true", "True", "1", "-7", "007", "\" y\""}) {
+        EXPECT_TRUE(meansYes(yes)) << yes;
     }
-    for (const auto& word : no) {
-        EXPECT_FALSE(reader->boolean("no" + std::to_string(&word - no))) << word;
+    for (const auto* const no : {"NO", "false", "0", "00", "-", "banana", "\"\""}) {
+        EXPECT_FALSE(meansYes(no)) << no;
     }
 }
 
-TEST(OwnSettings, AreInTheDomainOfTheBundleOnAMacAndInTheirFileElsewhere) {
+TEST(QtPreferences, AreInTheDomainOfTheBundleOnAMacAndInTheirFileElsewhere) {
     const auto onMac = settingsNames(true, "Vestigo");
     EXPECT_EQ(onMac.organisation, "vestigo.org");
     EXPECT_EQ(onMac.application, "vestigo");
 #ifdef Q_OS_MACOS
-    const auto* const file = "/org.vestigo.vestigo.plist";
+    EXPECT_TRUE(ownSettings("Vestigo")->fileName().endsWith("/org.vestigo.vestigo.plist"));
 #else
-    const auto* const file = "/Vestigo/Vestigo.conf";
+    const TemporaryTree home;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, home.path().c_str());
+    home.file("Vestigo/Vestigo.conf", "[General]\nown=4\n");
+    home.file("Vestigo.conf", "[General]\nofAllPrograms=4\n");
+    EXPECT_EQ(QtPreferences::own()->integer("own"), 4);
+    EXPECT_EQ(QtPreferences::own()->integer("ofAllPrograms"), 0);
 #endif
-    EXPECT_TRUE(ownSettings("Vestigo")->fileName().endsWith(file));
 }
 
 }  // namespace
-}  // namespace vestigo
+}  // namespace vestigo::test

@@ -1,18 +1,19 @@
 #include "platform/qt/qt_desktop.h"
 
 #include <QClipboard>
+#include <QDesktopServices>
 #include <QFileDialog>
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTest>
+#include <QTextBrowser>
 #include <QTimer>
 
 #include "tests/support/test.h"
 
-namespace vestigo {
+namespace vestigo::test {
 namespace {
 
 /// Answers the next dialog of this kind that comes up. Waits in no loop of its own, which would
@@ -33,32 +34,34 @@ void whenOpen(Answer answer) {
 class QtDesktopTest : public testing::Test {
 protected:
     QtDesktopTest() { QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
-    /// Where a file is saved whose name the user gives as "list".
-    std::optional<std::string> saveAsList() {
-        whenOpen<QFileDialog>([name = folder.filePath("list")](QFileDialog& panel) {
+    /// Where a file is saved to which the user gives this name.
+    std::optional<std::string> saveAs(const QString& name) {
+        const auto path = QString::fromStdString(tree.path()) + "/" + name;
+        whenOpen<QFileDialog>([path](QFileDialog& panel) {
             EXPECT_EQ(panel.findChild<QLineEdit*>("fileNameEdit")->text(), "proposed.csv");
-            panel.selectFile(name);
-            panel.findChild<QLineEdit*>("fileNameEdit")->setText(name);
+            panel.selectFile(path);
+            panel.findChild<QLineEdit*>("fileNameEdit")->setText(path);
             QMetaObject::invokeMethod(&panel, &QDialog::accept, Qt::QueuedConnection);
         });
         return desktop.chooseCsvFile("proposed.csv");
     }
-    QTemporaryDir folder;
-    std::string added = folder.filePath("list.csv").toStdString();
+    TemporaryTree tree;
     QtDesktop desktop;
 };
 
 TEST_F(QtDesktopTest, AddsTheSuffixAndAsksBeforeReplacing) {
-    EXPECT_EQ(saveAsList(), added);
-    std::ofstream(added) << "existing";
+    EXPECT_EQ(saveAs("list"), tree.at("list.csv"));
+    tree.file("list.csv");
     bool asked = false;
     whenOpen<QMessageBox>([&asked](QMessageBox& box) {
         asked =
             box.textFormat() == Qt::PlainText && box.defaultButton() == box.button(QMessageBox::No);
         box.button(QMessageBox::Yes)->click();
     });
-    EXPECT_EQ(saveAsList(), added);
+    EXPECT_EQ(saveAs("list"), tree.at("list.csv"));
     EXPECT_TRUE(asked);
+    // Half of a character has no bytes, so this would be another file.
+    EXPECT_EQ(saveAs(QString(QChar(0xD800)) + ".csv"), std::nullopt);
 }
 
 TEST_F(QtDesktopTest, CopiesTextAndNamesFilesByTheirBytes) {
@@ -67,5 +70,16 @@ TEST_F(QtDesktopTest, CopiesTextAndNamesFilesByTheirBytes) {
     EXPECT_EQ(fileUri("/a b/ü#?%\xff"), "file:///a%20b/%C3%BC%23%3F%25%FF");
 }
 
+#ifndef Q_OS_MACOS
+TEST_F(QtDesktopTest, OpensTheFolderWhereNoFileManagerCanBeAsked) {
+    setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);
+    QTextBrowser browser;
+    QDesktopServices::setUrlHandler("file", &browser, "setSource");
+    desktop.reveal(tree.file("a b/c"));
+    QDesktopServices::unsetUrlHandler("file");
+    EXPECT_EQ(browser.source(), QUrl::fromLocalFile(QString::fromStdString(tree.at("a b"))));
+}
+#endif
+
 }  // namespace
-}  // namespace vestigo
+}  // namespace vestigo::test
