@@ -71,17 +71,17 @@ TEST_P(ColorsTest, ALineShowsItsCheckBoxAndItsTagsHoweverLongThePathIs) {
     const auto line = list.visualRect(list.model()->index(0, 0));
     const auto ground = list.palette().color(QPalette::Base);
     double most = 0;
-    bool showsTag = false;
+    std::set<int> redColumns;
     for (int x = 0; x < line.width(); ++x) {
-        if (x < 14)
-            most = std::max(most, contrast(picture.pixelColor(x, line.center().y()), ground));
+        const auto middle = picture.pixelColor(x, line.center().y());
+        if (x < 14) most = std::max(most, contrast(middle, ground));
         for (int y = 0; y < line.height(); ++y) {
             const auto color = picture.pixelColor(x, y);
-            showsTag |= color.red() > color.green() + 60;
+            if (color.red() > color.green() + 60) redColumns.insert(x);
         }
     }
     EXPECT_GE(most, seen);
-    EXPECT_TRUE(showsTag);
+    EXPECT_GT(redColumns.size(), 15U);
 }
 
 TEST_P(ColorsTest, WhatIsOpenFollowsTheAppearance) {
@@ -105,7 +105,8 @@ TEST_P(ColorsTest, WhatIsOpenFollowsTheAppearance) {
         const auto now = QApplication::palette();
         EXPECT_EQ(text.palette().color(QPalette::WindowText), colorOf(Tint::red, now));
         for (const QWidget* const each : std::initializer_list<QWidget*>{&list, &log}) {
-            EXPECT_EQ(isDark(each->palette()), dark);
+            const auto& own = each->palette();
+            EXPECT_GE(contrast(own.color(QPalette::Text), own.color(QPalette::Base)), legible);
         }
         EXPECT_EQ(picture(Tint::red) == before, dark == GetParam());
     }

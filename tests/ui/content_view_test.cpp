@@ -97,15 +97,6 @@ TEST_F(ContentViewTest, FiltersTogetherAndCountsOverEverything) {
     EXPECT_EQ(visible(), Paths{"/Applications/A.app"});
 }
 
-TEST_F(ContentViewTest, VisibleRowsOutliveTheGroupsTheyCameFrom) {
-    window.found("/Applications/A.app/a");
-    const auto kept = content().visibleRows();
-    content().scanner().setIntelOnly(false);
-    content().scanner().startScan({"/nowhere"});
-    EXPECT_EQ(roots(kept.rows), Paths{"/Applications/A.app"});
-    window.settle();
-}
-
 TEST_F(ContentViewTest, OnlyWhatMayBeRemovedCountsAsDeletableAndIsAskedFor) {
     const std::string apple = "/Applications/Apple.app";
     const std::string keep = "/Applications/Keep.app";
@@ -133,19 +124,6 @@ TEST_F(ContentViewTest, OnlyWhatMayBeRemovedCountsAsDeletableAndIsAskedFor) {
     content().setSelection({own, "/Applications/Gone.app"});
     content().requestDeleteOfSelection();
     EXPECT_TRUE(content().showDeleteConfirm());
-}
-
-TEST_F(ContentViewTest, ScansTheChosenFolderElseTheScope) {
-    EXPECT_EQ(content().scanRoots().size(), 11U);
-    EXPECT_EQ(content().scanRoots()[1], "/Users/me/Applications");
-    content().chooseFolder("/Volumes/Backup");
-    content().setScope(Scope::deep);
-    content().scanPressed();
-    EXPECT_TRUE(content().scanner().scanning());
-    window.settle();
-    EXPECT_EQ(content().scanner().lastRoots(), Paths{"/Volumes/Backup"});
-    content().clearFolder();
-    EXPECT_EQ(content().scanRoots(), Paths{"/"});
 }
 
 /// Something happens while one of its panels is open.

@@ -21,6 +21,7 @@ class ResultsViewTest : public WindowTest {
 protected:
     void open() {
         WindowTest::open();
+        tester.emplace(table().model(), QAbstractItemModelTester::FailureReportingMode::Fatal);
         content().sortBy(SortKey::name);
         refresh();
     }
@@ -53,12 +54,33 @@ protected:
     void doubleClick(const QPoint& place) {
         QTest::mouseDClick(table().viewport(), Qt::LeftButton, {}, place);
     }
-    void type(const char* text) { QTest::keyClicks(&table(), text); }
     std::string root(int row) { return table().results().group(row).root; }
-    RootSet rootsOf(std::initializer_list<int> rows) {
+    // What is selected: the rows that show, each by its number; -1 for what a filter hides.
+    using Rows = std::set<int>;
+    Rows selected() {
+        Rows rows;
+        for (const auto& each : content().selection()) {
+            rows.insert(table().results().rowOf(each).value_or(-1));
+        }
+        return rows;
+    }
+    Rows afterClick(int row, Qt::KeyboardModifiers modifiers = {}) {
+        click(item(row), modifiers);
+        return selected();
+    }
+    Rows afterKey(Qt::Key which, Qt::KeyboardModifiers modifiers = {}) {
+        key(which, modifiers);
+        return selected();
+    }
+    Rows afterTyping(const char* text) {
+        QTest::keyClicks(&table(), text);
+        return selected();
+    }
+    void select(const Rows& rows) {
         RootSet roots;
         for (const int row : rows) roots.insert(root(row));
-        return roots;
+        content().setSelection(std::move(roots));
+        refresh();
     }
     void remove(int row) {
         content().scanner().pruneHits(root(row));
@@ -70,41 +92,32 @@ protected:
         QApplication::sendEvent(table().viewport(), &event);
         return qobject_cast<QMenu*>(QApplication::activePopupWidget());
     }
+
+    std::optional<QAbstractItemModelTester> tester;
 };
 
 TEST_F(ResultsViewTest, ClicksAndKeysSelectRowsAndHiddenRowsStaySelected) {
     addApps(4);
     fixture.found("/usr/local/bin/tool");
     open();
-    click(item(0));
-    EXPECT_EQ(content().selection(), rootsOf({0}));
-    click(item(2), Qt::ShiftModifier);
-    EXPECT_EQ(content().selection(), rootsOf({0, 1, 2}));
-    click(item(1), Qt::ControlModifier);
-    EXPECT_EQ(content().selection(), rootsOf({0, 2}));
+    EXPECT_EQ(afterClick(0), Rows{0});
+    EXPECT_EQ(afterClick(2, Qt::ShiftModifier), (Rows{0, 1, 2}));
+    EXPECT_EQ(afterClick(1, Qt::ControlModifier), (Rows{0, 2}));
     QTest::mouseClick(table().viewport(), Qt::RightButton, {}, item(3));
-    EXPECT_EQ(content().selection(), rootsOf({0, 2}));
-    click(item(4), Qt::ControlModifier);
-
+    EXPECT_EQ(afterClick(4, Qt::ControlModifier), (Rows{0, 2, 4}));
     content().setCategoryFilter(Category::application);
     refresh();
-    click(item(3), Qt::ControlModifier);
-    EXPECT_TRUE(content().selection().contains("/usr/local/bin/tool"));
-    click(item(3));
-    EXPECT_EQ(content().selection(), rootsOf({3}));
-    key(Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(content().selection().size(), 4U);
-    key(Qt::Key_Up);
-    EXPECT_EQ(content().selection(), rootsOf({2}));
-    key(Qt::Key_Space, Qt::ControlModifier);
-    EXPECT_EQ(content().selection(), RootSet());
+    EXPECT_EQ(afterClick(3, Qt::ControlModifier), (Rows{-1, 0, 2, 3}));
+    EXPECT_EQ(afterClick(3), Rows{3});
+    EXPECT_EQ(afterKey(Qt::Key_A, Qt::ControlModifier), (Rows{0, 1, 2, 3}));
+    EXPECT_EQ(afterKey(Qt::Key_Up), Rows{2});
+    EXPECT_EQ(afterKey(Qt::Key_Space, Qt::ControlModifier), Rows());
 
     // What the window has taken out of the selection stays out of the next range.
     click(item(0));
     click(item(2), Qt::ControlModifier);
-    content().setSelection(rootsOf({2}));
-    click(item(3), Qt::ShiftModifier);
-    EXPECT_EQ(content().selection(), rootsOf({2, 3}));
+    select({2});
+    EXPECT_EQ(afterClick(3, Qt::ShiftModifier), (Rows{2, 3}));
 
     // A selected row has a stripe at the left edge of the view.
     const auto edge = [&](int row) {
@@ -123,8 +136,7 @@ TEST_F(ResultsViewTest, TheKeyboardStaysWhereARowWasRemoved) {
     remove(1);
     EXPECT_EQ(table().currentIndex().row(), 1);
     EXPECT_EQ(root(1), next);
-    key(Qt::Key_Down);
-    EXPECT_EQ(content().selection(), rootsOf({2}));
+    EXPECT_EQ(afterKey(Qt::Key_Down), Rows{2});
     click(item(3));
     remove(3);
     EXPECT_EQ(table().currentIndex().row(), 2);
@@ -152,7 +164,7 @@ TEST_F(ResultsViewTest, ARescanBringsTheKeyboardAndTheViewBack) {
     rescan(false);
     EXPECT_EQ(table().currentIndex(), index(43, Column::item));
     EXPECT_EQ(table().rowViewportPosition(43), y);
-    EXPECT_EQ(content().selection(), RootSet{kept});
+    EXPECT_EQ(selected(), Rows{43});
 
     rescan(true);
     EXPECT_EQ(table().currentIndex().row(), 43);
@@ -161,8 +173,7 @@ TEST_F(ResultsViewTest, ARescanBringsTheKeyboardAndTheViewBack) {
                   [&kept](const HitRef& hit) { return hit->path.starts_with(kept); });
     rescan(false);
     EXPECT_EQ(table().currentIndex().row(), 43);
-    key(Qt::Key_Down);
-    EXPECT_EQ(content().selection(), rootsOf({44}));
+    EXPECT_EQ(afterKey(Qt::Key_Down), Rows{44});
 }
 
 TEST_F(ResultsViewTest, TypingSpaceAndCopyWorkOnItemsFromAnyColumn) {
@@ -170,30 +181,24 @@ TEST_F(ResultsViewTest, TypingSpaceAndCopyWorkOnItemsFromAnyColumn) {
     fixture.foundAll({"/usr/libexec/Some tool", "/usr/libexec/e\xCC\x81tude"});
     open();
     QApplication::setKeyboardInputInterval(100000);
-    type("ap");
-    EXPECT_EQ(table().currentIndex().row(), 1);
+    EXPECT_EQ(afterTyping("ap"), Rows{1});
     table().setCurrentIndex(index(0, Column::category));
-    type("p 1002");
-    EXPECT_EQ(content().selection(), rootsOf({2}));
-    key(Qt::Key_Down, Qt::ShiftModifier);
-    EXPECT_EQ(content().selection(), rootsOf({2, 3}));
-    key(Qt::Key_Up);
+    EXPECT_EQ(afterTyping("p 1002"), Rows{2});
+    EXPECT_EQ(afterKey(Qt::Key_Down, Qt::ShiftModifier), (Rows{2, 3}));
+    EXPECT_EQ(afterKey(Qt::Key_Up), Rows{2});
     EXPECT_EQ(table().currentIndex().column(), static_cast<int>(Column::category));
     QApplication::setKeyboardInputInterval(0);
-    type("aa");  // Around the end, and on to the next.
-    EXPECT_EQ(content().selection(), rootsOf({1}));
+    EXPECT_EQ(afterTyping("aa"), Rows{1});  // Around the end, and on to the next.
     // Typed as one letter, found as a letter and its accent.
     static_cast<QAbstractItemView&>(table()).keyboardSearch(QStringLiteral("é"));
-    EXPECT_EQ(content().selection(), rootsOf({4}));
+    EXPECT_EQ(selected(), Rows{4});
 
     table().setCurrentIndex(index(1, Column::category));
-    key(Qt::Key_Down, Qt::ControlModifier);
-    key(Qt::Key_Down, Qt::ControlModifier);
-    key(Qt::Key_Space);
-    EXPECT_EQ(content().selection(), rootsOf({1, 3}));
+    for (int step = 0; step < 2; ++step) key(Qt::Key_Down, Qt::ControlModifier);
+    EXPECT_EQ(afterKey(Qt::Key_Space), (Rows{1, 3}));
     key(Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(fixture.desktop->clipboard, root(1) + "\n" + root(3));
-    content().setSelection({});
+    select({});
     key(Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(fixture.desktop->clipboard, root(3));
 }
@@ -207,23 +212,28 @@ TEST_F(ResultsViewTest, DeleteKeysAskForWhatCanBeRemovedAndElseSayWhyNot) {
     fixture.signedBy(root(0), "Software Signing", true);
     showNews();
     const struct {
-        RootSet selected;
+        Rows rows;
         const char* why;
     } cases[] = {{{}, "Nothing that can be removed is selected."},
-                 {rootsOf({2}), "also runs natively (Keep)"},
-                 {rootsOf({3}), "protects what is selected (SIP)"}};
-    for (const auto& [selected, why] : cases) {
-        content().setSelection(selected);
-        refresh();
+                 {{2}, "also runs natively (Keep)"},
+                 {{3}, "protects what is selected (SIP)"}};
+    for (const auto& [rows, why] : cases) {
+        select(rows);
         EXPECT_FALSE(part("hint").isVisible());
         key(Qt::Key_Delete);
         EXPECT_FALSE(content().showDeleteConfirm());
         EXPECT_NE(fixture.desktop->announced.back().find(why), std::string::npos);
         EXPECT_EQ(part<QLabel>("hint").text().toStdString(), fixture.desktop->announced.back());
         EXPECT_TRUE(part("hint").isVisible());
+        EXPECT_FALSE(part("moveToTrash").isEnabled());
     }
-    key(Qt::Key_A, Qt::ControlModifier);
-    EXPECT_EQ(content().selection(), rootsOf({1, 2, 3}));
+    EXPECT_EQ(afterKey(Qt::Key_A, Qt::ControlModifier), (Rows{1, 2, 3}));
+    content().setCategoryFilter(Category::driver);
+    refresh();
+    EXPECT_EQ(part<QAbstractButton>("moveToTrash").text(), "Move to Trash (1)");
+    keyOn(part("moveToTrash"), Qt::Key_Return);
+    EXPECT_TRUE(content().showDeleteConfirm());
+    content().cancelDelete();
     for (const auto deleteKey : {Qt::Key_Delete, Qt::Key_Backspace}) {
         table().setFocus();
         QTest::keyClick(&table(), deleteKey);
@@ -260,8 +270,6 @@ TEST_F(ResultsViewTest, ButtonsInCellsWorkByMouseAndByKeyboard) {
     content().sortBy(SortKey::root);
     content().scanner().regroup();
     refresh();
-    const auto pressed = table().results().rowOf("/usr/local/Cellar/wget/1.0/bin/wget");
-    EXPECT_EQ(pressed, 1);
     release(button(1, Column::components));
     ASSERT_TRUE(content().inspectGroup());
     EXPECT_EQ(content().inspectGroup()->root, root(1));
@@ -278,10 +286,10 @@ TEST_F(ResultsViewTest, TheRowMenuActsOnItsRow) {
     menu->actions()[2]->trigger();
     EXPECT_EQ(fixture.desktop->clipboard, root(1));
     EXPECT_FALSE(content().copiedPath());
-    EXPECT_EQ(content().selection(), rootsOf({0}));
+    EXPECT_EQ(selected(), Rows{0});
     EXPECT_EQ(menu->actions()[4]->text(), "Move Bundle to Trash…");
     menu->actions()[4]->trigger();
-    EXPECT_EQ(content().selection(), rootsOf({1}));
+    EXPECT_EQ(selected(), Rows{1});
     EXPECT_TRUE(content().showDeleteConfirm());
     content().cancelDelete();
 
@@ -296,9 +304,8 @@ TEST_F(ResultsViewTest, TheRowMenuActsOnItsRow) {
     refresh();
     table().setCurrentIndex(index(1, Column::category));
     key(Qt::Key_F10, Qt::ShiftModifier);
-    auto* const byKey = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-    ASSERT_TRUE(byKey);
-    byKey->close();
+    ASSERT_TRUE(QApplication::activePopupWidget());
+    QApplication::activePopupWidget()->close();
     menu = openMenu(QContextMenuEvent::Keyboard, item(0));
     ASSERT_TRUE(menu);
     EXPECT_EQ(menu->actions()[4]->text(), "Move to Trash…");
@@ -310,6 +317,9 @@ TEST_F(ResultsViewTest, WhatIsInViewStaysWhenRowsComeAbove) {
     addApps(60);
     open();
     table().setCurrentIndex({});
+    fixture.found("/Applications/App 1000.app/another");
+    showNews();
+    EXPECT_EQ(index(0, Column::components).data(), "2");
     fixture.found("/Applications/A first one.app/x");
     showNews();
     EXPECT_EQ(table().rowAt(0), 0);
@@ -337,7 +347,7 @@ TEST_F(ResultsViewTest, APartOfAPathCanBeSelectedAndOutlastsARedraw) {
     };
     drag({2});
     EXPECT_FALSE(editor());
-    EXPECT_EQ(content().selection(), rootsOf({0}));
+    EXPECT_EQ(selected(), Rows{0});
     drag({50, 100});
     QPointer<PathSelection> path = editor();
     ASSERT_TRUE(path);
@@ -391,7 +401,7 @@ TEST_F(ResultsViewTest, TheItemKeepsItsWidthAndThePathEndsInView) {
     content().setFontDelta(8);
     refresh();
     EXPECT_EQ(table().font().pixelSize(), 21);
-    EXPECT_GE(table().rowHeight(0), QFontMetrics(table().font()).height());
+    EXPECT_EQ(table().rowHeight(0), ResultsDelegate::rowHeight(table().font()));
     EXPECT_GT(header.sectionSize(static_cast<int>(Column::cpu)), 160 * 21 / 13);
     EXPECT_GT(table().roomyWidth(), small);
     resize(table().roomyWidth());
@@ -454,91 +464,36 @@ TEST_F(ResultsViewTest, TellsWhyItIsEmpty) {
     EXPECT_EQ(why(), "Nothing passes the filters");
 }
 
-TEST_F(ResultsViewTest, AssistiveTechnologyFindsCellsButtonsAndHeaders) {
+TEST_F(ResultsViewTest, HeadersSortByMouseAndByKeyboardAndTheReaderFollows) {
     addApps(40);
+    const std::string wget = "/usr/local/Cellar/wget/1.0/bin/wget";
+    fixture.found(wget);
+    fixture.processes->left = {{std::string("wget").append(1, '\0') + wget, false}};
     open();
-    const auto pressAction = QAccessibleActionInterface::pressAction();
-    auto* const whole = QAccessible::queryAccessibleInterface(&table());
-    auto* const cells = whole->tableInterface();
-    ASSERT_TRUE(cells);
-    auto* const item = cells->cellAt(1, static_cast<int>(Column::item));
-    EXPECT_EQ(item->text(QAccessible::Name), "App 1001.app");
-    EXPECT_EQ(whole->child(whole->indexOfChild(item)), item);
-    EXPECT_EQ(whole->childAt(item->rect().center().x(), item->rect().center().y()), item);
-    EXPECT_EQ(cells->cellAt(1, static_cast<int>(Column::path))->text(QAccessible::Description), "");
-    EXPECT_TRUE(cells->cellAt(39, 1)->state().offscreen && !item->state().offscreen);
-    EXPECT_FALSE(cells->selectRow(40) || cells->isRowSelected(-1));
-
-    auto* const inspect = cells->cellAt(1, static_cast<int>(Column::components))->child(0);
-    ASSERT_TRUE(inspect);
-    EXPECT_EQ(inspect->text(QAccessible::Name), "Inspect every binary inside this bundle");
-    inspect->actionInterface()->doAction(pressAction);
-    ASSERT_TRUE(content().inspectGroup());
-    EXPECT_EQ(content().inspectGroup()->root, root(1));
-    content().closeInspect();
-
-    EXPECT_TRUE(cells->selectRow(1));
-    EXPECT_EQ(content().selection(), rootsOf({1}));
-    EXPECT_TRUE(item->state().selected);
-    item->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
-    EXPECT_TRUE(content().selection().empty());
-
-    // The header is reached and used by the keyboard too.
-    auto* const byPath = whole->child(static_cast<int>(Column::path));
-    byPath->actionInterface()->doAction(pressAction);
-    EXPECT_EQ(content().sortOrder().front(), (SortComparator{SortKey::root, false}));
-    EXPECT_EQ(whole->child(0)->actionInterface()->actionNames(), QStringList());
-    keyOn(table(), Qt::Key_Tab);
-    static_cast<ResultsHeader*>(table().horizontalHeader())
-        ->setCurrentColumn(static_cast<int>(Column::item));
-    key(Qt::Key_Right);
-    EXPECT_EQ(whole->focusChild(), byPath);
-    EXPECT_TRUE(byPath->state().focused);
-    key(Qt::Key_Space);
-    EXPECT_EQ(byPath->text(QAccessible::Description), "Sorted descending");
-    const int x = table().horizontalHeader()->sectionViewportPosition(8) + 20;
-    click(*table().horizontalHeader()->viewport(), QPoint(x, 8));
-    EXPECT_EQ(content().sortOrder().front(), (SortComparator{SortKey::name, false}));
-}
-
-TEST(ResultsModel, IndexesFollowTheirGroupWhateverComesAndGoes) {
-    using Names = std::vector<std::string>;
-    WindowFixture fixture;
-    fixture.foundAll({"/Applications/C.app/x", "/Applications/A.app/x", "/Applications/B.app/x",
-                      "/usr/local/bin/tool", "/Library/Extensions/K.kext/k"});
-    auto& content = fixture.content();
-    content.sortBy(SortKey::name);
-    ResultsModel rows(content);
-    const QAbstractItemModelTester tester(&rows,
-                                          QAbstractItemModelTester::FailureReportingMode::Fatal);
-    const QPersistentModelIndex onB = rows.index(*rows.rowOf("/Applications/B.app"), 8);
-    const QPersistentModelIndex onTool = rows.index(*rows.rowOf("/usr/local/bin/tool"), 1);
-    const auto expectRows = [&](const Names& names, int rowOfB) {
-        EXPECT_TRUE(rows.refresh());
-        Names all;
-        for (int row = 0; row < rows.rowCount(); ++row) all.emplace_back(rows.group(row).name());
-        EXPECT_EQ(all, names);
-        EXPECT_EQ(onB.row(), rowOfB);
-        EXPECT_EQ(onB.column(), 8);
+    fixture.endReinstall(0);
+    content().dismissAlert();
+    refresh();
+    auto& whole = *QAccessible::queryAccessibleInterface(&table());
+    const auto cell = [&](int row, Column column) {
+        return whole.tableInterface()->cellAt(row, static_cast<int>(column));
     };
-    content.sortBy(SortKey::name);
-    expectRows({"tool", "K.kext", "C.app", "B.app", "A.app"}, 3);
-    content.setCategoryFilter(Category::application);
-    expectRows({"C.app", "B.app", "A.app"}, 1);
-    EXPECT_FALSE(onTool.isValid());
-    content.setCategoryFilter({});
-    content.sortBy(SortKey::root);
-    expectRows({"A.app", "B.app", "C.app", "K.kext", "tool"}, 1);
+    EXPECT_TRUE(cell(39, Column::item)->state().offscreen);
+    EXPECT_FALSE(cell(0, Column::item)->state().offscreen);
+    EXPECT_EQ(cell(40, Column::fix)->text(QAccessible::Description),
+              "Updated to arm64 this session");
+    EXPECT_EQ(whole.focusChild(), cell(table().currentIndex().row(), Column::reveal));
 
-    // Groups that start over are no other rows.
-    const QSignalSpy moved(&rows, &QAbstractItemModel::layoutChanged);
-    content.scanner().regroup();
-    EXPECT_FALSE(rows.refresh());
-    EXPECT_EQ(moved.count(), 0);
-    EXPECT_EQ(&rows.group(1), content.groupWithRoot("/Applications/B.app"));
-    content.scanner().pruneHits("/Applications/A.app");
-    content.scanner().regroup();
-    expectRows({"B.app", "C.app", "K.kext", "tool"}, 0);
+    const auto byName = static_cast<int>(Column::item);
+    auto& header = *static_cast<ResultsHeader*>(table().horizontalHeader());
+    click(*header.viewport(), QPoint(header.sectionViewportPosition(byName) + 20, 8));
+    EXPECT_EQ(content().sortOrder().front(), (SortComparator{SortKey::name, true}));
+    keyOn(table(), Qt::Key_Tab);
+    header.setCurrentColumn(byName);
+    key(Qt::Key_Right);
+    EXPECT_EQ(whole.focusChild(), whole.child(static_cast<int>(Column::path)));
+    EXPECT_TRUE(whole.focusChild()->state().focused);
+    key(Qt::Key_Space);
+    EXPECT_EQ(content().sortOrder().front(), (SortComparator{SortKey::root, false}));
 }
 
 TEST(Refresher, ShowsWhatTheUserDoesAtOnceAndAScanFiveTimesASecond) {

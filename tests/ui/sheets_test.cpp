@@ -129,6 +129,7 @@ TEST_F(SheetsTest, AnAlertShowsTheLatestMessageAsPlainTextThatFitsTheScreen) {
     for (int line = 0; line < 200; ++line) lines += "line\n";
     content().showAlert(lines);
     EXPECT_EQ(sheet("alert"), &alert);
+    refresh();  // Laid out.
     EXPECT_LT(alert.height(), alert.screen()->availableSize().height());
     QTest::keyClick(&alert, Qt::Key_Escape);
     EXPECT_FALSE(content().alert() || sheet("alert"));
@@ -156,6 +157,9 @@ TEST_F(SheetsTest, ReinstallRunsTheCommandThatItShows) {
               "$ arch -arm64 brew reinstall wget<b>\n==> Fetching ü\n\nFinished. Exit code 1.");
     EXPECT_TRUE(part(dialog, "run").isEnabled());
     EXPECT_FALSE(part(dialog, "removeOldCopy").isVisible());
+    click(part(dialog, "run"));
+    reportEnd(0);
+    EXPECT_TRUE(part(dialog, "removeOldCopy").isVisible());
 }
 
 TEST_F(SheetsTest, TheOldCopyIsOfferedAlsoWhenTheSheetWasClosedMeanwhile) {
@@ -304,6 +308,15 @@ TEST_F(DeleteSheetTest, RemovesWhatIsTickedOnceTheOwnerAgrees) {
 
 TEST_F(DeleteSheetTest, CancelRemovesNothingAndForgetsTheChoices) {
     open();
+    // The second click of two that were meant for what was there before ticks nothing.
+    QApplication::setDoubleClickInterval(50000);
+    auto& sudden = openFor({app});
+    clickLine(list(sudden, "leftovers"), 0);
+    expectSelected(sudden, 2);
+    QApplication::setDoubleClickInterval(0);
+    content().cancelDelete();
+    refresh();
+
     auto& first = openFor({app});
     clickLine(list(first, "leftovers"), 0);
     expectSelected(first, 1);

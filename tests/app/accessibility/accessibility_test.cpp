@@ -149,6 +149,12 @@ TEST_F(AccessibilityTest, CellsAndHeadersSayWhatIsShownBesideThem) {
     EXPECT_TRUE(description("Old Writer.app", Column::cpu).startsWith("Contains PowerPC code."));
     EXPECT_TRUE(description("Photo Desk.app", Column::fix).contains("can break the plugin"));
     EXPECT_EQ(description("Old Writer.app", Column::fix), QString());
+    EXPECT_EQ(description("Old Writer.app", Column::path), QString());
+    const auto inspect = cellAt(before, 2, Column::components).children.value(0);
+    EXPECT_EQ(inspect.name, "Inspect every binary inside this bundle");
+    ASSERT_TRUE(reader().press(inspect, "Press") && content().inspectGroup());
+    EXPECT_EQ(content().inspectGroup()->root, content().visibleRows().rows[2]->root);
+    content().closeInspect();
 
     const auto header = [](const SeenObject& table, Column column) {
         return table.children.value(static_cast<int>(column));
@@ -164,6 +170,10 @@ TEST_F(AccessibilityTest, CellsAndHeadersSayWhatIsShownBesideThem) {
     EXPECT_EQ(reader().property(cell.path, "TableCell", "Position").toList(),
               (QVariantList{2, static_cast<int>(Column::vendor)}));
     EXPECT_EQ(pathIn(reader().property(cell.path, "TableCell", "Table")), sorted.path);
+    const auto place = cell.area.center();
+    const QVariantList where{place.x(), place.y(), 0U};
+    EXPECT_EQ(pathIn(reader().ask(sorted.path, "Component", "GetAccessibleAtPoint", where)),
+              cell.path);
 }
 
 TEST_F(AccessibilityTest, RowsAreSelectedOverTheBus) {
@@ -174,7 +184,13 @@ TEST_F(AccessibilityTest, RowsAreSelectedOverTheBus) {
     const auto count = [&] {
         return reader().property(before.path, "Selection", "NSelectedChildren").toInt();
     };
+    const auto interfaces = reader().ask(before.path, "Accessible", "GetInterfaces").toStringList();
+    EXPECT_TRUE(interfaces.contains("org.a11y.atspi.Selection"));
     const int columns = table().model()->columnCount();
+    EXPECT_FALSE(ask("SelectChild", {100 * columns}).toBool());
+    EXPECT_TRUE(reader().press(cellAt(before, 1, Column::item), "Toggle"));
+    EXPECT_EQ(content().selection(), RootSet{content().visibleRows().rows[1]->root});
+    EXPECT_TRUE(reader().press(cellAt(before, 1, Column::item), "Toggle"));
     EXPECT_TRUE(ask("SelectChild", {3 * columns + 4}).toBool());
     EXPECT_EQ(content().selection(), RootSet{content().visibleRows().rows[2]->root});
     EXPECT_EQ(count(), columns);
