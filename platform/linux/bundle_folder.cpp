@@ -62,8 +62,8 @@ Descriptor failWith(int error) {
     return {};
 }
 
-}  // namespace
-
+/// Opens an item below an open folder and follows links as long as they stay inside it. Owns
+/// nothing, with errno, when the item cannot be opened.
 Descriptor openBeneathStepwise(int folder, std::string path, int flags) {
     int linksLeft = 40;               // As many as the kernel follows.
     std::vector<Descriptor> entered;  // The folders on the way, to which ".." returns.
@@ -87,6 +87,8 @@ Descriptor openBeneathStepwise(int folder, std::string path, int flags) {
     }
     return openPatiently(here(), ".", flags);
 }
+
+}  // namespace
 
 std::optional<BundleFolder> BundleFolder::open(const std::string& path) {
     auto folder = openPathPatiently(path, throughFlags, throughFlags);

@@ -32,9 +32,4 @@ private:
     Descriptor folder_;
 };
 
-/// Opens an item below an open folder and follows links as long as they stay inside it, as
-/// openat2(2) does with RESOLVE_BENEATH, but one name at a time, for kernels without that call.
-/// Owns nothing, with errno, when the item cannot be opened.
-[[nodiscard]] Descriptor openBeneathStepwise(int folder, std::string path, int flags);
-
 }  // namespace vestigo

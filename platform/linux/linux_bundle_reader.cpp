@@ -67,10 +67,9 @@ std::optional<std::string> executableOf(const std::string& path, const BundleFol
 }
 
 std::optional<std::string> stringValue(plist_t dictionary, const char* key) {
-    const auto item = plist_dict_get_item(dictionary, key);
-    if (!item || plist_get_node_type(item) != PLIST_STRING) return std::nullopt;
     std::uint64_t length = 0;
-    const auto* const text = plist_get_string_ptr(item, &length);
+    // Null for whatever is no string.
+    const auto* const text = plist_get_string_ptr(plist_dict_get_item(dictionary, key), &length);
     if (!text || length == 0) return std::nullopt;
     return std::string(text, length);
 }

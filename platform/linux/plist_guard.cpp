@@ -1,9 +1,9 @@
 // A binary list is a table of objects; containers refer to objects by number. The guard reads only
-// this skeleton, without recursion, and accepts lists whose containers form a tree. Programs that
-// write lists share equal strings and numbers but never containers, so real files pass. A shared
-// container, however, can multiply: ten levels of ten references to the same child stand for 10^10
-// objects. A tree visits each container once, so counting its references bounds the work and the
-// memory of the parser.
+// this skeleton, without recursion, and follows every reference as the parser will. A container to
+// which several others refer is followed once for each of them: ten levels of ten references to the
+// same child stand for 10^10 objects. So limits on the depth and on the number of references that
+// were followed bound the stack, the work and the memory of the parser, also for a container that
+// holds itself.
 //
 // For XML the number of opening tags bounds the nesting, wherever they stand, so the text need not
 // be parsed. Formats other than these two are refused.
@@ -44,7 +44,6 @@ public:
     static std::optional<BinaryList> open(std::string_view content);
 
     [[nodiscard]] std::uint64_t top() const { return top_; }
-    [[nodiscard]] std::uint64_t objectCount() const { return objectCount_; }
     [[nodiscard]] std::uint64_t reference(const References& references, std::size_t i) const {
         return number(content_, references.offset + i * referenceSize_, referenceSize_);
     }
@@ -103,14 +102,13 @@ std::optional<References> BinaryList::references(std::uint64_t object) const {
     return References{at, count * perEntry};
 }
 
-/// Whether the containers form a tree that is neither too deep nor too large. An object in
-/// `pending` is one reference, so an object that is referred to twice is looked at twice.
-bool isTree(const BinaryList& list) {
+/// Whether the list is neither too deep nor too large once every reference has been followed. An
+/// object in `pending` is one reference, so an object that is referred to twice is looked at twice.
+bool unfoldsToLittle(const BinaryList& list) {
     struct Pending {
         std::uint64_t object;
         std::size_t depth;
     };
-    std::vector<bool> seen(list.objectCount());
     std::vector<Pending> pending = {{list.top(), 0}};
     std::size_t total = 0;
     while (!pending.empty()) {
@@ -118,10 +116,8 @@ bool isTree(const BinaryList& list) {
         pending.pop_back();
         const auto references = list.references(object);
         if (!references) return false;
-        if (references->count == 0) continue;
         total += references->count;
-        if (seen[object] || depth > maxDepth || total > maxReferences) return false;
-        seen[object] = true;
+        if (depth > maxDepth || total > maxReferences) return false;
         for (std::size_t i = 0; i < references->count; ++i) {
             pending.push_back({list.reference(*references, i), depth + 1});
         }
@@ -148,7 +144,7 @@ bool isHarmlessPropertyList(std::string_view content) {
         return first != content.npos && content[first] == '<' && hasFewContainers(content);
     }
     const auto list = BinaryList::open(content);
-    return list && isTree(*list);
+    return list && unfoldsToLittle(*list);
 }
 
 }  // namespace vestigo

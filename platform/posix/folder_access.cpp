@@ -61,6 +61,19 @@ Descriptor openPatientlyThroughNoLink(int folder, const char* path, int flags) {
     return patiently([&] { return openThroughNoLink(folder, path, flags | O_CLOEXEC); });
 }
 
+/// Opens one name after the other, where the system cannot open a whole path through no link.
+Descriptor openStepwise(int root, std::string_view path, int flags, int throughFlags) {
+    Descriptor at;
+    for (;;) {
+        const auto slash = path.find('/');
+        const std::string name(path.substr(0, slash));
+        const int stepFlags = slash == std::string_view::npos ? flags : throughFlags;
+        at = openPatiently(at ? at.get() : root, name.c_str(), stepFlags | O_NOFOLLOW);
+        if (!at || slash == std::string_view::npos) return at;
+        path.remove_prefix(slash + 1);
+    }
+}
+
 }  // namespace
 
 Listing openListing(int folder) {
@@ -93,19 +106,7 @@ Descriptor openPathPatiently(std::string_view path, int flags, int throughFlags)
 Descriptor openFolderBelow(int root, std::string_view path, int flags, int throughFlags) {
     auto folder = openInPieces(root, path, flags, throughFlags, openPatientlyThroughNoLink);
     if (folder || errno != ENOSYS) return folder;
-    return openFolderBelowStepwise(root, path, flags, throughFlags);
-}
-
-Descriptor openFolderBelowStepwise(int root, std::string_view path, int flags, int throughFlags) {
-    Descriptor at;
-    for (;;) {
-        const auto slash = path.find('/');
-        const std::string name(path.substr(0, slash));
-        const int stepFlags = slash == std::string_view::npos ? flags : throughFlags;
-        at = openPatiently(at ? at.get() : root, name.c_str(), stepFlags | O_NOFOLLOW);
-        if (!at || slash == std::string_view::npos) return at;
-        path.remove_prefix(slash + 1);
-    }
+    return openStepwise(root, path, flags, throughFlags);
 }
 
 std::optional<std::size_t> readStart(int file, std::span<std::byte> buffer) {

@@ -44,10 +44,6 @@ using Listing = std::unique_ptr<DIR, CloseListing>;
 [[nodiscard]] Descriptor openFolderBelow(int root, std::string_view path, int flags,
                                          int throughFlags);
 
-/// The same, one folder at a time, for systems without a call for it.
-[[nodiscard]] Descriptor openFolderBelowStepwise(int root, std::string_view path, int flags,
-                                                 int throughFlags);
-
 /// Reads the first bytes of an open file: as many as there are, at most the buffer's size. Absent
 /// when they cannot be read.
 [[nodiscard]] std::optional<std::size_t> readStart(int file, std::span<std::byte> buffer);

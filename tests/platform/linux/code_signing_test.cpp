@@ -31,21 +31,22 @@ struct LinuxCodeSigningTest : testing::Test {
         return found.leafCommonName.value_or("-") + "/" + found.teamIdentifier.value_or("-");
     }
     std::string answerFor(const std::string& content) { return answer(tree.file("code", content)); }
+    /// For a code directory before another one.
+    std::string answerFor(const std::string& main, const std::string& alternate) {
+        return answerFor(machOImage(cpuX86_64, superBlob({{alternateDirectorySlot, alternate},
+                                                          {codeDirectorySlot, main}})));
+    }
     TemporaryTree tree;
     LinuxCodeSigning signing;
     const std::string developer = developerName + "/AB12CD34EF";
 };
 
-TEST_F(LinuxCodeSigningTest, ReadsImagesOfEveryWordSizeAndByteOrder) {
+TEST_F(LinuxCodeSigningTest, ReadsImagesOfEveryKindAndPrefersTheArmThenTheIntelOne) {
     for (const auto cpu : {cpuX86_64, cpuI386, cpuPpc, cpuPpc64}) {
         const bool isBigEndian = cpu == cpuPpc || cpu == cpuPpc64;
         EXPECT_EQ(answerFor(machOImage(cpu, developerSignature(), isBigEndian)), developer) << cpu;
         EXPECT_EQ(answerFor(machOImage(cpu, std::nullopt, isBigEndian)), "-/-") << cpu;
     }
-    EXPECT_EQ(answerFor("#!/bin/sh\n"), "no code");
-}
-
-TEST_F(LinuxCodeSigningTest, PrefersTheArmThenTheIntelImageOfAUniversalFile) {
     const auto image = [](std::uint32_t cpu, const std::string& team) {
         return std::pair(cpu, machOImage(cpu, embeddedSignature(team, ""), cpu == cpuPpc));
     };
@@ -53,17 +54,24 @@ TEST_F(LinuxCodeSigningTest, PrefersTheArmThenTheIntelImageOfAUniversalFile) {
     const auto intel = image(cpuX86_64, "INTEL");
     EXPECT_EQ(answerFor(universalFile({ppc, intel, image(cpuArm64, "ARM")})), "-/ARM");
     EXPECT_EQ(answerFor(universalFile({ppc, intel}, true)), "-/INTEL");
-    EXPECT_EQ(answerFor(universalFile({})), "no code");
+    EXPECT_EQ(answerFor(universalFile({ppc})), "-/PPC");
+    for (const auto& none : {std::string(), std::string("#!/bin/sh\n"), universalFile({})}) {
+        EXPECT_EQ(answerFor(none), "no code");
+    }
+    const auto pipe = tree.folder("Pipe.app/Contents") + "/Info.plist";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const auto& path : {pipe, tree.at("Pipe.app"), tree.path(), tree.at("missing")}) {
+        EXPECT_EQ(answer(path), "no code") << path;
+    }
 }
 
 TEST_F(LinuxCodeSigningTest, FindsTheTeamWhereTheVersionAllowsOne) {
-    const auto withDirectories = [&](const std::string& main, const std::string& alternate) {
-        return answerFor(machOImage(cpuX86_64, superBlob({{alternateDirectorySlot, alternate},
-                                                          {codeDirectorySlot, main}})));
-    };
-    EXPECT_EQ(withDirectories(codeDirectory("MAIN"), codeDirectory("OTHER")), "-/MAIN");
-    EXPECT_EQ(withDirectories(codeDirectory("OLD", 0x20100), codeDirectory("OTHER")), "-/OTHER");
-    EXPECT_EQ(withDirectories(codeDirectory("A\xFF"), codeDirectory("")), "-/-");
+    EXPECT_EQ(answerFor(codeDirectory("MAIN"), codeDirectory("OTHER")), "-/MAIN");
+    EXPECT_EQ(answerFor(codeDirectory("OLD", 0x20100), codeDirectory("OTHER")), "-/OTHER");
+    EXPECT_EQ(answerFor(codeDirectory("A\xFF"), codeDirectory("")), "-/-");
+    auto unended = codeDirectory("TEAM");
+    unended.pop_back();
+    EXPECT_EQ(answerFor(machOImage(cpuX86_64, superBlob({{codeDirectorySlot, unended}}))), "-/-");
 }
 
 TEST_F(LinuxCodeSigningTest, ReadsBundlesThroughTheirMainExecutableOrTheFilesBesideIt) {
@@ -76,39 +84,30 @@ TEST_F(LinuxCodeSigningTest, ReadsBundlesThroughTheirMainExecutableOrTheFilesBes
     tree.file("F.framework/Versions/Current/Resources/Info.plist", "<plist><dict/></plist>");
     tree.file("F.framework/Versions/Current/_CodeSignature/CodeDirectory", codeDirectory("LIB"));
     EXPECT_EQ(answer(tree.at("F.framework")), "-/LIB");
-    tree.file("Tool.app/Contents/_CodeSignature/CodeSignature", developerMessage());
+    const auto message =
+        tree.file("Tool.app/Contents/_CodeSignature/CodeSignature", developerMessage());
     EXPECT_EQ(answer(app), developerName + "/SCRIPT");
+    fs::resize_file(message, std::uintmax_t{1} << 42U);
+    EXPECT_EQ(answer(app), "-/SCRIPT");
     tree.file("Tool.app/Contents/MacOS/Tool", machOImage(cpuX86_64, developerSignature()));
     EXPECT_EQ(answer(app), developer);
 }
 
 TEST_F(LinuxCodeSigningTest, ReadsWhatLiesDeeperThanOnePathCanName) {
-    const auto start = fs::current_path();
-    const std::string name(250, 'n');
-    const auto top = tree.folder("deep");
-    fs::current_path(top);
-    auto deepest = top;
-    for (int depth = 0; depth < 20; ++depth) {
-        fs::create_directory(name);
-        fs::current_path(name);
-        deepest += "/" + name;
-    }
-    fs::copy_file(tree.file("code", machOImage(cpuX86_64, developerSignature())), "code");
     tree.file("Tool.app/Contents/Info.plist", "<plist><dict/></plist>");
     tree.file("Tool.app/Contents/MacOS/Tool", machOImage(cpuX86_64, developerSignature()));
-    fs::copy(tree.at("Tool.app"), "Tool.app", fs::copy_options::recursive);
-    fs::current_path(start);
-    EXPECT_EQ(answer(deepest + "/code"), developer);
+    const std::string name(250, 'n');
+    auto deepest = tree.folder("deep");
+    auto enter = "cd '" + deepest + "'";
+    for (int depth = 0; depth < 20; ++depth) {
+        enter.append(" && mkdir ").append(name).append(" && cd -P ").append(name);
+        deepest += "/" + name;
+    }
+    ASSERT_EQ(std::system((enter + " && cp -R '" + tree.at("Tool.app") + "' .").c_str()), 0);
+    EXPECT_EQ(answer(deepest + "/Tool.app/Contents/MacOS/Tool"), developer);
     EXPECT_EQ(answer(deepest + "/Tool.app"), developer);
     // The standard library cannot remove what it cannot name.
-    EXPECT_EQ(system(("rm -rf '" + top + "'").c_str()), 0);
-}
-
-TEST_F(LinuxCodeSigningTest, NeverWaitsForANamedPipe) {
-    const auto pipe = tree.folder("Example.app/Contents") + "/Info.plist";
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    EXPECT_EQ(answer(pipe), "no code");
-    EXPECT_EQ(answer(tree.at("Example.app")), "no code");
+    EXPECT_EQ(std::system(("rm -rf '" + tree.at("deep") + "'").c_str()), 0);
 }
 
 // Whichever byte is missing or lies, there is an answer, and it is never another signer's name.
@@ -133,6 +132,16 @@ TEST(SignatureReader, SurvivesDamageAnywhereInTheFile) {
             ASSERT_TRUE(isCalm(damaged)) << at;
         }
     }
+}
+
+TEST(ByteSource, NeverReadsBeyondItsEnd) {
+    const std::array<std::byte, 10> memory{};
+    const MemoryBytes all(memory);
+    const ByteRange some(all, 2, 3);
+    std::array<std::byte, 2> two{};
+    EXPECT_TRUE(some.read(1, two));
+    EXPECT_FALSE(some.read(2, two));
+    EXPECT_FALSE(readBytes(all, 4, std::numeric_limits<std::uint64_t>::max() - 2));
 }
 
 TEST(CmsSigner, IsTheSignersLastCommonNameThatIsText) {
