@@ -203,8 +203,6 @@ std::string moveOf(const CleanupPlan& plan, std::size_t number) {
     const auto note = std::to_string(number);
     const auto renamed = "move_renamed " + item + " " + shellQuoted(stem) + " " +
                          shellQuoted(ending) + " " + note + "\n";
-    // The item's own name is not tried if it is too long for the Trash.
-    if (own.size() > plan.longestName) return inode + renamed + "settle\n";
     return inode + "if take " + item + " " + shellQuoted(own) + " " + note + "; then\n" + "mv -f " +
            item + " " + shellQuoted(plan.folder) + "/ 2>/dev/null || true\nelse\n" + renamed +
            "fi\nsettle\n";

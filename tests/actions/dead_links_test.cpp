@@ -51,9 +51,11 @@ TEST_F(DeadLinks, AreTheOnlyThingThatGoes) {
     link("lib/outside", "../outside");
     link("lib/up", "..");
     link("lib/loop", "loop");
+    // Where nobody can look, nobody knows.
+    link("bin/long", "../Cellar/wget/" + std::string(300, 'n'));
     EXPECT_EQ(clean(), 1U);
     for (const auto* stays : {"bin/works", "bin/other", "etc/wget", "outside/wget", "lib/outside",
-                              "lib/up", "lib/loop"}) {
+                              "lib/up", "lib/loop", "bin/long"}) {
         EXPECT_TRUE(has(stays)) << stays;
     }
     EXPECT_TRUE(fs::exists(tree_.at("bin/file")));
@@ -66,23 +68,31 @@ TEST_F(DeadLinks, StayWhenTheyWorkInAWayTheirTextDoesNotShow) {
     link("bin", "elsewhere/bin");
     link("bin/wget", "../Cellar/wget/1/wget");
     link("bin/gone", "../Cellar/wget/2/wget");
+    // And where the text names something that is there.
+    tree_.file("Cellar/wget/3/wget", "program");
+    link("bin/there", "../Cellar/wget/3/wget");
     EXPECT_EQ(clean(), 1U);
-    EXPECT_TRUE(has("bin/wget"));
+    EXPECT_TRUE(has("bin/wget") && has("bin/there"));
 }
 
 TEST_F(DeadLinks, StayWhenTheyHaveChangedSinceTheyWereSeen) {
-    link("bin/revived", "../Cellar/wget/1");
-    links_->visit(tree_.at("bin"), [this](FoundLink& found) {
-        tree_.file("Cellar/wget/1");
-        EXPECT_FALSE(found.removeDead());
+    const auto change = [this](const std::string& folder, const std::function<void()>& happens) {
+        link(folder + "/link", "../Cellar/wget/1");
+        links_->visit(tree_.at(folder), [&](FoundLink& found) {
+            happens();
+            EXPECT_FALSE(found.removeDead()) << folder;
+        });
+        EXPECT_TRUE(has(folder + "/link") || fs::exists(tree_.at(folder + "/link"))) << folder;
+    };
+    change("sbin", [this] {
+        fs::remove(tree_.at("sbin/link"));
+        tree_.file("sbin/link", "precious");
     });
-    link("lib/replaced", "../Cellar/wget/2");
-    links_->visit(tree_.at("lib"), [this](FoundLink& found) {
-        fs::remove(tree_.at("lib/replaced"));
-        tree_.file("lib/replaced", "precious");
-        EXPECT_FALSE(found.removeDead());
+    change("lib", [this] {
+        fs::remove(tree_.at("lib/link"));
+        link("lib/link", "another that is dead");
     });
-    EXPECT_TRUE(has("bin/revived") && fs::exists(tree_.at("lib/replaced")));
+    change("bin", [this] { tree_.file("Cellar/wget/1"); });
 }
 
 }  // namespace

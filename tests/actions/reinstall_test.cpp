@@ -37,8 +37,9 @@ protected:
         const auto before = ends_;
         while (ends_ == before) loop_->runPosted();  // The output in portions, then the end.
     }
-    std::optional<std::string> trash(const std::string& path) {
+    std::optional<std::string> trash(const std::string& path, const RemovalChecks& checks) {
         if (!fs::exists(path)) return "There is no such item.";
+        if (auto refusal = checks.find(path)->refusal(CancelFlag())) return refusal;
         fs::rename(path, tree_.folder("Trash") + "/moved");
         return std::nullopt;
     }
@@ -55,7 +56,9 @@ protected:
         settle();
     }
     void makeOldCopy() {
-        tree_.file("Cellar/wget/1.21.4/bin/wget", "program");
+        // That a file in it is universal is no reason to keep it.
+        tree_.file("Cellar/wget/1.21.4/bin/wget",
+                   test::fatMachO({test::cpuX86_64, test::cpuArm64}));
         tree_.folder("bin");
         fs::create_symlink("../Cellar/wget/1.21.4/bin/wget", tree_.at("bin/wget"));
     }
@@ -87,7 +90,8 @@ protected:
                     CheckServices{systemDirectoryReader(), std::make_shared<PosixFiles>(), {}},
                     loop_, tasks_);
             },
-        .trashPath = [this](const std::string& path, const RemovalChecks*) { return trash(path); },
+        .trashPath = [this](const std::string& path,
+                            const RemovalChecks* checks) { return trash(path, *checks); },
         .folder = tree_.at("reinstalls"),
         .places = {.installation = tree_.at("native"), .brew = tree_.at("native/bin/brew")}};
     std::unique_ptr<Reinstall> reinstall_;
@@ -190,16 +194,25 @@ TEST_F(ReinstallTest, ChangesNothingWithoutConfirmationOrWindow) {
 TEST_F(ReinstallTest, LeavesTheNativeBuildWhateverLinksLeadThere) {
     owner_->canAsk = false;
     const auto native = tree_.folder("native/Cellar/wget");
-    const auto kept =
-        "\nTrash failed: “wget” belongs to the arm64 Homebrew and was left in its place.";
-    confirm(native);
-    fs::create_symlink(tree_.at("native/Cellar"), tree_.at("Cellar"));
-    confirm(oldCopy_);
-    fs::rename(tree_.at("native"), tree_.at("elsewhere"));
-    fs::create_symlink(tree_.at("elsewhere"), tree_.at("native"));
-    confirm(tree_.at("elsewhere/Cellar/wget"));
-    EXPECT_TRUE(fs::exists(native));
-    EXPECT_EQ(log_, std::string(kept) + kept + kept);
+    const auto link = [this](const std::string& folder, const std::string& path) {
+        fs::create_symlink(tree_.at(folder), tree_.at(path));
+        return tree_.at(path);
+    };
+    const auto expectKept = [this](const std::string& path) {
+        log_.clear();
+        confirm(path);
+        EXPECT_EQ(log_, "\nTrash failed: “" + fs::path(path).filename().string() +
+                            "” belongs to the arm64 Homebrew and was left in its place.");
+    };
+    expectKept(native);
+    link("native/Cellar", "Cellar");
+    expectKept(oldCopy_);
+    tree_.folder("outside/wget");
+    expectKept(link("outside", "native/lib") + "/wget");
+    fs::rename(tree_.at("native"), tree_.folder("around") + "/native");
+    link("around/native", "native");
+    expectKept(tree_.at("around/native/Cellar/wget"));
+    expectKept(tree_.at("around"));
 }
 
 TEST_F(ReinstallTest, RemovesTheOldCopyWithItsLinksAndNothingWhereThatFails) {

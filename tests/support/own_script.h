@@ -64,8 +64,9 @@ inline bool staysWithin(const std::string& word, const std::string& tree) {
 }
 
 /// Runs the shell script at `path`, with the tree (an absolute path without links in it) as home
-/// and working folder. Its exit status; -1 when it was not run, because a word of it stands for a
-/// place outside of the tree, also where only a link leads there, or because it could not be read.
+/// and working folder and its folder "tools" first in the search path. Its exit status; -1 when it
+/// was not run, because a word of it stands for a place outside of the tree, also where only a link
+/// leads there, or because it could not be read.
 inline int runInTree(const std::string& path, const std::string& tree,
                      const std::string& shell = "/bin/sh") {
     std::ifstream file(path, std::ios::binary);
@@ -80,7 +81,8 @@ inline int runInTree(const std::string& path, const std::string& tree,
         std::cerr << "The script was not run: it names " << word << "\n";
         return -1;
     }
-    const auto line = "cd '" + tree + "' && HOME='" + tree + "' exec " + shell + " '" + path + "'";
+    const auto line = "cd '" + tree + "' && HOME='" + tree + "' PATH='" + tree +
+                      "/tools:'\"$PATH\" exec " + shell + " '" + path + "'";
     const int status = std::system(line.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
