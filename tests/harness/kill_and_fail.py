@@ -49,7 +49,7 @@ patience = 300
 DONE_BY = {"plain": "removal", "script": "cleanup"}
 NO_RENAME = "renameat2"
 # How often a step must bring something to the disk: each note, file and folder of a save.
-FLUSHES = {"removal": 20, "save": 4, "cleanup": 4}
+FLUSHES = {"removal": 20, "save": 5, "cleanup": 4}
 # What only ends or waits, or cannot fail.
 PASSED_OVER = {"exit_group", "exit", "getpgid", "rt_sigreturn", "restart_syscall"}
 # None of these fails in such a way. A close that fails has closed, and the fault would leave open
@@ -240,6 +240,9 @@ class Tree:
             lost.append("another program's note")
         if (self.path / "Documents/export.csv").read_text() not in ("old", "new", "next"):
             lost.append("export")
+        copy = self.path / "Documents/export.csv.copy"
+        if copy.exists() and copy.read_text() != "extra":
+            lost.append("copy")
         return lost, doubled
 
     def orphans(self):

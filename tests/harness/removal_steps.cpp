@@ -80,9 +80,9 @@ public:
     void save() {
         begin();
         cache_.writeScanFile(record(2 * groupCount));
-        tell("export", files_->replace(exportPath(), "new", Access::usual)
-                           ? std::nullopt
-                           : std::optional<std::string>("not written"));
+        writeExport("new");
+        // And a copy, as one is made of a saved scan that is taken over.
+        static_cast<void>(files_->copy(tree_ + "/Extra/extra", exportPath() + ".copy"));
     }
 
     /// As a removal does it: only what may go is handed to the administrator.
@@ -100,9 +100,7 @@ public:
     void next() {
         const LinuxTrash start(trash());
         cache_.writeScanFile(cache_.readScanFile().value_or(record(0)));
-        tell("export", files_->replace(exportPath(), "next", Access::usual)
-                           ? std::nullopt
-                           : std::optional<std::string>("not written"));
+        writeExport("next");
         tell("cleanup", administratorCleanup().runAdminCleanup(
                             test::cleanupItems({tree_ + "/Extra/extra"}, tree_)));
     }
@@ -122,6 +120,11 @@ private:
     static void begin() { static_cast<void>(::getpgid(0)); }
     void tell(const std::string& what, const std::optional<std::string>& error) {
         said_ << what << (error ? " failed: " + *error : " done") << "\n";
+    }
+
+    void writeExport(const std::string& content) {
+        const bool written = files_->replace(exportPath(), content, Access::usual);
+        tell("export", written ? std::nullopt : std::optional<std::string>("not written"));
     }
 
     [[nodiscard]] std::string trash() const { return tree_ + "/data/Trash"; }
@@ -196,25 +199,6 @@ bool isOwnTree(const std::string& tree) {
            within("HOME") && within("XDG_DATA_HOME") && within("TMPDIR");
 }
 
-bool run(const std::string& step, Steps& steps) {
-    if (step == "prepare") {
-        steps.prepare();
-    } else if (step == "removal") {
-        steps.removal();
-    } else if (step == "save") {
-        steps.save();
-    } else if (step == "cleanup") {
-        steps.cleanup();
-    } else if (step == "next") {
-        steps.next();
-    } else if (step == "saved") {
-        steps.saved();
-    } else {
-        return false;
-    }
-    return true;
-}
-
 }  // namespace
 }  // namespace vestigo
 
@@ -223,7 +207,13 @@ int main(int count, char** arguments) {
         std::cerr << "removal_steps: not in a tree of kill_and_fail.py\n";
         return 2;
     }
-    vestigo::Steps steps(arguments[2]);
-    if (!vestigo::run(arguments[1], steps)) return 2;
+    using vestigo::Steps;
+    const std::map<std::string, void (Steps::*)()> all{
+        {"prepare", &Steps::prepare}, {"removal", &Steps::removal}, {"save", &Steps::save},
+        {"cleanup", &Steps::cleanup}, {"next", &Steps::next},       {"saved", &Steps::saved}};
+    const auto step = all.find(arguments[1]);
+    if (step == all.end()) return 2;
+    Steps steps(arguments[2]);
+    (steps.*step->second)();
     return steps.print() ? 0 : 1;
 }
