@@ -8,7 +8,6 @@
 namespace {
 
 enum Type : CFTypeID { string = 1, array, dictionary, certificate, other };
-constexpr OSStatus refused = -67062;
 
 struct Object {
     Type type = other;
@@ -16,18 +15,21 @@ struct Object {
     std::vector<const Object*> items = {};
 };
 
-/// What the framework is to answer, and what it has been asked.
+/// What the framework answers, and what it has been asked. One object for each kind of thing: none
+/// is taken for another.
 struct Framework {
-    OSStatus codeStatus = 0, requirementStatus = 0, validity = 0, informationStatus = 0,
-             nameStatus = 0;
-    const Object* code = nullptr;
-    const Object* requirement = nullptr;
-    const Object* information = nullptr;
-    const Object* chain = nullptr;
-    const Object* team = nullptr;
-    const Object* name = nullptr;
+    Object url, code, requirement;
+    Object information{dictionary};
+    Object leaf{certificate}, issuer{certificate};
+    Object chain{array, {}, {&leaf, &issuer}};
+    Object name{string, "Developer ID Application: Żółw (AB12CD34EF)"};
+    Object team{string, "AB12CD34EF"};
+    const Object* chainGiven = &chain;
+    const Object* teamGiven = &team;
 
-    const Object* leaf = nullptr;
+    const Object* refused = nullptr;  ///< What cannot be given, with an error,
+    const Object* missing = nullptr;  ///< or without one.
+    bool valid = true;
 
     int held = 0;  ///< References given out and not released.
     int pools = 0;
@@ -35,15 +37,19 @@ struct Framework {
 
     /// As a function with Create or Copy in its name gives it.
     template <class Reference>
-    OSStatus give(const Object* object, Reference* place, OSStatus status) {
-        if (object) ++held;
-        *place = (Reference)object;
-        return status;
+    OSStatus give(const Object& object, Reference* place) {
+        const bool given = &object != missing;
+        if (given) ++held;
+        *place = given ? (Reference)&object : nullptr;
+        return &object == refused ? -67062 : 0;
     }
 };
 
-Framework framework;
-const Object fileUrl;
+std::unique_ptr<Framework> framework;
+
+const Object& objectOf(const void* reference) {
+    return *static_cast<const Object*>(reference);
+}
 
 /// How the compiler lays out a constant string.
 struct ConstantString {
@@ -62,19 +68,18 @@ const CFStringRef kSecCodeInfoCertificates = (CFStringRef)1;
 const CFStringRef kSecCodeInfoTeamIdentifier = (CFStringRef)2;
 
 void* objc_autoreleasePoolPush() {
-    ++framework.pools;
+    ++framework->pools;
     return nullptr;
 }
 void objc_autoreleasePoolPop(void*) {
-    --framework.pools;
+    --framework->pools;
 }
-
 void CFRelease(CFTypeRef object) {
     ASSERT_NE(object, nullptr);
-    --framework.held;
+    --framework->held;
 }
 CFTypeID CFGetTypeID(CFTypeRef object) {
-    return static_cast<const Object*>(object)->type;
+    return objectOf(object).type;
 }
 CFTypeID CFStringGetTypeID() {
     return string;
@@ -86,147 +91,122 @@ CFTypeID SecCertificateGetTypeID() {
     return certificate;
 }
 CFIndex CFStringGetLength(CFStringRef text) {
-    return static_cast<CFIndex>(((const Object*)text)->text.size());
+    return static_cast<CFIndex>(objectOf(text).text.size());
 }
 CFIndex CFStringGetBytes(CFStringRef from, CFRange range, CFStringEncoding, UInt8, Boolean,
                          UInt8* buffer, CFIndex room, CFIndex* used) {
-    const auto& text = ((const Object*)from)->text;
+    const auto& text = objectOf(from).text;
     *used = range.length;
     if (buffer && room >= range.length) text.copy((char*)buffer, text.size());
     return range.length;
 }
 CFIndex CFArrayGetCount(CFArrayRef chain) {
-    return static_cast<CFIndex>(((const Object*)chain)->items.size());
+    return static_cast<CFIndex>(objectOf(chain).items.size());
 }
 const void* CFArrayGetValueAtIndex(CFArrayRef chain, CFIndex index) {
-    return ((const Object*)chain)->items.at(static_cast<std::size_t>(index));
+    return objectOf(chain).items.at(static_cast<std::size_t>(index));
 }
 const void* CFDictionaryGetValue(CFDictionaryRef information, const void* key) {
-    EXPECT_EQ((const Object*)information, framework.information);
-    return key == kSecCodeInfoCertificates ? framework.chain : framework.team;
+    EXPECT_EQ(&objectOf(information), &framework->information);
+    return key == kSecCodeInfoCertificates ? framework->chainGiven : framework->teamGiven;
 }
 CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef, const UInt8* path, CFIndex length,
                                                  Boolean isFolder) {
     EXPECT_FALSE(isFolder);
-    framework.path.assign((const char*)path, static_cast<std::size_t>(length));
+    framework->path.assign((const char*)path, static_cast<std::size_t>(length));
     CFURLRef result = nullptr;
-    framework.give(framework.path.empty() ? nullptr : &fileUrl, &result, 0);
+    framework->give(framework->url, &result);
     return result;
 }
 OSStatus SecStaticCodeCreateWithPath(CFURLRef url, SecCSFlags flags, SecStaticCodeRef* code) {
-    EXPECT_EQ((const Object*)url, &fileUrl);
+    EXPECT_EQ(&objectOf(url), &framework->url);
     EXPECT_EQ(flags, 0U);
-    return framework.give(framework.code, code, framework.codeStatus);
+    return framework->give(framework->code, code);
 }
 OSStatus SecRequirementCreateWithString(CFStringRef text, SecCSFlags flags,
                                         SecRequirementRef* result) {
     EXPECT_STREQ(((const ConstantString*)text)->text, "anchor apple");
     EXPECT_EQ(flags, 0U);
-    return framework.give(framework.requirement, result, framework.requirementStatus);
+    return framework->give(framework->requirement, result);
 }
 OSStatus SecStaticCodeCheckValidity(SecStaticCodeRef code, SecCSFlags flags,
                                     SecRequirementRef requirement) {
-    EXPECT_EQ((const Object*)code, framework.code);
+    EXPECT_EQ(&objectOf(code), &framework->code);
     EXPECT_EQ(flags, 0U);
     // Without one, any valid signature would count as Apple's.
-    EXPECT_EQ((const Object*)requirement, framework.requirement);
-    return framework.validity;
+    EXPECT_EQ(&objectOf(requirement), &framework->requirement);
+    return framework->valid ? 0 : -67062;
 }
 OSStatus SecCodeCopySigningInformation(SecStaticCodeRef code, SecCSFlags flags,
                                        CFDictionaryRef* result) {
-    EXPECT_EQ((const Object*)code, framework.code);
+    EXPECT_EQ(&objectOf(code), &framework->code);
     EXPECT_EQ(flags, 2U);
-    return framework.give(framework.information, result, framework.informationStatus);
+    return framework->give(framework->information, result);
 }
-OSStatus SecCertificateCopyCommonName(SecCertificateRef certificate, CFStringRef* name) {
-    EXPECT_EQ((const Object*)certificate, framework.leaf);
-    return framework.give(framework.name, name, framework.nameStatus);
+OSStatus SecCertificateCopyCommonName(SecCertificateRef leaf, CFStringRef* name) {
+    EXPECT_EQ(&objectOf(leaf), &framework->leaf);
+    return framework->give(framework->name, name);
 }
 }
 
 namespace vestigo {
 namespace {
 
-class MacOSCodeSigningTest : public testing::Test {
-protected:
-    MacOSCodeSigningTest() {
-        framework = {};
-        framework.code = &code;
-        framework.requirement = &requirement;
-        framework.information = &signature;
-        framework.leaf = &leaf;
-        framework.chain = &chain;
-        framework.name = &name;
-        framework.team = &team;
-    }
+struct MacOSCodeSigningTest : testing::Test {
+    MacOSCodeSigningTest() { framework = std::make_unique<Framework>(); }
     ~MacOSCodeSigningTest() override {
-        EXPECT_EQ(framework.held, 0);
-        EXPECT_EQ(framework.pools, 0);
+        EXPECT_EQ(framework->held, 0);
+        EXPECT_EQ(framework->pools, 0);
     }
-    static std::optional<SigningInformation> information() {
-        return MacOSCodeSigning().staticCode("/Applications/Foo.app")->signingInformation();
-    }
-    static bool anchored() { return MacOSCodeSigning().staticCode("/bin/ls")->isAnchoredToApple(); }
+    static std::unique_ptr<StaticCode> code() { return MacOSCodeSigning().staticCode("/A.app"); }
+    static std::optional<SigningInformation> information() { return code()->signingInformation(); }
 
-    // One for each kind of thing: none is taken for another.
-    Object code, requirement;
-    Object signature{dictionary};
-    Object leaf{certificate}, issuer{certificate};
-    Object chain{array, {}, {&leaf, &issuer}};
-    Object name{string, "Developer ID Application: Żółw (AB12CD34EF)"};
-    Object team{string, "AB12CD34EF"};
+    /// Where it cannot be given, with an error and without one.
+    static void without(const Object& object, const std::function<void()>& expectation) {
+        for (auto* const lack : {&framework->refused, &framework->missing}) {
+            *lack = &object;
+            expectation();
+            *lack = nullptr;
+        }
+    }
 };
 
 TEST_F(MacOSCodeSigningTest, GivesLeafNameAndTeam) {
     const auto found = information();
     ASSERT_TRUE(found);
-    EXPECT_EQ(framework.path, "/Applications/Foo.app");
-    EXPECT_EQ(found->leafCommonName, name.text);
-    EXPECT_EQ(found->teamIdentifier, team.text);
+    EXPECT_EQ(framework->path, "/A.app");
+    EXPECT_EQ(found->leafCommonName, framework->name.text);
+    EXPECT_EQ(found->teamIdentifier, framework->team.text);
 }
 
-TEST_F(MacOSCodeSigningTest, HasNoCodeWhereTheFrameworkHasNone) {
-    EXPECT_EQ(MacOSCodeSigning().staticCode(""), nullptr);
-    framework.codeStatus = refused;
-    EXPECT_EQ(MacOSCodeSigning().staticCode("/etc/hosts"), nullptr);
-    framework.codeStatus = 0;
-    framework.code = nullptr;
-    EXPECT_EQ(MacOSCodeSigning().staticCode("/etc/hosts"), nullptr);
+TEST_F(MacOSCodeSigningTest, HasNoCodeAndNoSignatureWhereTheFrameworkHasNone) {
+    without(framework->code, [] { EXPECT_EQ(code(), nullptr); });
+    without(framework->information, [] { EXPECT_FALSE(information()); });
+    framework->missing = &framework->url;
+    EXPECT_EQ(code(), nullptr);
 }
 
 TEST_F(MacOSCodeSigningTest, IsAnchoredOnlyWhenTheCheckOfTheRequirementSaysSo) {
-    EXPECT_TRUE(anchored());
-    framework.validity = refused;
-    EXPECT_FALSE(anchored());
-    framework.validity = 0;
-    framework.requirementStatus = refused;
-    EXPECT_FALSE(anchored());
-    framework.requirementStatus = 0;
-    framework.requirement = nullptr;
-    EXPECT_FALSE(anchored());
+    EXPECT_TRUE(code()->isAnchoredToApple());
+    without(framework->requirement, [] { EXPECT_FALSE(code()->isAnchoredToApple()); });
+    framework->valid = false;
+    EXPECT_FALSE(code()->isAnchoredToApple());
 }
 
-TEST_F(MacOSCodeSigningTest, TellsAnUnreadableSignatureFromOneWithoutCertificates) {
-    framework.informationStatus = refused;
-    EXPECT_FALSE(information());
-    framework.informationStatus = 0;
+TEST_F(MacOSCodeSigningTest, NamesNobodyWithoutACertificateThatIsOne) {
     const Object empty{array};
-    const Object stranger{array, {}, {&team}};
-    for (const Object* const wrong :
-         std::vector<const Object*>{nullptr, &empty, &stranger, &team}) {
-        framework.chain = wrong;
-        const auto found = information();
-        ASSERT_TRUE(found);
-        EXPECT_FALSE(found->leafCommonName);
-        EXPECT_EQ(found->teamIdentifier, team.text);
+    const Object stranger{array, {}, {&framework->team}};
+    const Object* const wrong[] = {nullptr, &empty, &stranger, &framework->team};
+    for (const auto* const chain : wrong) {
+        framework->chainGiven = chain;
+        EXPECT_FALSE(information()->leafCommonName);
+        EXPECT_EQ(information()->teamIdentifier, framework->team.text);
     }
-    framework.chain = &chain;
-    framework.nameStatus = refused;
-    framework.team = &leaf;
+    framework->chainGiven = &framework->chain;
+    framework->teamGiven = &framework->leaf;
+    framework->refused = &framework->name;
     EXPECT_FALSE(information()->leafCommonName);
     EXPECT_FALSE(information()->teamIdentifier);
-    framework.information = nullptr;
-    EXPECT_FALSE(information());
 }
 
 }  // namespace
