@@ -88,24 +88,16 @@ TEST_F(RemovalCheckTest, TellsWhatKeepsAnItem) {
     EXPECT_EQ(why("tool", group), "could not be looked into for want of memory");
 }
 
-struct LaterCheckTest : RemovalCheckTest, testing::WithParamInterface<bool> {
-    LaterCheckTest() {
+TEST_F(RemovalCheckTest, SeesLaterWhatHasChanged) {
+    services.makeMemory = [] {
         // By this clock all files have been as they are for long.
-        const auto later = [] { return FileMemoryTable::systemClock() * 2; };
-        if (GetParam()) {
-            services.makeMemory = [=] { return std::make_unique<FileMemoryTable>(later); };
-        }
-    }
-    void change(const std::string& path, const std::string& content) {
+        return std::make_unique<FileMemoryTable>([] { return FileMemoryTable::systemClock() * 2; });
+    };
+    const auto change = [this](const std::string& path, const std::string& content) {
         // Within one tick of the system's clock a change gives a file no other times.
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         tree.file(path, content);
-    }
-};
-
-INSTANTIATE_TEST_SUITE_P(WithoutAndWithAMemory, LaterCheckTest, testing::Bool());
-
-TEST_P(LaterCheckTest, SeesWhatHasChanged) {
+    };
     tree.file("Old.app/old", intel);
     tree.file("Old.app/same", intel);
     const auto shown = item("Old.app", group);

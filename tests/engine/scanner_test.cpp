@@ -270,27 +270,6 @@ TEST_F(ScannerTest, MayBeDestroyedAtAnyMoment) {
     loop->runPosted();
 }
 
-TEST_F(ScannerTest, ALateSaveDoesNotUndoTheLaterScanOfAnotherWindow) {
-    tree.file("old", intel);
-    scanner().startScan({tree.path()});
-    tasks->runHeld();
-    loop->runPosted();
-    ASSERT_EQ(scanner().signaturePasses(), 1U);
-    Scanner other(services);
-    tree.file("new", intel);
-    other.startScan({tree.path()});
-    const auto late = tasks->jobs.front();
-    tasks->jobs.erase(tasks->jobs.begin());
-    settle();
-    late();
-    loop->runPosted();
-    scanner().saveCache();
-    EXPECT_EQ(store->record->hits.size(), 2U);
-    // Of the same scan all may be saved, and a later scan takes the place of every other.
-    scan({tree.at("none")});
-    EXPECT_TRUE(store->record->hits.empty());
-}
-
 /// The same with a saved scan that is made up, of paths in the tree.
 struct ScannerRemovalTest : ScannerTest {
     ScannerRemovalTest() { store->record = test::savedScan(); }
