@@ -35,7 +35,7 @@ struct ReinstallServices {
     std::shared_ptr<Files> files;
     std::shared_ptr<Links> links;
     std::shared_ptr<OwnerAuthentication> authentication;
-    // Two functions of the Scanner: it makes new checks, and removes one item under them.
+    // Two functions of the Scanner. The first makes new checks; the second removes a checked item.
     std::function<std::unique_ptr<RemovalChecks>()> checks;
     std::function<std::optional<std::string>(const std::string&, const RemovalChecks*)> trashPath;
     /// The folder that keeps the files of a reinstall until the user has been told of its end.

@@ -21,8 +21,8 @@ namespace vestigo {
 /// One Mach-O file.
 struct BinaryHit {
     std::string path;
-    std::vector<std::string>
-        archs;              ///< Names of architectures, each once. Their order has no meaning.
+    /// Names of architectures, each once. Their order has no meaning.
+    std::vector<std::string> archs;
     std::int64_t size = 0;  ///< In bytes; 0 when the file system gave none.
     double mtime = 0;       ///< When the content was last modified.
     double ctime = 0;       ///< When the file was created (its birth time).

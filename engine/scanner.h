@@ -272,7 +272,7 @@ private:
     std::shared_ptr<std::future<std::optional<ScanFile>>> saved_;
     bool previousIsRead_ = true;
     bool walkIsDone_ = false;  ///< The walk has ended; the scan waits for `previous_` to be read.
-    std::uint64_t scan_ = 0;  ///< The number (see `ScanOrder`) of the scan that the results are of.
+    std::uint64_t scan_ = 0;   ///< The number, by `ScanOrder`, of the scan with these results.
     std::size_t passes_ = 0;
     CancelFlag closing_;  ///< Ends the signature passes when this object is destroyed.
     Observers<ScannerField> observers_;

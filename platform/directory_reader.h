@@ -26,7 +26,7 @@ struct FileAttributes {
     /// to update it with every change and to let no program set it.
     std::int64_t changed = 0;
     std::uint64_t inode = 0;
-    std::uint64_t fileSystem = 0;  ///< Differs where another one is mounted in the same place.
+    std::uint64_t fileSystem = 0;  ///< Differs when another one is mounted in its place.
 };
 
 /// One entry of a folder. The views live until the visitor returns.
