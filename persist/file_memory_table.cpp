@@ -13,7 +13,7 @@
 // made); otherwise it replaces the file, which costs time and no result. There is no lock, since a
 // lost update does no more harm than that.
 //
-// Nobody must be able to choose a file that passes for a remembered one, so fingerprints are made
+// Nobody must be able to make a file that passes for a remembered one, so fingerprints are made
 // with a random seed and only a file that the user alone can write is read.
 #include "persist/file_memory_table.h"
 

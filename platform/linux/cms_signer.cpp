@@ -44,8 +44,8 @@ public:
 };
 
 /// An OpenSSL context without any algorithms. Decoding a message also decodes the public key of
-/// each certificate, which nobody needs here and which takes four fifths of the time; without
-/// algorithms OpenSSL gives that up at once. The context serves the whole program and is never
+/// each certificate, which is not needed here and takes four fifths of the time; without
+/// algorithms OpenSSL skips it. The context serves the whole program and is never
 /// released.
 OSSL_LIB_CTX* contextWithoutAlgorithms() {
     static auto* const context = [] {

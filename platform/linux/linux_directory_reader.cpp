@@ -2,7 +2,7 @@
 // with a large buffer, asks for attributes only when the scan wants them, and asks about a folder's
 // file system only when it may have changed. openat2(2) with RESOLVE_NO_XDEV opens a folder and
 // proves in the same call that it lies on the mount of its parent, as nearly all do. Only when that
-// fails is the new mount looked up. Where one folder lay on another mount its neighbours usually do
+// fails is the new mount looked up. If one folder is on another mount, its neighbours usually are
 // too, so the quick call is then skipped until a folder is found on its parent's mount again.
 #include "platform/linux/linux_directory_reader.h"
 
@@ -151,8 +151,8 @@ private:
     const char* bytes_;
 };
 
-/// Whether this thread's recent reads came from the disk and not from the page cache. Asks only
-/// once in 32 files, since the question costs a call too.
+/// Whether this thread's recent reads came from the disk and not from the page cache. Asks once in
+/// 32 files, since each question is a system call.
 bool readsFromDisk() {
     constexpr unsigned filesPerLook = 32;
     thread_local unsigned files = 0;
@@ -186,7 +186,8 @@ private:
 constexpr int listingFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK;
 constexpr int throughFlags = O_PATH | O_DIRECTORY;
 
-/// Owns nothing also where something is mounted on the way, and where the kernel lacks the call.
+/// Owns nothing on failure. Fails too when another file system is mounted on the way, or when the
+/// kernel lacks the call.
 Descriptor openOnSameMount(int folder, const std::string& path) {
     struct open_how how {};
     how.flags = listingFlags | O_CLOEXEC;

@@ -1,7 +1,7 @@
-// Signals reach the program in three steps. The handler, which may call next to nothing, restores
-// the default action of all watched signals and writes the signal's number into a pipe; a thread of
-// its own reads the pipe and calls the callback, which may do anything. So a second signal ends the
-// process whatever the callback does.
+// Signals reach the program in three steps. The handler, which may call only few functions,
+// restores the default action of all watched signals and writes the signal's number into a pipe; a
+// thread of its own reads the pipe and calls the callback, which may do anything. So a second
+// signal ends the process whatever the callback does.
 //
 // Blocking the signals and waiting for them with sigwait(3) would be simpler, but programs started
 // later would inherit the blocked signals. The system resets handlers in every program that is
@@ -124,7 +124,7 @@ std::optional<std::size_t> errorTerminalWidth() {
 }
 
 std::optional<std::size_t> terminalColumns(char32_t character) {
-    // Without a table a character must not be taken for narrower than it is.
+    // Without a locale to ask, assumes the greater width, so that no line becomes too long.
     if (!utf8Locale()) return character < 0x80 ? 1 : 2;
     const auto before = ::uselocale(utf8Locale());
     const int columns = ::wcwidth(static_cast<wchar_t>(character));
