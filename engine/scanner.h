@@ -158,7 +158,7 @@ public:
     [[nodiscard]] std::size_t signaturePasses() const { return passes_; }
     /// Whether the saved scan is still being read. Until then the results are empty.
     [[nodiscard]] bool loading() const { return saved_ != nullptr; }
-    /// Whether the walk has still to report its end. It stays true for a moment after `stop`.
+    /// True until the walk has reported its end, also for a moment after `stop`.
     [[nodiscard]] bool walking() const { return walking_; }
 
     /// Replaces the results by those of an earlier scan, without grouping them: a scan that follows
@@ -267,8 +267,8 @@ private:
     std::optional<CancelFlag> task_;  ///< Cancels the running scan.
     /// The hits of the earlier scan, for the running one. Null when no scan runs.
     std::shared_ptr<PreviousHits> previous_;
-    /// The saved scan while it is being read; null before and after. The results show it when it is
-    /// there. A scan that starts earlier takes it as the one before.
+    /// The saved scan while it is being read; null before and after. Then the results show it. A
+    /// scan that starts before that uses it as its earlier scan.
     std::shared_ptr<std::future<std::optional<ScanFile>>> saved_;
     bool previousIsRead_ = true;
     bool walkIsDone_ = false;  ///< The walk has ended; the scan waits for `previous_` to be read.
