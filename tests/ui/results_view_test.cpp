@@ -398,6 +398,7 @@ TEST_F(ResultsViewTest, TheItemKeepsItsWidthAndThePathEndsInView) {
         refresh();
     };
     const int small = table().roomyWidth();
+    const int lowRow = table().rowHeight(0);
     content().setFontDelta(8);
     refresh();
     EXPECT_EQ(table().font().pixelSize(), 21);
@@ -421,6 +422,9 @@ TEST_F(ResultsViewTest, TheItemKeepsItsWidthAndThePathEndsInView) {
         resize(width);
         EXPECT_EQ(itemWidth(), 300) << width;
     }
+    content().setFontDelta(0);
+    refresh();
+    EXPECT_EQ(table().rowHeight(0), lowRow);
 }
 
 TEST_F(ResultsViewTest, ButtonsAndShortenedTextsHavePlainToolTips) {
@@ -477,6 +481,7 @@ TEST_F(ResultsViewTest, HeadersSortByMouseAndByKeyboardAndTheReaderFollows) {
     const auto cell = [&](int row, Column column) {
         return whole.tableInterface()->cellAt(row, static_cast<int>(column));
     };
+    EXPECT_FALSE(whole.tableInterface()->selectRow(41));
     EXPECT_TRUE(cell(39, Column::item)->state().offscreen);
     EXPECT_FALSE(cell(0, Column::item)->state().offscreen);
     EXPECT_EQ(cell(40, Column::fix)->text(QAccessible::Description),

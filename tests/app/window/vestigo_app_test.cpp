@@ -165,7 +165,7 @@ TEST_F(VestigoAppTest, SaysWhatGoesOnWithoutAClosedWindowAndWithoutTheProgram) {
     ASSERT_TRUE(message());
     EXPECT_TRUE(message()->text().contains("wget") && message()->text().contains("curl"));
     // It does not wait for ever.
-    message()->findChild<QTimer*>("patience")->start(1);
+    message()->findChild<QTimer*>("patience")->setInterval(1);
     EXPECT_TRUE(QTest::qWaitFor([] { return !message(); }));
 }
 

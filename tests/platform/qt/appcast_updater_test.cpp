@@ -62,7 +62,7 @@ TEST(Appcast, TakesTheNewestItemThatBelongsToNoChannelAndNothingFromABrokenFeed)
 /// An answer that needs no network, and comes to its end in the next turn.
 class FakeReply : public QNetworkReply {
 public:
-    explicit FakeReply(const QByteArray& body) : body_(body) {
+    FakeReply(const QByteArray& body, QObject* network) : QNetworkReply(network), body_(body) {
         open(ReadOnly);
         QTimer::singleShot(0, this, &FakeReply::finished);
     }
@@ -85,7 +85,7 @@ struct FakeNetwork : QNetworkAccessManager {
         EXPECT_EQ(request.attribute(QNetworkRequest::RedirectPolicyAttribute),
                   QNetworkRequest::NoLessSafeRedirectPolicy);
         ++requests;
-        return reply = new FakeReply(answer);
+        return reply = new FakeReply(answer, this);
     }
     QByteArray answer;
     int requests = 0;
