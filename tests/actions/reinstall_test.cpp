@@ -181,10 +181,11 @@ TEST_F(ReinstallTest, IsTakenOverByTheNextWindowWhichTellsItsEnd) {
 
 TEST_F(ReinstallTest, ChangesNothingWithoutConfirmationOrWindow) {
     makeOldCopy();
-    for (const bool confirmed : {false, true}) {
+    for (const auto* const why : {"refused", "withdrawn", "closed"}) {
         runner().confirmRemoveOldCopy(oldCopy_);
-        if (confirmed) reinstall_.reset();
-        owner_->answer(confirmed);
+        if (why == std::string("withdrawn")) runner().withdraw();
+        if (why == std::string("closed")) reinstall_.reset();
+        owner_->answer(why != std::string("refused"));
         settle();
         EXPECT_TRUE(fs::exists(oldCopy_));
         EXPECT_TRUE(fs::exists(tree_.at("bin/wget")));

@@ -143,6 +143,11 @@ TEST_F(RemovalTest, AsksTheOwnerOnceAndDoesNothingUnlessConfirmed) {
     answer(false);
     EXPECT_TRUE(log.empty());
     removal().confirmDelete();
+    // An answer to a sheet that was closed is none to the next one.
+    open();
+    answer(true);
+    EXPECT_TRUE(log.empty());
+    removal().confirmDelete();
     owner->answer(true);
     EXPECT_TRUE(trash->taken.empty());  // Not on the thread of the reply.
     settle();

@@ -105,6 +105,10 @@ TEST_F(ProcessesTest, AreExactlyTheProgramWithNothingOfThisOneButItsEnvironment)
     ::close(leaking);
     ::dup2(input.get(), STDIN_FILENO);
     const std::string seen = "[two words][$(id)][][\xff'\n][KEPT][replaced][new][status]";
+    const auto variables =
+        run({.program = "/usr/bin/env", .arguments = {}, .environment = {{"REPLACED", "replaced"}}})
+            .output;
+    EXPECT_EQ(variables.find("REPLACED="), variables.rfind("REPLACED="));
     EXPECT_EQ(direct.output, seen + "leader\n");
     EXPECT_EQ(lasting.output, seen);
     EXPECT_EQ(direct.status, 128 + SIGPIPE);
