@@ -26,6 +26,10 @@ protected:
         // As for the tests themselves, where the program is built with that sanitizer.
         environment.insert("TSAN_OPTIONS", "ignore_noninstrumented_modules=1:die_after_fork=0");
         program.setProcessEnvironment(environment);
+        // Whoever runs the tests in the background has them ignore some of these signals.
+        program.setChildProcessModifier([] {
+            for (const int signal : {SIGTERM, SIGINT, SIGHUP}) std::signal(signal, SIG_DFL);
+        });
     }
     ~EndingTest() override { std::ofstream(tree.at("fifo")) << "go\n"; }
 
