@@ -267,8 +267,8 @@ private:
     std::optional<CancelFlag> task_;  ///< Cancels the running scan.
     /// The hits of the earlier scan, for the running one. Null when no scan runs.
     std::shared_ptr<PreviousHits> previous_;
-    /// The saved scan while it is being read; null before and after. Then the results show it. A
-    /// scan that starts before that uses it as its earlier scan.
+    /// The saved scan while it is being read; null before and after. Afterwards the results show
+    /// it. A scan that starts before that uses it as its earlier scan.
     std::shared_ptr<std::future<std::optional<ScanFile>>> saved_;
     bool previousIsRead_ = true;
     bool walkIsDone_ = false;  ///< The walk has ended; the scan waits for `previous_` to be read.
