@@ -5,6 +5,7 @@
 #include "app/appearance.h"
 #include "app/command_line.h"
 #include "app/lasting_application.h"
+#include "app/update_feed.h"
 #include "app/vestigo_app.h"
 #include "app/window_services.h"
 #include "platform/qt/assistive_technology.h"

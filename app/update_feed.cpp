@@ -1,8 +1,9 @@
 // The update service of a build without the Sparkle framework.
+#include "app/update_feed.h"
+
 #include <QString>
 #include <QUrl>
 
-#include "app/vestigo_app.h"
 #include "platform/qt/appcast_updater.h"
 
 namespace vestigo {

@@ -1,5 +1,5 @@
 // The update service of a build for macOS that has a feed and the Sparkle framework.
-#include "app/vestigo_app.h"
+#include "app/update_feed.h"
 
 namespace vestigo {
 

@@ -64,8 +64,4 @@ private:
     Menus menus_;
 };
 
-/// The update service that was chosen when the program was built. Null when no feed was set then
-/// (VESTIGO_UPDATE_FEED).
-[[nodiscard]] std::unique_ptr<Updater> updaterOfThisBuild();
-
 }  // namespace vestigo
