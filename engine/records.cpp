@@ -61,6 +61,12 @@ bool sameHits(const HitList& a, const HitList& b) {
                               [](const HitRef& x, const HitRef& y) { return x == y || *x == *y; });
 }
 
+std::size_t eraseHitsUnder(const RootSet& roots, HitList& hits) {
+    if (roots.empty()) return 0;
+    RootMatcher matcher(roots);
+    return std::erase_if(hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
+}
+
 std::string_view label(Category category) {
     switch (category) {
         case Category::application: return "App";

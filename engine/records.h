@@ -37,6 +37,9 @@ using HitList = std::vector<HitRef>;
 /// Whether two lists hold equal hits in the same order.
 [[nodiscard]] bool sameHits(const HitList& a, const HitList& b);
 
+/// Erases the hits at and below these roots. Returns how many there were.
+std::size_t eraseHitsUnder(const RootSet& roots, HitList& hits);
+
 /// The kind of component. The label is its raw value, by which it is shown, saved, hashed and
 /// ordered.
 enum class Category : std::uint8_t { application, driver, plugin, library, cliTool, helper, other };

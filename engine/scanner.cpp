@@ -199,10 +199,7 @@ void Scanner::receiveProgress(std::int64_t count, std::string path) {
 }
 
 void Scanner::receiveHits(HitList added, std::int64_t count) {
-    if (!removedInScan_.empty()) {
-        RootMatcher removed(removedInScan_);
-        std::erase_if(added, [&removed](const HitRef& hit) { return removed.covers(hit->path); });
-    }
+    eraseHitsUnder(removedInScan_, added);
     results_.hits.insert(results_.hits.end(), added.begin(), added.end());
     scannedCount_ = count;
     regrouping_.add(added);
@@ -305,11 +302,7 @@ void Scanner::receiveSaved(std::uint64_t number) {
     } catch (const std::bad_alloc&) {
         // The file stays as it is until a scan has ended.
     }
-    if (record && !removedInScan_.empty()) {
-        RootMatcher removed(removedInScan_);
-        std::erase_if(record->hits,
-                      [&removed](const HitRef& hit) { return removed.covers(hit->path); });
-    }
+    if (record) eraseHitsUnder(removedInScan_, record->hits);
     removedInScan_.clear();
     show(std::move(record), number);
     changed(ScannerField::lastScanDate);

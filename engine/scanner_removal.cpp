@@ -200,20 +200,14 @@ bool Scanner::ownsSavedScan() const {
 void Scanner::saveWithout(const RootSet& removed) {
     if (ownsSavedScan()) return saveCache();
     auto record = removed.empty() ? std::nullopt : services_.store->readScanFile();
-    if (!record) return;
-    RootMatcher matcher(removed);
-    const auto count =
-        std::erase_if(record->hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
-    if (count != 0) services_.store->writeScanFile(*record);
+    if (record && eraseHitsUnder(removed, record->hits) != 0)
+        services_.store->writeScanFile(*record);
 }
 
 /// Called in every Scanner, also in those that did not remove the items themselves.
 void Scanner::receiveRemoved(const RootSet& removed) {
     if (walking_ || loading()) removedInScan_.insert(removed.begin(), removed.end());
-    RootMatcher matcher(removed);
-    const auto count =
-        std::erase_if(results_.hits, [&](const HitRef& hit) { return matcher.covers(hit->path); });
-    if (count == 0) return;
+    if (eraseHitsUnder(removed, results_.hits) == 0) return;
     changed(ScannerField::allHits);
     if (!removing_) regroup();
 }
