@@ -6,7 +6,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What is done as the administrator.
+/// Runs the administrator's script on items in a folder of the test.
 using CleanupTest = CleanupFixture;
 
 TEST_F(CleanupTest, MovesExactlyTheFilesOfAnyName) {
@@ -38,7 +38,8 @@ TEST_F(CleanupTest, LeavesWhatHasChangedWhileThePasswordWasAskedFor) {
     administrator->meanwhile = [&] {
         systemFile("other");
         fs::rename(tree.at("Library/other"), paths[0]);
-        // What is another item by its folder alone has not changed itself.
+        // Another folder takes the place of the one around this item: the item itself is unchanged,
+        // but it is not the one that was shown.
         fs::rename(tree.at("e"), tree.at("g"));
         fs::rename(tree.at("f"), tree.at("e"));
         // The time at which a file changed is only as exact as the system's clock ticks.
@@ -124,7 +125,7 @@ TEST_F(CleanupTest, EndsWithinAMomentWhenTheQuestionIsWithdrawn) {
     EXPECT_TRUE(next.get());
     EXPECT_TRUE(fs::is_empty(temporary));
     EXPECT_TRUE(fs::exists(path));
-    // What a killed one has left goes at the next start.
+    // The next start removes a script that a killed program has left.
     tree.file("temporary/tm_sys_cleanup.sh");
     const AdministratorCleanup nextStart(places);
     EXPECT_TRUE(fs::is_empty(temporary));
@@ -188,7 +189,7 @@ struct CleanupScriptTest : CleanupFixture,
         return {tree.file("Library/tool.plist", "item"), tree.at("Library/Foo.app"),
                 tree.at("Library/way"), tree.file("More/tool.plist", "item")};
     }
-    /// Of a file, of a folder with a file in it, or where a link leads.
+    /// The content of a file, or of the file in a folder, or the destination of a link.
     [[nodiscard]] std::string contentOf(const std::string& name) const {
         const auto path = trashFolder + "/" + name;
         if (fs::is_symlink(path)) return fs::read_symlink(path);
@@ -205,7 +206,7 @@ struct CleanupScriptTest : CleanupFixture,
         const auto parts = namesIn(fs::path(trashFolder).parent_path());
         EXPECT_TRUE(notes.empty() || parts == (Lines{"files", "info"}));
     }
-    /// What the shell finds in the place of a tool does this first.
+    /// Has the script find a program in the place of a tool. It runs these commands, then the tool.
     void beforeTool(const std::string& tool, const std::string& commands) {
         const auto path = tree.file("tools/" + tool,
                                     "#!/bin/sh\n" + commands + "\nexec /bin/" + tool + " \"$@\"\n");
@@ -297,6 +298,12 @@ TEST(OwnScript, IsNotRunOnWhatIsNotTheTests) {
                             "' 2>/dev/null || true\nexit 5\n");
     EXPECT_EQ(runInTree(script, tree.path()), 5);
     EXPECT_FALSE(fs::is_symlink(tree.at("link")));
+}
+
+TEST(OsascriptArguments, NameTheScriptInQuotes) {
+    const std::array<std::string, 2> arguments{
+        "-e", R"(do shell script "/bin/sh \"/tmp/x.sh\"" with administrator privileges)"};
+    EXPECT_EQ(osascriptArguments("/tmp/x.sh"), arguments);
 }
 
 }  // namespace

@@ -103,5 +103,31 @@ TEST_F(PolicyKitTest, IsConfirmedOnlyByStatusZeroWhileTheWindowIsOpen) {
     EXPECT_FALSE(confirms(program("exec sleep 5"), false));
 }
 
+/// Starts nothing. Records what it was asked to start, and ends that as the test has set.
+struct RecordedProcesses : Processes {
+    std::optional<std::string> start(const ProcessStart& what,
+                                     std::function<void(std::string_view)> /*output*/,
+                                     std::function<void(int)> ended) override {
+        asked = what;
+        if (!problem) ended(status);
+        return problem;
+    }
+
+    ProcessStart asked;
+    int status = 0;
+    std::optional<std::string> problem;
+};
+
+TEST(PolicyKitAdministrator, HasTheShellRunTheScript) {
+    const auto recorded = std::make_shared<RecordedProcesses>();
+    const auto administrator = systemAdministrator(recorded, nullptr);
+    recorded->status = 126;
+    EXPECT_EQ(administrator->runScript("/a script", CancelFlag()).status, 126);
+    EXPECT_EQ(recorded->asked.program, "/usr/bin/pkexec");
+    EXPECT_EQ(recorded->asked.arguments, (std::vector<std::string>{"/bin/sh", "/a script"}));
+    recorded->problem = "Permission denied";
+    EXPECT_TRUE(administrator->runScript("/a script", CancelFlag()).launchError);
+}
+
 }  // namespace
 }  // namespace vestigo
