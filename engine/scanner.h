@@ -178,8 +178,8 @@ public:
     void regroup();
     /// Starts a background pass that reads the signatures of the group roots that have none yet.
     void refreshSignatures();
-    /// Saves the results, unless a later scan is saved or these are those of a scan that ran out of
-    /// memory.
+    /// Saves the results, unless a later scan is saved, these are those of a scan that ran out of
+    /// memory, or the saved scan is still being read.
     void saveCache();
     [[nodiscard]] bool isAppleSigned(const std::string& root) const;
     /// Drops the hit at `path` and the hits below it. The groups follow with the next `regroup`.
@@ -248,8 +248,8 @@ private:
 
     ScannerServices services_;
     ScanFile results_;
-    /// Of the roots in the signatures, those signed by Apple. They are few, so that each row can be
-    /// asked about at little cost.
+    /// The roots of `signatures()` that Apple has signed. They are kept apart because there are few
+    /// of them: the question whether a row is among them is then cheap.
     RootSet appleSigned_;
     Regrouping regrouping_;
     bool signaturesNewer_ = false;  ///< Signatures have changed since the groups were rebuilt.

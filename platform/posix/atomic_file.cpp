@@ -61,7 +61,8 @@ void removeIfOrphan(int folder, const std::string& name) {
     }));
     if (!file || !isOwnFile(file.get())) return;
     if (retrying([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) != 0) return;
-    // Where its owner has placed it since the listing nothing has this name: none is used twice.
+    // Its owner may have renamed it since the listing. Then nothing has this name any more, because
+    // no name is used twice, and nothing is removed.
     static_cast<void>(unlinkIn(folder, name));
 }
 
