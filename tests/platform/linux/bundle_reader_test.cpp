@@ -72,7 +72,7 @@ TEST_F(LinuxBundleReaderTest, FollowsLinksInsideTheBundleOnlyOnEveryKernel) {
         EXPECT_EQ(found(outside), "");
     };
     check();
-    for (const unsigned error : {ENOSYS, EPERM}) whereCallsFail({SYS_openat2}, error, check);
+    for (const int error : {ENOSYS, EPERM}) whereCallsFail({SYS_openat2}, error, check);
 }
 
 std::string bytes(std::size_t number) {

@@ -51,7 +51,7 @@ TEST(LinuxDirectoryReader, OpensTheSameFoldersOnOlderKernels) {
     const TemporaryTree tree;
     tree.file("folder/below/file");
     fs::create_directory_symlink("folder", tree.at("link"));
-    for (const unsigned error : {ENOSYS, EPERM}) {
+    for (const int error : {ENOSYS, EPERM}) {
         whereCallsFail({SYS_openat2}, error, [&tree] {
             const auto folder = LinuxDirectoryReader().open(tree.path());
             EXPECT_TRUE(folder->openFolder("folder/below"));

@@ -19,12 +19,13 @@
 namespace vestigo::test {
 
 /// Runs the action on a thread whose system calls of these numbers fail with the error.
-inline void whereCallsFail(const std::vector<unsigned>& calls, unsigned error,
+inline void whereCallsFail(const std::vector<unsigned>& calls, int error,
                            const std::function<void()>& action) {
     std::vector<sock_filter> rules{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
     for (const auto call : calls) {
         rules.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1));
-        rules.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error));
+        rules.push_back(
+            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)));
     }
     rules.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
     const sock_fprog filter{static_cast<unsigned short>(rules.size()), rules.data()};
