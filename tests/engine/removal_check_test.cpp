@@ -41,7 +41,7 @@ struct RemovalCheckTest : testing::Test {
     const std::string universal = test::fatMachO({test::cpuX86_64, test::cpuArm64});
     test::TemporaryTree tree;
     bool isAppleNow = false;
-    int opened = 0;
+    std::atomic<int> opened = 0;
     std::shared_ptr<test::HookedReader> reader = std::make_shared<test::HookedReader>();
     CheckServices services{.reader = reader,
                            .files = std::make_shared<PosixFiles>(),
