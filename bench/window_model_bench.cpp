@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include "platform/run_loop.h"
+#include "platform/system.h"
 #include "ui/model/content_view.h"
 
 namespace vestigo {
@@ -57,6 +58,8 @@ ContentView& content() {
         services.scanner.store = std::make_shared<Preset>();
         services.settings = std::make_shared<Settings>(std::make_shared<NoPreferences>());
         services.notifications = std::make_shared<NotificationCenter>();
+        services.processes = systemLastingProcesses(systemTasks());
+        services.reinstallFolder = "/no reinstalls";
         return services;
     }());
     return view;
