@@ -78,6 +78,13 @@ class Bench:
             stamp.write_text(json.dumps(known))
         return Tree(path, known["files"], known["hits"])
 
+    def settled_tree(self, files, share=10):
+        """The same, when the files are old enough for a scan to remember them (engine/walk, isSettled)."""
+        tree = self.tree(files, share)
+        age = time.time() - tree.path.with_suffix(".json").stat().st_mtime
+        time.sleep(max(0, 61 - age))
+        return tree
+
     def time(self, command, fine=(0,)):
         """Runs a command once. Its output goes to a file."""
         with open(self.output, "wb") as output:
